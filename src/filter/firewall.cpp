@@ -1,0 +1,132 @@
+#include "filter/firewall.h"
+
+#include <optional>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/format.h"
+#include "framework/log.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/quote.h"
+#include "framework/shell.h"
+#include "wan/wanport.h"
+
+namespace {
+
+constexpr mode_t kScriptMode = 0755;
+
+bool ppp_on() {
+    const std::string line =
+        first_output_line("/sbin/pidof pppd > /tmp/ppp.tmp", "/tmp/ppp.tmp", 15).value_or("");
+    return !line.empty() && line[0] >= '1' && line[0] <= '9';
+}
+
+// ifconfig complains about a missing interface as "eth0:", so the fifth character tells.
+bool IsRunEth0() {
+    const std::string line =
+        first_output_line("/sbin/ifconfig eth0 > /tmp/eth.tmp 2> /tmp/eth.tmp", "/tmp/eth.tmp", 15)
+            .value_or("");
+    return line.size() > 4 && line[4] != ':';
+}
+
+bool is_link_up() { return ppp_on() || IsRunEth0(); }
+
+bool contains(std::string_view line, std::string_view part) {
+    return line.find(part) != std::string_view::npos;
+}
+
+// The firewall script without its application rules; 1 done, 0 not.
+int gen_disfw() {
+    bool in_record = false;
+    const auto disable = [&](std::string_view line, Replacement& out) {
+        if (line.starts_with("#@"))
+            in_record = true;
+        else if (line.size() < 2)
+            in_record = false;
+        else if (in_record && (contains(line, "modprobe") || contains(line, "ipchains"))) {
+            out.write("#");
+            line.remove_prefix(1);
+        }
+        out.write(line);
+    };
+    LineReader in(FirewallF);
+    Replacement out(DisFirewallF, kScriptMode);
+    if (!in.is_open() || !out.is_open()) return 0;
+    while (in.next()) disable(in.piece(), out);
+    return !in.failed() && out.install() == Replaced::done;
+}
+
+// Switches a line of a script on (a blank in front) or off ("#" in front). A line that is in the
+// wanted state stays as it is.
+std::string switched(std::string_view line, bool on) {
+    const bool is_off = line.starts_with('#');
+    if (on != is_off) return std::string(line);
+    const std::size_t mark = is_off || line.starts_with(' ') ? 1 : 0;
+    return (on ? " " : "#") + std::string(line.substr(mark));
+}
+
+void set_sap_en(bool on) {
+    bool has_dis_firewall = false;
+    const Rewritten result = rewrite_lines(
+        IPUPF, FirewallTmpF, kScriptMode,
+        [&](std::string_view line, Replacement& out) {
+            if (contains(line, "/rc.firewall")) return out.write(switched(line, on));
+            if (!contains(line, "/dis_rc.firewall")) return out.write(line);
+            has_dis_firewall = true;
+            out.write(switched(line, !on));
+        },
+        [&](Replacement& out) {
+            if (has_dis_firewall) return;
+            out.end_line();
+            out.write_line(format_text("%s%s $1", on ? "#" : " ", DisFirewallF));
+        });
+    if (result != Rewritten::done) {
+        log_line("cannot rewrite %s", IPUPF);
+        return;
+    }
+    act_change();
+}
+
+// Marks a module as in use elsewhere when unloading left it loaded with users.
+void report_busy_module(const std::string& module) {
+    const std::string line =
+        first_output_line(format_text("/sbin/lsmod | grep %s > /tmp/mod.tmp", module),
+                          "/tmp/mod.tmp", 127)
+            .value_or("");
+    if (line.empty() || line[0] < '0' || line[0] > 'z') return;
+    std::string_view rest = line;
+    take_word(rest);
+    take_word(rest);
+    if (to_int(take_word(rest)) > 0) run_command(format_text("%s -m %s -f", SetModuleF, module));
+}
+
+}  // namespace
+
+void en_sap() { set_sap_en(true); }
+
+void dis_sap() {
+    if (gen_disfw()) set_sap_en(false);
+}
+
+void act_change() {
+    if (is_link_up()) Run_ip_up();
+}
+
+void act_module(std::string_view line) {
+    if (line.empty() || !is_link_up()) return;
+    std::string_view rest = line.substr(1);
+    take_word(rest);
+    const std::string module(take_word(rest));
+    if (module.empty() || !is_harmless(module)) return;
+    if (line.starts_with(' ')) {
+        run_command(format_text("/sbin/modprobe %s 2> /dev/null", module));
+        run_command(format_text("%s -m %s -s", SetModuleF, module));
+        return;
+    }
+    run_command(format_text("/sbin/rmmod %s 2> /dev/null", module));
+    if (line.starts_with('#'))
+        report_busy_module(module);
+    else
+        run_command(format_text("%s -m %s -s", SetModuleF, module));
+}

@@ -1,0 +1,19 @@
+#include "framework/action_queue.h"
+
+#include <new>
+
+int AddProcToQueue(unsigned index, ProcHeads* heads, ProcFlags* queued, ProcTails* tails) {
+    if (index >= ProcNum) return -1;
+    if (!heads || !tails) return -2;
+    if ((*queued)[index]) return 0;
+    const ProcEntry& entry = ProcTab[index];
+    std::unique_ptr<ProcNode> node(new (std::nothrow) ProcNode{entry.name, entry.body, nullptr});
+    if (!node) return -3;
+    (*queued)[index] = 1;
+    ProcTail& tail = (*tails)[entry.level];
+    std::unique_ptr<ProcNode>& link = tail.count ? tail.last->next : (*heads)[entry.level];
+    link = std::move(node);
+    tail.last = link.get();
+    ++tail.count;
+    return 0;
+}

@@ -1,0 +1,78 @@
+// The request's form: decoded from the CGI environment (RFC 3875) and the URL encoding of HTML
+// forms into an ordered list of key and value.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/list-lib.h"
+
+// The longest request body that is read, in bytes.
+inline constexpr long kMaxBody = 16L * 1024 * 1024;
+
+struct FormEntry {
+    std::string key;
+    std::optional<std::string> value;  // nothing when the field had no "="
+    bool has_control = false;          // the value was posted with a control character in it
+};
+
+// What to look for: a key, a value or both.
+struct FormPattern {
+    std::optional<std::string_view> key;
+    std::optional<std::string_view> value;
+};
+
+// Sorted by Compare. So of several fields with one key the value that sorts first is found first,
+// not the one that was sent first.
+using FormList = EntryList<FormEntry>;
+
+// By key, then by value, byte-wise; a missing value sorts before any other.
+int Compare(const FormEntry& a, const FormEntry& b);
+
+// With a key in the pattern: the entry's key equals it and, if the pattern has a value, its value
+// too. Without: the values are equal or both missing.
+bool Match(const FormPattern& pattern, const FormEntry& entry);
+
+// 1 when the request carries no form: GET without QUERY_STRING, POST without CONTENT_LENGTH; else
+// 0. Without REQUEST_METHOD the process ends with a hint on standard error.
+int is_form_empty();
+
+// The request's form; nothing for a GET without a query string. Reads standard input for a POST.
+// Every failure ends the process with the fatal error page.
+std::optional<FormList> cgi_input_parse();
+
+// Splits `text` at "&" and inserts every piece that is not empty into `list`.
+FormList& parse_data_record(std::string_view text, FormList& list);
+
+// Fills one entry from a piece "key=value" or "key".
+void parse_data_keyvalue(FormEntry& entry, std::string_view text);
+
+// `text` with each "%" and its two hexadecimal digits replaced by the byte they spell. What is not
+// a digit ends the number; a "%" cut short by the end of the text takes what is there.
+std::string unescape_url(std::string_view text);
+
+// The number of "%" in the text.
+std::size_t num_encoded_data_items(std::string_view text);
+
+// Lookups. A null list is an empty list. The pointers live as long as the list is unchanged.
+const char* find_val(const FormList* list, std::string_view key);    // first value, or null
+const char* find_key(const FormList* list, std::string_view value);  // first key, or null
+// All values of a key (keys of a value), in list order, into `out`; returns their number. A field
+// without a value stands in `out` as null.
+std::size_t find_val_multi(const FormList* list, std::string_view key,
+                           std::vector<const char*>& out);
+std::size_t find_key_multi(const FormList* list, std::string_view value,
+                           std::vector<const char*>& out);
+// Removing entries: 1 when any was removed, else 0.
+int list_delete_entry(FormList& list, std::string_view key, std::string_view value);
+int list_delete_key_multi(FormList& list, std::string_view key);
+int list_delete_val_multi(FormList& list, std::string_view value);
+std::size_t list_count(const FormList* list);
+void list_clear(FormList& list);
+// Prints the list as an HTML definition list.
+void list_print(const FormList* list);
+
+// True when the field is present and has exactly this value.
+bool field_is(const FormList* list, std::string_view key, std::string_view value);

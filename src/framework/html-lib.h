@@ -1,0 +1,36 @@
+// What the program writes to standard output: the HTTP header, simple HTML elements, and the fatal
+// error page. Nothing here escapes: each function writes its texts as they stand.
+#pragma once
+
+#include <string_view>
+
+// Writes text to standard output (buffered; the process's end flushes it).
+void put(std::string_view text);
+
+// "Content-type: " and the type, then the empty line that ends the header.
+void mime_header(std::string_view type);
+
+// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty).
+void html_begin(std::string_view title, std::string_view body_attributes);
+void html_end();
+
+void h1(std::string_view text);
+void h2(std::string_view text);
+void h3(std::string_view text);
+void h4(std::string_view text);
+void h5(std::string_view text);
+void h6(std::string_view text);
+
+// A hidden form field.
+void hidden(std::string_view name, std::string_view value);
+
+// A redirection header.
+void location(std::string_view url);
+
+// The CGI variables of the request, one a line: a diagnostic aid.
+void cgi_env();
+
+// The end of every fatal failure: writes an error page with the two headings to standard output and
+// `text` to standard error, and ends the process with status 0 (a web server would hide the page of
+// a program that fails).
+[[noreturn]] void cgi_err(std::string_view title, std::string_view text);

@@ -1,0 +1,35 @@
+#include "framework/message.h"
+
+#include <array>
+#include <cstdio>
+
+#include "framework/html-lib.h"
+#include "framework/parser.h"
+
+int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
+    // Browsers have shown this page with its small slips for as long as it exists; they stay.
+    const std::array<std::string_view, 12> HMsg = {
+        "<html><head><title>Message",
+        "</title></head><body background=yellowbg.gif><div align=center><center>",
+        "<table border=0 cellspacing=0 bgcolor=#00ffff width=100% cellpadding=0>",
+        "<tr><td><h3 align=center>",
+        outcome ? "Successful" : "Failure",
+        "</font></h3></td></tr></table><table><tr><td>",
+        text,
+        "</td></tr></table>",
+        "<table><tr><td><table border=2 cellspacing=2 bgcolor=#cccccc<tr>",
+        "<td align=center bordercolor=#cccccc><a href=",
+        back_link,
+        ">Back</a></td></tr></table></td></tr></table></center></div></body></html>",
+    };
+    mime_header("text/html");
+    for (const std::string_view slot : HMsg) {
+        put(slot);
+        put("\n");
+    }
+    return std::ferror(stdout) ? -1 : 0;
+}
+
+int get_update(const char* message, const FormList* form) {
+    return render_page("update.htm", {}, {}, message, form);
+}

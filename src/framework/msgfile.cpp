@@ -1,0 +1,34 @@
+#include "framework/msgfile.h"
+
+#include <optional>
+#include <string>
+
+#include "framework/files.h"
+
+namespace {
+
+// The first line that begins with the number and a hyphen, from behind the hyphen, with its line
+// end.
+std::optional<std::string> find_message(const char* file, int number) {
+    const std::string prefix = std::to_string(number) + "-";
+    LineReader in(file);
+    while (in.is_open() && in.next())
+        if (in.piece().starts_with(prefix)) return in.piece().substr(prefix.size());
+    return std::nullopt;
+}
+
+}  // namespace
+
+void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a, const FormatArg& b,
+                      const FormatArg& c) {
+    const std::optional<std::string> message = find_message(MsgFile, number);
+    copy_text(out, message ? format_text(*message, a, b, c) : "Unknown error");
+}
+
+void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a, const FormatArg& b,
+                       const FormatArg& c) {
+    std::optional<std::string> message = find_message(ListMsgFile, number);
+    if (!message) return;
+    message->erase(message->find_last_not_of("\r\n") + 1);
+    copy_text(out, format_text(*message, a, b, c));
+}

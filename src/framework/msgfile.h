@@ -1,0 +1,20 @@
+// Numbered messages: lines "N-text" of the files "cgi_err" and "listmsg" in the working directory,
+// the text being a format (format.h) with up to three arguments.
+#pragma once
+
+#include <span>
+
+#include "framework/format.h"
+#include "framework/text.h"
+
+inline constexpr char MsgFile[] = "cgi_err";
+inline constexpr char ListMsgFile[] = "listmsg";
+
+// Puts message `number` into `out`, cut to its size; the line end of the file stays at its end,
+// where HTML does not mind it. "Unknown error" when the file or the line is missing.
+void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
+                      const FormatArg& b = {}, const FormatArg& c = {});
+
+// The same from "listmsg", without the line end; `out` stays untouched when there is no such text.
+void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
+                       const FormatArg& b = {}, const FormatArg& c = {});

@@ -1,0 +1,66 @@
+// One request: decode the form, find the page, show it or run the post, exit.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+
+#include "framework/cgi-lib.h"
+#include "framework/html-lib.h"
+#include "framework/log.h"
+#include "framework/message.h"
+#include "framework/msgfile.h"
+#include "framework/page_table.h"
+#include "framework/post_cgi.h"
+#include "serial/ppp_conf.h"
+
+namespace {
+
+constexpr int kUnknownPage = 10;
+
+// Scratch files have fixed names, so requests run one at a time: each holds a lock on the working
+// directory until it ends. Daemons that it starts do not inherit the lock.
+void wait_for_turn() {
+    const int folder = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int locked = -1;
+    do locked = folder < 0 ? -1 : flock(folder, LOCK_EX);
+    while (locked != 0 && folder >= 0 && errno == EINTR);
+    if (locked != 0) cgi_err("Error!", "The working directory cannot be locked.");
+}
+
+int show(const char* name, const char* back_link, const FormList* form) {
+    const int index = GetCgiTabIndex(name);
+    if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(nullptr, form);
+    Message message;
+    GetErrMsgByIndex(kUnknownPage, message, name);
+    HtmlMsg(message, back_link, 0);
+    return 0;
+}
+
+int view(const char* next_file) {
+    const char* name = next_file ? next_file : Def_Htm;
+    if (std::string_view(name) == "nat_status.htm") name = status_page(Nat_Method());
+    return show(name, "nat_fs.htm", nullptr);
+}
+
+}  // namespace
+
+int main() {
+    log_line("Enter MAIN");
+    wait_for_turn();
+    signal(SIGCHLD,
+           SIG_DFL);  // a server that ignores its children would hide the commands' results
+    warn_no = 0;
+    if (is_form_empty()) return view(nullptr);
+    const std::optional<FormList> form = cgi_input_parse();
+    if (!form || list_count(&*form) == 0) return view(nullptr);
+    const char* todo = find_val(&*form, "todo");
+    if (!todo) return view(find_val(&*form, "next_file"));
+    if (std::string_view(todo) == "upload")
+        show("sp_port.htm", "sp_fs.htm", &*form);
+    else
+        PostCgi(*form);
+    return 0;
+}

@@ -1,0 +1,51 @@
+// What a page is to the driver, and the walk over its fields that page setters share.
+#pragma once
+
+#include <array>
+
+#include "framework/action_queue.h"
+#include "framework/cgi-lib.h"
+#include "framework/parser.h"
+#include "framework/text.h"
+
+// The phases of a setter.
+enum Mode : int { kCheck = 0, kSet = 1 };
+
+// Renders the page: `message` (may be null) is shown at the message marker, `form` (may be null)
+// fills keys without a getter. 0 for success.
+using PageGetter = int (*)(const char* message, const FormList* form);
+
+// Checks (mode 0) or stores (mode 1) the page's fields and queues what makes them take effect. 0
+// accepted; anything else refused, with a text in `message` or, when that stays empty, the
+// driver's.
+using PageSetter = int (*)(const FormList* form, ProcHeads* heads, ProcFlags* queued,
+                           ProcTails* tails, int mode, Message& message);
+
+struct CgiPage {
+    const char* name;  // the template file, and the page's identity in form fields
+    PageGetter getter;
+    PageSetter setter;  // may be null
+};
+
+// A page whose getters and savers share no record.
+struct NoRecord {};
+
+// Which posted fields count as present.
+enum class Present { also_empty, only_filled };
+
+// Calls the saver of every row whose field is present in the form, in table order, until one
+// refuses. Returns that saver's result, else 0; `any` tells whether a saver was called.
+template <class Record, std::size_t N>
+int save_fields(const std::array<KeyFun<Record>, N>& keys, const FormList* form, Present present,
+                int mode, Message& message, Record& record, bool& any) {
+    any = false;
+    for (const KeyFun<Record>& row : keys) {
+        if (!row.saver) continue;
+        const char* value = find_val(form, row.key);
+        if (!value || (present == Present::only_filled && !*value)) continue;
+        any = true;
+        const int refused = row.saver(value, mode, message, record);
+        if (refused) return refused;
+    }
+    return 0;
+}

@@ -1,0 +1,38 @@
+// The tables that know every page and every action.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "framework/action_queue.h"
+#include "framework/page.h"
+
+// The pages. save_tbl and setters refer to rows by their index, so the order is part of the system.
+inline constexpr int kPages = 17;
+extern const std::array<CgiPage, kPages> CgiTab;
+
+// The page that a request without a form shows.
+inline constexpr char Def_Htm[] = "nat_conn.htm";
+
+// Pages that are saved together: first and last index into CgiTab.
+struct SaveGroup {
+    int first;
+    int last;
+};
+inline constexpr std::size_t kSaveGroups = 7;
+extern const std::array<SaveGroup, kSaveGroups> save_tbl;
+
+// The status pages, each at the index of its WAN method less one.
+inline constexpr std::array<const char*, 3> StatusTab = {"dc_status.htm", "ppp_status.htm",
+                                                         "sp_status.htm"};
+
+// The status page of a WAN method; that of the serial port for any method without one of its own.
+const char* status_page(int method);
+
+// The index of a page in CgiTab; -1 when there is none of that name (or no name).
+int GetCgiTabIndex(const char* name);
+
+// The rows whose setters a save from the page runs. `status` is 0, or for a status page its method:
+// such a save runs the setters of the NAT pages. An unknown page has an empty range, first 1, last
+// 0.
+void get_cgi_range(const char* name, int& first, int& last, int& status);

@@ -1,0 +1,89 @@
+// The template engine: a page is a file of the working directory in which "@key#" becomes a value
+// and "//@list#" a block of generated text. docs/templates.md describes the markup.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "framework/cgi-lib.h"
+#include "framework/text.h"
+
+// A finished page has at most one byte less than this.
+inline constexpr std::size_t kPageSize = 51200;
+// Characters of a marker that are collected before it counts as plain text.
+inline constexpr std::size_t kMarkerSize = 128;
+
+// What a value getter fills: a short value, or a text of any length that is shown in its place, and
+// on failure the number of the message that explains it. 0 for success.
+using ValueText = Text<128>;
+using LongText = std::optional<std::string>;
+using ValueGetter = int (*)(ValueText& value, LongText& text, int& error);
+
+// What generates the text of a list; the same results.
+using ListGetter = int (*)(LongText& text, int& error);
+
+// Stores one posted field: the value, the phase (0 check, 1 set), the message to fill on refusal,
+// and the page's record. 0 accepted, anything else refused.
+template <class Record>
+using FieldSaver = int (*)(const char* value, int mode, Message& message, Record& record);
+
+// A row of a page's key table. Either function may be missing.
+template <class Record>
+struct KeyFun {
+    const char* key;
+    ValueGetter getter;
+    FieldSaver<Record> saver;
+};
+
+// A row of a page's list table.
+struct ArrayFun {
+    const char* name;
+    ListGetter generator;
+};
+
+// What the engine needs of a row of a key table.
+struct KeyGetter {
+    const char* key;
+    ValueGetter getter;
+};
+
+// The warning that a page's code wants shown when there is no other message: 52, 55, 56, 58 or 0.
+extern int warn_no;
+
+// Renders the template to standard output, behind its HTTP header. `message` may be null; `form`
+// may be null, else its fields fill the keys that no getter fills. Returns 0. A missing template, a
+// page over the limit and a marker that fails at the very end of the template end the process with
+// the fatal error page.
+int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
+                const char* message, const FormList* form);
+
+template <class Record, std::size_t N>
+int html_parser(const char* path, const std::array<KeyFun<Record>, N>& keys,
+                std::span<const ArrayFun> arrays, const char* message, const FormList* form) {
+    std::array<KeyGetter, N> getters;
+    for (std::size_t i = 0; i < N; ++i) getters[i] = {keys[i].key, keys[i].getter};
+    return render_page(path, getters, arrays, message, form);
+}
+
+// The finished page, or the number of the message that says why there is none.
+struct Expansion {
+    std::string page;
+    std::optional<int> error;
+};
+Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys,
+                          std::span<const ArrayFun> arrays, const char* message,
+                          const FormList* form);
+
+// The first row of the current page's key or list table with that name, or -1.
+int GetKeyFunIndex(std::string_view name);
+int GetArrayFunIndex(std::string_view name);
+// The text of a list of the current page; without one of that name no text and 0.
+int GetArrayItem(std::string_view name, LongText& text, int& error);
+
+// Comparisons that ignore the case of ASCII letters: 0 equal, 1 different.
+int StrCmpi(std::string_view a, std::string_view b);
+int StrniCmp(std::string_view a, std::string_view b, std::size_t n);

@@ -1,0 +1,187 @@
+#include "framework/post_cgi.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "framework/action_queue.h"
+#include "framework/html-lib.h"
+#include "framework/log.h"
+#include "framework/msgfile.h"
+#include "framework/page_table.h"
+#include "serial/ppp_conf.h"
+
+namespace {
+
+enum MessageNumber : int {
+    kCheckRefused = 5,
+    kUnknownPage = 10,
+    kSetRefused = 11,
+    kActionFailed = 12,
+    kOtherMethodInForce = 45,
+    kProxyNotSignalled = 46,
+    kControlCharacter = 61,
+};
+
+// The working state of one post.
+class Post {
+public:
+    explicit Post(const FormList& form)
+        : form_(&form),
+          this_file_(find_val(form_, "this_file")),
+          todo_(find_val(form_, "todo")),
+          next_file_(find_val(form_, "next_file")) {
+        log_line("  this_file=%s", or_null(this_file_));
+        log_line("  action=%s", or_null(todo_));
+        log_line("  next_file=%s", or_null(next_file_));
+    }
+
+    int run() {
+        if (holds_control_character()) return show_refusal();
+        const bool is_save = std::string_view(todo_) == "save";
+        const bool accepted = is_save ? set_group() : set_page();
+        log_line("After setfun");
+        if (!accepted) return show_refusal();
+        return run_actions() ? show_next_page() : show_failed_action();
+    }
+
+private:
+    // The page with that name; without one the fatal error page with message 10.
+    const CgiPage& page(const char* name, const char* mark) {
+        if (GetCgiTabIndex(name) < 0) GetErrMsgByIndex(kUnknownPage, message_, name ? name : "");
+        return page_or_message(name, mark);
+    }
+
+    // The same with the current message.
+    const CgiPage& page_or_message(const char* name, const char* mark) {
+        const int index = GetCgiTabIndex(name);
+        if (index >= 0) return CgiTab[static_cast<std::size_t>(index)];
+        log_line("CGI_ERR %s", mark);
+        cgi_err("", message_);
+    }
+
+    // A text that could break a line of a settings file never reaches a setter.
+    bool holds_control_character() {
+        const auto& entries = form_->nodes;
+        const auto entry = std::find_if(entries.begin(), entries.end(),
+                                        [](const FormEntry& e) { return e.has_control; });
+        if (entry == entries.end()) return false;
+        next_file_ = this_file_;
+        GetErrMsgByIndex(kControlCharacter, message_, field_label(entry->key));
+        return true;
+    }
+
+    // The name of a field as it may be shown: the sender chose it.
+    static std::string field_label(std::string name) {
+        const auto is_plain = [](char c) {
+            return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                   c == '_' || c == '-' || c == '.';
+        };
+        std::replace_if(
+            name.begin(), name.end(), [&](char c) { return !is_plain(c); }, '?');
+        return name;
+    }
+
+    // Calls a page's setter; on a refusal that page becomes the next one, with a message.
+    bool call_setter(const CgiPage& page, Mode mode) {
+        message_.clear();
+        const bool accepted =
+            page.setter && page.setter(form_, &heads_, &queued_, &tails_, mode, message_) == 0;
+        if (accepted) return true;
+        next_file_ = page.name;
+        if (message_.empty())
+            GetErrMsgByIndex(mode == kCheck ? kCheckRefused : kSetRefused, message_, page.name);
+        return false;
+    }
+
+    bool set_page() {
+        const CgiPage& posting = page(this_file_, "CHK1");
+        if (!call_setter(posting, kCheck) || !call_setter(posting, kSet)) return false;
+        const std::string_view todo = todo_;
+        if (todo == "import_file" || todo == "cancel") notice_ = message_.view();
+        return true;
+    }
+
+    bool set_group() {
+        int first = 0;
+        int last = 0;
+        get_cgi_range(this_file_, first, last, status_);
+        log_line("  cgi start index=%d sotp=%d", first, last);
+        return call_setters(first, last, kCheck) && call_setters(first, last, kSet);
+    }
+
+    bool call_setters(int first, int last, Mode mode) {
+        for (int index = first; index <= last; ++index) {
+            const CgiPage& member = CgiTab[static_cast<std::size_t>(index)];
+            if (!member.setter) continue;
+            if (mode == kSet) log_line("  SetVal %s", member.name);
+            if (!call_setter(member, mode)) return false;
+        }
+        return true;
+    }
+
+    // Runs the queue; false at the first action that fails, with its message.
+    bool run_actions() {
+        sync();
+        for (const auto& head : heads_)
+            for (const ProcNode* node = head.get(); node; node = node->next.get())
+                if (!run_action(*node)) return false;
+        return true;
+    }
+
+    bool run_action(const ProcNode& node) {
+        log_line("Process %s\n", node.name.view());
+        const int result = node.body();
+        if (result == 0) return true;
+        log_line("Process return=%d", long{result});
+        if (node.name == ActionName(ProcTab[kReconfigFilter].name)) {
+            GetErrMsgByIndex(kProxyNotSignalled, notice_);
+            return true;
+        }
+        GetErrMsgByIndex(kActionFailed, message_, node.name.view());
+        return false;
+    }
+
+    int show_failed_action() {
+        return page_or_message(this_file_, "CHK2").getter(message_.c_str(), form_);
+    }
+
+    int show_refusal() {
+        log_line("return error");
+        return page_or_message(next_or_this(), "CHK0").getter(message_.c_str(), form_);
+    }
+
+    int show_next_page() {
+        next_file_ = next_or_this();
+        log_line("ret_html %s action=%s", or_null(next_file_), or_null(todo_));
+        if (status_ != 0) follow_method();
+        const CgiPage& next = page(next_file_, "CHK3");
+        return next.getter(notice_.empty() ? nullptr : notice_.c_str(), form_);
+    }
+
+    // A save from a status page ends on the status page of the method in force.
+    void follow_method() {
+        const int method = Nat_Method();
+        if (method == 0 || method == status_) return;
+        next_file_ = status_page(method);
+        GetErrMsgByIndex(kOtherMethodInForce, notice_);
+    }
+
+    const char* next_or_this() const { return next_file_ && *next_file_ ? next_file_ : this_file_; }
+
+    const FormList* form_;
+    const char* this_file_;
+    const char* todo_;
+    const char* next_file_;
+    int status_ = 0;   // of a save from a status page: that page's method
+    Message message_;  // why the request was refused or failed
+    Message notice_;   // what the next page shows although everything succeeded
+    ProcHeads heads_;
+    ProcFlags queued_{};
+    ProcTails tails_{};
+};
+
+}  // namespace
+
+int PostCgi(const FormList& form) { return Post(form).run(); }

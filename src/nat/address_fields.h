@@ -1,0 +1,16 @@
+// A dotted address that a form posts as four fields. The fields arrive one after another; each adds
+// its octet to a working space in the record, and the last one completes the address.
+#pragma once
+
+#include "serial/ppp_conf.h"
+
+// True for an octet that may be stored: present, at most three characters, and none of them with a
+// meaning to the shell, whose scripts the addresses go to.
+bool octet_fits(const char* octet);
+
+// Only octets that begin with a digit are kept, so an address can come out incomplete. The first
+// octet starts the address or, without a digit, leaves it empty; the others extend one that is
+// begun.
+void first_octet(AddressText& buffer, const char* octet);
+void middle_octet(AddressText& buffer, const char* octet);
+void last_octet(AddressText& buffer, const char* octet);

@@ -1,0 +1,245 @@
+#include "nat/dial_files.h"
+
+#include <arpa/inet.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/format.h"
+#include "framework/html-lib.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/quote.h"
+#include "framework/shell.h"
+
+namespace {
+
+enum Result : int { kDone = 0, kNoRecord = 1, kNotWritten = 2, kNotRenamed = 3 };
+
+constexpr char kLocalDefault[] = "10.0.0.1";
+constexpr char kRemote[] = "10.0.0.2";
+
+int result_of(Replaced replaced) {
+    if (replaced == Replaced::done) return kDone;
+    return replaced == Replaced::not_renamed ? kNotRenamed : kNotWritten;
+}
+
+int result_of(Rewritten rewritten) {
+    if (rewritten == Rewritten::done) return kDone;
+    return rewritten == Rewritten::not_renamed ? kNotRenamed : kNotWritten;
+}
+
+unsigned idle_seconds(const PPPConf& record) { return static_cast<unsigned>(record.Idle) * 60U; }
+
+// A fixed address that may stand in a configuration file.
+bool has_fixed_address(const PPPConf& record) {
+    return record.DynamicIP == 0 && !record.IP.empty() && record.IP != "0.0.0.0" &&
+           is_harmless(record.IP);
+}
+
+bool is_address(const char* text) {
+    in_addr address{};
+    return inet_aton(text, &address) != 0;
+}
+
+std::string diald_conf(const PPPConf& record) {
+    const bool is_fixed = has_fixed_address(record);
+    const bool is_local = is_fixed && is_address(record.IP.c_str());
+    std::string text = "fifo /etc/diald/diald.ctl\nmode ppp\n";
+    text +=
+        format_text("connect %s\ndevice /dev/ttyS0\nspeed %ld\n", PPPOnF, long{record.BaudRate});
+    text += "modem\nlock\ncrtscts\n";
+    text +=
+        format_text("local %s\nremote %s\n", is_local ? record.IP.view() : kLocalDefault, kRemote);
+    if (record.DynamicIP != 0) text += "dynamic\n";
+    text += "defaultroute\nredial-timeout 1\nretry-count 0\ndied-retry-count 0\n";
+    if (record.DynamicIP == 0)
+        text +=
+            format_text("pppd-options local %s:\n", is_fixed ? record.IP.view() : kLocalDefault);
+    text += format_text("first-packet-timeout %u\ninclude %s\n",
+                        static_cast<long>(idle_seconds(record)), FilterF);
+    return text;
+}
+
+std::string chat_script(const PPPConf& record) {
+    std::string text = "ABORT\t'BUSY'\nABORT\t'NO ANSWER'\nABORT\t'RINGING'\n";
+    text += format_text("INIT\t'%s\\r'\n", record.InitStr.view());
+    switch (record.DialType) {
+        case 0:
+            text += "OK\t'ATDT\\T'\n";
+            break;
+        case 1:
+            text += "OK\t'ATDP\\T'\n";
+            break;
+        case 2:
+            text += "OK\t'ATD'\n";
+            break;
+        default:
+            break;
+    }
+    return text + "CONNECT\nSAY \"\\n\"";
+}
+
+// Reads the record, builds a file's text from it and puts it in place through its temporary file.
+int write_from_record(const char* target, const char* temporary,
+                      std::string (*text_of)(const PPPConf&)) {
+    PPPConf record;
+    if (ReadPPPConfig(&record) != 0) return kNoRecord;
+    Replacement out(target, temporary);
+    if (!out.is_open()) return kNotWritten;
+    out.write(text_of(record));
+    return result_of(out.install());
+}
+
+std::string telephone_file(const PPPConf& record) {
+    const std::array<const PhoneText*, 3> all = {&record.Phone1, &record.Phone2, &record.Phone3};
+    std::array<std::string_view, 3> packed;
+    std::size_t total = 0;
+    for (const PhoneText* phone : all)
+        if (!phone->empty()) packed[total++] = *phone;
+    std::string text = format_text("Total=%d\nNext=1\n", static_cast<long>(total));
+    for (std::size_t i = 0; i < packed.size(); ++i)
+        text += format_text("Phone%d=%s\n", static_cast<long>(i + 1), packed[i]);
+    return text;
+}
+
+std::string options_file(const PPPConf& record) {
+    std::string text = format_text("idle %u\nname %s\nremotename ppp0\n",
+                                   static_cast<long>(idle_seconds(record)), pppd_word(record.User));
+    if (record.DynamicIP != 0) text += "noipdefault\n";
+    return text;
+}
+
+// Where the field behind the one at `at` begins, or npos.
+std::size_t next_field(std::string_view line, std::size_t at) {
+    const std::size_t blank = line.find_first_of(" \t", at);
+    return blank == std::string_view::npos ? blank : line.find_first_not_of(" \t\r\n", blank);
+}
+
+// A rule with its time-out replaced; a rule without one is dropped.
+std::string with_timeout(std::string_view line, unsigned seconds) {
+    const std::size_t second = next_field(line, 0);
+    const std::size_t third = second == line.npos ? second : next_field(line, second);
+    if (third == line.npos) return "";
+    const std::size_t rest = std::min(line.find_first_of(" \t\r\n", third), line.size());
+    return std::string(line.substr(0, third)) + std::to_string(seconds) +
+           std::string(line.substr(rest));
+}
+
+// Copies a secrets file with the secret behind its tag line; true when there was such a line.
+bool copy_secrets(LineReader& in, std::string_view tag_line, const std::string& secret,
+                  Replacement& out) {
+    bool found = false;
+    while (in.next()) {
+        out.write(in.piece());
+        if (!in.piece().starts_with(tag_line)) continue;
+        found = true;
+        out.end_line();
+        out.write_line(secret);
+        in.next();  // the old secret
+    }
+    return found;
+}
+
+}  // namespace
+
+int SaveDiald() {
+    PPPConf record;
+    if (ReadPPPConfig(&record) != 0) return kNoRecord;
+    Replacement out(DialdF, DialdTmpF);
+    if (!out.is_open()) return kNotWritten;
+    out.write(diald_conf(record));
+    if (!out.finish()) return kNotWritten;
+    if (std::remove(DialdF) != 0) cgi_err("", std::strerror(errno));
+    return result_of(out.install());
+}
+
+int SavePPPOn() {
+    PPPConf record;
+    if (ReadPPPConfig(&record) != 0) return kNoRecord;
+    if (record.InitStr.view().find('\'') != std::string_view::npos) return kNotWritten;
+    return write_from_record(DialerF, DialerTmpF, chat_script);
+}
+
+int SaveTel() { return write_from_record(TelF, TelTmpF, telephone_file); }
+
+int SaveOptions() { return write_from_record(OptionF, OptionTmpF, options_file); }
+
+int SaveSecret() {
+    PPPConf record;
+    if (ReadPPPConfig(&record) != 0) return kNoRecord;
+    const char* user = record.User.c_str();
+    const char* password = record.Password.c_str();
+    if (save_secret(PapF, PapTmpF, user, password, SerialTag) != 0) return kNotWritten;
+    if (save_secret(ChapF, ChapTmpF, user, password, SerialTag) != 0) return kNotRenamed;
+    for (const char* file : {PapF, ChapF})
+        run_command(format_text("chmod 0600 %s > /dev/null", file));
+    return kDone;
+}
+
+int save_secret(const char* file, const char* tmpfile, const char* user, const char* password,
+                const char* tag) {
+    const std::string tag_line = format_text("#%s", tag);
+    const std::string name = pppd_word(user);
+    const std::string secret = pppd_word(password);
+    LineReader in(file);
+    if (!in.is_open() && errno != ENOENT) return kNotWritten;
+    Replacement out(file, tmpfile, kSecretMode);
+    if (!out.is_open()) return kNotWritten;
+    bool found = false;
+    if (!in.is_open()) {
+        out.write_line("#client\tserver\tsecret\tIP address");
+    } else {
+        found = copy_secrets(in, tag_line, format_text("%s\t\tppp0\t%s", name, secret), out);
+        if (in.failed()) return kNotWritten;
+    }
+    if (!found) {
+        out.end_line();
+        out.write_line(tag_line);
+        out.write_line(format_text("%s\tppp0\t%s", name, secret));
+    }
+    return result_of(out.install());
+}
+
+int SaveFilter() {
+    PPPConf record;
+    if (ReadPPPConfig(&record) != 0) return kNoRecord;
+    if (!LineReader(FilterF).is_open())
+        run_command(format_text("cp -f %s %s > /dev/null", DefFilterF, FilterF));
+    return result_of(rewrite_lines(
+        FilterF, FilterTmpF, Replacement::kKeepMode,
+        [&](std::string_view line, Replacement& out) {
+            const bool is_rule = line.starts_with("accept") || line.starts_with("keepup");
+            out.write(is_rule ? with_timeout(line, idle_seconds(record)) : std::string(line));
+        },
+        [](Replacement&) {}));
+}
+
+int SaveDNS() {
+    PPPConf record;
+    if (ReadPPPConfig(&record) != 0) return kNoRecord;
+    const std::string server = format_text("nameserver %s\n", record.DNS.view());
+    if (!LineReader(DNSF).is_open()) return replace_file(DNSF, server) ? kDone : kNotWritten;
+    bool written = false;
+    return result_of(rewrite_lines(
+        DNSF, DNSTmpF, Replacement::kKeepMode,
+        [&](std::string_view line, Replacement& out) {
+            if (!line.starts_with("nameserver")) return out.write(line);
+            if (!written) out.write(server);
+            written = true;
+        },
+        [&](Replacement& out) {
+            if (written) return;
+            out.end_line();
+            out.write(server);
+        }));
+}
+
+int SaveAllConf(const PPPConf& record, Message& message) {
+    const int result = SavePPPConf(record, message);
+    return result != 0 ? result : SavePPPOn();
+}

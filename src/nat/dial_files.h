@@ -1,0 +1,42 @@
+// The writers of the files that the dial-up daemons read, each from the internet-sharing record as
+// it is on disk when the writer runs. They are the bodies of deferred actions.
+//
+// Result: 0 done; 1 the record could not be read; 2 the file could not be written; 3 it could not
+// be renamed. A file that could not be written stays as it was.
+#pragma once
+
+#include "framework/text.h"
+#include "serial/ppp_conf.h"
+
+// "/etc/diald.conf" (diald-control). Its old version must be there to be removed: else the request
+// ends with the fatal error page. (Action "SaDiald".)
+int SaveDiald();
+
+// The modem chat script "/etc/ppp/pppondialer". 2 also for an initialisation string with a single
+// quote, which the script cannot hold. (Action "SaPPPOn".)
+int SavePPPOn();
+
+// The account in "/etc/ppp/pap-secrets" and "/etc/ppp/chap-secrets" (pppd(8), "AUTHENTICATION"),
+// mode 0600; 2 when the first failed, 3 when the second did. (Action "SaSecret".)
+int SaveSecret();
+
+// "/etc/ppp/tel", the provider's telephone numbers. (Action "SaTel".)
+int SaveTel();
+
+// "/etc/ppp/options.ttyS0" (pppd(8), "OPTIONS FILES"). (Action "SaOption".)
+int SaveOptions();
+
+// The idle time-outs of the rules in "/usr/lib/diald/standard.filter", which is made from the
+// default filter when missing. (Action "SaFilter".)
+int SaveFilter();
+
+// The record's DNS server as the first and only "nameserver" of "/etc/resolv.conf".
+int SaveDNS();
+
+// Puts a secret for `user` on interface ppp0 into a secrets file through `tmpfile`, both mode 0600:
+// in place of the line behind the line "#tag", else at the end. 0, 2 or 3.
+int save_secret(const char* file, const char* tmpfile, const char* user, const char* password,
+                const char* tag);
+
+// SavePPPConf, then SavePPPOn; the first result that is not 0.
+int SaveAllConf(const PPPConf& record, Message& message);

@@ -1,0 +1,210 @@
+// The services page switches internet sharing and its access method, the four services that the
+// appliance offers to the outside, the special applications, access control and the DMZ host.
+#include "nat/nat_conn.h"
+
+#include <sys/stat.h>
+
+#include <optional>
+
+#include "filter/firewall.h"
+#include "framework/files.h"
+#include "framework/log.h"
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "nat/address_fields.h"
+#include "nat/service_script.h"
+#include "serial/ppp_conf.h"
+#include "wan/wan_conf.h"
+
+namespace {
+
+constexpr char kPage[] = "nat_conn.htm";
+
+constexpr int kNoRecord = 13;
+constexpr int kAddressFromDhcp = 39;
+constexpr int kNoDnsServer = 44;
+constexpr int kBadDmzOctet = 48;
+constexpr int kDmzBesideFilter = 52;
+constexpr int kDmzBesideFtpServer = 58;
+
+const FormList* posted;  // the form being saved, for savers that look at more than their own field
+
+// What the access-control switch becomes, once no field has been refused.
+std::optional<bool> access_control;
+
+int refuse(int number, Message& message) {
+    GetErrMsgByIndex(number, message);
+    return number;
+}
+
+bool is(const char* value, std::string_view text) { return value == text; }
+
+// Stores a value that differs; tells whether it did.
+bool store(int& field, int value, PPPConf& record) {
+    if (field == value) return false;
+    field = value;
+    record.Changed = 1;
+    return true;
+}
+
+// The appliance's own address comes from a DHCP server.
+bool DhcpClient() {
+    Text<80> value;
+    GetProfileString("bootproto", "", value, stream_of(Profile::open(CgiQSFile)));
+    return value == "dhcp";
+}
+
+int save_internet_access(const char* value, int mode, Message& message, PPPConf& record) {
+    if (mode == kCheck) return 0;
+    const bool on = !is(value, "unchecked");
+    if (on && DhcpClient()) return refuse(kAddressFromDhcp, message);
+    record.NatEnable = on;
+    record.NetChanged = on != (PortEnabled() != 0);
+    if (record.NetChanged)
+        record.Changed = 1;
+    else
+        log_line("change_enable = 0");
+    return 0;
+}
+
+// Behind internet_access in the table, so that NatEnable is the posted state.
+int save_access_method(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kCheck) return 0;
+    const int method = is(value, "WAN Port - Direct Connection") ? kDirect
+                       : is(value, "WAN Port - PPPoE")           ? kPPPoE
+                                                                 : kSerial;
+    if (store(record.Method, method, record) && record.NatEnable) record.NetChanged = 1;
+    return 0;
+}
+
+template <int PPPConf::*Service>
+int save_service(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kSet) store(record.*Service, !is(value, "unchecked"), record);
+    return 0;
+}
+
+int save_enable_ac(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kCheck) return 0;
+    const std::optional<Profile> settings = Profile::open(CgiQSFile);
+    if (!settings) return 0;
+    const bool on = is(value, "checked");
+    Text<8> current;
+    GetProfileString("acc_en", "0", current, &*settings);
+    if (current.view().starts_with(on ? '1' : '0')) return 0;
+    access_control = on;
+    record.Changed = 1;
+    return 0;
+}
+
+// A DMZ host hides the FTP server and the filter from the outside world; the page warns of it.
+void warn_of_dmz() {
+    const char* filter = find_val(posted, "filter_when");
+    if (field_is(posted, "vs_ftp_enable", "checked"))
+        warn_no = kDmzBesideFtpServer;
+    else if (filter && !is(filter, "never"))
+        warn_no = kDmzBesideFilter;
+}
+
+int save_enable_dmz(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kCheck || !store(record.DMZ, is(value, "checked"), record)) return 0;
+    record.VSChanged = 1;
+    if (record.DMZ) warn_of_dmz();
+    return 0;
+}
+
+template <void (*AddOctet)(AddressText&, const char*)>
+int save_dmz_octet(const char* value, int mode, Message& message, PPPConf& record) {
+    if (mode == kCheck) return 0;
+    if (!octet_fits(value)) {
+        refuse(kBadDmzOctet, message);
+        return 1;
+    }
+    AddOctet(record.DMZIPBuf, value);
+    return 0;
+}
+
+int save_dmz_ip_4(const char* value, int mode, Message& message, PPPConf& record) {
+    const int refused = save_dmz_octet<last_octet>(value, mode, message, record);
+    if (refused || mode == kCheck || record.DMZIPBuf == record.DMZ_IP) return refused;
+    record.DMZ_IP = record.DMZIPBuf;
+    record.Changed = record.VSChanged = 1;
+    return 0;
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
+    {"internet_access", nullptr, save_internet_access},
+    {"access_method", nullptr, save_access_method},
+    {"enable_web_access", nullptr, save_service<&PPPConf::SrvWeb>},
+    {"enable_sp_apps", nullptr, save_service<&PPPConf::SAP>},
+    {"enable_email", nullptr, save_service<&PPPConf::SrvEMail>},
+    {"enable_ftp", nullptr, save_service<&PPPConf::SrvFTP>},
+    {"enable_telnet", nullptr, save_service<&PPPConf::SrvTelNet>},
+    {"enable_ac", nullptr, save_enable_ac},
+    {"enable_dmz", nullptr, save_enable_dmz},
+    {"dmz_ip_1", nullptr, save_dmz_octet<first_octet>},
+    {"dmz_ip_2", nullptr, save_dmz_octet<middle_octet>},
+    {"dmz_ip_3", nullptr, save_dmz_octet<middle_octet>},
+    {"dmz_ip_4", nullptr, save_dmz_ip_4},
+});
+
+void switch_access_control(bool on) {
+    SetFileString("acc_en", on ? "yes" : "no", AccessControlF);
+    SetProfileString("ACC_CTRL", "acc_en", on ? "1" : "0", CgiQSFile);
+    chmod(AccessControlF, 0755);
+}
+
+// Everything that a changed record means, at once or queued.
+void put_into_force(const PPPConf& record, ProcHeads* heads, ProcFlags* queued, ProcTails* tails) {
+    SaveAccessMethod(record.Method, record.NatEnable);
+    SaveService(record);
+    if (record.SrvWeb && record.SAP)
+        en_sap();
+    else
+        dis_sap();
+    log_line("nat_conn: add process");
+    if (record.NetChanged)
+        AddProcToQueue(kRunWANConnect, heads, queued, tails);
+    else
+        act_change();
+    if (record.VSChanged) AddProcToQueue(kSaveAndRunVS, heads, queued, tails);
+}
+
+int check(const FormList* form, Message& message) {
+    if (!field_is(form, "internet_access", "checked")) return 0;
+    DnsText server;
+    GetDNS(server);
+    return server.empty() ? refuse(kNoDnsServer, message) : 0;
+}
+
+}  // namespace
+
+int get_nat_conn(const char* message, const FormList* form) {
+    return html_parser(kPage, key_fun_tab, {}, message, form);
+}
+
+int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
+                 int mode, Message& message) {
+    if (mode == kCheck) return check(form, message);
+    if (!field_is(form, "todo", "save")) return 0;
+    posted = form;
+    access_control.reset();
+    PPPConf record;
+    const int unreadable = ReadPPPConfig(&record);
+    if (unreadable) {
+        GetErrMsgByIndex(kNoRecord, message, PppConfFile);
+        return unreadable;
+    }
+    if (!replace_file(UserF, record.User)) log_line("cannot write %s", UserF);
+
+    bool any = false;
+    const int refused =
+        save_fields(key_fun_tab, form, Present::only_filled, mode, message, record, any);
+    if (refused) return refused;
+    if (!any || !record.Changed) return 0;
+    if (access_control) switch_access_control(*access_control);
+    const int unsaved = SavePPPConf(record, message);
+    if (unsaved) return unsaved;
+    put_into_force(record, heads, queued, tails);
+    return 0;
+}

@@ -1,0 +1,15 @@
+// The services and DMZ page, "nat_conn.htm".
+#pragma once
+
+#include "framework/page.h"
+
+// Renders the page; none of its keys has a value of its own, so it shows what was posted or
+// nothing.
+int get_nat_conn(const char* message, const FormList* form);
+
+// Check: sharing needs a DNS server (44). Set, for "save": stores the fields in the
+// internet-sharing record, the WAN settings and the service and access-control scripts, switches
+// the special applications, and queues "RSNat" and "SaVS" as needed. Refusals: 13, 39, 44, 48, or
+// the record's.
+int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
+                 int mode, Message& message);

@@ -1,0 +1,136 @@
+#include "nat/process.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/format.h"
+#include "framework/log.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/shell.h"
+#include "serial/ppp_conf.h"
+
+namespace {
+
+constexpr char kPidScratch[] = "pid";
+constexpr std::size_t kPidLine = 79;
+
+void log_errno(std::string_view format) { log_line(format, std::strerror(errno)); }
+
+// True for a line "net.ipv4.ip_forward =", with or without blanks before the "=".
+bool is_forwarding_line(std::string_view line) {
+    if (!line.starts_with(Key)) return false;
+    line.remove_prefix(sizeof Key - 1);
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    return line.starts_with('=');
+}
+
+}  // namespace
+
+int Delay1() {
+    sleep(2);
+    return 0;
+}
+
+int GetPid(const char* name, PidText& pid) {
+    const ScratchFile scratch(kPidScratch);
+    if (!scratch.ready()) return 0;
+    run_command(format_text("pidof %s > pid", name));
+    LineReader in(kPidScratch, kPidLine);
+    if (!in.is_open()) return 0;
+    while (in.next()) {
+        std::string_view line = in.piece();
+        const std::string_view word = take_word(line, " \r\n");
+        if (word.empty()) continue;
+        pid = word;
+        return 0;
+    }
+    return 1;
+}
+
+int ReadPidFile(const char* path) {
+    if (!path || std::string_view(path) == "none") return kCannotOpen;
+    const std::optional<std::string> line = read_first_line(path, kPidLine);
+    return line ? to_int(*line) : -1;
+}
+
+int SquidPid() {
+    Text<kSettingLine + 1> path;
+    GetPrivateProfileString(SquidConfF, "pid_filename", SquidPidF, path);
+    return ReadPidFile(path.c_str());
+}
+
+int StartSquid() {
+    PidText pid;
+    if (GetPid("squid", pid) == 0) return 0;
+    run_command("chmod 755 /etc/resolv.conf >/dev/null");
+    run_command(format_text("%ssquid >/dev/null", SquidPath));
+    log_line("StartSquid");
+    return 0;
+}
+
+int KillSquid() {
+    const int pid = SquidPid();
+    if (pid < 2) return 0;
+    return kill(pid, SIGTERM) == 0 ? 0 : -1;
+}
+
+int StopDiald() {
+    PidText pid;
+    if (GetPid("diald", pid) != 0) return 0;
+    const int status = run_command(format_text("kill -SIGTERM %s > /dev/null", pid.view()));
+    if (status != 0)
+        log_errno("StopDiald Kill diald Error: %s");
+    else
+        run_command("ifconfig sl0 down > /dev/null");
+    return status;
+}
+
+int StartDiald() {
+    if (Nat_Method() != kSerial) return 0;
+    int status = SetIPV4(Enable);
+    if (status != 0) {
+        log_errno("SetIPV4 Error: %s");
+        return status;
+    }
+    status = run_command(format_text("%s start > /dev/null", DialF));
+    if (status != 0) log_errno("StartDiald Error: %s");
+    return status;
+}
+
+int SetIPV4(const char* value) {
+    const Rewritten result = rewrite_lines(
+        NetworkF, NetTmpF, Replacement::kKeepMode,
+        [&](std::string_view line, Replacement& out) {
+            if (is_forwarding_line(line))
+                out.write_line(format_text("%s=%s", Key, value));
+            else
+                out.write(line);
+        },
+        [](Replacement&) {});
+    switch (result) {
+        case Rewritten::done:
+            return 0;
+        case Rewritten::unreadable:
+            return 1;
+        case Rewritten::no_temporary:
+        case Rewritten::not_written:
+            return 2;
+        case Rewritten::not_renamed:
+            break;
+    }
+    return -1;
+}
+
+int RestartNet() {
+    SetIPV4(PortEnabled() ? Enable : Disable);
+    for (const char* program : {SetTcpF, SetNetTalkF, SetDHCPF})
+        run_command(format_text("%s > /dev/null", program));
+    sync();
+    return 0;
+}

@@ -1,0 +1,15 @@
+// The appliance's own services in the start-up script "/etc/rc.d/rc.service". A section begins with
+// a header line and ends at the first empty line; each line of it begins with a mark: a blank when
+// it is active, "#" when it is disabled.
+#pragma once
+
+#include "serial/ppp_conf.h"
+
+// Rewrites one section: every line gets the mark, and the first one is handed to act_module when
+// `act` is set. The script gets mode 0744. 0; also 0, without any change, when the section or the
+// empty line behind it is missing. 1 when the script cannot be read or its temporary file not
+// written.
+int SetService(const char* header, char mark, const char* file, bool act);
+
+// Rewrites the FTP, e-mail, Telnet and web sections from the record.
+void SaveService(const PPPConf& record);

@@ -1,0 +1,233 @@
+#include "serial/ppp_conf.h"
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "framework/files.h"
+#include "framework/log.h"
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+
+namespace {
+
+constexpr int kCannotOpenFile = 14;
+constexpr int kCannotWriteFile = 64;
+
+// The lines of a new file. The VPN lines belong to an older firmware: nothing reads them and the
+// first save drops them.
+constexpr std::string_view kNewFile =
+    "Method=0\nBaudRate=115200\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\nPassword=\n"
+    "Security=0\nIdle=2\nDynamicIP=1\nIP=10.0.0.1\nPhone1=\nPhone2=\nPhone3=\nRetry=3\n"
+    "SrvWeb=1\nSAP=1\nSrvEMail=1\nSrvFTP=1\nSrvTelNet=1\n"
+    "Web=0\nWebIP=\nWebPort=80\nPop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\nSmtpPort=25\n"
+    "Ftp=0\nFtpIP=\nFtpDataPort=20\nFtpCtlPort=21\nHttps=0\n"
+    "VPN=0\nVPN_IP=\nVPN_IPSEC=500\nVPN_PPTP=1723\n"
+    "VS_UD1=0\nUD1_Name=\nUD1_IP=\nUD1_Port=0\nVS_UD2=0\nUD2_Name=\nUD2_IP=\nUD2_Port=0\n"
+    "VS_UD3=0\nUD3_Name=\nUD3_IP=\nUD3_Port=0\nVS_UD4=0\nUD4_Name=\nUD4_IP=\nUD4_Port=0\n"
+    "VS_UD5=0\nUD5_Name=\nUD5_IP=\nUD5_Port=0\nDMZ=0\nDMZ_IP=\n";
+
+using Number = int PPPConf::*;
+using Port = std::uint32_t PPPConf::*;
+using Setting = SettingText PPPConf::*;
+using Phone = PhoneText PPPConf::*;
+using Address = AddressText PPPConf::*;
+using Member = std::variant<Number, Port, Setting, Phone, Address>;
+
+// A line of the file: its key, its field, and the value of a missing key. Readers look a key up by
+// its beginning, so "Web" stands before "WebIP" and "WebPort", and so on.
+struct Line {
+    const char* key;
+    Member field;
+    std::string_view missing = "";
+};
+
+constexpr Line kLines[] = {
+    {"Method", &PPPConf::Method, "0"},
+    {"BaudRate", &PPPConf::BaudRate, "115200"},
+    {"Modem", &PPPConf::Modem, "_Standard Modem"},
+    {"InitStr", &PPPConf::InitStr, "AT&F"},
+    {"DialType", &PPPConf::DialType, "0"},
+    {"User", &PPPConf::User},
+    {"Password", &PPPConf::Password},
+    {"Security", &PPPConf::Security, "0"},
+    {"Idle", &PPPConf::Idle, "2"},
+    {"DynamicIP", &PPPConf::DynamicIP, "1"},
+    {"IP", &PPPConf::IP},
+    {"Phone1", &PPPConf::Phone1},
+    {"Phone2", &PPPConf::Phone2},
+    {"Phone3", &PPPConf::Phone3},
+    {"DNS", &PPPConf::DNS},
+    {"Retry", &PPPConf::Retry, "3"},
+    {"SrvWeb", &PPPConf::SrvWeb, "1"},
+    {"SAP", &PPPConf::SAP, "1"},
+    {"SrvEMail", &PPPConf::SrvEMail, "1"},
+    {"SrvFTP", &PPPConf::SrvFTP, "1"},
+    {"SrvTelNet", &PPPConf::SrvTelNet, "1"},
+    {"Web", &PPPConf::Web, "0"},
+    {"WebIP", &PPPConf::WebIP},
+    {"WebPort", &PPPConf::WebPort, "80"},
+    {"Pop3", &PPPConf::Pop3, "0"},
+    {"Pop3IP", &PPPConf::Pop3IP},
+    {"Pop3Port", &PPPConf::Pop3Port, "110"},
+    {"Smtp", &PPPConf::Smtp, "0"},
+    {"SmtpIP", &PPPConf::SmtpIP},
+    {"SmtpPort", &PPPConf::SmtpPort, "25"},
+    {"Ftp", &PPPConf::Ftp, "0"},
+    {"FtpIP", &PPPConf::FtpIP},
+    {"FtpDataPort", &PPPConf::FtpDataPort, "20"},
+    {"FtpCtlPort", &PPPConf::FtpCtlPort, "21"},
+    {"Https", &PPPConf::Https, "0"},
+};
+
+constexpr Line kLinesBehindUserServers[] = {
+    {"DMZ", &PPPConf::DMZ, "0"},
+    {"DMZ_IP", &PPPConf::DMZ_IP},
+};
+
+// The keys of user-defined server 1 to 5.
+struct UserServerKeys {
+    std::string enabled, name, ip, port;
+    explicit UserServerKeys(std::size_t number)
+        : enabled("VS_UD" + std::to_string(number)),
+          name("UD" + std::to_string(number) + "_Name"),
+          ip("UD" + std::to_string(number) + "_IP"),
+          port("UD" + std::to_string(number) + "_Port") {}
+};
+
+void read_field(PPPConf& record, int PPPConf::*field, const Line& line, const Profile* file) {
+    record.*field = static_cast<int>(GetProfileLong(line.key, to_long(line.missing), file));
+}
+
+void read_field(PPPConf& record, std::uint32_t PPPConf::*field, const Line& line,
+                const Profile* file) {
+    record.*field =
+        static_cast<std::uint32_t>(GetProfileLong(line.key, to_long(line.missing), file));
+}
+
+template <std::size_t N>
+void read_field(PPPConf& record, Text<N> PPPConf::*field, const Line& line, const Profile* file) {
+    GetProfileString(line.key, line.missing, record.*field, file);
+}
+
+void read_lines(PPPConf& record, std::span<const Line> lines, const Profile* file) {
+    for (const Line& line : lines)
+        std::visit([&](auto field) { read_field(record, field, line, file); }, line.field);
+}
+
+void read_user_server(UserServer& server, std::size_t number, const Profile* file) {
+    const UserServerKeys keys(number);
+    Text<UserServer::kReadSize> name;
+    AddressText ip;
+    server.VS_UD = GetProfileInt(keys.enabled, 0, file);
+    GetProfileString(keys.name, "", name, file);
+    server.set_name(name);
+    GetProfileString(keys.ip, "", ip, file);
+    server.set_ip(ip);
+    server.Port = static_cast<std::uint32_t>(GetProfileLong(keys.port, 0, file));
+}
+
+std::string as_text(int value) { return std::to_string(value); }
+std::string as_text(std::uint32_t value) { return std::to_string(value); }
+std::string_view as_text(std::string_view value) { return value; }
+
+template <class Value>
+void write_setting(Replacement& out, std::string_view key, const Value& value) {
+    out.write(key);
+    out.write("=");
+    out.write_line(as_text(value));
+}
+
+void write_lines(const PPPConf& record, std::span<const Line> lines, Replacement& out) {
+    for (const Line& line : lines)
+        std::visit([&](auto field) { write_setting(out, line.key, record.*field); }, line.field);
+}
+
+void write_user_server(const UserServer& server, std::size_t number, Replacement& out) {
+    const UserServerKeys keys(number);
+    write_setting(out, keys.enabled, server.VS_UD);
+    write_setting(out, keys.name, server.Name());
+    write_setting(out, keys.ip, server.IP());
+    write_setting(out, keys.port, server.Port);
+}
+
+PPPConf page_defaults() {
+    PPPConf record;
+    record.BaudRate = 115200;
+    record.Modem = "_Standard Modem";
+    record.InitStr = "AT&F";
+    record.Idle = 3;
+    record.DynamicIP = 1;
+    record.IP = "10.0.0.1";
+    record.Retry = 3;
+    record.SrvWeb = record.SAP = record.SrvEMail = record.SrvFTP = record.SrvTelNet = 1;
+    return record;
+}
+
+}  // namespace
+
+const PPPConf d_conf = page_defaults();
+
+void Init_PPPConf() {
+    if (!replace_file(PppConfFile, kNewFile, kSecretMode))
+        log_line("cannot create %s", PppConfFile);
+}
+
+int ReadPPPConfig(PPPConf* record) {
+    record->Changed = 0;
+    std::optional<Profile> file = Profile::open(PppConfFile);
+    if (!file) {
+        Init_PPPConf();
+        file = Profile::open(PppConfFile);
+    }
+    if (!file) {
+        Message message;
+        GetErrMsgByIndex(kCannotOpenFile, message, PppConfFile);
+        log_line("%s", message.view());
+        return 1;
+    }
+    read_lines(*record, kLines, &*file);
+    GetDNS(record->DNS);  // the appliance settings file owns it, whatever stands here
+    for (std::size_t i = 0; i < record->UD.size(); ++i)
+        read_user_server(record->UD[i], i + 1, &*file);
+    read_lines(*record, kLinesBehindUserServers, &*file);
+    record->NatEnable = PortEnabled();
+    return 0;
+}
+
+int SavePPPConf(PPPConf record, Message& message) {
+    Replacement out(PppConfFile, PppTmpFile, kSecretMode);
+    if (!out.is_open()) {
+        GetErrMsgByIndex(kCannotOpenFile, message, PppTmpFile);
+        return 1;
+    }
+    write_lines(record, kLines, out);
+    for (std::size_t i = 0; i < record.UD.size(); ++i) write_user_server(record.UD[i], i + 1, out);
+    write_lines(record, kLinesBehindUserServers, out);
+    switch (out.install()) {
+        case Replaced::done:
+            break;
+        case Replaced::not_written:
+            GetErrMsgByIndex(kCannotWriteFile, message, PppTmpFile);
+            return 1;
+        case Replaced::not_renamed:
+            message = format_text("Cannot rename %s to %s", PppTmpFile, PppConfFile);
+            return 3;
+    }
+    SetFileString("nat_enable", record.NatEnable ? "yes" : "no", NatConfF);
+    return 0;
+}
+
+int PortEnabled() {
+    const std::optional<Profile> file = Profile::open(NatConfF);
+    if (!file) return 0;
+    Text<8> value;
+    GetProfileString("nat_enable", "no", value, &*file);
+    return !value.view().starts_with("no");
+}
+
+int Nat_Method() {
+    if (!PortEnabled()) return kNoMethod;
+    return GetProfileInt("Method", kNoMethod, stream_of(Profile::open(PppConfFile)));
+}

@@ -1,0 +1,215 @@
+#include "wan/wan_conf.h"
+
+#include <sys/stat.h>
+
+#include <optional>
+
+#include "framework/files.h"
+#include "framework/format.h"
+#include "framework/log.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/quote.h"
+#include "nat/dial_files.h"
+
+namespace {
+
+// A setting that becomes a word of a command; one that could not stand there counts as missing.
+template <std::size_t N>
+Text<N> command_word(std::string_view key, std::string_view fallback, const char* file) {
+    Text<N> value;
+    GetProfileString(key, fallback, value, stream_of(Profile::open(file)));
+    if (value.empty() || !is_harmless(value)) value = fallback;
+    return value;
+}
+
+void set_network(std::string_view key, std::string_view value) {
+    SetProfileString("network", key, value, QSCfgF);
+}
+
+void set_pppoe(std::string_view key, const std::string& value) {
+    SetFileString(key, value, PPPoeConfF);
+}
+
+// The first three lines of the WAN settings file, as they stand, whatever they hold.
+std::array<std::string, 3> settings_to_keep() {
+    constexpr std::size_t kKeptLength = 63;
+    std::array<std::string, 3> kept = {"nat_enable=no", "nat_interface=eth0", "connect_method=2"};
+    LineReader in(NatConfF);
+    for (std::string& line : kept) {
+        if (!in.is_open() || !in.next()) break;
+        line = in.text().substr(0, kKeptLength);
+    }
+    return kept;
+}
+
+// Takes the value of a line "key=value".
+std::optional<std::string_view> value_behind(std::string_view line, std::string_view key) {
+    if (!line.starts_with(key)) return std::nullopt;
+    return line.substr(key.size());
+}
+
+void extract_octets(std::string_view text, Octets& octets) {
+    extract_ip(text, octets[0], octets[1], octets[2], octets[3]);
+}
+
+}  // namespace
+
+void SaveAccessMethod(int method, int enable) {
+    SetFileString("nat_enable", enable ? "yes" : "no", NatConfF);
+    SetFileString("connect_method", std::to_string(method), NatConfF);
+}
+
+void SavePPPoeConf(const PPPoeConf& record) {
+    std::string text;
+    for (const std::string& line : settings_to_keep()) text += line + "\n";
+    text += format_text("pppoe_username=%s\npppoe_password=%s\n", record.user.view(),
+                        record.password.view());
+    text += format_text("idle=%d\npppoe_dyna=%d\n", record.idle, record.dynamic);
+    text += record.address[0].empty() ? "pppoe_ip=\n" : "pppoe_ip=" + join_octets(record.address);
+    Replacement out(NatConfF, NatConfTmpF, kSecretMode);
+    if (out.is_open()) {
+        out.write(text);
+        if (out.install() != Replaced::done) log_line("cannot replace %s", NatConfF);
+    }
+    SavePPPoeSecret(record);
+
+    const std::string timeout = std::to_string(record.idle * 60L);
+    set_pppoe("USER", shell_word(record.user));
+    set_pppoe("DEMAND", record.idle ? timeout : "no");
+    set_pppoe("PPPOE_TIMEOUT", timeout);
+    const std::string service = shell_quoted_text(record.service);
+    set_pppoe("PPPOE_EXTRA", service.empty() ? "\"\"" : "\"-S " + service + "\"");
+}
+
+int SavePPPoeSecret(const PPPoeConf& record) {
+    const char* user = record.user.c_str();
+    const char* password = record.password.c_str();
+    int result = save_secret(PapF, PapTmpF, user, password, "PPPoE");
+    if (result == 0) result = save_secret(ChapF, ChapTmpF, user, password, "PPPoE");
+    chmod(PapF, kSecretMode);
+    chmod(ChapF, kSecretMode);
+    return result;
+}
+
+void SaveDirectConf(const DirectConf& record) {
+    const InterfaceText interface = wan_interface();
+    Replacement out(format_text("/etc/sysconfig/network-scripts/ifcfg-%s", interface.view()));
+    if (!out.is_open()) return;
+    out.write(interface_head(interface, record.dynamic ? "dhcp" : "none"));
+
+    struct Address {
+        const char* setting;
+        const char* variable;
+        const Octets& octets;
+    };
+    const Address addresses[] = {{"wan_ipaddr", "IPADDR", record.address},
+                                 {"wan_netmask", "NETMASK", record.netmask},
+                                 {"wan_gateway", "GATEWAY", record.gateway}};
+    for (const Address& address : addresses) {
+        const std::string text = record.dynamic ? "" : join_octets(address.octets);
+        set_network(address.setting, text);
+        if (!record.dynamic)
+            out.write_line(format_text("%s=%s", address.variable, shell_word(text)));
+    }
+    if (record.dynamic && !record.host_name.empty())
+        out.write_line(format_text("DHCP_HOSTNAME=%s", shell_word(record.host_name)));
+    set_network("wan_name", record.host_name);
+    set_network("dynamic", std::to_string(record.dynamic));
+    if (record.hardware_address.view().size() > 2)
+        out.write_line("MACADDR=" + shell_word(with_colons(record.hardware_address)));
+    set_network("wan_hw_addr", record.hardware_address);
+    if (out.install() != Replaced::done) log_line("cannot replace the interface file");
+}
+
+int GetPPPoeConf(PPPoeConf* record) {
+    constexpr int kFileMissing = 14;
+    if (!record) return 1;
+    *record = PPPoeConf{};
+    record->idle = 5;
+    record->dynamic = 1;
+    LineReader in(NatConfF);
+    if (!in.is_open()) return kFileMissing;
+    while (in.next()) {
+        const std::string_view line = in.text();
+        if (const auto user = value_behind(line, "pppoe_username=")) record->user = *user;
+        if (const auto password = value_behind(line, "pppoe_password="))
+            record->password = *password;
+        if (const auto idle = value_behind(line, "idle=")) record->idle = to_int(*idle);
+        if (const auto dynamic = value_behind(line, "pppoe_dyna="))
+            record->dynamic = to_int(*dynamic);
+        if (const auto address = value_behind(line, "pppoe_ip="))
+            extract_octets(*address, record->address);
+    }
+    const std::optional<Profile> file = Profile::open(PPPoeConfF);
+    if (!file) return kFileMissing;
+    Text<80> extra;
+    GetProfileString("PPPOE_EXTRA", "", extra, &*file);
+    const std::size_t option = extra.view().find("-S ");
+    if (option == std::string_view::npos) return 0;
+    std::string_view service = extra.view().substr(option + 3);
+    service = TrancateSpace(service.substr(0, service.find('"')));
+    record->service = shell_unquoted_text(service);
+    return 0;
+}
+
+int GetDirectConf(DirectConf* record) {
+    constexpr int kFileMissing = 14;
+    if (!record) return 1;
+    *record = DirectConf{};
+    LineReader in(QSCfgF);
+    if (!in.is_open()) return kFileMissing;
+    while (in.next()) {
+        const std::string_view line = in.text();
+        if (const auto dynamic = value_behind(line, "dynamic=")) record->dynamic = to_int(*dynamic);
+        if (const auto name = value_behind(line, "wan_name="))
+            if (!name->empty()) record->host_name = *name;
+        if (const auto address = value_behind(line, "wan_ipaddr="))
+            extract_octets(*address, record->address);
+        if (const auto netmask = value_behind(line, "wan_netmask="))
+            extract_octets(*netmask, record->netmask);
+        if (const auto gateway = value_behind(line, "wan_gateway="))
+            extract_octets(*gateway, record->gateway);
+        if (const auto hardware = value_behind(line, "wan_hw_addr="))
+            record->hardware_address = hardware->starts_with(' ') ? "" : *hardware;
+    }
+    return 0;
+}
+
+void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d) {
+    text = text.substr(0, text.find('\n'));
+    for (OctetText* octet : {&a, &b, &c, &d}) {
+        const std::size_t dot = text.find('.');
+        *octet = octet == &d ? text : text.substr(0, dot);
+        text.remove_prefix(dot == std::string_view::npos ? text.size() : dot + 1);
+    }
+}
+
+std::string join_octets(const Octets& octets) {
+    std::string text(octets[0]);
+    for (std::size_t i = 1; i < octets.size(); ++i) text.append(".").append(octets[i].view());
+    return text;
+}
+
+std::string with_colons(std::string_view hardware_address) {
+    std::string text;
+    hardware_address = hardware_address.substr(0, 12);
+    for (std::size_t i = 0; i < hardware_address.size(); i += 2)
+        text.append(text.empty() ? "" : ":").append(hardware_address.substr(i, 2));
+    return text;
+}
+
+std::string interface_head(std::string_view interface, const char* protocol) {
+    return format_text("DEVICE=%s\nONBOOT=no\nBOOTPROTO=%s\n", interface, protocol);
+}
+
+InterfaceText wan_interface() { return command_word<8>("nat_interface", "eth0", NatConfF); }
+
+InterfaceText lan_interface() { return command_word<8>("lan_interface", "eth1", QSCfgF); }
+
+Text<2> dynamic_setting() { return command_word<2>("dynamic", "0", QSCfgF); }
+
+void set_wan_if(int method) {
+    SetFileString("nat_interface", method == kPPPoE || method == kSerial ? "ppp0" : "eth0",
+                  NatConfF);
+}

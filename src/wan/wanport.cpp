@@ -1,0 +1,185 @@
+#include "wan/wanport.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <optional>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/format.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/shell.h"
+#include "nat/dial_files.h"
+#include "nat/process.h"
+#include "wan/wan_conf.h"
+
+namespace {
+
+constexpr std::size_t kScratchLine = 255;
+constexpr std::string_view kPlaceholder = "10.112.112.112";  // the link has not dialled yet
+constexpr std::string_view kDialdRemote = "10.0.0.2";
+constexpr char kPPPoeScript[] = "-x adsl-connect";
+
+bool sharing_is_on() {
+    Text<8> value;
+    GetProfileString("nat_enable", "no", value, stream_of(Profile::open(NatConfF)));
+    return value.view().starts_with('y');
+}
+
+// Whether the interface itself has a usable address, whatever the sharing switch says.
+bool has_address(std::string_view interface) {
+    constexpr std::string_view kMark = "inet addr:";
+    const std::string line =
+        first_output_line(format_text("/sbin/ifconfig %s | grep \"inet addr\" > /tmp/t", interface),
+                          "/tmp/t", kScratchLine)
+            .value_or("");
+    const std::size_t mark = line.find(kMark);
+    if (mark == std::string::npos) return false;
+    const std::string_view behind = std::string_view(line).substr(mark + kMark.size());
+    const std::string_view address = behind.substr(0, behind.find_first_of(" \t\r"));
+    if (address.empty() || address.front() == '0') return false;
+    const bool is_ppp = interface.starts_with('p');
+    return !is_ppp || (address != kPlaceholder && address != kDialdRemote);
+}
+
+void stop_direct_if_up() {
+    if (has_address("eth0")) StopDirectConnect();
+}
+
+void stop_pppoe_if_running() {
+    if (IsRunning(kPPPoeScript)) StopPPPoeConnect();
+}
+
+void stop_all_links() {
+    if (IsRunning("diald")) StopModemConnect();
+    stop_pppoe_if_running();
+    stop_direct_if_up();
+}
+
+// The proxy reads the resolver file as a user of its own, so it must be readable.
+bool start_squid_if_stopped() {
+    if (IsRunning("squid")) return false;
+    chmod(DNSF, 0644);
+    run_command(format_text("%ssquid > /dev/null", SquidPath));
+    return true;
+}
+
+void dial_start() { run_command(format_text("%s start > /dev/null", DialF)); }
+
+int count_sl0_routes() {
+    return to_int(first_output_line("route -n | grep sl0 -c > sl0.cnt", "sl0.cnt", kScratchLine)
+                      .value_or(""));
+}
+
+}  // namespace
+
+int IsRunning(const char* program) {
+    const std::string line = first_output_line(format_text("/sbin/pidof %s > /tmp/pid", program),
+                                               "/tmp/pid", kScratchLine)
+                                 .value_or("");
+    return line.size() > 1 && line[1] >= '0' && line[1] <= '9';
+}
+
+int IsInterface(const char* interface) { return sharing_is_on() && has_address(interface); }
+
+int DisableWAN() {
+    if (Nat_Method() != kNoMethod) return 0;
+    stop_all_links();
+    KillSquid();
+    RestartNet();
+    return 0;
+}
+
+int RunModemConnect() {
+    constexpr int kRoutesOfDiald = 3;
+    if (Nat_Method() != kSerial || IsRunning("diald")) return 0;
+    stop_pppoe_if_running();
+    stop_direct_if_up();
+    set_wan_if(kSerial);
+    RestartNet();
+    if (start_squid_if_stopped()) sync();
+    dial_start();
+    if (count_sl0_routes() != kRoutesOfDiald) {
+        StopModemConnect();
+        dial_start();
+    }
+    return 0;
+}
+
+int RunPPPoeConnect() {
+    if (Nat_Method() != kPPPoE) return 0;
+    stop_all_links();
+    if (!replace_file(IfCfgEth0F, interface_head("eth0", "none"))) return 0;
+    set_wan_if(kPPPoE);
+    RestartNet();
+    start_squid_if_stopped();
+    run_command("/usr/sbin/adsl-start > /dev/null");
+    return 0;
+}
+
+int RunDirectConnect() {
+    if (Nat_Method() != kDirect) return 0;
+    stop_all_links();
+    set_wan_if(kDirect);
+    DirectConf record;
+    GetDirectConf(&record);
+    SaveDirectConf(record);
+    RestartNet();
+    start_squid_if_stopped();
+    run_command("/sbin/ifup eth0 &> /dev/null");
+    run_command("/etc/ppp/ip-up eth0 &> /dev/null");
+    // The status page learns from this file how the address that is in use now was obtained.
+    const Text<2> dynamic = dynamic_setting();
+    if (create_anew(DynaF)) run_command(format_text("echo %s > /tmp/dyna", dynamic.view()));
+    return 0;
+}
+
+int RunWANConnect() {
+    StartSquid();
+    switch (Nat_Method()) {
+        case kNoMethod:
+            return DisableWAN();
+        case kDirect:
+            return RunDirectConnect();
+        case kPPPoE:
+            return RunPPPoeConnect();
+        case kSerial:
+            return RunModemConnect();
+        default:
+            return 0;
+    }
+}
+
+void StopModemConnect() {
+    run_command(format_text("%s stop > /dev/null", DialF));
+    run_command("ifconfig sl0 down > /dev/null");
+}
+
+void StopPPPoeConnect() {
+    run_command("/usr/sbin/adsl-stop > /dev/null");
+    run_command("/sbin/ifdown ppp0 &> /dev/null");
+}
+
+void StopDirectConnect() {
+    run_command(format_text("/sbin/ifdown %s &> /dev/null", wan_interface().view()));
+    // The script takes down what hangs on the LAN side, hence its interface.
+    run_command(format_text("/etc/ppp/ip-down %s > /dev/null", lan_interface().view()));
+}
+
+void Run_ip_up() {
+    if (!sharing_is_on()) return;
+    const bool is_ppp = IsRunning("diald") || IsRunning(kPPPoeScript);
+    const InterfaceText interface = is_ppp ? InterfaceText("ppp0") : wan_interface();
+    if (IsInterface(interface.c_str()))
+        run_command(format_text("/etc/ppp/ip-up %s > /dev/null", interface.view()));
+}
+
+int SaveModemConf(const PPPConf& record) {
+    Message message;
+    int result = SaveAllConf(record, message);
+    if (result == 0) result = SaveSecret();
+    if (result == 0) result = SaveOptions();
+    return result;
+}

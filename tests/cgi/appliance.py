@@ -1,0 +1,246 @@
+"""A private root with the appliance's files, in which single requests are run.
+
+The program's own commands are recorded on their way through /bin/sh and then really run, by bash. What they
+name (pidof, ifconfig, adsl-start, ...) is one stub that gives prepared answers. The shell's builtin kill is
+taken away, so that no test can signal a stranger's process; `kill` is a stub as well.
+"""
+
+import ctypes
+import os
+import re
+import shutil
+import stat
+import subprocess
+import urllib.parse
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parents[2]
+PROGRAM = Path(os.environ.get("NAT_PROGRAM") or PROJECT / "build/nat.cgi")
+SYMBOLIZE = PROJECT / "tests/sanitize/symbolize"
+SANITIZED = bool(os.environ.get("NAT_SANITIZED"))
+CLONE_NEWUSER = 0x10000000
+
+INSTALLED = "usr/lib/quillstead/nat.cgi"
+HARNESS = ".harness"  # the recorder's own folder in the root
+SHARED = {"bin/bash": "/bin/bash-static", "bin/busybox": "/bin/busybox", INSTALLED: PROGRAM}
+FOLDERS = (HARNESS + "/answers", "bin", "dev", "sbin", "tmp", "usr/sbin", "usr/bin", "var/log", "var/run", "www")
+TOOLS = """awk basename cat chmod chown cmp cp cut date dd dirname echo egrep expr find grep head id ln ls mkdir mktemp
+    mv printf rm rmdir sed seq sleep sort tail tee test touch tr true false uniq wc xargs""".split()
+STUBS = {
+    "bin": "kill ping",
+    "sbin": "depmod ifconfig ifdown ifup insmod ipchains ipvsadm lsmod modprobe pidof rmmod route",
+    "usr/sbin": "adsl-connect adsl-start adsl-stop chat diald pppd pppoe",
+    "etc/ppp": "dial",
+    "usr/local/squid/bin": "squid",
+    "usr/share/quillstead/network": "NET_ReadNetworkInfo NET_SetDHCPServer NET_SetDNS NET_SetNetatalk NET_SetTCPIP",
+    "usr/share/quillstead/public": "PUB_SetModule",
+}
+
+SECRETS = ("pap-secrets", "chap-secrets")
+
+SHELL = """#!/bin/bash
+enable -n kill
+export BASH_ENV=/.harness/bashrc
+[[ $1 == -c && $2 == -- ]] && set -- -c "${@:3}"
+if [[ $1 == -c && ! -v WITHIN ]]; then
+    printf '%s\\0' "$2" >> /.harness/commands
+    export WITHIN=
+    command=$2
+    set --
+    eval "$command"
+elif [[ -e /.harness/scripts_are_stubs && $1 == /etc/* ]]; then
+    name=${1##*/}
+    shift
+    . /.harness/stub
+else
+    exec /bin/bash "$@"
+fi
+"""
+STUB = """#!/bin/bash
+call="${name:-${0##*/}}${*:+ $*}"
+status=0 text=
+{ read -r status; IFS= read -rd '' text; } 2> /dev/null < "/.harness/answers/${call//\\//%}"
+printf '%s' "$text"
+exit "$status"
+"""
+
+
+def text_of(octets):
+    """The text of a file or answer, or its octets where they are no text."""
+    try:
+        return octets.decode()
+    except UnicodeDecodeError:
+        return octets
+
+
+def become_root():
+    """Gives an ordinary user a namespace of its own, in which it may change its root folder."""
+    user, group = os.getuid(), os.getgid()
+    if user == 0:
+        return
+    if ctypes.CDLL(None, use_errno=True).unshare(CLONE_NEWUSER) != 0:
+        raise OSError(ctypes.get_errno(), "no user namespace")
+    for name, line in ("setgroups", "deny"), ("uid_map", f"0 {user} 1"), ("gid_map", f"0 {group} 1"):
+        with open(f"/proc/self/{name}", "w") as file:
+            file.write(line)
+
+
+def enter(root):
+    become_root()
+    os.umask(0o022)
+    if not SANITIZED:
+        os.chroot(root)
+        os.chdir("/www")
+
+
+def make_template(root):
+    """Builds what every private root is copied from."""
+    root = Path(root)
+    for folder in (*FOLDERS, *STUBS):
+        (root / folder).mkdir(parents=True, exist_ok=True)
+    (root / "tmp").chmod(0o1777)
+    for tool in TOOLS:
+        (root / "bin" / tool).symlink_to("busybox")
+    for source, target in ("lab/factory", root), ("www", root / "www"):
+        shutil.copytree(PROJECT / source, target, dirs_exist_ok=True)
+    for path in root.rglob("*"):  # a checkout keeps nothing of a mode but the right to run
+        if path.is_file() and not path.is_symlink():
+            path.chmod(0o600 if path.name in SECRETS else 0o755 if path.stat().st_mode & 0o100 else 0o644)
+    for path, text in ("bin/sh", SHELL), (f"{HARNESS}/stub", STUB), (f"{HARNESS}/bashrc", "enable -n kill\n"):
+        (root / path).write_text(text)
+        (root / path).chmod(0o755)
+    for folder, names in STUBS.items():
+        for name in names.split():
+            (root / folder / name).unlink(missing_ok=True)
+            (root / folder / name).symlink_to(f"/{HARNESS}/stub")
+    try:
+        os.mknod(root / "dev/null", stat.S_IFCHR | 0o666, os.makedev(1, 3))
+        (root / "dev/null").chmod(0o666)
+    except PermissionError:
+        (root / "dev/null").touch()
+
+
+class Result:
+    """What one request answered, ran and changed."""
+
+    def __init__(self, finished, commands, before, after, mode):
+        self.status, self.stdout = finished.returncode, finished.stdout
+        self.stderr = finished.stderr.decode(errors="replace")
+        head, _, body = self.stdout.partition(b"\n\n")
+        self.body = text_of(body)
+        self.headers = dict(line.split(": ", 1) for line in head.decode("latin-1").splitlines() if ": " in line)
+        self.commands = commands
+        self.changed = {path: text_of(now) for path, now in after.items() if before.get(path) != now}
+        self.removed = before.keys() - after.keys()
+        self.mode = mode
+
+
+class Appliance:
+    def __init__(self, root, template):
+        self.root = Path(root)
+        subprocess.run(["cp", "-a", template, self.root], check=True)
+        for path, source in SHARED.items():
+            target = self.root / path
+            target.parent.mkdir(parents=True, exist_ok=True)
+            try:
+                os.link(os.path.realpath(source), target)
+            except OSError:  # another file system
+                shutil.copy2(source, target)
+
+    # The root's files. All paths are the appliance's own absolute ones.
+
+    def at(self, path):
+        return self.root / path.lstrip("/")
+
+    def read(self, path):
+        return text_of(self.at(path).read_bytes())
+
+    def write(self, path, text, mode=0o644):
+        self.at(path).parent.mkdir(parents=True, exist_ok=True)
+        self.at(path).write_bytes(text if isinstance(text, bytes) else text.encode())
+        self.at(path).chmod(mode)
+
+    def remove(self, path):
+        self.at(path).unlink()
+
+    def exists(self, path):
+        return os.path.lexists(self.at(path))
+
+    def mode(self, path):
+        return stat.S_IMODE(self.at(path).stat().st_mode)
+
+    def snapshot(self):
+        """The content of every file; of a link, where it leads."""
+        found = {}
+        for folder, folders, files in os.walk(self.root):
+            if folder == str(self.root):
+                folders[:] = [name for name in folders if name not in (HARNESS, "dev", "bin", "sbin")]
+            for name in (*files, *folders):
+                path = os.path.join(folder, name)
+                if os.path.islink(path):
+                    content = b"-> " + os.readlink(path).encode()
+                elif name in folders or path == str(self.at(INSTALLED)):
+                    continue
+                elif os.path.isfile(path):
+                    with open(path, "rb") as file:
+                        content = file.read()
+                else:
+                    content = b""  # a fifo
+                found[path[len(str(self.root)):]] = content
+        return found
+
+    # The appliance around the program.
+
+    def answer(self, call, text="", status=0):
+        """Prepares what a stubbed program prints and returns when called with exactly these words."""
+        self.write(f"/{HARNESS}/answers/{call.replace('/', '%')}", f"{status}\n{text}")
+
+    def stub_scripts(self, stubbed=True):
+        """Whether the scripts below /etc (ip-up, rc.ipvs, ...) are stubs too; otherwise they really run."""
+        if stubbed:
+            self.write(f"/{HARNESS}/scripts_are_stubs", "")
+        else:
+            self.at(f"/{HARNESS}/scripts_are_stubs").unlink(missing_ok=True)
+
+    # Requests.
+
+    def get(self, query="", env=None):
+        return self.request({"REQUEST_METHOD": "GET", "QUERY_STRING": query, **(env or {})}, b"")
+
+    def post(self, form, env=None):
+        body = form if isinstance(form, (bytes, str)) else urllib.parse.urlencode(form)
+        body = body.encode() if isinstance(body, str) else body
+        return self.request(
+            {
+                "REQUEST_METHOD": "POST",
+                "CONTENT_TYPE": "application/x-www-form-urlencoded",
+                "CONTENT_LENGTH": str(len(body)),
+                **(env or {}),
+            },
+            body,
+        )
+
+    def request(self, env, body):
+        """Runs the program once. A variable given as None is not set."""
+        env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", **env}
+        program = "/" + INSTALLED
+        if SANITIZED:
+            env["NAT_TEST_ROOT"] = str(self.root)
+            program = str(PROGRAM)
+        record = self.at(f"/{HARNESS}/commands")
+        record.unlink(missing_ok=True)
+        before = self.snapshot()
+        finished = subprocess.run(
+            [program],
+            env={name: value for name, value in env.items() if value is not None},
+            input=body,
+            capture_output=True,
+            preexec_fn=lambda: enter(self.root),
+            timeout=30,
+        )
+        commands = record.read_bytes().split(b"\0")[:-1] if record.exists() else []
+        result = Result(finished, [text_of(each) for each in commands], before, self.snapshot(), self.mode)
+        if finished.returncode < 0 or re.search("Sanitizer|runtime error:", result.stderr):
+            report = subprocess.run([SYMBOLIZE], input=result.stderr, stdout=subprocess.PIPE, text=True)
+            raise AssertionError(f"the program broke down, status {result.status}\n{report.stdout}")
+        return result
