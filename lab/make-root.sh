@@ -38,7 +38,7 @@ if [ -z "$keep" ]; then
     : >"$root/$mark"
     cp -R "$lab/factory/." "$root"
     mkdir -p "$root"/etc/diald
-    chmod 600 "$root"/etc/ppp/pap-secrets "$root"/etc/ppp/chap-secrets
+    chmod 600 "$root"/etc/ppp/{pap-secrets,chap-secrets,CGI_nat.conf}
 fi
 
 # bash is the shell because it alone takes bare command names from PATH and

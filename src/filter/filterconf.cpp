@@ -95,7 +95,7 @@ int get_filter_info(FilterConf* record) {
     if (!in.is_open()) return kCannotOpen;
     while (in.next())
         if (!in.piece().starts_with('#')) ParseLine(in.text(), *record);
-    return 0;
+    return in.failed() ? kCannotOpen : 0;
 }
 
 int ProcReconfigFilter() {

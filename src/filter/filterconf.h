@@ -24,7 +24,7 @@ struct FilterConf {
 };
 
 // Zeroes the record and fills it from the file; a value that cannot be understood stays 0. 0, or
-// -37 when the file cannot be opened.
+// -37 when the file cannot be read.
 int get_filter_info(FilterConf* record);
 
 // Makes the proxy read its settings again: a hang-up signal to the pid in its pid file. 0, or -36

@@ -36,6 +36,11 @@ std::string_view variable(const char* name) {
 
 bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
 
+std::string up_to_nul(std::string text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
 bool read_exactly(char* out, std::size_t length) {
     while (length > 0) {
         const ssize_t got = read(STDIN_FILENO, out, length);
@@ -150,13 +155,13 @@ void parse_data_keyvalue(FormEntry& entry, std::string_view text) {
         }
     };
     const std::size_t equals = text.find('=');
-    entry.key = decode(text.substr(0, equals)).c_str();
+    entry.key = up_to_nul(decode(text.substr(0, equals)));
     entry.value.reset();
     entry.has_control = false;
     if (equals == std::string_view::npos) return;
-    const std::string value = decode(text.substr(equals + 1));
+    std::string value = decode(text.substr(equals + 1));
     entry.has_control = std::any_of(value.begin(), value.end(), is_control);
-    entry.value = value.c_str();
+    entry.value = up_to_nul(std::move(value));
 }
 
 std::string unescape_url(std::string_view text) {

@@ -106,13 +106,16 @@ std::optional<std::string> read_file(const std::string& path, std::size_t limit)
     if (fd < 0) return std::nullopt;
     std::string text;
     std::array<char, 4096> block;
+    bool failed = false;
     while (text.size() < limit) {
         const ssize_t got = read(fd, block.data(), std::min(block.size(), limit - text.size()));
         if (got < 0 && errno == EINTR) continue;
+        failed = got < 0;
         if (got <= 0) break;
         text.append(block.data(), static_cast<std::size_t>(got));
     }
     close(fd);
+    if (failed) return std::nullopt;
     return text;
 }
 
@@ -131,18 +134,20 @@ Replacement::Replacement(std::string target, std::string temporary, mode_t mode)
     if (mode_ == kKeepMode) mode_ = replaces ? old.st_mode & 07777 : kPlainMode;
     const int fd = open_anew(temporary_);
     if (fd < 0) return;
-    created_ = true;
+    removable_ = true;
     file_ = fdopen(fd, "w");
     if (!file_) close(fd);
     state_ = file_ ? State::writing : State::failed;
 }
 
 Replacement::Replacement(const std::string& target, mode_t mode)
-    : Replacement(target, hidden_name_beside(target), mode) {}
+    : Replacement(target, hidden_name_beside(target), mode) {
+    hidden_ = true;
+}
 
 Replacement::~Replacement() {
     if (file_) std::fclose(file_);
-    if (created_) unlink(temporary_.c_str());
+    if (removable_) unlink(temporary_.c_str());
 }
 
 void Replacement::write(std::string_view text) {
@@ -187,7 +192,7 @@ Replaced Replacement::install() {
         unlink(renamed ? temporary_.c_str() : beside.c_str());
         errno = reason;
     }
-    created_ = false;
+    removable_ = !renamed && hidden_;
     if (!renamed) return Replaced::not_renamed;
     state_ = State::installed;
     flush_folder(target_);

@@ -48,7 +48,7 @@ private:
 // the file cannot be opened, an empty text when it is empty.
 std::optional<std::string> read_first_line(const std::string& path, std::size_t limit);
 
-// Reads at most `limit` bytes of a file; nothing when it cannot be opened.
+// Reads at most `limit` bytes of a file; nothing when it cannot be read.
 std::optional<std::string> read_file(const std::string& path,
                                      std::size_t limit = LineReader::kWholeLines);
 
@@ -56,7 +56,7 @@ std::optional<std::string> read_file(const std::string& path,
 enum class Replaced {
     done,
     not_written,  // a write failed, for one because the disk is full; the temporary file is gone
-    not_renamed,  // the temporary file stays and holds the new content
+    not_renamed,  // a temporary file that the caller named stays and holds the new content
 };
 
 // The new content of a file, written to a temporary file and put in the target's place in one step.
@@ -71,9 +71,9 @@ public:
     static constexpr mode_t kKeepMode = static_cast<mode_t>(-1);
 
     Replacement(std::string target, std::string temporary, mode_t mode = kKeepMode);
-    // With a hidden temporary file beside the target.
+    // With a hidden temporary file beside the target, which never outlives the replacement.
     explicit Replacement(const std::string& target, mode_t mode = kKeepMode);
-    ~Replacement();  // removes the temporary file unless it was installed or its rename failed
+    ~Replacement();  // removes what is left of the temporary file
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
 
@@ -99,7 +99,8 @@ private:
     gid_t group_;
     FILE* file_ = nullptr;
     State state_ = State::failed;
-    bool created_ = false;
+    bool removable_ = false;  // a temporary file is there, of no use to anybody
+    bool hidden_ = false;
     bool line_open_ = false;
 };
 

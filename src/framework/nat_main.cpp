@@ -4,7 +4,9 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 
 #include "framework/cgi-lib.h"
@@ -13,6 +15,7 @@
 #include "framework/message.h"
 #include "framework/msgfile.h"
 #include "framework/page_table.h"
+#include "framework/parser.h"
 #include "framework/post_cgi.h"
 #include "serial/ppp_conf.h"
 
@@ -48,6 +51,8 @@ int view(const char* next_file) {
 }  // namespace
 
 int main() {
+    static std::array<char, kPageSize + BUFSIZ> output;  // the answer leaves in one piece
+    std::setvbuf(stdout, output.data(), _IOFBF, output.size());
     log_line("Enter MAIN");
     wait_for_turn();
     signal(SIGCHLD,

@@ -7,8 +7,13 @@
 #include "nat/dial_files.h"
 #include "nat/nat_base.h"
 #include "nat/nat_conn.h"
+#include "nat/nat_vs.h"
 #include "nat/process.h"
 #include "nat/vs_script.h"
+#include "wan/dc_st.h"
+#include "wan/ppp_st.h"
+#include "wan/wan_dc.h"
+#include "wan/wan_ppp.h"
 #include "wan/wanport.h"
 
 namespace {
@@ -17,7 +22,7 @@ constexpr std::array<CgiPage, kPages> kCgiTab = {{
     {"nat_base.htm", get_nat_base, nullptr},
     {"nat_sap.htm", get_plain<"nat_sap.htm">, set_plain},
     {"nat_conn.htm", get_nat_conn, set_nat_conn},
-    {"nat_vs.htm", get_plain<"nat_vs.htm">, set_plain},
+    {"nat_vs.htm", get_vs, set_vs},
     {"nat_filter.htm", get_plain<"nat_filter.htm">, set_plain},
     {"sp_base.htm", get_plain<"sp_base.htm">, nullptr},
     {"sp_port.htm", get_plain<"sp_port.htm">, set_plain},
@@ -25,10 +30,10 @@ constexpr std::array<CgiPage, kPages> kCgiTab = {{
     {"sp_status.htm", get_plain<"sp_status.htm">, set_plain},
     {"sites_allow.htm", get_plain<"sites_allow.htm">, set_plain},
     {"sites_ban.htm", get_plain<"sites_ban.htm">, set_plain},
-    {"wan_dc.htm", get_plain<"wan_dc.htm">, set_plain},
-    {"dc_status.htm", get_plain<"dc_status.htm">, set_plain},
-    {"ppp_status.htm", get_plain<"ppp_status.htm">, set_plain},
-    {"wan_ppp.htm", get_plain<"wan_ppp.htm">, set_plain},
+    {"wan_dc.htm", get_wan_dc, set_wan_dc},
+    {"dc_status.htm", get_dc_status, set_dc_status},
+    {"ppp_status.htm", get_ppp_status, set_ppp_status},
+    {"wan_ppp.htm", get_wan_ppp, set_wan_ppp},
     {"filterlog.htm", get_plain<"filterlog.htm">, set_plain},
     {"ac_cfg.htm", get_plain<"ac_cfg.htm">, set_plain},
 }};

@@ -51,19 +51,24 @@ public:
         page_.reserve(kPageSize);
         while (!rest_.empty() && !stopped_) {
             last_failure_.reset();
-            const char c = take();
-            if (c == '@')
-                key_marker();
-            else if (c == '/')
-                list_marker();
-            else
-                copy({c});
+            if (!copy_plain()) take() == '@' ? key_marker() : list_marker();
         }
         if (stopped_) last_failure_ = kPageTooLarge;
         return {std::move(page_), last_failure_};
     }
 
 private:
+    // Copies the text before the next character that can begin a marker; false when there is none.
+    bool copy_plain() {
+        const auto begins_marker = [](char c) { return c == '@' || c == '/'; };
+        const auto end = std::find_if(rest_.begin(), rest_.end(), begins_marker);
+        const std::string_view plain =
+            rest_.substr(0, static_cast<std::size_t>(end - rest_.begin()));
+        rest_.remove_prefix(plain.size());
+        copy(plain);
+        return !plain.empty();
+    }
+
     char take() {
         const char c = rest_.front();
         rest_.remove_prefix(1);
@@ -166,7 +171,7 @@ private:
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 template <class Row>
-int index_of(std::span<const Row> rows, const char* Row::*name, std::string_view wanted) {
+int index_of(std::span<const Row> rows, std::string_view Row::*name, std::string_view wanted) {
     for (std::size_t i = 0; i < rows.size(); ++i)
         if (wanted == rows[i].*name) return static_cast<int>(i);
     return -1;

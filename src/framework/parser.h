@@ -34,20 +34,20 @@ using FieldSaver = int (*)(const char* value, int mode, Message& message, Record
 // A row of a page's key table. Either function may be missing.
 template <class Record>
 struct KeyFun {
-    const char* key;
+    std::string_view key;
     ValueGetter getter;
     FieldSaver<Record> saver;
 };
 
 // A row of a page's list table.
 struct ArrayFun {
-    const char* name;
+    std::string_view name;
     ListGetter generator;
 };
 
 // What the engine needs of a row of a key table.
 struct KeyGetter {
-    const char* key;
+    std::string_view key;
     ValueGetter getter;
 };
 

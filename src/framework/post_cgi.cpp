@@ -41,7 +41,6 @@ public:
         if (holds_control_character()) return show_refusal();
         const bool is_save = std::string_view(todo_) == "save";
         const bool accepted = is_save ? set_group() : set_page();
-        log_line("After setfun");
         if (!accepted) return show_refusal();
         return run_actions() ? show_next_page() : show_failed_action();
     }
@@ -108,7 +107,9 @@ private:
         int last = 0;
         get_cgi_range(this_file_, first, last, status_);
         log_line("  cgi start index=%d sotp=%d", first, last);
-        return call_setters(first, last, kCheck) && call_setters(first, last, kSet);
+        const bool accepted = call_setters(first, last, kCheck) && call_setters(first, last, kSet);
+        log_line("After setfun");
+        return accepted;
     }
 
     bool call_setters(int first, int last, Mode mode) {

@@ -32,8 +32,9 @@ std::optional<std::string_view> find_by_prefix(std::string_view key, const Profi
     std::string_view rest = stream ? stream->content() : "";
     while (!rest.empty()) {
         std::string_view piece = take_piece(rest);
+        if (!piece.starts_with(key)) continue;
         const std::size_t equals = piece.find('=');
-        if (equals == std::string_view::npos || !piece.substr(0, equals).starts_with(key)) continue;
+        if (equals == std::string_view::npos || equals < key.size()) continue;
         if (piece.ends_with('\n')) piece.remove_suffix(1);
         return piece.substr(equals + 1);
     }

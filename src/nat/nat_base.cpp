@@ -15,7 +15,6 @@ namespace {
 
 constexpr char kPage[] = "nat_base.htm";
 
-constexpr int kNoRecord = 13;
 constexpr int kNoFilterSettings = 41;
 
 PPPConf conf;
@@ -253,12 +252,10 @@ constexpr std::array key_fun_tab = std::to_array<Row>({
 
 int get_nat_base(const char* message, const FormList* form) {
     Message failure;
-    const auto report = [&](int number) {
-        if (message) return;
-        GetErrMsgByIndex(number, failure, PppConfFile);
+    if (read_record(&conf, failure) != 0 && !message) message = failure.c_str();
+    if (get_filter_info(&flt_conf) != 0 && !message) {
+        GetErrMsgByIndex(kNoFilterSettings, failure);
         message = failure.c_str();
-    };
-    if (ReadPPPConfig(&conf) != 0) report(kNoRecord);
-    if (get_filter_info(&flt_conf) != 0) report(kNoFilterSettings);
+    }
     return html_parser(kPage, key_fun_tab, {}, message, form);
 }

@@ -21,7 +21,6 @@ namespace {
 
 constexpr char kPage[] = "nat_conn.htm";
 
-constexpr int kNoRecord = 13;
 constexpr int kAddressFromDhcp = 39;
 constexpr int kNoDnsServer = 44;
 constexpr int kBadDmzOctet = 48;
@@ -39,14 +38,6 @@ int refuse(int number, Message& message) {
 }
 
 bool is(const char* value, std::string_view text) { return value == text; }
-
-// Stores a value that differs; tells whether it did.
-bool store(int& field, int value, PPPConf& record) {
-    if (field == value) return false;
-    field = value;
-    record.Changed = 1;
-    return true;
-}
 
 // The appliance's own address comes from a DHCP server.
 bool DhcpClient() {
@@ -80,7 +71,7 @@ int save_access_method(const char* value, int mode, Message&, PPPConf& record) {
 
 template <int PPPConf::*Service>
 int save_service(const char* value, int mode, Message&, PPPConf& record) {
-    if (mode == kSet) store(record.*Service, !is(value, "unchecked"), record);
+    if (mode == kSet) store(record.*Service, int{!is(value, "unchecked")}, record);
     return 0;
 }
 
@@ -107,7 +98,7 @@ void warn_of_dmz() {
 }
 
 int save_enable_dmz(const char* value, int mode, Message&, PPPConf& record) {
-    if (mode == kCheck || !store(record.DMZ, is(value, "checked"), record)) return 0;
+    if (mode == kCheck || !store(record.DMZ, int{is(value, "checked")}, record)) return 0;
     record.VSChanged = 1;
     if (record.DMZ) warn_of_dmz();
     return 0;
@@ -126,9 +117,8 @@ int save_dmz_octet(const char* value, int mode, Message& message, PPPConf& recor
 
 int save_dmz_ip_4(const char* value, int mode, Message& message, PPPConf& record) {
     const int refused = save_dmz_octet<last_octet>(value, mode, message, record);
-    if (refused || mode == kCheck || record.DMZIPBuf == record.DMZ_IP) return refused;
-    record.DMZ_IP = record.DMZIPBuf;
-    record.Changed = record.VSChanged = 1;
+    if (refused || mode == kCheck) return refused;
+    if (store(record.DMZ_IP, record.DMZIPBuf, record)) record.VSChanged = 1;
     return 0;
 }
 
@@ -190,11 +180,8 @@ int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, Proc
     posted = form;
     access_control.reset();
     PPPConf record;
-    const int unreadable = ReadPPPConfig(&record);
-    if (unreadable) {
-        GetErrMsgByIndex(kNoRecord, message, PppConfFile);
-        return unreadable;
-    }
+    const int unreadable = read_record(&record, message);
+    if (unreadable) return unreadable;
     if (!replace_file(UserF, record.User)) log_line("cannot write %s", UserF);
 
     bool any = false;

@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr int kCannotReadFile = 13;
 constexpr int kCannotOpenFile = 14;
 constexpr int kCannotWriteFile = 64;
 
@@ -40,7 +41,7 @@ using Member = std::variant<Number, Port, Setting, Phone, Address>;
 struct Line {
     const char* key;
     Member field;
-    std::string_view missing = "";
+    std::string_view missing{};
 };
 
 constexpr Line kLines[] = {
@@ -152,7 +153,7 @@ void write_user_server(const UserServer& server, std::size_t number, Replacement
     write_setting(out, keys.port, server.Port);
 }
 
-PPPConf page_defaults() {
+constexpr PPPConf page_defaults() {
     PPPConf record;
     record.BaudRate = 115200;
     record.Modem = "_Standard Modem";
@@ -167,7 +168,7 @@ PPPConf page_defaults() {
 
 }  // namespace
 
-const PPPConf d_conf = page_defaults();
+constinit const PPPConf d_conf = page_defaults();
 
 void Init_PPPConf() {
     if (!replace_file(PppConfFile, kNewFile, kSecretMode))
@@ -194,6 +195,12 @@ int ReadPPPConfig(PPPConf* record) {
     read_lines(*record, kLinesBehindUserServers, &*file);
     record->NatEnable = PortEnabled();
     return 0;
+}
+
+int read_record(PPPConf* record, Message& message) {
+    const int unreadable = ReadPPPConfig(record);
+    if (unreadable) GetErrMsgByIndex(kCannotReadFile, message, PppConfFile);
+    return unreadable;
 }
 
 int SavePPPConf(PPPConf record, Message& message) {

@@ -101,6 +101,19 @@ void Init_PPPConf();
 // A missing key takes its default. 0, or 1 when there is no file (the record stays as it was).
 int ReadPPPConfig(PPPConf* record);
 
+// ReadPPPConfig for a page: on failure with message 13 in `message`.
+int read_record(PPPConf* record, Message& message);
+
+// Stores a value in a field of the record and marks the record as changed when it differs; tells
+// whether it did.
+template <class Field, class Value>
+bool store(Field& field, const Value& value, PPPConf& record) {
+    if (field == value) return false;
+    field = value;
+    record.Changed = 1;
+    return true;
+}
+
 // Writes the record through "/etc/ppp/nat_ppp.tmp" and then "nat_enable" of the WAN settings file.
 // 0; 1 the temporary file could not be created (or written), 3 it could not be renamed, then with a
 // text in `message`.

@@ -36,7 +36,7 @@ STUBS = {
     "usr/share/quillstead/public": "PUB_SetModule",
 }
 
-SECRETS = ("pap-secrets", "chap-secrets")
+SECRETS = ("pap-secrets", "chap-secrets", "CGI_nat.conf")
 
 SHELL = """#!/bin/bash
 enable -n kill

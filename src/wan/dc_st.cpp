@@ -1,0 +1,103 @@
+// The direct-connection status page shows the WAN port as the appliance's network-information
+// program sees it. What has not been asked is empty; what the program does not know is a blank.
+#include "wan/dc_st.h"
+
+#include <optional>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/shell.h"
+#include "wan/dns_fields.h"
+#include "wan/wanport.h"
+
+namespace {
+
+constexpr char kPage[] = "dc_status.htm";
+constexpr char kInfoF[] = "/tmp/ifcfg";
+constexpr std::string_view kUnknown = " ";
+
+using StatusText = Text<20>;
+
+struct DirectStatus {
+    StatusText hardware_address;
+    StatusText address;
+    StatusText netmask;
+    StatusText gateway;
+    bool dhcp = false;
+};
+
+DirectStatus status;
+
+// The method that the WAN settings name; a second line overrides the first, further ones do not
+// count.
+bool is_direct(LineReader& settings) {
+    constexpr std::string_view kKey = "connect_method=";
+    bool direct = false;
+    for (int seen = 0; seen < 2 && settings.next();) {
+        const std::string_view line = settings.text();
+        if (!line.starts_with(kKey)) continue;
+        direct = line.substr(kKey.size()).starts_with('1');
+        ++seen;
+    }
+    return direct;
+}
+
+// How the address in use was obtained; the setting may have changed since.
+bool has_lease() {
+    const std::string in_use = read_first_line(DynaF, 1).value_or("");
+    if (!in_use.empty()) return in_use != "0";
+    return GetProfileInt("dynamic", 0, stream_of(Profile::open(QSCfgF))) != 0;
+}
+
+DirectStatus get_dc_st() {
+    DirectStatus found;
+    LineReader settings(NatConfF);
+    if (!settings.is_open()) return found;
+    const bool direct = is_direct(settings);
+    const ScratchFile output(kInfoF);
+    if (!output.ready()) return found;
+    run_command("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0 > /tmp/ifcfg");
+    const std::optional<Profile> info = Profile::open(kInfoF);
+    if (!info) return found;
+    const Profile* link = direct ? &*info : nullptr;
+    GetProfileString("HWADDR", kUnknown, found.hardware_address, &*info);
+    GetProfileString("IPADDR", kUnknown, found.address, link);
+    GetProfileString("NETMASK", kUnknown, found.netmask, link);
+    GetProfileString("GATEWAY", kUnknown, found.gateway, link);
+    found.dhcp = has_lease();
+    return found;
+}
+
+template <StatusText DirectStatus::*Field>
+int get_text(ValueText& value, LongText&, int&) {
+    value = (status.*Field).view();
+    return 0;
+}
+
+int get_dc_wan_dhcp(ValueText& value, LongText&, int&) {
+    value = status.dhcp ? "yes" : "no";
+    return 0;
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
+    {"dc_ph_add", get_text<&DirectStatus::hardware_address>, nullptr},
+    {"dc_ip_address", get_text<&DirectStatus::address>, nullptr},
+    {"dc_mask", get_text<&DirectStatus::netmask>, nullptr},
+    {"dc_gw", get_text<&DirectStatus::gateway>, nullptr},
+    {"dc_wan_dhcp", get_dc_wan_dhcp, nullptr},
+    {"wan_dns", get_wan_dns, nullptr},
+});
+
+}  // namespace
+
+int get_dc_status(const char* message, const FormList* form) {
+    status = get_dc_st();
+    return html_parser(kPage, key_fun_tab, {}, message, form);
+}
+
+int set_dc_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {
+    if (mode == kSet && field_is(form, "todo", "dc_connect")) RunDirectConnect();
+    return 0;
+}

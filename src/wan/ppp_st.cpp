@@ -1,0 +1,122 @@
+// The PPPoE status page shows whether the link is up and what it has got, and pppd's log. What has
+// not been asked is empty; what is not known is a blank.
+#include "wan/ppp_st.h"
+
+#include <unistd.h>
+
+#include <optional>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/log.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/shell.h"
+#include "serial/ppp_conf.h"
+#include "wan/dns_fields.h"
+#include "wan/wanport.h"
+
+namespace {
+
+constexpr char kPage[] = "ppp_status.htm";
+constexpr char kInfoF[] = "/tmp/ifcfg";
+constexpr char kPppdLogF[] = "/var/log/pppd.log";
+constexpr std::size_t kLogShown = 7999;
+constexpr std::string_view kUnknown = " ";
+
+using StatusText = Text<20>;
+
+struct PPPStatus {
+    StatusText hardware_address;
+    StatusText address;
+    StatusText netmask;
+    bool up = false;
+};
+
+PPPStatus status;
+
+// What the network-information program prints, by the command that asks it.
+std::optional<Profile> network_info(const char* command) {
+    const ScratchFile output(kInfoF);
+    if (!output.ready()) return std::nullopt;
+    run_command(command);
+    return Profile::open(kInfoF);
+}
+
+// A link that has not dialled yet has a placeholder.
+bool is_placeholder(std::string_view address) {
+    return address.starts_with("10.112.112.112") || address.starts_with("0.0.0.0");
+}
+
+PPPStatus get_p3_st() {
+    PPPStatus found;
+    const int method = GetProfileInt("connect_method", 0, stream_of(Profile::open(NatConfF)));
+    if (method != kPPPoE) return found;
+    const std::optional<Profile> port =
+        network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0>/tmp/ifcfg");
+    GetProfileString("HWADDR", kUnknown, found.hardware_address, stream_of(port));
+    found.address = found.netmask = kUnknown;
+    if (!IsRunning("pppoe")) return found;
+    const std::optional<Profile> link =
+        network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo ppp0>/tmp/ifcfg");
+    if (!link) return found;
+    StatusText address;
+    GetProfileString("IPADDR", kUnknown, address, &*link);
+    if (is_placeholder(address)) return found;
+    found.address = address;
+    GetProfileString("NETMASK", kUnknown, found.netmask, &*link);
+    found.up = true;
+    return found;
+}
+
+template <StatusText PPPStatus::*Field>
+int get_text(ValueText& value, LongText&, int&) {
+    value = (status.*Field).view();
+    return 0;
+}
+
+int get_ppp_link_status(ValueText& value, LongText&, int&) {
+    value = status.up ? "on" : "off";
+    return 0;
+}
+
+int get_ppp_wan_log(ValueText&, LongText& text, int&) {
+    const std::string log = read_file(kPppdLogF, kLogShown).value_or("");
+    text = log.c_str();  // up to the first NUL
+    return 0;
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
+    {"ppp_ph_add", get_text<&PPPStatus::hardware_address>, nullptr},
+    {"ppp_link_status", get_ppp_link_status, nullptr},
+    {"ppp_ip_address", get_text<&PPPStatus::address>, nullptr},
+    {"ppp_mask", get_text<&PPPStatus::netmask>, nullptr},
+    {"ppp_wan_log", get_ppp_wan_log, nullptr},
+    {"wan_dns", get_wan_dns, nullptr},
+});
+
+// The link dials when a packet wants to cross it.
+void connect() {
+    RunPPPoeConnect();
+    sleep(1);
+    run_command("ping -c1 -q 10.112.112.113 > /dev/null &");
+}
+
+void clear_log() {
+    if (truncate(kPppdLogF, 0) != 0) log_line("cannot empty %s", kPppdLogF);
+}
+
+}  // namespace
+
+int get_ppp_status(const char* message, const FormList* form) {
+    status = get_p3_st();
+    return html_parser(kPage, key_fun_tab, {}, message, form);
+}
+
+int set_ppp_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {
+    if (mode != kSet) return 0;
+    if (field_is(form, "todo", "ppp_connect")) connect();
+    if (field_is(form, "todo", "ppp_disconnect")) RunPPPoeConnect();
+    if (field_is(form, "todo", "ppp_clearlog")) clear_log();
+    return 0;
+}

@@ -1,0 +1,207 @@
+// The direct-connection page gives the Ethernet WAN port a fixed address or DHCP, the host name for
+// the DHCP server, a hardware address of its own, and the appliance its DNS servers. Providers tie
+// an account to one network card; with its address the port stands in for the card.
+#include "wan/wan_dc.h"
+
+#include <optional>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "nat/address_fields.h"
+#include "wan/dns_fields.h"
+#include "wan/wan_conf.h"
+
+namespace {
+
+constexpr char kPage[] = "wan_dc.htm";
+
+constexpr int kNoSettings = 13;
+constexpr int kBadOctet = 19;
+constexpr int kBadHardwareAddress = 63;
+
+constexpr std::size_t kHardwareDigits = 12;
+constexpr std::string_view kNotInDeviceName = " \"&'()*+,/:;<=>?[\\]`|";
+constexpr std::string_view kBadDeviceName =
+    "Invalid character or characters in Device Name.\n\n"
+    "The following characters are not allowed:\n"
+    "\\/[]<>,:;|=+*?'`\"()&";
+static_assert(kBadDeviceName.size() <= Message::capacity);
+
+DirectConf shown;
+
+int refuse(int number, Message& message) {
+    GetErrMsgByIndex(number, message);
+    return number;
+}
+
+// ---- the hardware address ----
+
+Text<80> stored_hardware_address() {
+    Text<80> stored;
+    GetProfileString("wan_hw_addr", "", stored, stream_of(Profile::open(QSCfgF)));
+    return stored;
+}
+
+// The address that the port was made with.
+std::string own_hardware_address() {
+    constexpr std::size_t kLine = 29;
+    const std::string line =
+        first_output_line(
+            "/usr/share/quillstead/network/NET_ReadNetworkInfo eth0 | grep HWADDR > mac.tmp",
+            "mac.tmp", kLine)
+            .value_or("");
+    const std::size_t equals = line.find('=');
+    if (equals == std::string::npos) return "";
+    std::string address = line.substr(equals + 1);
+    std::erase(address, ':');
+    return address.substr(0, kHardwareDigits);
+}
+
+bool is_hardware_address(std::string_view text) {
+    return text.find_first_not_of("0123456789abcdefABCDEF") >= kHardwareDigits &&
+           text.size() >= kHardwareDigits;
+}
+
+void store_hardware_address(std::string_view address) {
+    SetProfileString("network", "wan_hw_addr", address, QSCfgF);
+}
+
+int take_back_hardware_address() {
+    store_hardware_address("");
+    SetFileString("MACADDR", std::nullopt, IfCfgEth0F);
+    return 0;
+}
+
+int change_hardware_address(const char* address, Message& message) {
+    if (!address) return 0;
+    if (!is_hardware_address(address)) return refuse(kBadHardwareAddress, message);
+    store_hardware_address(address);
+    SetFileString("MACADDR", with_colons(address), IfCfgEth0F);
+    return 0;
+}
+
+int get_wan_mac_address(ValueText& value, LongText&, int&) {
+    value = stored_hardware_address().view();
+    if (value.empty()) value = own_hardware_address();
+    return 0;
+}
+
+// A save leaves the address to the buttons, whatever stands in the field.
+int save_wan_mac_address(const char*, int, Message&, DirectConf& record) {
+    record.hardware_address = stored_hardware_address().view();
+    return 0;
+}
+
+// ---- addresses and names ----
+
+template <Octets DirectConf::*Address, std::size_t Number>
+int get_octet(ValueText& value, LongText&, int&) {
+    value = (shown.*Address)[Number - 1].view();
+    return 0;
+}
+
+template <Octets DirectConf::*Address, std::size_t Number>
+int save_octet(const char* value, int, Message& message, DirectConf& record) {
+    const int refused = check_octet(value, message);
+    if (!refused) (record.*Address)[Number - 1] = value;
+    return refused;
+}
+
+template <std::size_t Number>
+int save_ip(const char* value, int mode, Message& message, DirectConf& record) {
+    if (!octet_fits(value)) return refuse(kBadOctet, message);
+    return save_octet<&DirectConf::address, Number>(value, mode, message, record);
+}
+
+int get_device_name(ValueText& value, LongText&, int&) {
+    value = shown.host_name.view();
+    return 0;
+}
+
+int save_device_name(const char* value, int, Message& message, DirectConf& record) {
+    const std::string_view name = value;
+    if (name.find_first_of(kNotInDeviceName) != std::string_view::npos) {
+        message = kBadDeviceName;
+        return 1;
+    }
+    record.host_name = name;
+    return 0;
+}
+
+int get_default_name(ValueText& value, LongText&, int&) {
+    Text<127> name;
+    GetProfileString("default_server_name", "", name, stream_of(Profile::open(QSCfgF)));
+    value = name.view();
+    return 0;
+}
+
+int get_isp_ip_type(ValueText& value, LongText&, int&) {
+    value = shown.dynamic ? "dynamic" : "fixed";
+    return 0;
+}
+
+int save_isp_ip_type(const char* value, int, Message&, DirectConf& record) {
+    record.dynamic = std::string_view(value) == "dynamic";
+    return 0;
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<DirectConf>>({
+    {"wan_mac_address", get_wan_mac_address, save_wan_mac_address},
+    {"nat_isp_ip01", get_octet<&DirectConf::address, 1>, save_ip<1>},
+    {"nat_isp_ip02", get_octet<&DirectConf::address, 2>, save_ip<2>},
+    {"nat_isp_ip03", get_octet<&DirectConf::address, 3>, save_ip<3>},
+    {"nat_isp_ip04", get_octet<&DirectConf::address, 4>, save_ip<4>},
+    {"nat_isp_mask01", get_octet<&DirectConf::netmask, 1>, save_octet<&DirectConf::netmask, 1>},
+    {"nat_isp_mask02", get_octet<&DirectConf::netmask, 2>, save_octet<&DirectConf::netmask, 2>},
+    {"nat_isp_mask03", get_octet<&DirectConf::netmask, 3>, save_octet<&DirectConf::netmask, 3>},
+    {"nat_isp_mask04", get_octet<&DirectConf::netmask, 4>, save_octet<&DirectConf::netmask, 4>},
+    {"nat_isp_gw01", get_octet<&DirectConf::gateway, 1>, save_octet<&DirectConf::gateway, 1>},
+    {"nat_isp_gw02", get_octet<&DirectConf::gateway, 2>, save_octet<&DirectConf::gateway, 2>},
+    {"nat_isp_gw03", get_octet<&DirectConf::gateway, 3>, save_octet<&DirectConf::gateway, 3>},
+    {"nat_isp_gw04", get_octet<&DirectConf::gateway, 4>, save_octet<&DirectConf::gateway, 4>},
+    {"device_name", get_device_name, save_device_name},
+    {"dns_name", get_dns_name, nullptr},
+    {"default_name", get_default_name, nullptr},
+    {"isp_ip_type", get_isp_ip_type, save_isp_ip_type},
+    {"dns1_ip_1", get_dns_ip<1, 1>, set_dns_ip<1, 1>},
+    {"dns1_ip_2", get_dns_ip<1, 2>, set_dns_ip<1, 2>},
+    {"dns1_ip_3", get_dns_ip<1, 3>, set_dns_ip<1, 3>},
+    {"dns1_ip_4", get_dns_ip<1, 4>, set_dns_ip<1, 4>},
+    {"dns2_ip_1", get_dns_ip<2, 1>, set_dns_ip<2, 1>},
+    {"dns2_ip_2", get_dns_ip<2, 2>, set_dns_ip<2, 2>},
+    {"dns2_ip_3", get_dns_ip<2, 3>, set_dns_ip<2, 3>},
+    {"dns2_ip_4", get_dns_ip<2, 4>, set_dns_ip<2, 4>},
+    {"dns3_ip_1", get_dns_ip<3, 1>, set_dns_ip<3, 1>},
+    {"dns3_ip_2", get_dns_ip<3, 2>, set_dns_ip<3, 2>},
+    {"dns3_ip_3", get_dns_ip<3, 3>, set_dns_ip<3, 3>},
+    {"dns3_ip_4", get_dns_ip<3, 4>, set_dns_ip<3, 4>},
+});
+
+}  // namespace
+
+int get_wan_dc(const char* message, const FormList* form) {
+    Message failure;
+    if (GetDirectConf(&shown) != 0 && !message) {
+        GetErrMsgByIndex(kNoSettings, failure, QSCfgF);
+        message = failure.c_str();
+    }
+    return html_parser(kPage, key_fun_tab, {}, message, form);
+}
+
+int set_wan_dc(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
+               Message& message) {
+    if (field_is(form, "todo", "default_wan_mac")) return take_back_hardware_address();
+    if (field_is(form, "todo", "change_wan_mac"))
+        return change_hardware_address(find_val(form, "wan_mac_address"), message);
+    if (!field_is(form, "todo", "save")) return 0;
+    DirectConf record;
+    bool any = false;
+    const int refused =
+        save_fields(key_fun_tab, form, Present::also_empty, mode, message, record, any);
+    if (refused) return refused;
+    if (mode == kSet && any) SaveDirectConf(record);
+    return 0;
+}

@@ -1,0 +1,140 @@
+// The PPPoE page keeps the account that the WAN port logs in with: user name and password, how long
+// an idle link stays up, a fixed address if the provider gives one, the service to ask for where a
+// line carries several, and the appliance's DNS servers.
+#include "wan/wan_ppp.h"
+
+#include <string>
+
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "wan/dns_fields.h"
+#include "wan/wan_conf.h"
+
+namespace {
+
+constexpr char kPage[] = "wan_ppp.htm";
+
+constexpr int kNoSettings = 13;
+constexpr int kNoIdleTime = 15;
+constexpr int kNoUserName = 16;
+constexpr int kUnstorableCharacter = 62;
+
+PPPoeConf shown;
+
+int refuse(int number, Message& message) {
+    GetErrMsgByIndex(number, message);
+    return number;
+}
+
+template <SettingText PPPoeConf::*Field>
+int get_text(ValueText& value, LongText&, int&) {
+    value = (shown.*Field).view();
+    return 0;
+}
+
+template <SettingText PPPoeConf::*Field>
+int save_text(const char* value, int mode, Message&, PPPoeConf& record) {
+    if (mode == kSet) record.*Field = value;
+    return 0;
+}
+
+int save_ppp_ac_name(const char* value, int mode, Message& message, PPPoeConf& record) {
+    if (mode == kCheck && !*value) return refuse(kNoUserName, message);
+    return save_text<&PPPoeConf::user>(value, mode, message, record);
+}
+
+int get_ppp_idle_time(ValueText& value, LongText&, int&) {
+    value = std::to_string(shown.idle);
+    return 0;
+}
+
+int save_ppp_idle_time(const char* value, int mode, Message& message, PPPoeConf& record) {
+    if (mode == kCheck) return *value ? 0 : refuse(kNoIdleTime, message);
+    record.idle = to_int(value);
+    return 0;
+}
+
+template <std::size_t Number>
+int get_ip(ValueText& value, LongText&, int&) {
+    if (!shown.dynamic) value = shown.address[Number - 1].view();
+    return 0;
+}
+
+template <std::size_t Number>
+int save_ip(const char* value, int mode, Message& message, PPPoeConf& record) {
+    if (mode == kCheck) return check_octet(value, message);
+    record.address[Number - 1] = value;
+    return 0;
+}
+
+int get_isp_ip_type(ValueText& value, LongText&, int&) {
+    value = shown.dynamic ? "dynamic" : "fixed";
+    return 0;
+}
+
+int save_isp_ip_type(const char* value, int mode, Message&, PPPoeConf& record) {
+    const std::string_view type = value;
+    if (mode == kCheck) return type.empty();
+    record.dynamic = type.empty() || type.starts_with("dynamic");
+    return 0;
+}
+
+// The name stands between double quotes, and its reader takes it up to the next one.
+int save_service_name(const char* value, int mode, Message& message, PPPoeConf& record) {
+    constexpr char kQuote = '"';
+    if (std::string_view(value).find(kQuote) != std::string_view::npos) {
+        GetErrMsgByIndex(kUnstorableCharacter, message, "Service name", long{kQuote});
+        return kUnstorableCharacter;
+    }
+    return save_text<&PPPoeConf::service>(value, mode, message, record);
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPoeConf>>({
+    {"ppp_ac_name", get_text<&PPPoeConf::user>, save_ppp_ac_name},
+    {"ppp_ac_pwd", get_text<&PPPoeConf::password>, save_text<&PPPoeConf::password>},
+    {"ppp_ac_pwd_v", get_text<&PPPoeConf::password>, nullptr},
+    {"ppp_idle_time", get_ppp_idle_time, save_ppp_idle_time},
+    {"nat_isp_ip01", get_ip<1>, save_ip<1>},
+    {"nat_isp_ip02", get_ip<2>, save_ip<2>},
+    {"nat_isp_ip03", get_ip<3>, save_ip<3>},
+    {"nat_isp_ip04", get_ip<4>, save_ip<4>},
+    {"dns_name", get_dns_name, nullptr},
+    {"isp_ip_type", get_isp_ip_type, save_isp_ip_type},
+    {"dns1_ip_1", get_dns_ip<1, 1>, set_dns_ip<1, 1>},
+    {"dns1_ip_2", get_dns_ip<1, 2>, set_dns_ip<1, 2>},
+    {"dns1_ip_3", get_dns_ip<1, 3>, set_dns_ip<1, 3>},
+    {"dns1_ip_4", get_dns_ip<1, 4>, set_dns_ip<1, 4>},
+    {"dns2_ip_1", get_dns_ip<2, 1>, set_dns_ip<2, 1>},
+    {"dns2_ip_2", get_dns_ip<2, 2>, set_dns_ip<2, 2>},
+    {"dns2_ip_3", get_dns_ip<2, 3>, set_dns_ip<2, 3>},
+    {"dns2_ip_4", get_dns_ip<2, 4>, set_dns_ip<2, 4>},
+    {"dns3_ip_1", get_dns_ip<3, 1>, set_dns_ip<3, 1>},
+    {"dns3_ip_2", get_dns_ip<3, 2>, set_dns_ip<3, 2>},
+    {"dns3_ip_3", get_dns_ip<3, 3>, set_dns_ip<3, 3>},
+    {"dns3_ip_4", get_dns_ip<3, 4>, set_dns_ip<3, 4>},
+    {"service_name", get_text<&PPPoeConf::service>, save_service_name},
+});
+
+}  // namespace
+
+int get_wan_ppp(const char* message, const FormList* form) {
+    Message failure;
+    if (GetPPPoeConf(&shown) != 0 && !message) {
+        GetErrMsgByIndex(kNoSettings, failure, NatConfF);
+        message = failure.c_str();
+    }
+    return html_parser(kPage, key_fun_tab, {}, message, form);
+}
+
+int set_wan_ppp(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
+                Message& message) {
+    if (!field_is(form, "todo", "save")) return 0;
+    PPPoeConf record;
+    bool any = false;
+    const int refused =
+        save_fields(key_fun_tab, form, Present::also_empty, mode, message, record, any);
+    if (refused) return refused;
+    if (mode == kSet && any) SavePPPoeConf(record);
+    return 0;
+}

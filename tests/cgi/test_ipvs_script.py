@@ -1,0 +1,159 @@
+"""The script that publishes the virtual servers, really run: what it leaves in the kernel's tables."""
+
+import shutil
+import subprocess
+
+import pytest
+
+from appliance import PROJECT
+
+SCRIPT, IP_UP = "/etc/rc.d/rc.ipvs", "/etc/ppp/ip-up"
+TABLE, RULES, COMPLAINTS = "/var/lib/practice/ipvs", "/var/lib/practice/rules", "/tmp/complaints"
+OUTSIDE = "203.0.113.7"
+
+
+def server(key, host, **ports):
+    """The fields that publish a server."""
+    address = {f"vs_{key}_{n}": octet for n, octet in enumerate(host.split("."), 1)}
+    return {f"vs_{key}_enable": "checked", **address, **{f"vs_{key}_{field}": port for field, port in ports.items()}}
+
+
+def user(number):
+    host, port = f"192.168.1.2{number}", f"700{number}"
+    return server(f"ud{number}", host, portno=port), [("tcp", port, host), ("udp", port, host)]
+
+
+# What is entered, and which ports of which host must then be reachable from outside.
+SERVERS = {
+    "web": (server("web", "192.168.1.10", portno="80"), [("tcp", "80", "192.168.1.10")]),
+    "pop3": (server("pop3", "192.168.1.11", portno="110"),
+             [("tcp", "110", "192.168.1.11"), ("udp", "110", "192.168.1.11")]),
+    "smtp": (server("smtp", "192.168.1.12", portno="25"), [("tcp", "25", "192.168.1.12")]),
+    "ftp": (server("ftp", "192.168.1.13", portno_ctrl="21", portno_data="20"),
+            [("tcp", "21", "192.168.1.13"), ("tcp", "20", "192.168.1.13")]),
+    "https": ({"vs_https_enable": "checked"}, []),  # lives with the web server
+    **{f"user-defined {n}": user(n) for n in range(1, 6)},
+}
+HTTPS = ("tcp", "443", "192.168.1.10")
+
+
+def everything():
+    fields, ports = {}, []
+    for form, published in SERVERS.values():
+        fields |= form
+        ports += published or [HTTPS]
+    return fields, ports
+
+
+CASES = {
+    **{name: (form, published, False) for name, (form, published) in SERVERS.items()},
+    "web and https": (SERVERS["web"][0] | SERVERS["https"][0], [*SERVERS["web"][1], HTTPS], False),
+    "nothing": ({}, [], False),
+    "dmz": ({}, [], True),
+    "everything": (*everything(), False),
+    "everything and dmz": (*everything(), True),
+}
+
+ADDRESS = '/sbin/ifconfig %s | grep "inet addr" > /tmp/t'
+MAKE, CLEAR = "chmod +x /etc/rc.d/rc.ipvs > /dev/null", "/sbin/ipvsadm -C > /dev/null"
+DIALLING = "/sbin/pidof -x adsl-connect > /tmp/pid"
+LINK_UP = "/etc/ppp/ip-up %s > /dev/null"
+
+
+@pytest.fixture
+def connected(appliance):
+    """An appliance on the internet, with the practice appliance's strict ipvsadm and ipchains."""
+    for name in "usr/lib/practice/common", "sbin/ipvsadm", "sbin/ipchains":
+        path = appliance.at(name)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.unlink(missing_ok=True)
+        shutil.copy(PROJECT / f"lab/commands/{name}.sh", path)
+        path.chmod(0o755)
+    for interface in "eth0", "ppp0":
+        appliance.answer(f"ifconfig {interface}", f"{interface}  Link\n     inet addr:{OUTSIDE}  Bcast:203.0.113.255\n")
+    appliance.write("/etc/ppp/CGI_nat.conf", "nat_enable=yes\nnat_interface=eth0\nconnect_method=1\n")
+    appliance.write(TABLE, f"-t {OUTSIDE}:1\n-t {OUTSIDE}:1 -> 192.168.1.5:1 -m\n")  # to be cleared
+    appliance.write(RULES, "")
+    prepare(appliance, method=1)
+    return appliance
+
+
+def prepare(appliance, method, dmz=False, runs=1):
+    """The record of a method, with a port that saving changes, and a link-up script that runs ours."""
+    record = f"Method={method}\nWeb=0\nWebPort=1\nDMZ={dmz:d}\nDMZ_IP=192.168.1.99\n"
+    appliance.write("/etc/ppp/nat_ppp.con", record, 0o600)
+    run = f'{SCRIPT} "$1" 2>> {COMPLAINTS}\n'
+    appliance.write(IP_UP, f'#!/bin/sh\ndmz="{"no" if dmz else "yes"}"\n' + run * runs, 0o644)
+
+
+def save(appliance, form):
+    page = {"this_file": "nat_vs.htm", "todo": "save", "next_file": "nat_base.htm"}
+    return appliance.post({**page, "vs_web_portno": "80", **form})
+
+
+def table(ports, dmz):
+    """The table of virtual servers as it must be."""
+    lines = []
+    for protocol, port, host in ports:
+        service = f"-{protocol[0]} {OUTSIDE}:{port}"
+        lines += [service, f"{service} -> {host}:{port} -m"]
+    for service in (f"-t {OUTSIDE}:0", f"-u {OUTSIDE}:0") if dmz else ():
+        lines += [service, f"{service} -> 192.168.1.99 -m"]
+    return lines
+
+
+@pytest.mark.parametrize("runs", (1, 2))
+@pytest.mark.parametrize("form, ports, dmz", CASES.values(), ids=CASES.keys())
+def test_tables(connected, form, ports, dmz, runs):
+    prepare(connected, 1, dmz, runs)
+    result = save(connected, form)
+    assert result.commands == [MAKE, ADDRESS % "eth0", LINK_UP % "eth0"]
+    assert connected.read(COMPLAINTS) == ""
+    assert connected.read(TABLE).splitlines() == table(ports, dmz)
+    openings = [f"input -j ACCEPT -i eth0 -p {protocol} -d {OUTSIDE} {port}" for protocol, port, _ in ports]
+    assert connected.read(RULES).splitlines() == openings * runs
+    assert f'\ndmz="{"yes" if dmz else "no"}"\n' in connected.read(IP_UP)
+    assert (connected.mode(SCRIPT), connected.mode(IP_UP)) == (0o755, 0o755)
+    for shell in "sh", "/bin/bash-static":
+        subprocess.run([shell, "-n", connected.at(SCRIPT)], check=True)
+
+
+def test_script_text(connected):
+    result = save(connected, SERVERS["user-defined 3"][0])
+    assert result.changed[SCRIPT] == """#!/bin/sh
+#
+
+PATH=/sbin:/bin:/usr/sbin:/usr/bin
+
+extif=$1
+extip="`/sbin/ifconfig $extif | grep 'inet addr' | awk '{print $2}' | sed -e 's/.*://'`"
+ipvsadm -C
+ipvsadm -A -t $extip:7003
+ipvsadm -a -t $extip:7003 -R 192.168.1.23:7003 -m
+ipvsadm -A -u $extip:7003
+ipvsadm -a -u $extip:7003 -R 192.168.1.23:7003 -m
+ipchains -A input -j ACCEPT -i $1 -p tcp -d $extip 7003
+ipchains -A input -j ACCEPT -i $1 -p udp -d $extip 7003
+"""
+
+
+@pytest.mark.parametrize("method, pid, address, commands", [
+    (0, "", OUTSIDE, [CLEAR]),
+    (1, "", "", [ADDRESS % "eth0"]),
+    (2, "", OUTSIDE, [DIALLING]),
+    (2, "4711\n", "10.112.112.112", [DIALLING, ADDRESS % "ppp0"]),
+    (2, "4711\n", OUTSIDE, [DIALLING, ADDRESS % "ppp0", LINK_UP % "ppp0"]),
+    (3, "", "10.0.0.2", [ADDRESS % "ppp0"]),
+    (3, "", OUTSIDE, [ADDRESS % "ppp0", LINK_UP % "ppp0"]),
+])
+def test_applied_by_method(connected, method, pid, address, commands):
+    prepare(connected, method)
+    connected.answer("pidof -x adsl-connect", pid)
+    for interface in "eth0", "ppp0":
+        connected.answer(f"ifconfig {interface}", address and f"  inet addr:{address}  Mask:255.255.255.0\n")
+    result = save(connected, SERVERS["web"][0])
+    assert result.commands == [MAKE, *commands]
+    run = commands == [CLEAR] or commands[-1].startswith("/etc/ppp/ip-up")
+    assert (f"-t {OUTSIDE}:1" not in connected.read(TABLE)) == run
+    assert result.mode(SCRIPT) == 0o755  # made all the same: the next link-up runs it
+

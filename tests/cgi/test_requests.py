@@ -1,0 +1,232 @@
+"""The road of a request: what is decoded, which page answers, and what a bad request gets."""
+
+import fcntl
+import os
+import threading
+
+import pytest
+
+FATAL = """<HTML>
+<HEAD>
+<TITLE>Error!</TITLE>
+</HEAD>
+<BODY>
+<H1>{}</H1>
+<H2>{}</H2>
+</BODY>
+</HTML>
+"""
+
+MESSAGE_PAGE = """<html><head><title>Message
+</title></head><body background=yellowbg.gif><div align=center><center>
+<table border=0 cellspacing=0 bgcolor=#00ffff width=100% cellpadding=0>
+<tr><td><h3 align=center>
+Failure
+</font></h3></td></tr></table><table><tr><td>
+no page odd.htm
+
+</td></tr></table>
+<table><tr><td><table border=2 cellspacing=2 bgcolor=#cccccc<tr>
+<td align=center bordercolor=#cccccc><a href=
+nat_fs.htm
+>Back</a></td></tr></table></td></tr></table></center></div></body></html>
+"""
+
+MESSAGES = """5-check %s
+10-no page %s
+11-set %s
+12-action %s
+2-large
+45-other method
+46-no proxy
+44-dns
+48-octet
+61-control %s
+"""
+
+PAGES = ("nat_base nat_sap nat_conn nat_vs nat_filter sp_base sp_port sp_int sp_status sites_allow sites_ban wan_dc"
+         " dc_status ppp_status wan_ppp filterlog ac_cfg").split()
+
+
+@pytest.fixture
+def short(appliance):
+    """An appliance whose pages say only which they are, with their message and one field."""
+    appliance.write("/www/cgi_err", MESSAGES)
+    for page in PAGES:
+        appliance.write(f"/www/{page}.htm", f"{page}[@message#][@typed#]\n")
+    return appliance
+
+
+def set_method(appliance, method, enabled="yes"):
+    appliance.write("/etc/ppp/nat_ppp.con", f"Method={method}\n")
+    appliance.write("/etc/ppp/CGI_nat.conf", f"nat_enable={enabled}\n")
+
+
+@pytest.mark.parametrize("env", [
+    {"REQUEST_METHOD": "GET", "QUERY_STRING": ""},
+    {"REQUEST_METHOD": "GET"},
+    {"REQUEST_METHOD": "GET", "QUERY_STRING": "&&"},
+    {"REQUEST_METHOD": "GET", "QUERY_STRING": "typed=x"},
+    {"REQUEST_METHOD": "GET", "QUERY_STRING": "next_file&todo"},
+    {"REQUEST_METHOD": "POST"},
+    {"REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"},
+])
+def test_without_a_form_the_default_page_answers(short, env):
+    result = short.request(env, b"")
+    assert result.stdout == b"Content-type: text/html\n\nnat_conn[][]\n"
+    assert (result.status, result.stderr, result.commands) == (0, "", [])
+
+
+def test_every_page_is_shown_by_its_name(short):
+    for page in PAGES:
+        assert short.get(f"next_file={page}.htm&typed=x").body == f"{page}[][]\n"
+
+
+@pytest.mark.parametrize("method, enabled, page", [
+    (1, "yes", "dc_status"), (2, "yes", "ppp_status"), (3, "yes", "sp_status"), (0, "yes", "sp_status"),
+    (7, "yes", "sp_status"), (1, "no", "sp_status"), (1, "nothing", "sp_status"), (1, "y", "dc_status"),
+])
+def test_the_status_page_is_that_of_the_method_in_force(short, method, enabled, page):
+    set_method(short, method, enabled)
+    assert short.get("next_file=nat_status.htm").body == f"{page}[][]\n"
+
+
+@pytest.mark.parametrize("method, length, body, title, text", [
+    ("PUT", "3", b"a=b", "CGI Error!", "Unsupported REQUEST_METHOD"),
+    ("HEAD", None, b"", "CGI Error!", "Unsupported REQUEST_METHOD"),
+    ("POST", "4", b"a=b", "Error!", "Error Reading Data"),
+    ("POST", "-1", b"a=b", "Error!", "Could not allocate enough memory."),
+    ("POST", "16777217", b"a=b", "Error!", "Could not allocate enough memory."),
+    ("POST", "99999999999999999999", b"a=b", "Error!", "Could not allocate enough memory."),
+])
+def test_a_broken_request_gets_the_fatal_page(short, method, length, body, title, text):
+    result = short.request({"REQUEST_METHOD": method, "CONTENT_LENGTH": length}, body)
+    assert (result.status, result.body, result.stderr) == (0, FATAL.format(title, text), text + "\n")
+
+
+def test_without_a_method_there_is_only_a_hint(short):
+    result = short.request({}, b"")
+    assert (result.status, result.stdout) == (0, b"")
+    assert result.stderr == ("Error!\nThe REQUEST_METHOD environment variable\ndoes not exists.\n\n"
+                             "If you are dubugging, please set your CGI\nenvironment variables.\n\n")
+
+
+def test_a_body_of_just_the_limit_is_read(short):
+    body = b"next_file=nat_vs.htm&typed="
+    body += b"x" * (16 * 1024 * 1024 - len(body))
+    assert short.post(body).body == "nat_vs[][]\n"
+
+
+@pytest.mark.parametrize("query", ["next_file=odd.htm", "next_file=NAT_BASE.HTM&next_file=odd.htm"])
+def test_an_unknown_page_gets_the_message_page(short, query):
+    expected = MESSAGE_PAGE if "NAT" not in query else MESSAGE_PAGE.replace("odd.htm", "NAT_BASE.HTM")
+    assert short.get(query).body == expected
+
+
+def test_an_empty_page_name_is_unknown_too(short):
+    assert "no page \n" in short.get("next_file=").body
+
+
+@pytest.mark.parametrize("form, body", [
+    # a single page, by its own word
+    ({"this_file": "wan_dc.htm", "todo": "x", "typed": "a"}, "wan_dc[][a]\n"),
+    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "nat_vs.htm"}, "nat_vs[][]\n"),
+    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": ""}, "wan_dc[][]\n"),
+    ({"this_file": "wan_dc.htm", "todo": ""}, "wan_dc[][]\n"),
+    # pages without a setter accept nothing but "save"
+    ({"this_file": "nat_base.htm", "todo": "x", "typed": "a"}, "nat_base[check nat_base.htm\n][a]\n"),
+    ({"this_file": "nat_base.htm", "todo": "save", "typed": "a"}, "nat_base[][a]\n"),
+    # a page outside every group saves nothing and goes on
+    ({"this_file": "filterlog.htm", "todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]\n"),
+    ({"todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]\n"),
+    # an upload goes to the modem port page
+    ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, "sp_port[][a]\n"),
+    # the value that sorts first is the one that counts
+    ([("this_file", "wan_ppp.htm"), ("this_file", "wan_dc.htm"), ("todo", "x"), ("typed", "b"), ("typed", "a")],
+     "wan_dc[][a]\n"),
+])
+def test_posts_end_on_the_right_page(short, form, body):
+    result = short.post(form)
+    assert (result.body, result.status) == (body, 0)
+
+
+@pytest.mark.parametrize("form, text", [
+    ({"this_file": "odd.htm", "todo": "x"}, "no page odd.htm\n"),
+    ({"todo": "x"}, "no page \n"),
+    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "odd.htm"}, "no page odd.htm\n"),
+    ({"this_file": "odd.htm", "todo": "save"}, "no page odd.htm\n"),
+    ({"this_file": "odd.htm", "todo": "save", "typed": "\n"}, "control typed\n"),
+])
+def test_posts_to_unknown_pages_are_fatal(short, form, text):
+    result = short.post(form)
+    assert (result.body, result.status) == (FATAL.format("", text), 0)
+
+
+@pytest.mark.parametrize("value", ["a%0Ab", "a%0d", "%00b", "%09", "%7f", "%1b"])
+def test_a_control_character_is_refused_before_anything_happens(short, value):
+    result = short.post(f"this_file=nat_conn.htm&todo=save&next_file=nat_base.htm&enable_dmz=checked&ty%3Cped={value}")
+    assert result.body.startswith("nat_conn[control ty?ped\n][")
+    assert (result.changed, result.commands) == ({}, [])
+
+
+def test_a_view_may_hold_a_control_character(short):
+    assert short.get("next_file=nat_vs.htm%00odd").body == "nat_vs[][]\n"
+
+
+@pytest.mark.parametrize("method, page, shown", [
+    (2, "ppp_status", "nat_base[][]\n"), (1, "ppp_status", "dc_status[other method\n][]\n"),
+    (3, "dc_status", "sp_status[other method\n][]\n"), (2, "sp_status", "ppp_status[other method\n][]\n"),
+    (0, "dc_status", "nat_base[][]\n"),
+])
+def test_a_save_from_a_status_page_follows_the_method(short, method, page, shown):
+    set_method(short, method)
+    assert short.post({"this_file": page + ".htm", "todo": "save", "next_file": "nat_base.htm"}).body == shown
+
+
+def test_a_save_from_a_status_page_runs_the_services_setter(short):
+    set_method(short, 2)
+    result = short.post({"this_file": "ppp_status.htm", "todo": "save", "dmz_ip_1": "1234"})
+    assert result.body == "nat_conn[octet\n][]\n"
+
+
+def test_a_failing_action_stops_the_run_and_shows_the_posting_page(short):
+    """The virtual-server script cannot replace a folder."""
+    short.at("/etc/rc.d/rc.ipvs").mkdir()
+    result = short.post({"this_file": "nat_conn.htm", "todo": "save", "next_file": "nat_base.htm", "typed": "a",
+                         "enable_dmz": "checked"})
+    assert result.body == "nat_conn[action SaVS\n][a]\n"
+    assert "DMZ=1\n" in short.read("/etc/ppp/nat_ppp.con")
+    assert not any("rc.ipvs" in command for command in result.commands)
+
+
+def test_a_missing_template_or_message_file_is_named(short):
+    short.remove("/www/nat_vs.htm")
+    assert short.get("next_file=nat_vs.htm").body == FATAL.format("no page nat_vs.htm\n", "")
+    short.remove("/www/cgi_err")
+    assert short.get("next_file=nat_vs.htm").body == FATAL.format("Unknown error", "")
+
+
+def test_the_largest_page(short):
+    short.write("/www/nat_vs.htm", "x" * 51199)
+    assert short.get("next_file=nat_vs.htm").body == "x" * 51199
+    short.write("/www/nat_vs.htm", "x" * 51200)
+    assert short.get("next_file=nat_vs.htm").body == FATAL.format("large\n", "")
+
+
+def test_a_hostile_message_file_is_only_text(short):
+    short.write("/www/cgi_err", "10-%n%s%s%s%99999d%" + "y" * 300 + "\n")
+    assert short.get("next_file=odd.htm").body.splitlines()[6] == ("%nodd.htm%s%s%99999d%" + "y" * 300)[:127]
+
+
+def test_one_request_at_a_time(short):
+    """A request waits for the lock on the working directory, and frees it when it ends."""
+    folder = os.open(short.at("/www"), os.O_RDONLY)
+    fcntl.flock(folder, fcntl.LOCK_EX)
+    answers = []
+    request = threading.Thread(target=lambda: answers.append(short.get("next_file=nat_vs.htm").body))
+    request.start()
+    request.join(0.5)
+    assert answers == []
+    os.close(folder)
+    request.join(20)
+    assert answers == ["nat_vs[][]\n"]

@@ -1,0 +1,215 @@
+// The internet-sharing record and the files that the dial-up daemons read.
+#include "framework/files.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "nat/dial_files.h"
+#include "nat/process.h"
+#include "root.h"
+
+namespace {
+
+auto lines_of(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
+
+TEST_F(Root, AMissingRecordIsCreatedAndTheFirstSaveReordersIt) {
+    put_file(NatConfF, "nat_enable=yes\n");
+    put_file(QSCfgF, "dns_server2=9.9.9.9\n");
+    PPPConf record;
+    record.Changed = record.NetChanged = 7;
+    ASSERT_EQ(ReadPPPConfig(&record), 0);
+    const std::string fresh = content(PppConfFile);
+    EXPECT_EQ(mode_of(PppConfFile), kSecretMode);
+    EXPECT_EQ(lines_of(fresh), 60);
+    EXPECT_NE(fresh.find("Idle=2\nDynamicIP=1\nIP=10.0.0.1\n"), fresh.npos);
+    EXPECT_NE(fresh.find("VPN_IPSEC=500\nVPN_PPTP=1723\nVS_UD1=0\n"), fresh.npos);
+    EXPECT_EQ(record.NatEnable * 100 + record.NetChanged * 10 + record.Changed, 170);
+    record.NatEnable = 0;
+    record.BaudRate = -1;
+    record.WebPort = 4294967295;
+    record.UD[4].set_name("game");
+    Message message;
+    ASSERT_EQ(SavePPPConf(record, message), 0);
+    EXPECT_EQ(content(PppConfFile),
+              "Method=0\nBaudRate=-1\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\n"
+              "Password=\nSecurity=0\nIdle=2\nDynamicIP=1\nIP=10.0.0.1\nPhone1=\nPhone2=\nPhone3=\n"
+              "DNS=9.9.9.9\nRetry=3\nSrvWeb=1\nSAP=1\nSrvEMail=1\nSrvFTP=1\nSrvTelNet=1\n"
+              "Web=0\nWebIP=\nWebPort=4294967295\nPop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\n"
+              "SmtpPort=25\nFtp=0\nFtpIP=\nFtpDataPort=20\nFtpCtlPort=21\nHttps=0\n"
+              "VS_UD1=0\nUD1_Name=\nUD1_IP=\nUD1_Port=0\nVS_UD2=0\nUD2_Name=\nUD2_IP=\nUD2_Port=0\n"
+              "VS_UD3=0\nUD3_Name=\nUD3_IP=\nUD3_Port=0\nVS_UD4=0\nUD4_Name=\nUD4_IP=\nUD4_Port=0\n"
+              "VS_UD5=0\nUD5_Name=game\nUD5_IP=\nUD5_Port=0\nDMZ=0\nDMZ_IP=\n");
+    EXPECT_EQ(mode_of(PppConfFile), kSecretMode);
+    EXPECT_EQ(content(NatConfF), "nat_enable=no\n");
+}
+
+TEST_F(Root, RecordsAreReadWithTheirQuirks) {
+    PPPConf record;
+    put_file(PppConfFile, "Method=2");
+    ASSERT_EQ(ReadPPPConfig(&record), 0);
+    EXPECT_EQ(std::string(record.IP) + record.Modem.c_str(), "_Standard Modem");
+    EXPECT_EQ(record.Idle * 1000U + static_cast<unsigned>(record.SAP) * 100 + record.FtpCtlPort,
+              2121U);
+    EXPECT_EQ(Nat_Method(), kNoMethod);
+    put_file(NatConfF, "nat_enable=on\n");
+    EXPECT_EQ(Nat_Method(), kPPPoE);
+    put_file(PppConfFile,
+             "WebIP=1.2.3.4\nWeb=0\nIdle=\nUser=joe\r\nDNS=5\nIP=123.123.123.1234\nPhone1=" +
+                 std::string(70, '1') + "\nUD1_Name=ABCDEFGHIJKLMNOP\nUD1_IP=1.2.3.4\nBaudRate=x");
+    ASSERT_EQ(ReadPPPConfig(&record), 0);
+    EXPECT_EQ(record.Web, 1);
+    EXPECT_EQ(record.Idle, 0);
+    EXPECT_EQ(record.BaudRate, 0);
+    EXPECT_EQ(record.User, "joe\r");
+    EXPECT_EQ(record.DNS, "");
+    EXPECT_EQ(record.IP, "123.123.123.123");
+    EXPECT_EQ(record.Phone1, std::string(59, '1'));
+    EXPECT_EQ(record.UD[0].Name(), "ABCDEFGHIJKLMNO1.2.3.4");
+}
+
+TEST_F(Root, AFailedSaveIsToldAndLeavesTheSwitch) {
+    put_file("cgi_err", "14-no %s\n");
+    put_file(NatConfF, "nat_enable=no\n");
+    put_file(PppConfFile, "Method=1\n");
+    PPPConf record = d_conf;
+    record.NatEnable = 1;
+    Message message;
+    put_folder(PppTmpFile);
+    EXPECT_EQ(SavePPPConf(record, message), 1);
+    EXPECT_EQ(message, "no /etc/ppp/nat_ppp.tmp\n");
+    EXPECT_EQ(content(PppConfFile), "Method=1\n");
+    put_folder(PppConfFile);
+    std::filesystem::remove(PppTmpFile);
+    EXPECT_EQ(SavePPPConf(record, message), 3);
+    EXPECT_EQ(message, "Cannot rename /etc/ppp/nat_ppp.tmp to /etc/ppp/nat_ppp.con");
+    EXPECT_EQ(lines_of(content(PppTmpFile)), 57);
+    EXPECT_EQ(mode_of(PppTmpFile), kSecretMode);
+    EXPECT_EQ(content(NatConfF), "nat_enable=no\n");
+    std::filesystem::rename("/etc/ppp", "/etc/gone");
+    record.Changed = 1;
+    EXPECT_EQ(ReadPPPConfig(&record), 1);
+    EXPECT_EQ(record.Idle * 10 + record.Changed, 30);
+    EXPECT_EQ(SaveTel(), 1);
+}
+
+std::string diald_conf(const std::string& local, const std::string& dynamic,
+                       const std::string& pppd) {
+    return "fifo /etc/diald/diald.ctl\nmode ppp\nconnect /etc/ppp/pppon\ndevice /dev/ttyS0\n"
+           "speed 57600\nmodem\nlock\ncrtscts\nlocal " +
+           local + "\nremote 10.0.0.2\n" + dynamic +
+           "defaultroute\nredial-timeout 1\nretry-count 0\ndied-retry-count 0\n" + pppd +
+           "first-packet-timeout 120\ninclude /usr/lib/diald/standard.filter\n";
+}
+
+std::string chat(const std::string& init, const std::string& dial) {
+    return "ABORT\t'BUSY'\nABORT\t'NO ANSWER'\nABORT\t'RINGING'\nINIT\t'" + init + "\\r'\n" + dial +
+           "CONNECT\nSAY \"\\n\"";
+}
+
+TEST_F(Root, FilesOfTheDaemons) {
+    const std::string speed = "\nIdle=2\nBaudRate=57600\n";
+    const std::string standard = "pppd-options local 10.0.0.1:\n";
+    expect_files(SaveDiald, PppConfFile, DialdF,
+                 {{"DynamicIP=0\nIP=1.2.3.4" + speed,
+                   diald_conf("1.2.3.4", "", "pppd-options local 1.2.3.4:\n")},
+                  {"DynamicIP=0\nIP=0.0.0.0" + speed, diald_conf("10.0.0.1", "", standard)},
+                  {"DynamicIP=0\nIP=" + speed, diald_conf("10.0.0.1", "", standard)},
+                  {"DynamicIP=0\nIP=1.2.3.4 x" + speed, diald_conf("10.0.0.1", "", standard)},
+                  {"DynamicIP=0\nIP=300.1.1.1" + speed,
+                   diald_conf("10.0.0.1", "", "pppd-options local 300.1.1.1:\n")},
+                  {"DynamicIP=1\nIP=1.2.3.4" + speed, diald_conf("10.0.0.1", "dynamic\n", "")}});
+    expect_files(SavePPPOn, PppConfFile, DialerF,
+                 {{"DialType=0\nInitStr=AT&F", chat("AT&F", "OK\t'ATDT\\T'\n")},
+                  {"DialType=1\nInitStr=AT \"x\"", chat("AT \"x\"", "OK\t'ATDP\\T'\n")},
+                  {"DialType=2\nInitStr=", chat("", "OK\t'ATD'\n")},
+                  {"DialType=3\nInitStr=AT", chat("AT", "")}});
+    expect_files(SaveTel, PppConfFile, TelF,
+                 {{"Phone2=555", "Total=1\nNext=1\nPhone1=555\nPhone2=\nPhone3=\n"},
+                  {"Phone1=1\nPhone3=3 w", "Total=2\nNext=1\nPhone1=1\nPhone2=3 w\nPhone3=\n"}});
+    expect_files(
+        SaveOptions, PppConfFile, OptionF,
+        {{"User=joe@isp\nIdle=2", "idle 120\nname joe@isp\nremotename ppp0\nnoipdefault\n"},
+         {"User=joe#1 \"x\"\nIdle=0\nDynamicIP=0",
+          "idle 0\nname \"joe#1 \\\"x\\\"\"\nremotename ppp0\n"}});
+    unlink(DialdF);
+    EXPECT_EXIT(SaveDiald(), testing::ExitedWithCode(0), "^No such file or directory\n$");
+    put_file(PppConfFile, "InitStr=AT'");
+    EXPECT_EQ(SavePPPOn(), 2);
+    EXPECT_EQ(content(DialerF), chat("AT", ""));
+    put_folder(TelTmpF);
+    EXPECT_EQ(SaveTel(), 2);
+    put_folder(OptionF);
+    EXPECT_EQ(SaveOptions(), 3);
+}
+
+TEST_F(Root, Secrets) {
+    const std::string header = "#client\tserver\tsecret\tIP address\n";
+    const std::string long_line = "long\t*\t" + std::string(121, 's') + "#Serial\n";
+    const std::string added = "#Serial\njoe\tppp0\tpw\n", set = "joe\t\tppp0\tpw\n";
+    expect_files([] { return save_secret(PapF, PapTmpF, "joe", "pw", "Serial"); }, PapF, PapF,
+                 {{std::string(kNoFile), header + added},
+                  {"", added},
+                  {"a\tb\tc", "a\tb\tc\n" + added},
+                  {"#Serial\nold\n#PPPoE\nx\n", "#Serial\n" + set + "#PPPoE\nx\n"},
+                  {"#SerialPort\nold\n#Serial\nold", "#SerialPort\n" + set + "#Serial\n" + set},
+                  {" #Serial\n#serial\n#Serial", " #Serial\n#serial\n#Serial\n" + set},
+                  {long_line, long_line + added}},
+                 0600);
+    put_program("/sbin/chmod");
+    put_file(PppConfFile, "User=a b\nPassword=p\"\\#\n");
+    EXPECT_EQ(SaveSecret(), 0);
+    EXPECT_EQ(content(ChapF), header + "#Serial\n\"a b\"\tppp0\t\"p\\\"\\\\#\"\n");
+    EXPECT_EQ(content("/tmp/calls"),
+              "chmod 0600 /etc/ppp/pap-secrets\nchmod 0600 /etc/ppp/chap-secrets\n");
+    put_folder(ChapTmpF);
+    EXPECT_EQ(SaveSecret(), 3);
+    put_folder(PapTmpF);
+    EXPECT_EQ(SaveSecret(), 2);
+}
+
+TEST_F(Root, LinesOfTheFilterTheResolverAndTheKernelSettings) {
+    const std::string long_rest = std::string(200, 'r') + "keepup a 1\n";
+    put_file(PppConfFile, "Idle=2");
+    put_file(QSCfgF, "dns_server1=9.9.9.9\n");
+    expect_files(SaveFilter, FilterF, FilterF,
+                 {{"#accept a 1\naccept  tcp\t15 x 5\nkeepup udp 60\nignore any 1",
+                   "#accept a 1\naccept  tcp\t120 x 5\nkeepup udp 120\nignore any 1"},
+                  {"accept\naccept tcp\nkeepup tcp \naccept a 5", "accept a 120"},
+                  {"accept tcp 15 " + long_rest, "accept tcp 120 " + long_rest}});
+    expect_files(SaveDNS, DNSF, DNSF,
+                 {{"search x\nnameserver 1\nnameserver 2\nn", "search x\nnameserver 9.9.9.9\nn"},
+                  {" nameserver 1", " nameserver 1\nnameserver 9.9.9.9\n"}});
+    expect_files(
+        [] { return SetIPV4(Enable); }, NetworkF, NetworkF,
+        {{"#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward \t= 0 # x\nnet.ipv4.ip_forward_x=0\n",
+          "#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward=1\nnet.ipv4.ip_forward_x=0\n"},
+         {"a=1", "a=1"}});
+    for (const char* file : {DNSF, NetworkF, FilterF}) unlink(file);
+    EXPECT_EQ(SaveDNS(), 0);
+    EXPECT_EQ(content(DNSF), "nameserver 9.9.9.9\n");
+    EXPECT_EQ(SetIPV4(Enable), 1);
+    put_program("/sbin/cp");
+    EXPECT_EQ(SaveFilter(), 2);
+    EXPECT_EQ(content("/tmp/calls"),
+              "cp -f /usr/lib/diald/default.filter /usr/lib/diald/standard.filter\n");
+}
+
+TEST_F(Root, ProcessNumbers) {
+    EXPECT_EQ(ReadPidFile(nullptr), kCannotOpen);
+    EXPECT_EQ(ReadPidFile("none"), kCannotOpen);
+    EXPECT_EQ(ReadPidFile("/tmp/no"), -1);
+    put_file(SquidConfF, "pid_filename /tmp/pid\n");
+    for (const auto& [text, number] : Pairs{{"", "0"}, {"x1\n", "0"}, {" 12\n", "12"}}) {
+        put_file("/tmp/pid", text);
+        EXPECT_EQ(std::to_string(SquidPid()), number);
+    }
+    PidText pid = "left";
+    put_program("/sbin/pidof", "echo; echo ' 77 78'");
+    EXPECT_EQ(GetPid("diald", pid), 0);
+    EXPECT_EQ(pid, "77");
+    put_program("/sbin/pidof");
+    EXPECT_EQ(GetPid("diald", pid), 1);
+    put_folder("pid");
+    EXPECT_EQ(GetPid("diald", pid), 0);
+    EXPECT_EQ(pid, "77");
+}
+
+}  // namespace

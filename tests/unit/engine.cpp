@@ -1,0 +1,215 @@
+// The form, the template engine, formats, messages, quoting and the action queue.
+#include "framework/action_queue.h"
+#include "framework/cgi-lib.h"
+#include "framework/format.h"
+#include "framework/msgfile.h"
+#include "framework/parser.h"
+#include "framework/quote.h"
+#include "framework/shell.h"
+#include "root.h"
+
+namespace {
+
+FormList form_of(std::string_view query) {
+    FormList list = CreateList<FormEntry>(0, Compare);
+    parse_data_record(query, list);
+    return list;
+}
+
+// Each entry as "key=value|", or "key|" without a value; "!" for a value with a control character.
+std::string shown(const FormList& list) {
+    std::string text;
+    TraverseList(list, [&](const FormEntry& entry) {
+        text += entry.key + (entry.value ? "=" + *entry.value : "");
+        text += entry.has_control ? "!|" : "|";
+    });
+    return text;
+}
+
+TEST(Form, DecodesAndSorts) {
+    for (const auto& [query, entries] : Pairs{{"a=1&a=0", "a=0|a=1|"},
+                                              {"a=x&a=&a", "a|a=|a=x|"},
+                                              {"&&b=2&&a=1&", "a=1|b=2|"},
+                                              {"%c3=1&z=2&Z=3", "Z=3|z=2|\xc3=1|"},
+                                              {"q=a+b%2Bc", "q=a b+c|"},
+                                              {"a=b=c&=v", "=v|a=b=c|"},
+                                              {"%61%3D=%26%41", "a==&A|"},
+                                              {"a=%4G5", "a=\0045!|"},
+                                              {"a=x%00y", "a=x!|"},
+                                              {"k%00z=1", "k=1|"},
+                                              {"a=1%", "a=1|"},
+                                              {"a=%4", "a=\004!|"},
+                                              {"a=x%0d", "a=x\r!|"},
+                                              {"a=%7f", "a=\x7f!|"},
+                                              {"a=%c3%a4%20", "a=\xc3\xa4 |"}})
+        EXPECT_EQ(shown(form_of(query)), entries) << query;
+}
+
+TEST(Form, LookupsAndDeletions) {
+    FormList list = form_of("a=1&b=1&a=0&c&a=0");
+    EXPECT_STREQ(find_val(&list, "a"), "0");
+    EXPECT_EQ(find_val(&list, "c"), nullptr);
+    EXPECT_EQ(find_val(nullptr, "a"), nullptr);
+    EXPECT_STREQ(find_key(&list, "1"), "a");
+    std::vector<const char*> found;
+    ASSERT_EQ(find_val_multi(&list, "a", found), 3U);
+    EXPECT_EQ(std::string(found[0]) + found[1] + found[2], "001");
+    ASSERT_EQ(find_val_multi(&list, "c", found), 1U);
+    EXPECT_EQ(found[0], nullptr);
+    ASSERT_EQ(find_key_multi(&list, "1", found), 2U);
+    EXPECT_EQ(std::string(found[0]) + found[1], "ab");
+    EXPECT_EQ(list_delete_entry(list, "b", "0"), 0);
+    EXPECT_EQ(list_delete_entry(list, "a", "0"), 1);
+    EXPECT_EQ(shown(list), "a=0|a=1|b=1|c|");
+    EXPECT_EQ(list_delete_val_multi(list, "1"), 1);
+    EXPECT_EQ(list_delete_val_multi(list, "1"), 0);
+    EXPECT_EQ(list_delete_key_multi(list, "c"), 1);
+    EXPECT_EQ(shown(list), "a=0|");
+    FormList small = CreateList<FormEntry>(2, Compare);
+    for (const auto& [key, taken] : {std::pair("b", 1), std::pair("a", 1), std::pair("c", 0)})
+        EXPECT_EQ(InsertEntry(small, {key, "1"}), taken);
+    EXPECT_EQ(shown(small), "a=1|b=1|");
+}
+
+TEST(Format, KnowsItsDirectivesAndCopiesTheRest) {
+    for (const auto& [text, expected] :
+         Pairs{{format_text("%s: %d of %u", "web", -2L, 3L), "web: -2 of 3"},
+               {format_text("%ld %lu %c", -5L, 6L, 65L), "-5 6 A"},
+               {format_text("%u %d %s", -1L, "many", 7L), "4294967295 many 7"},
+               {format_text("%s%s%s%s", "a", "b", "c"), "abc%s"},
+               {format_text("100%% %%s %%%s", "x"), "100% %s %x"},
+               {format_text("%n %x %5d %-s %1$s %*s %", "x", 1L), "%n %x %5d %-s %1$s %*s %"},
+               {format_text("%s-%s %s", "%s%n", "%%"), "%s%n-%% %s"}})
+        EXPECT_EQ(text, expected);
+}
+
+TEST_F(Root, MessagesAreFoundByWholeNumberAndCut) {
+    put_file("cgi_err", "10-ten\n1-one %s\n2-two\r\n3-last");
+    put_file("listmsg", content("cgi_err"));
+    for (const auto& [number, texts] : Pairs{{"1", "one x\n|one x"},
+                                             {"10", "ten\n|ten"},
+                                             {"2", "two\r\n|two"},
+                                             {"3", "last|last"},
+                                             {"0", "Unknown error|as before"}}) {
+        Message text, list_text = "as before";
+        GetErrMsgByIndex(std::stoi(number), text, "x");
+        GetListMsgByIndex(std::stoi(number), list_text, "x");
+        EXPECT_EQ(std::string(text) + "|" + list_text.c_str(), texts);
+    }
+    Text<8> small;
+    GetErrMsgByIndex(1, small, "very long");
+    EXPECT_EQ(small, "one ver");
+    unlink("cgi_err");
+    GetErrMsgByIndex(1, small);
+    EXPECT_EQ(small, "Unknown");
+}
+
+int get_ok(ValueText& value, LongText&, int&) {
+    value.append("value");  // a getter may rely on an empty buffer
+    return 0;
+}
+int get_long(ValueText& value, LongText& text, int&) {
+    value = "short";
+    text = "@ok#" + std::string(200, 'l');
+    return 0;
+}
+template <int number>
+int fail_with(ValueText& value, LongText&, int& error) {
+    value = "never shown";
+    error = number;
+    return 1;
+}
+int list_ok(LongText& text, int&) {
+    text = "<li>@ok#";
+    return 0;
+}
+int list_empty(LongText&, int&) { return 0; }
+int list_bad(LongText&, int& error) {
+    error = 9;
+    return -1;
+}
+
+std::string expand(const std::string& text, const char* message = nullptr) {
+    static const std::string name126(126, 'n');
+    const KeyGetter keys[] = {{"ok", get_ok},           {"long", get_long}, {"bad", fail_with<7>},
+                              {"worse", fail_with<8>},  {"plain", nullptr}, {"ok", fail_with<7>},
+                              {name126.c_str(), get_ok}};
+    const ArrayFun lists[] = {{"ok", list_ok}, {"empty", list_empty}, {"bad", list_bad}};
+    const FormList form = form_of("ok=form&plain=B&plain=A&typed=%40ok%23");
+    const Expansion result = expand_template(text, keys, lists, message, &form);
+    return result.error ? "error " + std::to_string(*result.error) : result.page;
+}
+
+TEST_F(Root, TemplatesExpand) {
+    put_file("cgi_err",
+             "2-a\n52-b\n55-c\n56-d\n57-e\n58-f\n59-g\n60-h\n7-seven\n8-eight\n9-nine\n");
+    warn_no = 0;
+    const std::string n126(126, 'n'), full(kPageSize - 1, 'p');
+    for (const auto& [text, page] :
+         Pairs{{"<@ok#@ok#>@long#", "<valuevalue>@ok#" + std::string(200, 'l')},
+               {"@plain# @typed# @unknown# @OK# @#.", "A @ok#   ."},
+               {"bgcolor=#00ffff @", "bgcolor=#00ffff @"},
+               {"a@abc", "a@abc"},
+               {"//@ok#.//@empty#.//@plain#.", "<li>@ok#..."},
+               {"//@lst", "//@lst#"},
+               {"x//", "x//\xff"},
+               {"/", "/"},
+               {"http://x /@ok# ///@ok#\xff", "http://x /@ok# ///value\xff"},
+               {"@" + n126 + "#", "value"},
+               {"@" + n126 + "n#@ok#", "@" + n126 + "n#value"},
+               {"//@" + n126 + "n#.", "."},
+               {"//@" + n126 + "nn#@ok#", "//@" + n126 + "nn##value"},
+               {"@bad#.@worse#.@message#", "..eight\n"},
+               {"@message#//@bad#@message#", "nine\n"},
+               {"@bad#\n", "\n"},
+               {"@ok#@bad#", "error 7"},
+               {"@bad#//@bad#", "error 9"},
+               {full, full},
+               {full + "p", "error 2"},
+               {full.substr(4) + "@ok#", "error 2"},
+               {full.substr(5) + "@ok#", full.substr(5) + "value"}})
+        EXPECT_EQ(expand(text), page);
+    EXPECT_EQ(expand("@bad#.@message#", "saved"), ".saved");
+    for (const auto& [number, text] :
+         Pairs{{"52", "b\n"}, {"55", "c\n"}, {"56", "d\ne\n"}, {"58", "f\ng\nh\n"}, {"57", ""}}) {
+        warn_no = std::stoi(number);
+        EXPECT_EQ(expand("@message#"), text);
+        EXPECT_EQ(expand("@message#", "told"), "told");
+        EXPECT_EQ(expand("@bad#@message#"), "seven\n");
+    }
+    warn_no = 0;
+}
+
+TEST_F(Root, QuotedValuesComeBackFromTheirReader) {
+    for (const std::string text : {"", "joe@isp.net", "a b", "it's", "$HOME `id` \\ \\\\",
+                                   "#1*?[x]{a,b}~!;&|<>()", "''\\'"}) {
+        run_command("printf %s " + shell_word(text) + " > /tmp/out");
+        EXPECT_EQ(content("/tmp/out"), text);
+        run_command("printf %s \"-S " + shell_quoted_text(text) + "\" > /tmp/out");
+        EXPECT_EQ(content("/tmp/out"), "-S " + text);
+        EXPECT_EQ(shell_unquoted_text(shell_quoted_text(text)), text);
+    }
+    EXPECT_EQ(shell_word("a.b-c_d@e:f/g+h,i=j%"), "a.b-c_d@e:f/g+h,i=j%");
+    EXPECT_EQ(pppd_word("joe#1 \"x\" \\"), R"("joe#1 \"x\" \\")");
+    EXPECT_EQ(shell_character("1a#;"), '#');
+    EXPECT_EQ(shell_character("10.0-0%"), '\0');
+}
+
+TEST(Queue, KeepsTheFirstRequestOfEachAction) {
+    ProcHeads heads;
+    ProcFlags queued{};
+    ProcTails tails{};
+    EXPECT_EQ(AddProcToQueue(ProcNum, &heads, &queued, &tails), -1);
+    EXPECT_EQ(AddProcToQueue(kDelay, nullptr, &queued, &tails), -2);
+    EXPECT_EQ(AddProcToQueue(kDelay, &heads, &queued, nullptr), -2);
+    for (const Action action :
+         {kRunWANConnect, kReconfigFilter, kDelay, kSaveDiald, kReconfigFilter})
+        EXPECT_EQ(AddProcToQueue(action, &heads, &queued, &tails), 0);
+    std::string order;
+    for (std::size_t level = 0; level < kLevels; ++level)
+        for (const ProcNode* node = heads[level].get(); node; node = node->next.get())
+            order += std::to_string(level) + node->name.c_str() + " ";
+    EXPECT_EQ(order, "0SaDiald 2RCFilter 2Delay 3RSNat ");
+}
+
+}  // namespace

@@ -1,0 +1,142 @@
+// Reading in pieces, and replacing a file without a moment in which it is not whole.
+#include "framework/files.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+
+#include <csignal>
+
+#include "root.h"
+
+namespace {
+
+constexpr char kTarget[] = "/etc/target";
+constexpr char kTemporary[] = "/etc/target.new";
+
+Replaced replace_with(std::string_view text, const std::string& target = kTarget,
+                      const char* temporary = kTemporary) {
+    Replacement out(target, temporary);
+    out.write(text);
+    return out.install();
+}
+
+// While it lives no file grows over `bytes`.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t bytes) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit = {bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &before_); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+TEST_F(Root, LinesComeInPieces) {
+    put_file(kTarget, "abcd\nab\n\nabcdefgh");
+    for (const auto& [limit, expected] : Pairs{{"99", "abcd\n|ab\n|\n|abcdefgh|"},
+                                               {"5", "abcd\n|ab\n|\n|abcde|fgh|"},
+                                               {"4", "abcd|\n|ab\n|\n|abcd|efgh|"}}) {
+        LineReader in(kTarget, std::stoul(limit));
+        std::string pieces;
+        while (in.next()) pieces += in.piece() + "|";
+        EXPECT_EQ(pieces, expected);
+        EXPECT_FALSE(in.failed());
+    }
+    EXPECT_EQ(read_first_line(kTarget, 3), "abc");
+    EXPECT_EQ(read_first_line(kTarget, 9), "abcd");
+    EXPECT_EQ(read_first_line("/etc/missing", 9), std::nullopt);
+    LineReader folder("/etc");
+    EXPECT_FALSE(folder.next());
+    EXPECT_TRUE(folder.failed());
+}
+
+TEST_F(Root, ReplacingKeepsOrSetsTheModeAndKeepsTheOwner) {
+    const struct {
+        mode_t before, asked, after;  // before 0: no file
+    } cases[] = {{0, Replacement::kKeepMode, 0644},
+                 {0640, Replacement::kKeepMode, 0640},
+                 {0755, kSecretMode, 0600},
+                 {0600, 0744, 0744}};
+    for (const auto& c : cases) {
+        put_file(kTarget, c.before ? "old" : kNoFile, c.before);
+        // Only a root with more than one user to its name may give a file away.
+        const bool given = chown(kTarget, 12, 34) == 0;
+        Replacement out(kTarget, kTemporary, c.asked);
+        EXPECT_EQ(mode_of(kTemporary), kSecretMode);
+        out.write("new\nline");
+        out.end_line();
+        out.end_line();
+        EXPECT_EQ(out.install(), Replaced::done);
+        EXPECT_EQ(content(kTarget), "new\nline\n");
+        EXPECT_EQ(mode_of(kTarget), c.after);
+        struct stat after {};
+        ASSERT_EQ(stat(kTarget, &after), 0);
+        if (given) EXPECT_TRUE(after.st_uid == 12 && after.st_gid == 34);
+    }
+}
+
+TEST_F(Root, LinksInTheTemporarysPlaceAreNotFollowed) {
+    put_file("/etc/victim", "whole");
+    ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
+    EXPECT_EQ(replace_with("new"), Replaced::done);
+    ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
+    {
+        const ScratchFile scratch(kTemporary);
+        EXPECT_TRUE(scratch.ready());
+        EXPECT_EQ(content(kTemporary), "");
+        EXPECT_EQ(mode_of(kTemporary), kSecretMode);
+    }
+    EXPECT_EQ(content(kTemporary), kNoFile);
+    EXPECT_EQ(content("/etc/victim"), "whole");
+    EXPECT_EQ(content(kTarget), "new");
+}
+
+TEST_F(Root, AFailureLeavesTheOldFile) {
+    put_file(kTarget, "old\n");
+    for (const std::size_t size : {200U, 100'000U}) {  // found when flushing, and when writing
+        const FullDisk full(100);
+        EXPECT_EQ(replace_with(std::string(size, 'x')), Replaced::not_written);
+        EXPECT_FALSE(replace_file(kTarget, std::string(size, 'x')));
+    }
+    { const Replacement given_up(kTarget, kTemporary); }
+    EXPECT_EQ(content(kTarget), "old\n");
+    EXPECT_EQ(content(kTemporary) + content("/etc/.target.tmp"), "(no file)(no file)");
+    put_folder(kTarget);
+    EXPECT_EQ(replace_with("new"), Replaced::not_renamed);
+    EXPECT_EQ(content(kTemporary), "new");
+    EXPECT_FALSE(Replacement(kTemporary, kTarget).is_open());
+}
+
+// Opened while it could still be seen: a file system other than the private root's.
+const int kSharedMemory = open("/dev/shm", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+
+TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
+    struct stat here {
+    }, there{};
+    if (stat("/tmp", &here) != 0 || fstat(kSharedMemory, &there) != 0 ||
+        here.st_dev == there.st_dev || fchdir(kSharedMemory) != 0)
+        GTEST_SKIP() << "there is only one file system";
+    const std::string target = "quillstead-unit-" + std::to_string(getpid());
+    put_file(target, "old", 0640);
+    {
+        Replacement out(target, "/tmp/far.tmp");
+        out.write("new");
+        ASSERT_TRUE(out.finish());
+        const FullDisk full(1);
+        EXPECT_EQ(out.install(), Replaced::not_written);
+    }
+    EXPECT_EQ(content(target), "old");
+    EXPECT_EQ(replace_with("new", target, "/tmp/far.tmp"), Replaced::done);
+    EXPECT_EQ(content(target), "new");
+    EXPECT_EQ(mode_of(target), 0640U);
+    EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
+    unlink(target.c_str());
+}
+
+}  // namespace
