@@ -32,3 +32,8 @@ void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a, cons
     message->erase(message->find_last_not_of("\r\n") + 1);
     copy_text(out, format_text(*message, a, b, c));
 }
+
+int refuse(int number, Message& message) {
+    GetErrMsgByIndex(number, message);
+    return number;
+}

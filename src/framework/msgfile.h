@@ -18,3 +18,6 @@ void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
 // The same from "listmsg", without the line end; `out` stays untouched when there is no such text.
 void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
                        const FormatArg& b = {}, const FormatArg& c = {});
+
+// Puts a message without arguments into `message` and returns its number: how a saver refuses.
+int refuse(int number, Message& message);

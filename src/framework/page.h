@@ -1,6 +1,7 @@
 // What a page is to the driver, and the walk over its fields that page setters share.
 #pragma once
 
+#include <algorithm>
 #include <array>
 
 #include "framework/action_queue.h"
@@ -26,6 +27,15 @@ struct CgiPage {
     PageGetter getter;
     PageSetter setter;  // may be null
 };
+
+// A key table made of several: families of rows stand in more than one page's table.
+template <class Record, std::size_t... N>
+constexpr auto join_rows(const std::array<KeyFun<Record>, N>&... parts) {
+    std::array<KeyFun<Record>, (N + ...)> rows{};
+    auto next = rows.begin();
+    ((next = std::copy(parts.begin(), parts.end(), next)), ...);
+    return rows;
+}
 
 // A page whose getters and savers share no record.
 struct NoRecord {};

@@ -7,15 +7,13 @@
 #include "framework/paths.h"
 #include "framework/profile.h"
 #include "framework/quote.h"
-#include "framework/shell.h"
 #include "serial/ppp_conf.h"
+#include "wan/network_info.h"
 
 namespace {
 
 constexpr int kNoAddress = 43;
 constexpr std::string_view kNotConnected = "Unknown - not connected";
-constexpr std::string_view kPlaceholder = "10.112.112.112";  // the link has not dialled yet
-constexpr char kReport[] = "/tmp/ifcfg";
 
 int show(ValueText& value, std::string_view text) {
     value = text;
@@ -41,7 +39,7 @@ int get_isp_ip(ValueText& value, LongText&, int& error) {
     }
     ExternalAddress address;
     if (get_extip(interface.c_str(), address) != 0) return fail(error);
-    return show(value, address == kPlaceholder ? kNotConnected : address.view());
+    return show(value, address == kNotDialled ? kNotConnected : address.view());
 }
 
 int get_extif(ExternalInterface& out) {
@@ -59,12 +57,9 @@ int get_extif(ExternalInterface& out) {
 }
 
 int get_extip(const char* ifname, ExternalAddress& out) {
-    const ScratchFile report(kReport);
-    if (!report.ready()) return 1;
-    run_command(
-        format_text("/usr/share/quillstead/network/NET_ReadNetworkInfo %s > %s", ifname, kReport));
-    const std::optional<Profile> file = Profile::open(kReport);
-    if (!file) return 1;
-    GetProfileString("IPADDR", "", out, &*file);
+    const std::optional<Profile> report = network_info(
+        format_text("/usr/share/quillstead/network/NET_ReadNetworkInfo %s > /tmp/ifcfg", ifname));
+    if (!report) return 1;
+    GetProfileString("IPADDR", "", out, &*report);
     return 0;
 }

@@ -10,6 +10,7 @@
 #include "framework/paths.h"
 #include "framework/profile.h"
 #include "serial/ppp_conf.h"
+#include "wan/dns_fields.h"
 
 namespace {
 
@@ -142,12 +143,6 @@ int get_enable_ac(ValueText& value, LongText&, int&) {
     Text<8> enabled;
     GetProfileString("acc_en", "0", enabled, stream_of(Profile::open(CgiQSFile)));
     return show_switch(value, enabled.view().starts_with('1'));
-}
-
-int get_dns_name(ValueText& value, LongText&, int&) {
-    DnsText server;
-    GetDNS(server);
-    return show(value, server);
 }
 
 int get_true(ValueText& value, LongText&, int&) { return show(value, "true"); }

@@ -32,11 +32,6 @@ const FormList* posted;  // the form being saved, for savers that look at more t
 // What the access-control switch becomes, once no field has been refused.
 std::optional<bool> access_control;
 
-int refuse(int number, Message& message) {
-    GetErrMsgByIndex(number, message);
-    return number;
-}
-
 bool is(const char* value, std::string_view text) { return value == text; }
 
 // The appliance's own address comes from a DHCP server.

@@ -129,9 +129,7 @@ template <class Server>
 int save_port(const char* value, int, Message& message, PPPConf& record) {
     const auto port = static_cast<std::uint32_t>(to_long(value));
     store(Server::port(record), port, record);
-    if (!Server::enabled(record) || claim(port)) return 0;
-    GetErrMsgByIndex(kPortInUse, message);
-    return kPortInUse;
+    return !Server::enabled(record) || claim(port) ? 0 : refuse(kPortInUse, message);
 }
 
 template <class Server>

@@ -8,14 +8,13 @@
 #include "framework/files.h"
 #include "framework/paths.h"
 #include "framework/profile.h"
-#include "framework/shell.h"
 #include "wan/dns_fields.h"
+#include "wan/network_info.h"
 #include "wan/wanport.h"
 
 namespace {
 
 constexpr char kPage[] = "dc_status.htm";
-constexpr char kInfoF[] = "/tmp/ifcfg";
 constexpr std::string_view kUnknown = " ";
 
 using StatusText = Text<20>;
@@ -56,10 +55,8 @@ DirectStatus get_dc_st() {
     LineReader settings(NatConfF);
     if (!settings.is_open()) return found;
     const bool direct = is_direct(settings);
-    const ScratchFile output(kInfoF);
-    if (!output.ready()) return found;
-    run_command("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0 > /tmp/ifcfg");
-    const std::optional<Profile> info = Profile::open(kInfoF);
+    const std::optional<Profile> info =
+        network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0 > /tmp/ifcfg");
     if (!info) return found;
     const Profile* link = direct ? &*info : nullptr;
     GetProfileString("HWADDR", kUnknown, found.hardware_address, &*info);

@@ -55,9 +55,7 @@ int store_dns_octet(int server, int octet, std::string_view value, Message& mess
 }
 
 int check_octet(std::string_view octet, Message& message) {
-    if (!shell_character(octet)) return 0;
-    GetErrMsgByIndex(kBadOctet, message);
-    return kBadOctet;
+    return shell_character(octet) ? refuse(kBadOctet, message) : 0;
 }
 
 int get_dns_name(ValueText& value, LongText&, int&) {

@@ -3,6 +3,7 @@
 // order in a page and in its key table: the first begins an address, the fourth ends it.
 #pragma once
 
+#include <array>
 #include <string_view>
 
 #include "framework/page.h"
@@ -29,6 +30,23 @@ template <int Server, int Octet, class Record>
 int set_dns_ip(const char* value, int, Message& message, Record&) {
     return store_dns_octet(Server, Octet, value, message);
 }
+
+// The twelve rows of a page's key table.
+template <class Record>
+constexpr std::array dns_rows = std::to_array<KeyFun<Record>>({
+    {"dns1_ip_1", get_dns_ip<1, 1>, set_dns_ip<1, 1>},
+    {"dns1_ip_2", get_dns_ip<1, 2>, set_dns_ip<1, 2>},
+    {"dns1_ip_3", get_dns_ip<1, 3>, set_dns_ip<1, 3>},
+    {"dns1_ip_4", get_dns_ip<1, 4>, set_dns_ip<1, 4>},
+    {"dns2_ip_1", get_dns_ip<2, 1>, set_dns_ip<2, 1>},
+    {"dns2_ip_2", get_dns_ip<2, 2>, set_dns_ip<2, 2>},
+    {"dns2_ip_3", get_dns_ip<2, 3>, set_dns_ip<2, 3>},
+    {"dns2_ip_4", get_dns_ip<2, 4>, set_dns_ip<2, 4>},
+    {"dns3_ip_1", get_dns_ip<3, 1>, set_dns_ip<3, 1>},
+    {"dns3_ip_2", get_dns_ip<3, 2>, set_dns_ip<3, 2>},
+    {"dns3_ip_3", get_dns_ip<3, 3>, set_dns_ip<3, 3>},
+    {"dns3_ip_4", get_dns_ip<3, 4>, set_dns_ip<3, 4>},
+});
 
 // The first DNS server, as the resolver uses it (the field "dns_name").
 int get_dns_name(ValueText& value, LongText& text, int& error);

@@ -14,12 +14,12 @@
 #include "framework/shell.h"
 #include "serial/ppp_conf.h"
 #include "wan/dns_fields.h"
+#include "wan/network_info.h"
 #include "wan/wanport.h"
 
 namespace {
 
 constexpr char kPage[] = "ppp_status.htm";
-constexpr char kInfoF[] = "/tmp/ifcfg";
 constexpr char kPppdLogF[] = "/var/log/pppd.log";
 constexpr std::size_t kLogShown = 7999;
 constexpr std::string_view kUnknown = " ";
@@ -35,17 +35,9 @@ struct PPPStatus {
 
 PPPStatus status;
 
-// What the network-information program prints, by the command that asks it.
-std::optional<Profile> network_info(const char* command) {
-    const ScratchFile output(kInfoF);
-    if (!output.ready()) return std::nullopt;
-    run_command(command);
-    return Profile::open(kInfoF);
-}
-
 // A link that has not dialled yet has a placeholder.
 bool is_placeholder(std::string_view address) {
-    return address.starts_with("10.112.112.112") || address.starts_with("0.0.0.0");
+    return address.starts_with(kNotDialled) || address.starts_with("0.0.0.0");
 }
 
 PPPStatus get_p3_st() {

@@ -32,11 +32,6 @@ static_assert(kBadDeviceName.size() <= Message::capacity);
 
 DirectConf shown;
 
-int refuse(int number, Message& message) {
-    GetErrMsgByIndex(number, message);
-    return number;
-}
-
 // ---- the hardware address ----
 
 Text<80> stored_hardware_address() {
@@ -148,7 +143,7 @@ int save_isp_ip_type(const char* value, int, Message&, DirectConf& record) {
     return 0;
 }
 
-constexpr std::array key_fun_tab = std::to_array<KeyFun<DirectConf>>({
+constexpr std::array port_rows = std::to_array<KeyFun<DirectConf>>({
     {"wan_mac_address", get_wan_mac_address, save_wan_mac_address},
     {"nat_isp_ip01", get_octet<&DirectConf::address, 1>, save_ip<1>},
     {"nat_isp_ip02", get_octet<&DirectConf::address, 2>, save_ip<2>},
@@ -166,19 +161,9 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<DirectConf>>({
     {"dns_name", get_dns_name, nullptr},
     {"default_name", get_default_name, nullptr},
     {"isp_ip_type", get_isp_ip_type, save_isp_ip_type},
-    {"dns1_ip_1", get_dns_ip<1, 1>, set_dns_ip<1, 1>},
-    {"dns1_ip_2", get_dns_ip<1, 2>, set_dns_ip<1, 2>},
-    {"dns1_ip_3", get_dns_ip<1, 3>, set_dns_ip<1, 3>},
-    {"dns1_ip_4", get_dns_ip<1, 4>, set_dns_ip<1, 4>},
-    {"dns2_ip_1", get_dns_ip<2, 1>, set_dns_ip<2, 1>},
-    {"dns2_ip_2", get_dns_ip<2, 2>, set_dns_ip<2, 2>},
-    {"dns2_ip_3", get_dns_ip<2, 3>, set_dns_ip<2, 3>},
-    {"dns2_ip_4", get_dns_ip<2, 4>, set_dns_ip<2, 4>},
-    {"dns3_ip_1", get_dns_ip<3, 1>, set_dns_ip<3, 1>},
-    {"dns3_ip_2", get_dns_ip<3, 2>, set_dns_ip<3, 2>},
-    {"dns3_ip_3", get_dns_ip<3, 3>, set_dns_ip<3, 3>},
-    {"dns3_ip_4", get_dns_ip<3, 4>, set_dns_ip<3, 4>},
 });
+
+constexpr std::array key_fun_tab = join_rows(port_rows, dns_rows<DirectConf>);
 
 }  // namespace
 

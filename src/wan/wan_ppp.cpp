@@ -22,11 +22,6 @@ constexpr int kUnstorableCharacter = 62;
 
 PPPoeConf shown;
 
-int refuse(int number, Message& message) {
-    GetErrMsgByIndex(number, message);
-    return number;
-}
-
 template <SettingText PPPoeConf::*Field>
 int get_text(ValueText& value, LongText&, int&) {
     value = (shown.*Field).view();
@@ -90,7 +85,7 @@ int save_service_name(const char* value, int mode, Message& message, PPPoeConf& 
     return save_text<&PPPoeConf::service>(value, mode, message, record);
 }
 
-constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPoeConf>>({
+constexpr std::array account_rows = std::to_array<KeyFun<PPPoeConf>>({
     {"ppp_ac_name", get_text<&PPPoeConf::user>, save_ppp_ac_name},
     {"ppp_ac_pwd", get_text<&PPPoeConf::password>, save_text<&PPPoeConf::password>},
     {"ppp_ac_pwd_v", get_text<&PPPoeConf::password>, nullptr},
@@ -101,20 +96,13 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPoeConf>>({
     {"nat_isp_ip04", get_ip<4>, save_ip<4>},
     {"dns_name", get_dns_name, nullptr},
     {"isp_ip_type", get_isp_ip_type, save_isp_ip_type},
-    {"dns1_ip_1", get_dns_ip<1, 1>, set_dns_ip<1, 1>},
-    {"dns1_ip_2", get_dns_ip<1, 2>, set_dns_ip<1, 2>},
-    {"dns1_ip_3", get_dns_ip<1, 3>, set_dns_ip<1, 3>},
-    {"dns1_ip_4", get_dns_ip<1, 4>, set_dns_ip<1, 4>},
-    {"dns2_ip_1", get_dns_ip<2, 1>, set_dns_ip<2, 1>},
-    {"dns2_ip_2", get_dns_ip<2, 2>, set_dns_ip<2, 2>},
-    {"dns2_ip_3", get_dns_ip<2, 3>, set_dns_ip<2, 3>},
-    {"dns2_ip_4", get_dns_ip<2, 4>, set_dns_ip<2, 4>},
-    {"dns3_ip_1", get_dns_ip<3, 1>, set_dns_ip<3, 1>},
-    {"dns3_ip_2", get_dns_ip<3, 2>, set_dns_ip<3, 2>},
-    {"dns3_ip_3", get_dns_ip<3, 3>, set_dns_ip<3, 3>},
-    {"dns3_ip_4", get_dns_ip<3, 4>, set_dns_ip<3, 4>},
+});
+
+constexpr std::array service_row = std::to_array<KeyFun<PPPoeConf>>({
     {"service_name", get_text<&PPPoeConf::service>, save_service_name},
 });
+
+constexpr std::array key_fun_tab = join_rows(account_rows, dns_rows<PPPoeConf>, service_row);
 
 }  // namespace
 

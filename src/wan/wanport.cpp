@@ -13,12 +13,12 @@
 #include "framework/shell.h"
 #include "nat/dial_files.h"
 #include "nat/process.h"
+#include "wan/network_info.h"
 #include "wan/wan_conf.h"
 
 namespace {
 
 constexpr std::size_t kScratchLine = 255;
-constexpr std::string_view kPlaceholder = "10.112.112.112";  // the link has not dialled yet
 constexpr std::string_view kDialdRemote = "10.0.0.2";
 constexpr char kPPPoeScript[] = "-x adsl-connect";
 
@@ -41,7 +41,7 @@ bool has_address(std::string_view interface) {
     const std::string_view address = behind.substr(0, behind.find_first_of(" \t\r"));
     if (address.empty() || address.front() == '0') return false;
     const bool is_ppp = interface.starts_with('p');
-    return !is_ppp || (address != kPlaceholder && address != kDialdRemote);
+    return !is_ppp || (address != kNotDialled && address != kDialdRemote);
 }
 
 void stop_direct_if_up() {

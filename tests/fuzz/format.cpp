@@ -1,5 +1,4 @@
-// The message formatter and the quoting: what is escaped comes back, and no argument is read as a
-// format.
+// Messages and quoting: what is escaped comes back, and no argument is read as a format.
 #include "framework/format.h"
 #include "framework/quote.h"
 #include "framework/text.h"

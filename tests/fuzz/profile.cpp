@@ -2,22 +2,21 @@
 // the first two. A writer changes its own lines only, and its reader finds what it wrote.
 #include <unistd.h>
 
+#include <array>
 #include <vector>
 
 #include "framework/files.h"
 #include "framework/profile.h"
 
-static void expect(bool holds) {
-    if (!holds) __builtin_trap();
-}
+static void expect(bool holds) { holds ? void() : __builtin_trap(); }
 
 // The lines that a writer of the key must leave alone.
 static std::vector<std::string> foreign_lines(const std::string& file, const std::string& key) {
     std::vector<std::string> lines;
     for (LineReader in(file); in.next();) {
         std::string_view rest = in.text();
-        const bool is_own = rest == "[s]" || rest.starts_with(key + "=") || take_word(rest) == key;
-        if (!is_own) lines.emplace_back(in.text());
+        if (rest != "[s]" && !rest.starts_with(key + "=") && take_word(rest) != key)
+            lines.emplace_back(in.text());
     }
     return lines;
 }
@@ -31,7 +30,6 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
     if (key.empty()) return 0;
     const std::string content(rest);
     std::vector<char> out(8192);
-
     expect(replace_file(file, content));
     const auto lines = foreign_lines(file, key);
     expect(SetProfileString("s", key, value, file) == 0);
@@ -40,15 +38,12 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
         expect(GetStrByKey(key, out, stream_of(Profile::open(file))) == 0);
         expect(value.substr(0, kProfileLine - key.size() - 1) == out.data());
     }
-    expect(replace_file(file, content));
-    expect(WritePrivateProfileString(file, key, value) == 1);
+    expect(replace_file(file, content) && WritePrivateProfileString(file, key, value) == 1);
     expect(foreign_lines(file, key) == lines);
     GetPrivateProfileString(file, key, "&", out);
     expect(value == out.data());
-
-    const std::string_view names[] = {key};
-    expect(RemoveEntries(file, names) == 0 && AppendEntry(file, key) == 0);
-    expect(AppendEntry(file, key) == kEntryExists);
-    unlink(file.c_str());
+    expect(RemoveEntries(file, std::array{std::string_view(key)}) == 0 &&
+           AppendEntry(file, key) == 0);
+    expect(AppendEntry(file, key) == kEntryExists && unlink(file.c_str()) == 0);
     return 0;
 }

@@ -3,7 +3,6 @@
 #include "framework/parser.h"
 
 constexpr char kValue = '\1';  // all that the getters give; no template below holds it
-
 constexpr KeyGetter kKeys[] = {
     {"v", [](ValueText& value, LongText&, int&) { return (value = "\1\1\1", 0); }},
     {"text", [](ValueText&, LongText& text, int&) { return (text.emplace(20'000, kValue), 0); }},
@@ -18,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
     auto [page, error] = expand_template(text, kKeys, kLists, "", nullptr);
     if (page.size() >= kPageSize) __builtin_trap();
     if (error && *error != 2 && *error != 7 && *error != 8) __builtin_trap();
-    // A list marker without its end gets a "#", and the end of the file reads as a byte 0xFF.
+    // An unended list marker gets a "#", and the end of the file reads as 0xFF.
     std::erase_if(page, [](char c) { return c == kValue || c == '#' || c == '\xff'; });
     std::size_t at = 0;
     for (const char c : page) {

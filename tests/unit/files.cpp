@@ -20,22 +20,16 @@ Replaced replace_with(std::string_view text, const std::string& target = kTarget
     return out.install();
 }
 
-// While it lives no file grows over `bytes`.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t bytes) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit = {bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &before_); }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-
-private:
-    rlimit before_{};
-};
+// Runs `work` while no file can grow over `bytes`.
+void with_full_disk(rlim_t bytes, const std::function<void()>& work) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {bytes, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    work();
+    setrlimit(RLIMIT_FSIZE, &before);
+}
 
 TEST_F(Root, LinesComeInPieces) {
     put_file(kTarget, "abcd\nab\n\nabcdefgh");
@@ -99,11 +93,11 @@ TEST_F(Root, LinksInTheTemporarysPlaceAreNotFollowed) {
 
 TEST_F(Root, AFailureLeavesTheOldFile) {
     put_file(kTarget, "old\n");
-    for (const std::size_t size : {200U, 100'000U}) {  // found when flushing, and when writing
-        const FullDisk full(100);
-        EXPECT_EQ(replace_with(std::string(size, 'x')), Replaced::not_written);
-        EXPECT_FALSE(replace_file(kTarget, std::string(size, 'x')));
-    }
+    with_full_disk(100, [] {
+        EXPECT_EQ(replace_with(std::string(200, 'x')), Replaced::not_written);
+        EXPECT_EQ(replace_with(std::string(100'000, 'x') + "y"), Replaced::not_written);
+        EXPECT_FALSE(replace_file(kTarget, std::string(200, 'x')));
+    });
     { const Replacement given_up(kTarget, kTemporary); }
     EXPECT_EQ(content(kTarget), "old\n");
     EXPECT_EQ(content(kTemporary) + content("/etc/.target.tmp"), "(no file)(no file)");
@@ -114,7 +108,7 @@ TEST_F(Root, AFailureLeavesTheOldFile) {
 }
 
 // Opened while it could still be seen: a file system other than the private root's.
-const int kSharedMemory = open("/dev/shm", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+const int kSharedMemory = open("/dev/shm", O_RDONLY | O_DIRECTORY | O_CLOEXEC);  // NOLINT: C
 
 TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     struct stat here {
@@ -128,14 +122,15 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
         Replacement out(target, "/tmp/far.tmp");
         out.write("new");
         ASSERT_TRUE(out.finish());
-        const FullDisk full(1);
-        EXPECT_EQ(out.install(), Replaced::not_written);
+        with_full_disk(1, [&] { EXPECT_EQ(out.install(), Replaced::not_written); });
     }
+    const std::string none = "(no file)(no file)";
     EXPECT_EQ(content(target), "old");
+    EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
     EXPECT_EQ(replace_with("new", target, "/tmp/far.tmp"), Replaced::done);
     EXPECT_EQ(content(target), "new");
     EXPECT_EQ(mode_of(target), 0640U);
-    EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
+    EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
     unlink(target.c_str());
 }
 

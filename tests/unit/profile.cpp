@@ -26,7 +26,7 @@ TEST_F(Root, KeysAreReadByTheirBeginningOrExactly) {
                {"IP", "11\r|1"},
                {"ipaddr", "0standard|1"},
                {"nothing", "0standard|1"},
-               {"long", "1" + x270 + "|0" + x270},
+               {"long", std::string("1").append(x270).append("|0").append(x270)},
                {"behind", "11|01"},  // the next piece of a long line reads as a line
                {"empty", "1|0"},
                {"last", "1a=b|0a=b"}})
