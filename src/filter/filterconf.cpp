@@ -7,9 +7,9 @@
 #include <string_view>
 
 #include "framework/files.h"
-#include "framework/parser.h"
 #include "framework/paths.h"
 #include "framework/profile.h"
+#include "framework/text.h"
 #include "nat/process.h"
 
 namespace {

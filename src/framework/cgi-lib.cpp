@@ -10,6 +10,8 @@
 #include <new>
 
 #include "framework/html-lib.h"
+#include "framework/multipart.h"
+#include "framework/upload.h"
 
 namespace {
 
@@ -52,6 +54,33 @@ bool read_exactly(char* out, std::size_t length) {
     return true;
 }
 
+FormEntry make_entry(std::string key, std::string value) {
+    // A NUL ends a text everywhere in the system, so it does here; the entry remembers it.
+    const bool has_control = std::any_of(value.begin(), value.end(), is_control);
+    return {up_to_nul(std::move(key)), up_to_nul(std::move(value)), has_control};
+}
+
+void insert(FormList& list, FormEntry entry) {
+    if (!InsertEntry(list, std::move(entry))) cgi_err("Error!", "Error adding to list!");
+}
+
+// The value of a field for a file: the path where the file is now, empty when none was chosen.
+std::string take_file(const FormPart& part) {
+    if (part.file_name.empty()) return "";
+    const std::optional<std::string> path = store_upload(part.content);
+    if (!path) cgi_err("Error!", "The uploaded file could not be stored.");
+    return *path;
+}
+
+void parse_multipart(std::string_view body, FormList& list) {
+    std::vector<FormPart> parts;
+    if (!split_multipart(variable("CONTENT_TYPE"), body, parts))
+        cgi_err("Error!", "Error Reading Data");
+    for (FormPart& part : parts)
+        insert(list, make_entry(std::move(part.name),
+                                part.is_file ? take_file(part) : std::string(part.content)));
+}
+
 void parse_body(FormList& list) {
     const char* content_length = std::getenv("CONTENT_LENGTH");
     if (!content_length) cgi_err("Error!", "CONTENT_LENGTH is NULL");
@@ -61,7 +90,11 @@ void parse_body(FormList& list) {
     const std::unique_ptr<char[]> body(new (std::nothrow) char[size + 1]);
     if (!body) cgi_err("Error!", kNoMemory);
     if (!read_exactly(body.get(), size)) cgi_err("Error!", "Error Reading Data");
-    parse_data_record({body.get(), size}, list);
+    const std::string_view text(body.get(), size);
+    if (is_multipart(variable("CONTENT_TYPE")))
+        parse_multipart(text, list);
+    else
+        parse_data_record(text, list);
 }
 
 int compare_text(std::string_view a, std::string_view b) {
@@ -140,28 +173,22 @@ FormList& parse_data_record(std::string_view text, FormList& list) {
         if (piece.empty()) continue;
         FormEntry entry;
         parse_data_keyvalue(entry, piece);
-        if (!InsertEntry(list, std::move(entry))) cgi_err("Error!", "Error adding to list!");
+        insert(list, std::move(entry));
     }
     return list;
 }
 
 void parse_data_keyvalue(FormEntry& entry, std::string_view text) {
-    // A NUL ends a text everywhere in the system, so it does here; the entry remembers it.
-    const auto decode = [](std::string_view part) {
-        try {
-            return unescape_url(part);
-        } catch (const std::bad_alloc&) {
-            cgi_err("Error!", "Could not allocated enough memory.");
-        }
-    };
     const std::size_t equals = text.find('=');
-    entry.key = up_to_nul(decode(text.substr(0, equals)));
-    entry.value.reset();
-    entry.has_control = false;
-    if (equals == std::string_view::npos) return;
-    std::string value = decode(text.substr(equals + 1));
-    entry.has_control = std::any_of(value.begin(), value.end(), is_control);
-    entry.value = up_to_nul(std::move(value));
+    try {
+        std::string key = unescape_url(text.substr(0, equals));
+        if (equals == std::string_view::npos)
+            entry = {up_to_nul(std::move(key)), std::nullopt, false};
+        else
+            entry = make_entry(std::move(key), unescape_url(text.substr(equals + 1)));
+    } catch (const std::bad_alloc&) {
+        cgi_err("Error!", "Could not allocated enough memory.");
+    }
 }
 
 std::string unescape_url(std::string_view text) {

@@ -168,8 +168,6 @@ private:
     bool stopped_ = false;
 };
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 template <class Row>
 int index_of(std::span<const Row> rows, std::string_view Row::*name, std::string_view wanted) {
     for (std::size_t i = 0; i < rows.size(); ++i)
@@ -211,15 +209,4 @@ int GetArrayItem(std::string_view name, LongText& text, int& error) {
     text.reset();
     const int index = GetArrayFunIndex(name);
     return index < 0 ? 0 : ArrayFunTab[static_cast<std::size_t>(index)].generator(text, error);
-}
-
-int StrCmpi(std::string_view a, std::string_view b) {
-    return a.size() != b.size() || StrniCmp(a, b, a.size()) != 0;
-}
-
-int StrniCmp(std::string_view a, std::string_view b, std::size_t n) {
-    a = a.substr(0, n);
-    b = b.substr(0, n);
-    return !std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                       [](char x, char y) { return lower(x) == lower(y); });
 }

@@ -83,7 +83,3 @@ int GetKeyFunIndex(std::string_view name);
 int GetArrayFunIndex(std::string_view name);
 // The text of a list of the current page; without one of that name no text and 0.
 int GetArrayItem(std::string_view name, LongText& text, int& error);
-
-// Comparisons that ignore the case of ASCII letters: 0 equal, 1 different.
-int StrCmpi(std::string_view a, std::string_view b);
-int StrniCmp(std::string_view a, std::string_view b, std::size_t n);

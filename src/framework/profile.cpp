@@ -88,12 +88,6 @@ bool is_comment(std::string_view line) {
 
 std::string_view first_word(std::string_view line) { return take_word(line); }
 
-bool equal_ignoring_case(std::string_view a, std::string_view b) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [&](char x, char y) { return lower(x) == lower(y); });
-}
-
 std::string temporary_of(const std::string& path) { return path + ".tmp"; }
 
 // True when the file ends in the middle of a line.
@@ -315,7 +309,7 @@ int RemoveEntries(const std::string& path, std::span<const std::string_view> nam
             if (!is_comment(line)) {
                 const std::string_view word = first_word(line);
                 const auto is_word = [&](std::string_view name) {
-                    return equal_ignoring_case(name, word);
+                    return StrCmpi(name, word) == 0;
                 };
                 if (word.empty() || std::any_of(names.begin(), names.end(), is_word)) return;
             }

@@ -60,3 +60,16 @@ private:
 // The message that a refused setter, a failed action or a failed lookup puts before the user.
 inline constexpr std::size_t kMessageSize = 128;
 using Message = Text<kMessageSize>;
+
+// Comparisons that ignore the case of ASCII letters, of whole texts or of their first n characters:
+// 0 equal, 1 different.
+inline int StrniCmp(std::string_view a, std::string_view b, std::size_t n) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+    a = a.substr(0, n);
+    b = b.substr(0, n);
+    return !std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                       [&](char x, char y) { return lower(x) == lower(y); });
+}
+inline int StrCmpi(std::string_view a, std::string_view b) {
+    return StrniCmp(a, b, std::string_view::npos);
+}
