@@ -216,6 +216,17 @@ def test_pppoe_save(appliance, form, wan, conf):
     assert result.commands == [] and message(result) == ""
 
 
+@pytest.mark.parametrize("before, kept", [
+    (None, "nat_enable=no\nnat_interface=eth0\nconnect_method=2\n"), ("one\ntwo", "one\ntwo\nconnect_method=2\n"),
+    ("x" * 70 + "\ntwo\r\nthree\nnat_enable=yes\nidle=9\n", "x" * 63 + "\ntwo\r\nthree\n"),
+])
+def test_pppoe_save_keeps_the_first_three_lines(appliance, before, kept):
+    appliance.write(WAN, before) if before is not None else appliance.remove(WAN)
+    result = post(appliance, "wan_ppp.htm", **ACCOUNT)
+    assert result.changed[WAN].split("pppoe_username=")[0] == kept and "idle=9" not in result.changed[WAN]
+    assert appliance.mode(WAN) == 0o600
+
+
 @pytest.mark.parametrize("field, value, text", [
     ("ppp_ac_name", "", MESSAGES["16"]),
     ("ppp_idle_time", "", MESSAGES["15"]),
