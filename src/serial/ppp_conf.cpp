@@ -168,7 +168,7 @@ constexpr PPPConf page_defaults() {
 
 }  // namespace
 
-constinit const PPPConf d_conf = page_defaults();
+constexpr PPPConf d_conf = page_defaults();
 
 void Init_PPPConf() {
     if (!replace_file(PppConfFile, kNewFile, kSecretMode))
