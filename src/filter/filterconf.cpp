@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
@@ -23,18 +24,17 @@ struct Setting {
     Field field;
 };
 
+constexpr Setting kState = {"filter_state", &FilterConf::filter_state};
+constexpr Setting kListKind = {"custom_content_state", &FilterConf::custom_content_state};
+
+// In the order in which they are written, as the moments below.
 constexpr std::array<Setting, 6> kSwitches = {{
-    {"enable_log", &FilterConf::enable_log},
-    {"block_script", &FilterConf::block_script},
     {"block_applet", &FilterConf::block_applet},
+    {"block_script", &FilterConf::block_script},
     {"block_activex", &FilterConf::block_activex},
     {"block_cookies", &FilterConf::block_cookies},
     {"custom_filter_state", &FilterConf::custom_filter_state},
-}};
-
-constexpr std::array<Setting, 2> kNumbers = {{
-    {"filter_state", &FilterConf::filter_state},
-    {"custom_content_state", &FilterConf::custom_content_state},
+    {"enable_log", &FilterConf::enable_log},
 }};
 
 struct Moment {
@@ -45,6 +45,29 @@ struct Moment {
 constexpr std::array<Moment, 2> kMoments = {{
     {"filter_from", &FilterConf::from_day, &FilterConf::from_hour, &FilterConf::from_min},
     {"filter_to", &FilterConf::to_day, &FilterConf::to_hour, &FilterConf::to_min},
+}};
+
+// The greatest value of each field, in the order of their numbers; the least is 0.
+struct Limit {
+    Field field;
+    int most;
+};
+
+constexpr std::array<Limit, 14> kLimits = {{
+    {&FilterConf::filter_state, kFilterBetween},
+    {&FilterConf::from_day, 6},
+    {&FilterConf::to_day, 6},
+    {&FilterConf::from_hour, 23},
+    {&FilterConf::from_min, 59},
+    {&FilterConf::to_hour, 23},
+    {&FilterConf::to_min, 59},
+    {&FilterConf::block_applet, 1},
+    {&FilterConf::block_script, 1},
+    {&FilterConf::block_activex, 1},
+    {&FilterConf::block_cookies, 1},
+    {&FilterConf::custom_filter_state, 1},
+    {&FilterConf::enable_log, 1},
+    {&FilterConf::custom_content_state, 2},
 }};
 
 int day_number(std::string_view word) {
@@ -59,7 +82,7 @@ void parse_switch(std::string_view word, int& value) {
 
 // A number as "%d" takes it: nothing changes when the word does not begin with one.
 void parse_number(std::string_view word, int& value) {
-    if (word.starts_with('+')) word.remove_prefix(1);
+    if (word.starts_with('+') && !word.starts_with("+-")) word.remove_prefix(1);
     std::from_chars(word.data(), word.data() + word.size(), value);
 }
 
@@ -77,25 +100,62 @@ void parse_time24(std::string_view rest, const Moment& moment, FilterConf& recor
     record.*moment.minute = minute;
 }
 
+bool write_number(const Setting& setting, const FilterConf& record) {
+    return WritePrivateProfileInt(FilterConfF, setting.key, record.*setting.field) != 0;
+}
+
+bool write_switch(const Setting& setting, const FilterConf& record) {
+    return WritePrivateProfileOnOff(FilterConfF, setting.key, record.*setting.field) != 0;
+}
+
+bool write_moment(const Moment& moment, const FilterConf& record) {
+    return WritePrivateProfileDate(FilterConfF, moment.key,
+                                   static_cast<unsigned>(record.*moment.day), record.*moment.hour,
+                                   record.*moment.minute) != 0;
+}
+
+}  // namespace
+
 void ParseLine(std::string_view line, FilterConf& record) {
+    if (line.starts_with('#')) return;
     const std::string_view key = take_word(line);
     for (const Setting& setting : kSwitches)
         if (key == setting.key) parse_switch(take_word(line), record.*setting.field);
-    for (const Setting& setting : kNumbers)
+    for (const Setting& setting : {kState, kListKind})
         if (key == setting.key) parse_number(take_word(line), record.*setting.field);
     for (const Moment& moment : kMoments)
         if (key == moment.key) parse_time24(line, moment, record);
 }
 
-}  // namespace
-
 int get_filter_info(FilterConf* record) {
     *record = FilterConf{};
     LineReader in(FilterConfF, kSettingLine);
     if (!in.is_open()) return kCannotOpen;
-    while (in.next())
-        if (!in.piece().starts_with('#')) ParseLine(in.text(), *record);
-    return in.failed() ? kCannotOpen : 0;
+    FilterConf found;
+    while (in.next()) ParseLine(in.text(), found);
+    if (in.failed()) return kCannotOpen;
+    *record = found;
+    return 0;
+}
+
+int check_filter_info(const FilterConf& record) {
+    const auto is_out = [&](const Limit& limit) {
+        const int value = record.*limit.field;
+        return value < 0 || value > limit.most;
+    };
+    const auto first = std::find_if(kLimits.begin(), kLimits.end(), is_out);
+    return first == kLimits.end() ? 0 : static_cast<int>(first - kLimits.begin()) + 1;
+}
+
+int set_filter_info(const FilterConf& record, bool write) {
+    const int out_of_range = check_filter_info(record);
+    if (out_of_range || !write) return out_of_range;
+    const auto moment = [&](const Moment& each) { return write_moment(each, record); };
+    const auto on_off = [&](const Setting& each) { return write_switch(each, record); };
+    const bool written =
+        write_number(kState, record) && std::all_of(kMoments.begin(), kMoments.end(), moment) &&
+        std::all_of(kSwitches.begin(), kSwitches.end(), on_off) && write_number(kListKind, record);
+    return written ? 0 : kCannotOpen;
 }
 
 int ProcReconfigFilter() {

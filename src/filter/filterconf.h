@@ -2,6 +2,8 @@
 // separated by blanks; "#" begins a comment.
 #pragma once
 
+#include <string_view>
+
 // The schedule, the field filter_state.
 enum FilterState : int { kFilterAlways = 0, kFilterNever = 1, kFilterBetween = 2 };
 
@@ -23,9 +25,18 @@ struct FilterConf {
     int changed = 0;               // some value differs from the file
 };
 
-// Zeroes the record and fills it from the file; a value that cannot be understood stays 0. 0, or
-// -37 when the file cannot be read.
+// Takes over what a line of the file sets. A value that cannot be understood changes nothing.
+void ParseLine(std::string_view line, FilterConf& record);
+
+// Zeroes the record and fills it from the file. 0, or -37 when the file cannot be read.
 int get_filter_info(FilterConf* record);
+
+// 0, or the number of the first value, from 1 in the order of the fields, that is out of range.
+int check_filter_info(const FilterConf& record);
+
+// Checks the record and, when `write` is set and it passes, writes it setting by setting; other
+// lines of the file stay. 0, what check_filter_info found, or -37 when a setting cannot be written.
+int set_filter_info(const FilterConf& record, bool write);
 
 // Makes the proxy read its settings again: a hang-up signal to the pid in its pid file. 0, or -36
 // when it does not run. (Action "RCFilter".)

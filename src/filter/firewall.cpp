@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "filter/firewall_records.h"
 #include "framework/files.h"
 #include "framework/format.h"
 #include "framework/log.h"
@@ -32,29 +33,10 @@ bool IsRunEth0() {
 
 bool is_link_up() { return ppp_on() || IsRunEth0(); }
 
-bool contains(std::string_view line, std::string_view part) {
-    return line.find(part) != std::string_view::npos;
-}
-
 // The firewall script without its application rules; 1 done, 0 not.
 int gen_disfw() {
-    bool in_record = false;
-    const auto disable = [&](std::string_view line, Replacement& out) {
-        if (line.starts_with("#@"))
-            in_record = true;
-        else if (line.size() < 2)
-            in_record = false;
-        else if (in_record && (contains(line, "modprobe") || contains(line, "ipchains"))) {
-            out.write("#");
-            line.remove_prefix(1);
-        }
-        out.write(line);
-    };
-    LineReader in(FirewallF);
-    Replacement out(DisFirewallF, kScriptMode);
-    if (!in.is_open() || !out.is_open()) return 0;
-    while (in.next()) disable(in.piece(), out);
-    return !in.failed() && out.install() == Replaced::done;
+    const std::optional<std::string> script = read_file(FirewallF);
+    return script && replace_file(DisFirewallF, with_records_off(*script), kScriptMode);
 }
 
 // Switches a line of a script on (a blank in front) or off ("#" in front). A line that is in the
@@ -71,8 +53,8 @@ void set_sap_en(bool on) {
     const Rewritten result = rewrite_lines(
         IPUPF, FirewallTmpF, kScriptMode,
         [&](std::string_view line, Replacement& out) {
-            if (contains(line, "/rc.firewall")) return out.write(switched(line, on));
-            if (!contains(line, "/dis_rc.firewall")) return out.write(line);
+            if (line.find("/rc.firewall") != line.npos) return out.write(switched(line, on));
+            if (line.find("/dis_rc.firewall") == line.npos) return out.write(line);
             has_dis_firewall = true;
             out.write(switched(line, !on));
         },

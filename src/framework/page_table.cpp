@@ -2,7 +2,12 @@
 
 #include <iterator>
 
+#include "filter/ac_cfg.h"
 #include "filter/filterconf.h"
+#include "filter/flt_log.h"
+#include "filter/nat_filter.h"
+#include "filter/nat_sap.h"
+#include "filter/site_pages.h"
 #include "framework/plain_page.h"
 #include "nat/dial_files.h"
 #include "nat/nat_base.h"
@@ -10,6 +15,10 @@
 #include "nat/nat_vs.h"
 #include "nat/process.h"
 #include "nat/vs_script.h"
+#include "serial/sp_base.h"
+#include "serial/sp_int.h"
+#include "serial/sp_port.h"
+#include "serial/sp_st.h"
 #include "wan/dc_st.h"
 #include "wan/ppp_st.h"
 #include "wan/wan_dc.h"
@@ -20,22 +29,22 @@ namespace {
 
 constexpr std::array<CgiPage, kPages> kCgiTab = {{
     {"nat_base.htm", get_nat_base, nullptr},
-    {"nat_sap.htm", get_plain<"nat_sap.htm">, set_plain},
+    {"nat_sap.htm", get_sap, set_sap},
     {"nat_conn.htm", get_nat_conn, set_nat_conn},
     {"nat_vs.htm", get_vs, set_vs},
-    {"nat_filter.htm", get_plain<"nat_filter.htm">, set_plain},
-    {"sp_base.htm", get_plain<"sp_base.htm">, nullptr},
-    {"sp_port.htm", get_plain<"sp_port.htm">, set_plain},
-    {"sp_int.htm", get_plain<"sp_int.htm">, set_plain},
-    {"sp_status.htm", get_plain<"sp_status.htm">, set_plain},
-    {"sites_allow.htm", get_plain<"sites_allow.htm">, set_plain},
-    {"sites_ban.htm", get_plain<"sites_ban.htm">, set_plain},
+    {"nat_filter.htm", get_nat_filter, set_nat_filter},
+    {"sp_base.htm", get_sp_base, nullptr},
+    {"sp_port.htm", get_sp_port, set_sp_port},
+    {"sp_int.htm", get_sp_int, set_sp_int},
+    {"sp_status.htm", get_status, set_status},
+    {"sites_allow.htm", get_sites_allow, set_sites_allow},
+    {"sites_ban.htm", get_sites_ban, set_sites_ban},
     {"wan_dc.htm", get_wan_dc, set_wan_dc},
     {"dc_status.htm", get_dc_status, set_dc_status},
     {"ppp_status.htm", get_ppp_status, set_ppp_status},
     {"wan_ppp.htm", get_wan_ppp, set_wan_ppp},
-    {"filterlog.htm", get_plain<"filterlog.htm">, set_plain},
-    {"ac_cfg.htm", get_plain<"ac_cfg.htm">, set_plain},
+    {"filterlog.htm", get_filterlog, set_filter_log},
+    {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
 }};
 
 constexpr std::array<SaveGroup, kSaveGroups> kSaveTbl = {

@@ -1,4 +1,4 @@
-"""Whether the programs that read the WAN files get back what was typed."""
+"""Whether the programs that read the connections' files get back what was typed."""
 
 import html
 import os
@@ -12,7 +12,7 @@ import pytest
 from appliance import become_root
 
 PPPOE, IFCFG = "/etc/ppp/pppoe.conf", "/etc/sysconfig/network-scripts/ifcfg-eth0"
-SECRETS = ("/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets")
+SECRETS, OPTIONS = ("/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"), "/etc/ppp/options.ttyS0"
 PPPD = "/usr/sbin/pppd"
 
 SHELLS = [["bash"], ["dash"], ["busybox", "ash"]]
@@ -27,9 +27,16 @@ def save(appliance, page, **fields):
     return result
 
 
-def save_account(appliance, name, password, service=""):
+def save_pppoe(appliance, name, password, service=""):
     return save(appliance, "wan_ppp.htm", ppp_ac_name=name, ppp_ac_pwd=password, ppp_idle_time="5",
                 isp_ip_type="dynamic", service_name=service)
+
+
+def save_isp(appliance, name, password):
+    return save(appliance, "sp_int.htm", nat_ac_name=name, nat_ac_pwd=password, nat_idle_time="5")
+
+
+ACCOUNTS = pytest.mark.parametrize("save_account, tag", [(save_pppoe, "PPPoE"), (save_isp, "Serial")])
 
 
 def sourced(appliance, shell, path, variables):
@@ -41,9 +48,9 @@ def sourced(appliance, shell, path, variables):
     return dict(zip(variables, finished.stdout.split("\0")))
 
 
-def account_line(appliance, path):
-    """The line of the PPPoE account in a secrets file."""
-    return re.search("^#PPPoE\n(.*)\n", appliance.read(path), re.MULTILINE)[1]
+def account_line(appliance, path, tag):
+    """The line of an account in a secrets file."""
+    return re.search(f"^#{tag}\n(.*)\n", appliance.read(path), re.MULTILINE)[1]
 
 
 def pppd_words(line):
@@ -56,7 +63,7 @@ def pppd_words(line):
 @pytest.mark.parametrize("text", AWKWARD)
 def test_pppoe_settings_in_a_shell(appliance, text):
     service = text.replace('"', "").strip()
-    result = save_account(appliance, text, "secret", service)
+    result = save_pppoe(appliance, text, "secret", service)
     expected = {"USER": text, "PPPOE_EXTRA": f"-S {service}" if service else "", "DEMAND": "300",
                 "PPPOE_TIMEOUT": "300", "ETH": "eth0", "CLAMPMSS": "1412"}
     for shell in SHELLS:
@@ -72,12 +79,13 @@ def test_interface_file_in_a_shell(appliance, name):
         assert sourced(appliance, shell, IFCFG, expected) == expected
 
 
+@ACCOUNTS
 @pytest.mark.parametrize("text", AWKWARD)
-def test_secrets_as_words(appliance, text):
+def test_secrets_as_words(appliance, text, save_account, tag):
     for name, password in ("old", "old"), (text, "plain"), ("plain", text):
         save_account(appliance, name, password)
         for path in SECRETS:
-            assert pppd_words(account_line(appliance, path)) == [name, "ppp0", password]
+            assert pppd_words(account_line(appliance, path, tag)) == [name, "ppp0", password]
             assert appliance.read(path).count("ppp0") == 1
 
 
@@ -125,8 +133,9 @@ def pppd(tmp_path_factory):
     return call
 
 
+@ACCOUNTS
 @pytest.mark.parametrize("text", AWKWARD)
-def test_secrets_in_pppd(appliance, tmp_path, pppd, text):
+def test_secrets_in_pppd(appliance, tmp_path, pppd, text, save_account, tag):
     """pppd finds the account. It shows no password, but reads the words of its options by the same rules."""
 
     def finds(name):
@@ -136,13 +145,17 @@ def test_secrets_in_pppd(appliance, tmp_path, pppd, text):
     def understood(*options):
         finished = pppd("/dev/null", "noauth", *options)
         assert finished.returncode == 0
-        return re.findall(r"^((?:user|ipparam) .*)\t\t# \(from ", finished.stdout, re.MULTILINE)
+        return re.findall(r"^((?:user|ipparam|idle|name|remotename|noipdefault)\b.*)\t\t# \(from ", finished.stdout,
+                          re.MULTILINE)
 
     save_account(appliance, text, text)
     options = tmp_path / "options"
     for path, protocol in zip(SECRETS, ("pap", "chap")):
         assert finds(text) and (text == "*" or not finds("other"))
-        name, _, password = account_line(appliance, path).split("\t")
+        name, _, password = account_line(appliance, path, tag).split("\t")
         options.write_text(f"user {name}\nipparam {password}\n")
         expected = understood("user", text, "ipparam", text)
         assert len(expected) == 2 and understood("file", str(options)) == expected
+    if tag == "Serial":
+        expected = understood("idle", "300", "name", text, "remotename", "ppp0", "noipdefault")
+        assert len(expected) == 4 and understood("file", str(appliance.at(OPTIONS))) == expected

@@ -37,6 +37,7 @@ MESSAGES = """5-check %s
 11-set %s
 12-action %s
 2-large
+22-not imported
 45-other method
 46-no proxy
 44-dns
@@ -140,7 +141,7 @@ def test_an_empty_page_name_is_unknown_too(short):
     ({"this_file": "filterlog.htm", "todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]\n"),
     ({"todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]\n"),
     # an upload goes to the modem port page
-    ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, "sp_port[][a]\n"),
+    ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, "sp_port[not imported\n][a]\n"),
     # the value that sorts first is the one that counts
     ([("this_file", "wan_ppp.htm"), ("this_file", "wan_dc.htm"), ("todo", "x"), ("typed", "b"), ("typed", "a")],
      "wan_dc[][a]\n"),

@@ -215,6 +215,8 @@ def test_access_control(saved, value, before, after):
 ])
 def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, fields, numbers):
     saved.write(RECORD, replaced(saved, RECORD, Ftp=1), 0o600)
+    state = 0 if fields.get("filter_when") == "always" else 1  # the filter itself does not change
+    saved.write("/usr/local/squid/etc/filter.conf", f"filter_state {state}\n")
     shown = save(saved, **fields).body.split('role="alert">')[1].split("</p>")[0]
     assert shown == "".join(message_text(saved, number) + "\n" for number in numbers)
 

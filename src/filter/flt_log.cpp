@@ -1,0 +1,127 @@
+// The filter log page shows which host of the LAN asked for which address, as the proxy noted it,
+// and empties the log. Logs grow: a view reads no more of it than it shows.
+#include "filter/flt_log.h"
+
+#include <new>
+
+#include "framework/files.h"
+#include "framework/log.h"
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+
+namespace {
+
+constexpr char kPage[] = "filterlog.htm";
+constexpr char kStandardLog[] = "/usr/local/squid/logs/access.log";
+
+constexpr int kNoMemory = 9;
+constexpr int kNotCleared = 31;
+
+constexpr std::size_t kRowsSize = 36864;  // characters
+constexpr std::size_t kLoggedRecords = 3;
+
+std::string log_path() {
+    Text<kSettingLine + 1> path;
+    GetPrivateProfileString(SquidConfF, "cache_access_log", kStandardLog, path);
+    return path.c_str();
+}
+
+// Hands the records' lines to `use`, oldest first, until it returns false. 0, or -37 when the log
+// cannot be read.
+template <class Use>
+int for_each_record(Use use) {
+    LineReader in(log_path(), kSettingLine);
+    if (!in.is_open()) return kCannotOpen;
+    while (in.next()) {
+        const std::string_view line = in.text();
+        if (!line.empty() && !line.starts_with('#') && !use(line)) break;
+    }
+    return in.failed() ? kCannotOpen : 0;
+}
+
+template <std::size_t N>
+void fill_field(std::string_view& line, Text<N>& field) {
+    const std::string_view word = take_word(line);
+    if (!word.empty()) field = word;
+}
+
+void fill_record(std::string_view line, LogRecord& record) {
+    fill_field(line, record.first);
+    fill_field(line, record.second);
+    fill_field(line, record.third);
+}
+
+std::string row_of(const LogRecord& record) {
+    std::string row = "<tr>\n<td nowrap>";
+    row.append(record.first).append("</td>\n<td nowrap>").append(record.second);
+    row.append("</td>\n<td nowrap>").append(record.third).append("</td>\n</tr>\n");
+    return row;
+}
+
+int get_log_record(ValueText& value, LongText& text, int& error) try {
+    std::string& rows = text.emplace();
+    rows.reserve(kRowsSize);
+    std::size_t total = 0;
+    const int result = for_each_record([&](std::string_view line) {
+        LogRecord record;
+        fill_record(line, record);
+        if (total < kLoggedRecords) {
+            log_line("get_filter_log return=%d\n", 1L);
+            log_line("%s\t%s\t%s\n", record.first, record.second, record.third);
+        }
+        const std::string row = row_of(record);
+        if (rows.size() + row.size() > kRowsSize) return false;
+        rows += row;
+        ++total;
+        return true;
+    });
+    if (result < 0) {
+        error = -result;
+        GetErrMsgByIndex(error, value);
+        return error;
+    }
+    log_line("total %d log records", static_cast<long>(total));
+    return 0;
+} catch (const std::bad_alloc&) {
+    error = kNoMemory;
+    return 1;
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
+    {"log_record", get_log_record, nullptr},
+});
+
+}  // namespace
+
+int get_filter_log(std::size_t first, std::span<LogRecord> records) {
+    std::size_t index = 0;
+    std::size_t filled = 0;
+    const int result = for_each_record([&](std::string_view line) {
+        if (filled == records.size()) return false;
+        if (index++ >= first) fill_record(line, records[filled++]);
+        return true;
+    });
+    return result < 0 ? result : static_cast<int>(filled);
+}
+
+std::size_t get_filter_log_count() {
+    std::size_t count = 0;
+    const int result = for_each_record([&](std::string_view) { return ++count > 0; });
+    return result < 0 ? 0 : count;
+}
+
+int clear_filter_log() { return RemoveAllEntries(log_path()); }
+
+int get_filterlog(const char* message, const FormList* form) {
+    return html_parser(kPage, key_fun_tab, {}, message, form);
+}
+
+int set_filter_log(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int,
+                   Message& message) {
+    log_line("clear=%s", or_null(find_val(form, "clear")));
+    if (!field_is(form, "clear", "Clear Log")) return 0;
+    const int failed = clear_filter_log();
+    if (failed) GetErrMsgByIndex(kNotCleared, message);
+    return failed;
+}

@@ -1,0 +1,205 @@
+// The special applications page opens the side of the internet for one network application after
+// the other: VPN protocols, conferences, games, ping. Each is a record of the firewall script.
+#include "filter/nat_sap.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "filter/firewall.h"
+#include "filter/firewall_records.h"
+#include "framework/files.h"
+#include "framework/log.h"
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/quote.h"
+
+namespace {
+
+constexpr char kPage[] = "nat_sap.htm";
+constexpr mode_t kScriptMode = 0755;
+
+constexpr int kNameInUse = 6;
+constexpr int kNoneToDelete = 7;
+constexpr int kNoneToUpdate = 8;
+constexpr int kReserved = 51;
+constexpr int kCannotWriteFile = 64;
+
+std::vector<SapItem> sap_fw;  // what the page lists
+Message mesg;                 // what an action has to tell
+
+// ---- the lists ----
+
+// The protocols as the form offers them, in the order of its list.
+struct ProtocolChoice {
+    std::string_view label;
+    int protocol;
+};
+constexpr std::array choices = std::to_array<ProtocolChoice>({
+    {"TCP", kTcp},
+    {"UDP", kUdp},
+    {"TCP/UDP", kUdp + kTcp},
+    {"none", kNoProtocol},
+    {"n/a", kOtherProtocol},
+});
+
+std::string enable_cell(const SapItem& item) { return item.enabled ? "1" : "0"; }
+
+template <SapRules SapItem::*Direction>
+std::string protocol_cell(const SapItem& item) {
+    const auto choice = std::find_if(
+        choices.begin(), choices.end(),
+        [&](const ProtocolChoice& each) { return each.protocol == (item.*Direction).protocol; });
+    return std::to_string(choice - choices.begin());
+}
+
+template <SapRules SapItem::*Direction, std::string SapRules::*Port>
+std::string port_cell(const SapItem& item) {
+    return '"' + item.*Direction.*Port + '"';
+}
+
+template <std::string (*Cell)(const SapItem&)>
+int get_cells(LongText& text, int&) {
+    if (sap_fw.empty()) return -1;
+    text.emplace();
+    for (const SapItem& item : sap_fw) *text += (text->empty() ? "" : ",") + Cell(item);
+    return 0;
+}
+
+int get_names(LongText& text, int&) {
+    if (sap_fw.empty()) return -1;
+    text.emplace();
+    for (const SapItem& item : sap_fw) *text += "\n<option> " + item.name;
+    return 0;
+}
+
+constexpr std::array get_ary_tab = std::to_array<ArrayFun>({
+    {"a_sap_enable", get_cells<enable_cell>},
+    {"a_inpr", get_cells<protocol_cell<&SapItem::in>>},
+    {"a_outpr", get_cells<protocol_cell<&SapItem::out>>},
+    {"a_port1in", get_cells<port_cell<&SapItem::in, &SapRules::port1>>},
+    {"a_port2in", get_cells<port_cell<&SapItem::in, &SapRules::port2>>},
+    {"a_port1out", get_cells<port_cell<&SapItem::out, &SapRules::port1>>},
+    {"a_port2out", get_cells<port_cell<&SapItem::out, &SapRules::port2>>},
+    {"nat_sap_list", get_names},
+});
+
+// ---- the form ----
+
+// A port begins with a digit. What follows is the administrator's business as long as it means
+// nothing to the shell that runs the script.
+bool digichk(std::string_view port) {
+    return !port.empty() && port[0] >= '0' && port[0] <= '9' && !shell_character(port);
+}
+
+std::string_view posted(const FormList* form, std::string_view key) {
+    const char* value = find_val(form, key);
+    return value ? value : "";
+}
+
+std::string posted_port(const FormList* form, std::string_view key) {
+    const std::string_view port = posted(form, key);
+    return std::string(digichk(port) ? port : "");
+}
+
+int posted_protocol(const FormList* form, std::string_view key) {
+    const auto choice =
+        std::find_if(choices.begin(), choices.end(),
+                     [&](const ProtocolChoice& each) { return each.label == posted(form, key); });
+    return choice == choices.end() ? kNoProtocol : choice->protocol;
+}
+
+SapItem do_list(const FormList* form) {
+    return {
+        .name = std::string(posted(form, "v_nat_sap_name")),
+        .enabled = find_val(form, "v_nat_sap_enable") != nullptr,
+        .in = {posted_protocol(form, "v_nat_sapin_pr_list"),
+               posted_port(form, "v_nat_sapin_port01"), posted_port(form, "v_nat_sapin_port02")},
+        .out = {posted_protocol(form, "v_nat_sapout_pr_list"),
+                posted_port(form, "v_nat_sapout_port01"), posted_port(form, "v_nat_sapout_port02")},
+    };
+}
+
+// ---- the actions ----
+
+bool rewrite_firewall(std::string_view script) {
+    Replacement out(FirewallF, FirewallTmpF, kScriptMode);
+    if (!out.is_open()) return false;
+    out.write(script);
+    const Replaced replaced = out.install();
+    if (replaced == Replaced::not_renamed) log_line("rename failed");
+    return replaced != Replaced::not_written;
+}
+
+// The rest of an action: the new script takes effect, or the page says that it was not stored.
+void applied(bool stored) {
+    if (stored)
+        act_change();
+    else
+        GetErrMsgByIndex(kCannotWriteFile, mesg, FirewallF);
+}
+
+void add(std::string_view script, const SapItem& item) {
+    applied(replace_file(FirewallF, with_record(script, item)));
+}
+
+void remove(std::string_view script, const SapItem& item) {
+    if (!is_reserved(item.name))
+        return applied(rewrite_firewall(without_record(script, item.name)));
+    refuse(kReserved, mesg);
+    if (mesg == "Unknown error") mesg = "Application is reserved and cannot be deleted.";
+}
+
+void update(std::string_view script, const SapItem& item) {
+    std::string module_line;
+    const bool stored = rewrite_firewall(with_record_updated(script, item, module_line));
+    if (stored && !module_line.empty()) act_module(module_line);
+    applied(stored);
+}
+
+struct SapAction {
+    std::string_view todo;
+    bool wants_record;  // of the form's name in the script
+    int refusal;
+    void (*act)(std::string_view script, const SapItem& item);
+};
+constexpr std::array actions = std::to_array<SapAction>({
+    {"nat_add_sap", false, kNameInUse, add},
+    {"nat_del_sap", true, kNoneToDelete, remove},
+    {"nat_update_sap", true, kNoneToUpdate, update},
+});
+
+void set_a_action(std::string_view todo, const SapItem& item) {
+    for (const SapAction& action : actions) {
+        if (action.todo != todo || item.name.empty()) continue;
+        const std::optional<std::string> script = read_file(FirewallF);
+        if (!script) return;
+        const std::vector<SapItem> items = parse_firewall(*script);
+        const bool exists = std::any_of(items.begin(), items.end(), [&](const SapItem& other) {
+            return other.name == item.name;
+        });
+        if (exists == action.wants_record)
+            action.act(*script, item);
+        else
+            refuse(action.refusal, mesg);
+    }
+}
+
+int sap_main(const FormList* form, const char* message) {
+    mesg.clear();
+    const char* todo = find_val(form, "todo");
+    if (todo && !message) set_a_action(todo, do_list(form));
+    sap_fw = parse_firewall(read_file(FirewallF).value_or(""));
+    return render_page(kPage, {}, get_ary_tab, message ? message : mesg.c_str(), form);
+}
+
+}  // namespace
+
+int get_sap(const char* message, const FormList* form) { return sap_main(form, message); }
+
+int set_sap(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message& message) {
+    if (mode == kCheck || mode == kSet) return 0;
+    return sap_main(form, message.empty() ? nullptr : message.c_str());
+}

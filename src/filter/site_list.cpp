@@ -1,0 +1,64 @@
+#include "filter/site_list.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "framework/files.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "framework/text.h"
+#include "framework/upload.h"
+
+namespace {
+
+constexpr std::string_view SiteHead = "http://";
+constexpr std::string_view separator = " \r\n/?";
+
+bool folds_to(char c, char lower) {
+    return c == lower || (c >= 'A' && c <= 'Z' && c + ('a' - 'A') == lower);
+}
+
+}  // namespace
+
+std::string SiteList::path() const {
+    Text<kSettingLine + 1> path;
+    GetPrivateProfileString(FilterConfF, key, standard_path, path);
+    return path.c_str();
+}
+
+int SiteList::get(int first, int maximum, std::span<char> out) const {
+    return GetEntries(path(), first, maximum, out);
+}
+
+int SiteList::add(std::string_view entry) const { return AppendEntry(path(), entry); }
+
+int SiteList::del(std::span<const std::string_view> entries) const {
+    return RemoveEntries(path(), entries);
+}
+
+int SiteList::del_all() const { return RemoveAllEntries(path()); }
+
+std::vector<std::string_view> sites_in(std::string_view text) {
+    std::vector<std::string_view> sites;
+    text = text.substr(0, text.find('\xff'));
+    for (;;) {
+        const auto head =
+            std::search(text.begin(), text.end(), SiteHead.begin(), SiteHead.end(), folds_to);
+        if (head == text.end()) return sites;
+        text.remove_prefix(static_cast<std::size_t>(head - text.begin()) + SiteHead.size());
+        const std::string_view site = text.substr(0, text.find_first_of(separator));
+        text.remove_prefix(site.size());
+        if (!site.empty()) sites.push_back(site);
+    }
+}
+
+int import_site(const char* path, const SiteList& list, std::size_t& added) {
+    added = 0;
+    const std::optional<std::string> upload = usable_upload(path);
+    const std::optional<std::string> text = upload ? read_file(*upload) : std::nullopt;
+    if (!text) return kImportUnreadable;
+    unlink(upload->c_str());
+    return AppendEntries(list.path(), sites_in(*text), added) == 0 ? 0 : kImportNotAdded;
+}

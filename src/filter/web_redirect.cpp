@@ -1,0 +1,36 @@
+#include "filter/web_redirect.h"
+
+#include "filter/filterconf.h"
+#include "framework/files.h"
+#include "framework/paths.h"
+#include "wan/wanport.h"
+
+namespace {
+
+constexpr char kTemporary[] = "/tmp/src.tmp";
+constexpr mode_t kScriptMode = 0777;
+
+constexpr std::string_view kHeader = "# All web";
+constexpr std::size_t kShortestLine = 3;  // with its line end; a shorter one ends the section
+
+}  // namespace
+
+int set_rc_service(int filter_state) {
+    enum { before, inside, behind } place = before;
+    const char mark = filter_state == kFilterNever ? '#' : ' ';
+    const Rewritten result = rewrite_lines(
+        ServiceFile, kTemporary, kScriptMode,
+        [&](std::string_view line, Replacement& out) {
+            if (place == inside && line.size() < kShortestLine) place = behind;
+            if (place == inside) {
+                out.write({&mark, 1});
+                line.remove_prefix(1);
+            }
+            if (place == before && line.starts_with(kHeader)) place = inside;
+            out.write(line);
+        },
+        [](Replacement&) {});
+    if (result != Rewritten::done) return 1;
+    Run_ip_up();
+    return 0;
+}

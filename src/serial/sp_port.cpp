@@ -1,0 +1,198 @@
+// The modem page chooses the modem, its initialisation string, the speed of the serial port and the
+// way of dialling, and takes the driver descriptions of modems that the list does not know. What is
+// in force is shown by the overview of the serial port: here a field left empty stays as it is.
+#include "serial/sp_port.h"
+
+#include <new>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/html-lib.h"
+#include "framework/log.h"
+#include "framework/msgfile.h"
+#include "framework/paths.h"
+#include "framework/profile.h"
+#include "serial/inf_parser.h"
+#include "serial/modem_list.h"
+#include "serial/ppp_conf.h"
+
+namespace {
+
+constexpr char kPage[] = "sp_port.htm";
+
+constexpr int kNoModems = 4;
+constexpr int kNoMemory = 9;
+constexpr int kNoModemFile = 14;
+constexpr int kInitNotStored = 20;
+constexpr int kImported = 21;
+constexpr int kNotImported = 22;
+constexpr int kUnstorableCharacter = 62;
+
+PPPConf conf;
+bool offers_defaults = false;
+
+// Read by the first list of the page that needs it, and kept for the other.
+ModemList MList;
+
+void FreeMList() { MList.clear(); }
+
+// Builds a text of all modems.
+template <class Add>
+int text_of_modems(InitMode mode, LongText& text, int& error, Add add) try {
+    if (MList.empty()) MList = GetModemList(mode);
+    if (MList.empty()) {
+        error = kNoModems;
+        return 1;
+    }
+    text.emplace();
+    for (const Modem& modem : MList) add(*text, modem);
+    return 0;
+} catch (const std::bad_alloc&) {
+    FreeMList();
+    error = kNoMemory;
+    return 1;
+}
+
+int get_modemlist(ValueText&, LongText& text, int& error) {
+    const int failed =
+        text_of_modems(InitMode::plain, text, error, [](std::string& options, const Modem& modem) {
+            options.append("<option>").append(modem.name).append("\n");
+        });
+    FreeMList();
+    return failed;
+}
+
+int get_array1(LongText& text, int& error) {
+    const int failed =
+        text_of_modems(InitMode::script, text, error, [](std::string& strings, const Modem& modem) {
+            strings.append("'").append(modem.init).append("',\n");
+        });
+    if (!failed) text->erase(text->size() - 2);
+    return failed;
+}
+
+int save_nothing(const char*, int, Message&, PPPConf&) { return 0; }
+
+int save_speed(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kSet) store(record.BaudRate, static_cast<std::int32_t>(to_long(value)), record);
+    return 0;
+}
+
+int save_modem(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kSet) store(record.Modem, value, record);
+    return 0;
+}
+
+bool ensure_modem_file() {
+    return LineReader(ModemFile).is_open() || replace_file(ModemFile, kNewModemList);
+}
+
+// Behind nat_modem_list in the table, so that Modem is the chosen one.
+int save_initstr(const char* value, int mode, Message& message, PPPConf& record) {
+    if (mode == kCheck) return 0;
+    constexpr char kQuote = '\'';  // the chat script has the string between two of them
+    if (std::string_view(value).find(kQuote) != std::string_view::npos) {
+        GetErrMsgByIndex(kUnstorableCharacter, message, "Init string", long{kQuote});
+        return 1;
+    }
+    if (!ensure_modem_file()) {
+        GetErrMsgByIndex(kNoModemFile, message, ModemFile);
+        return 1;
+    }
+    store(record.InitStr, value, record);
+    if (record.Modem != kOtherModem) return 0;
+    if (SetProfileString(kOtherModem, InitKey0, value, ModemFile) == 0) return 0;
+    refuse(kInitNotStored, message);
+    return 1;
+}
+
+constexpr std::array<const char*, 3> kDialTypes = {"tone", "pulse", "perm"};  // as DialType
+
+int save_dialtype(const char* value, int mode, Message&, PPPConf& record) {
+    if (mode == kCheck) return 0;
+    const std::string_view type = value;
+    store(record.DialType, type == kDialTypes[2] ? 2 : type == kDialTypes[1] ? 1 : 0, record);
+    return 0;
+}
+
+constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
+    {"show_modemlist", get_modemlist, save_nothing},
+    {"nat_serspeed_list", nullptr, save_speed},
+    {"nat_modem_list", nullptr, save_modem},
+    {"nat_init_string", nullptr, save_initstr},
+    {"nat_dial_type_radio", nullptr, save_dialtype},
+});
+
+constexpr ArrayFun get_ary_tab[] = {{"a_init", get_array1}};
+
+// The record as a form that was posted.
+FormList form_of(const PPPConf& record) {
+    FormList form = CreateList<FormEntry>(0, Compare);
+    const auto add = [&](const char* key, std::string_view value) {
+        InsertEntry(form, FormEntry{key, std::string(value)});
+    };
+    add("nat_serspeed_list", std::to_string(record.BaudRate));
+    add("nat_modem_list", record.Modem);
+    add("nat_init_string", record.InitStr);
+    add("nat_dial_type_radio", kDialTypes.at(static_cast<std::size_t>(record.DialType)));
+    return form;
+}
+
+// Imports an uploaded driver description; `outcome` is what the page says about it.
+void import_modems(const FormList* form, Message& outcome) {
+    const char* path = find_val(form, "load_file");
+    log_line("load_file=%s", or_null(path));
+    int added = 0;
+    const bool imported = path && *path && ParserInfFile(path, &added) == 0;
+    GetErrMsgByIndex(imported ? kImported : kNotImported, outcome, std::to_string(added));
+    log_line("%s", outcome.view());
+}
+
+int save(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
+         Message& message) {
+    PPPConf record;
+    const int unreadable = read_record(&record, message);
+    if (unreadable) return unreadable;
+    if (!replace_file(UserF, record.User)) log_line("cannot write %s", UserF);
+    bool any = false;
+    const int refused =
+        save_fields(key_fun_tab, form, Present::only_filled, kSet, message, record, any);
+    if (refused || !any || !record.Changed) return refused;
+    const int unsaved = SavePPPConf(record, message);
+    if (unsaved) return unsaved;
+    AddProcToQueue(kSaveDiald, heads, queued, tails);
+    AddProcToQueue(kSavePPPOn, heads, queued, tails);
+    return 0;
+}
+
+// The next page is the answer, so nothing is rendered here.
+void default_port() {
+    conf = d_conf;
+    offers_defaults = true;
+}
+
+}  // namespace
+
+int get_sp_port(const char* message, const FormList* form) {
+    if (offers_defaults) {
+        const FormList defaults = form_of(conf);
+        return html_parser(kPage, key_fun_tab, get_ary_tab, message, &defaults);
+    }
+    Message text;
+    if (field_is(form, "todo", "upload")) {
+        import_modems(form, text);
+        if (!message) message = text.c_str();
+    }
+    Message failure;
+    if (read_record(&conf, failure) != 0 && !message) message = failure.c_str();
+    return html_parser(kPage, key_fun_tab, get_ary_tab, message, form);
+}
+
+int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
+                int mode, Message& message) {
+    if (mode == kCheck) return 0;
+    if (field_is(form, "todo", "save")) return save(form, heads, queued, tails, message);
+    if (field_is(form, "todo", "port_defaults")) default_port();
+    if (field_is(form, "todo", "instatll")) cgi_err("Action", "Do_Install");
+    return 0;
+}

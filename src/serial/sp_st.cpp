@@ -1,0 +1,163 @@
+// The serial status page shows whether the modem connection is up, what it has got, and the logs of
+// pppd, and has the link dialled and hung up. What is not known is a blank.
+//
+// The probes build on each other: the template asks for the modem's link before the PPP link and
+// the connect speed, and for the PPP link before its address.
+#include "serial/sp_st.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "framework/files.h"
+#include "framework/format.h"
+#include "framework/log.h"
+#include "framework/paths.h"
+#include "framework/shell.h"
+#include "nat/process.h"
+#include "serial/ppp_conf.h"
+#include "wan/dns_fields.h"
+
+namespace {
+
+constexpr char kPage[] = "sp_status.htm";
+constexpr char kPpp1LogF[] = "/var/log/ppp1.log";
+constexpr char kPpp0LogF[] = "/var/log/ppp0.log";
+constexpr char kPppdLogF[] = "/var/log/pppd.log";
+constexpr std::size_t kLogShown = 7999;
+constexpr std::size_t kLine = 79;
+constexpr std::string_view kUnknown = " ";
+
+// What the probes of this request have found.
+bool ppp_on = false;  // pppd runs
+Text<20> ppp_ip;
+Text<32> cnt_rate;
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+int show(ValueText& value, std::string_view text) {
+    value = text;
+    return 0;
+}
+
+std::string_view or_unknown(std::string_view text) { return text.empty() ? kUnknown : text; }
+
+int show_link(ValueText& value, bool up) { return show(value, up ? "Established" : "Off Line"); }
+
+// What follows `beginning` in the first line that has it, with the line feed.
+std::string rest_of_line(const char* path, std::string_view beginning, std::string_view fallback) {
+    LineReader in(path, kLine);
+    while (in.is_open() && in.next())
+        if (in.piece().starts_with(beginning)) return in.piece().substr(beginning.size());
+    return std::string(fallback);
+}
+
+int get_phy_link(ValueText& value, LongText&, int&) {
+    constexpr std::size_t kPid = 15;
+    const std::string pid =
+        first_output_line("/sbin/pidof pppd > /tmp/ppp.tmp", "/tmp/ppp.tmp", kPid).value_or("");
+    ppp_on = !pid.empty() && is_digit(pid[0]) && pid[0] != '0';
+    return show_link(value, ppp_on);
+}
+
+int get_ppp_link(ValueText& value, LongText&, int&) {
+    constexpr std::size_t kAddress = 127;
+    ppp_ip.clear();
+    if (!ppp_on) return show_link(value, false);
+    const std::string address =
+        first_output_line(
+            "/sbin/ifconfig ppp0 | grep 'inet addr' | awk '{print $2}' | sed -e 's/.*://' > ip.tmp",
+            "ip.tmp", kAddress)
+            .value_or("");
+    const bool up = address.size() >= 2 && is_digit(address[0]) && is_digit(address[1]);
+    if (up) ppp_ip = address + "\n";
+    return show_link(value, up);
+}
+
+int get_ppp_ip(ValueText& value, LongText&, int&) { return show(value, or_unknown(ppp_ip)); }
+
+int get_serial_speed(ValueText& value, LongText&, int&) {
+    return show(value, rest_of_line(DialdF, "speed ", "115200"));
+}
+
+int get_phone_speed(ValueText& value, LongText&, int&) {
+    if (!ppp_on) return show(value, kUnknown);
+    value = rest_of_line(kPppdLogF, "CONNECT ", or_unknown(cnt_rate));
+    cnt_rate = value.view();
+    return 0;
+}
+
+int get_log(LongText& text, int&) {
+    text.emplace();
+    for (const char* path : {kPpp1LogF, kPpp0LogF, kPppdLogF}) {
+        const std::string log = read_file(path, kLogShown - text->size()).value_or("");
+        text->append(log, 0, log.find('\0'));
+    }
+    return 0;
+}
+
+constexpr std::array get_fun_tab = std::to_array<KeyFun<NoRecord>>({
+    {"nat_phy_link", get_phy_link, nullptr},
+    {"nat_ppp_link", get_ppp_link, nullptr},
+    {"nat_ppp_ip", get_ppp_ip, nullptr},
+    {"nat_serial_speed", get_serial_speed, nullptr},
+    {"nat_phone_speed", get_phone_speed, nullptr},
+    {"wan_dns", get_wan_dns, nullptr},
+});
+
+constexpr std::array get_ary_tab = std::to_array<ArrayFun>({
+    {"nat_log_text", get_log},
+});
+
+int control_link(std::string_view command, std::string_view complaint) {
+    const int status = run_command(format_text("%s %s > /dev/null", DialF, command));
+    if (status != 0) log_line(complaint, std::strerror(errno));
+    return status;
+}
+
+int dial() {
+    if (!PortEnabled()) return 0;
+    PidText pid;
+    const int failed = GetPid("diald", pid) == 0 ? 0 : StartDiald();
+    if (failed) {
+        log_line("In dial(): StartDiald Error: %s", std::strerror(errno));
+        return failed;
+    }
+    return control_link("up", "Dial up Error: %s");
+}
+
+int hangup() { return control_link("down", "StopDiald Error: %s"); }
+
+int clearlog() {
+    std::remove(kPpp1LogF);
+    std::remove(kPpp0LogF);
+    return truncate(kPppdLogF, 0);
+}
+
+struct Button {
+    std::string_view todo;
+    int (*press)();  // a failure is for the log; the page shows what came of it
+};
+
+constexpr std::array buttons = std::to_array<Button>({
+    {"nat_dial", dial},
+    {"nat_hangup", hangup},
+    {"nat_clearlog", clearlog},
+});
+
+}  // namespace
+
+int get_status(const char* message, const FormList* form) {
+    for (const Button& button : buttons)
+        if (!message && field_is(form, "todo", button.todo)) button.press();
+    return html_parser(kPage, get_fun_tab, get_ary_tab, message, form);
+}
+
+int set_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
+               Message& message) {
+    if (mode == kCheck || mode == kSet) return 0;
+    return get_status(message.empty() ? nullptr : message.c_str(), form);
+}

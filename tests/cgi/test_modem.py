@@ -1,0 +1,240 @@
+"""The modem page: the modem list, saving, the defaults, and the import of driver descriptions."""
+
+import re
+import time
+
+import pytest
+
+from appliance import PROJECT
+
+LIST, RECORD, USER = "/etc/ppp/modem.ini", "/etc/ppp/nat_ppp.con", "/etc/ppp/user"
+NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
+MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
+DATA = PROJECT / "tests/data"
+UPLOAD = "/tmp/driver.inf"
+VOICE = "+FCLASS=0#VSP=55"
+BEFORE = "[Old]\nInitString=ATZ\n"
+SMALL = """[Manufacturer]\n%M% = S\n[Strings]\nM = "Maker"\n{}\n[S]\n%A% = I\n[I]\nAddReg = R
+[R]\nHKR, Init, 1,, "AT<cr>"\n{}"""
+
+
+@pytest.fixture
+def saved(appliance):
+    """An appliance with a record as a save writes it."""
+    appliance.get("next_file=nat_base.htm")
+    record = appliance.read(RECORD).replace("User=\n", "User=joe\n")
+    appliance.write(RECORD, "".join(line for line in record.splitlines(True) if not line.startswith("VPN")), 0o600)
+    return appliance
+
+
+def text_of(number, value=""):
+    return MESSAGES[str(number)].replace("%s", value)
+
+
+def message(result):
+    return result.body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n")
+
+
+def post(appliance, todo="save", **fields):
+    return appliance.post({"this_file": "sp_port.htm", "todo": todo, **fields})
+
+
+def upload(appliance, content, modems=BEFORE):
+    appliance.write(LIST, modems)
+    appliance.write(UPLOAD, content, 0o600)
+    return post(appliance, "upload", next_file="sp_port.htm", load_file=UPLOAD)
+
+
+def sections(text):
+    return re.findall(r"\[(.*)\]\nInitString=(.*)\n", text)
+
+
+def small(strings='A = "New"', more=""):
+    return SMALL.format(strings, more)
+
+
+@pytest.mark.parametrize("text, modems", [
+    (None, [("_Standard Modem", "AT&F"), ("Other", "AT&FM0")]),
+    ("[A]\r\nX=1\r\n\r\nInitString=AT\\V1\r\nInitString=ATZ\r\n[B]\n\n[C]\n[D\nInitString=x\n[E]]\nInitString=AT=1",
+     [("A", r"AT\\V1"), ("B", "AT&F"), ("C", "AT&F"), ("E]", "AT=1")]),
+    ("InitString=x\n[A]\nInitString =x\n", [("A", "")]),
+    ("[A]\n[B]\nInitString=AT\n[C]", [("A", "AT&F"), ("B", "AT")]),
+    (f"[A]\nInitString={40 * '/'}\n[{'n' * 79}]\r\nInitString={'x' * 80}\n".replace("/", "\\"),
+     [("A", 39 * "\\\\"), ("n" * 79, "x" * 71)]),
+    ("no section\n", []), ("[A]", []), ("", []),
+])
+def test_modem_list(appliance, text, modems):
+    appliance.write("/www/sp_port.htm", "@show_modemlist#|//@a_init#|@show_modemlist#|//@a_init#|@message#|")
+    appliance.write(LIST, text) if text is not None else appliance.remove(LIST)
+    result = appliance.get("next_file=sp_port.htm")
+    options = "".join(f"<option>{name}\n" for name, _ in modems)
+    inits = ",\n".join(f"'{init}'" for _, init in modems)
+    failure = "" if modems else text_of(4) + "\n"
+    assert result.body == f"{options}|{inits}|{options}|{inits}|{failure}|"
+    assert appliance.read(LIST) == (NEW_LIST if text is None else text)
+
+
+@pytest.mark.parametrize("form, changes, modems", [
+    ({"nat_serspeed_list": "57600x"}, {"BaudRate": "57600"}, None),
+    ({"nat_modem_list": "Elmsworth ED56", "nat_init_string": "AT&F&C1"},
+     {"Modem": "Elmsworth ED56", "InitStr": "AT&F&C1"}, None),
+    ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, {"Modem": "Other", "InitStr": "ATZ"},
+     "[Other]\nX=1\nInitString=ATZ\n[B]\n"),
+    ({"nat_init_string": "i" * 90}, {"InitStr": "i" * 79}, None),
+    ({"nat_dial_type_radio": "perm"}, {"DialType": "2"}, None),
+    ({"nat_dial_type_radio": "pulse"}, {"DialType": "1"}, None),
+    ({"nat_dial_type_radio": "tone", "nat_serspeed_list": "115200", "nat_modem_list": "", "show_modemlist": "x"},
+     {}, None),
+    ({}, {}, None),
+])
+def test_save(saved, form, changes, modems):
+    saved.write(LIST, "[Other]\nX=1\nInitString=AT\n[B]\n")
+    record = saved.read(RECORD).replace("\nRetry", "\nDNS=192.0.2.53\nRetry")
+    for key, value in changes.items():
+        record = re.sub(f"(?m)^{key}=.*", f"{key}={value}", record)
+    saved.write("/etc/diald.conf", "")
+    saved.write("/etc/ppp/pppondialer", "")
+    result = post(saved, **form)
+    assert message(result) == "" and result.commands == [] and saved.mode(RECORD) == 0o600
+    files = {USER: "joe"}
+    if changes:
+        written = {path: result.changed[path] for path in ("/etc/diald.conf", "/etc/ppp/pppondialer")}
+        speed, init = changes.get("BaudRate", "115200"), changes.get("InitStr", "AT&F")
+        assert f"\nspeed {speed}\n" in written["/etc/diald.conf"]
+        assert f"\nINIT\t'{init}\\r'\n" in written["/etc/ppp/pppondialer"]
+        files.update(written, **{RECORD: record}, **({LIST: modems} if modems else {}))
+    assert result.changed == files and result.removed == set()
+
+
+@pytest.mark.parametrize("form, obstacle, text", [
+    ({"nat_init_string": "AT'\\r"}, None, text_of(62, "Init string").replace("%c", "'")),
+    ({"nat_init_string": "ATZ"}, "/etc/ppp/.modem.ini.tmp/x", text_of(14, LIST)),
+    ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, "/www/Ini18042.tmp/x", text_of(20)),
+])
+def test_save_refused(saved, form, obstacle, text):
+    saved.write(USER, "joe")
+    if obstacle:  # a folder where the temporary file should be
+        saved.write(obstacle, "")
+    if LIST in text:
+        saved.remove(LIST)
+    result = post(saved, nat_serspeed_list="9600", **form)
+    assert (message(result), result.changed, result.commands) == (text, {}, [])
+    assert f'name="nat_init_string" value="{form["nat_init_string"]}"' in result.body
+
+
+def test_save_creates_the_list(saved):
+    saved.remove(LIST)
+    assert post(saved, nat_init_string="AT&F").changed == {USER: "joe", LIST: NEW_LIST}
+
+
+def test_an_unreadable_record(appliance):
+    appliance.at(RECORD).mkdir()
+    results = (appliance.get("next_file=sp_port.htm"), post(appliance), upload(appliance, small()))
+    assert [message(result) for result in results] == [text_of(13, RECORD), text_of(13, RECORD), text_of(21, "1")]
+
+
+def test_buttons(saved):
+    result = post(saved, "port_defaults", nat_modem_list="X", nat_init_string="Y", nat_dial_type_radio="perm")
+    values = re.findall("<option selected>(.*)</option>", result.body)
+    values += re.findall('value="([^"]*)" (?:maxlength|checked)', result.body)
+    assert values == ["_Standard Modem", "115200", "AT&F", "tone"] and result.stdout.count(b"Content-type") == 1
+    assert (message(result), result.changed, result.commands) == ("", {}, [])
+    refused = post(saved, "port_defaults", nat_init_string="Y\n")
+    assert 'value="Y\n"' in refused.body and message(refused) == text_of(61, "nat_init_string")
+    ended = post(saved, "instatll")
+    assert re.findall("<H[1-6]>(.*)</H[1-6]>", ended.body) == ["Action", "Do_Install"] and not ended.changed
+
+
+def test_chip_makers_description(saved):
+    result = upload(saved, (DATA / "tarnbrook.inf").read_bytes())
+    modems = sections(result.changed[LIST])
+    assert [name for name, _ in modems[::7]] == ["Old", "Tarnbrook 28.8K V.34 External Fax Voice",
+                                                 "Tarnbrook 33.6K V.34 External Fax Voice", "Tarnbrook 56K V.90 External",
+                                                 "Tarnbrook 56K V.92 External"]
+    new = "AT&FE0V1&D2&C1"
+    assert {init: [i for _, i in modems].count(init) for _, init in modems} == {
+        "ATZ": 1, **{f"AT &F &C1 &D2 V1 S0=0{tail}": 2 * n for tail, n in (("", 3), ("+FCLASS=0", 1), (VOICE, 3))},
+        **{f"{new}\\N3%C3{tail}": n for tail, n in (("", 6), ("+FCLASS=0", 1), (VOICE, 6))},
+        **{f"{new}\\N5%C1+PIG=0;+PMH=0{tail}": n for tail, n in (("", 3), ("+FCLASS=0", 1), (VOICE, 3))}}
+    assert dict(modems)["Tarnbrook 56K External Fax"] == f"{new}\\N3%C3{VOICE}"  # the later of two of that name
+    assert message(result) == text_of(21, "34") and result.removed == {UPLOAD}
+    assert f"<option>{modems[-1][0]}\n" in result.body and result.changed.keys() == {LIST}
+
+
+def test_wide_characters_from_a_browser(saved):
+    body = (b'--b\r\nContent-Disposition: form-data; name="todo"\r\n\r\nupload\r\n'
+            b'--b\r\nContent-Disposition: form-data; name="load_file"; filename="elmsworth.inf"\r\n'
+            b"Content-Type: application/octet-stream\r\n\r\n" + (DATA / "elmsworth.inf").read_bytes() + b"\r\n--b--\r\n")
+    saved.write(LIST, BEFORE)
+    result = saved.post(body, {"CONTENT_TYPE": "multipart/form-data; boundary=b"})
+    assert sections(result.changed[LIST])[1:] == [("Elmsworth ED33 [serial]", "ATE0V1"),
+                                                  ("Elmsworth ED56", "ATE0V1&C1&D2")]
+    assert (message(result), result.changed.keys()) == (text_of(21, "2"), {LIST})
+
+
+@pytest.mark.parametrize("before, after", [
+    ("[Old]\nInitString=ATZ\n", "[Old]\nInitString=ATZ\n[New]\nInitString=AT\n\n"),
+    ("[Old]", "[Old]\n[New]\nInitString=AT\n\n"),
+    ("[New]\r\nX=1\r\n\r\n\nInitString=1\r\nInitString=2\n[Old]\nInitString=3",
+     "[New]\r\nX=1\r\n\nInitString=AT\n\nInitString=2\n[Old]\nInitString=3"),
+    ("[New]\nX\n\n[Old]\n[New]\nInitString=1", "[New]\nX\n\nInitString=AT\n\n[Old]\n[New]\nInitString=AT\n\n"),
+    ("[New]\nInitString=AT\n\n[Old]\n", "[New]\nInitString=AT\n\n\n[Old]\n"),
+    ("[New]", "[New]\nInitString=AT\n\n"), ("", "[New]\nInitString=AT\n\n"),
+    ("[new]\n[New] \n", "[new]\n[New] \n[New]\nInitString=AT\n\n"),
+    (f"{'x' * 82}[New]\n", f"{'x' * 82}[New]\n[New]\nInitString=AT\n\n"),
+    (f"[New]\nInitString={'x' * 82}\n[Old]\n", "[New]\nInitString=AT\n\n[Old]\n"),
+])
+def test_merge(saved, before, after):
+    result = upload(saved, small(), before)
+    assert (result.changed, message(result)) == ({LIST: after}, text_of(21, "1"))
+
+
+@pytest.mark.parametrize("more, init", [
+    ('HKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"\n', "ATE0V1"),
+    ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\nHKR, Init, 2,, ATX\nHKR,init,2,,"ATX"', "AT"),
+    ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
+    (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79), ('HKR, Init, 2,, "A<cr>"', "ATA"),
+])
+def test_init_strings(saved, more, init):
+    assert sections(upload(saved, small(more=more)).changed[LIST])[1:] == [("New", init)]
+
+
+@pytest.mark.parametrize("content", [
+    "", "[Strings]\nA=\"New\"\n", small().replace("[Strings]", "[Text]"), small().replace("= S", "= "),
+    small().replace("%M% = S", "%M%"), small().replace("%M% = S", "%M% = S, NT"), small(""), small('B = "New"'),
+    small().replace("[R]", "[Q]"), small().replace("AddReg", "DelReg"), (DATA / "tarnbrook.inf").read_bytes()[:4000],
+])
+def test_useless_descriptions(saved, content):
+    result = upload(saved, content)
+    assert message(result) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
+
+
+@pytest.mark.parametrize("path", ["", None, "/tmp/none", LIST, "/tmp/link", "/tmp", "/var/../etc/ppp/modem.ini"])
+def test_paths_that_are_no_upload(saved, path):
+    saved.write(LIST, small())
+    saved.at("/tmp/link").symlink_to(LIST)
+    result = post(saved, "upload", **({} if path is None else {"load_file": path}))
+    assert message(result) == text_of(22) and (result.changed, result.removed) == ({}, set())
+
+
+def test_a_failing_merge_leaves_the_list(saved):
+    saved.write("/www/Ini84693.tmp/x", "")  # in the way of the second temporary file
+    result = upload(saved, small())
+    assert message(result) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
+
+
+@pytest.mark.parametrize("install, installs, length", [("I", 1, 10_000), ("I{}", 10_000, 1)])
+def test_ten_thousand_models(saved, install, installs, length):
+    """With one long install section for all or one for each, and a long registry section."""
+    numbers = range(10_000)
+    rows = "".join(f"%K{n}% = {install.format(n)}, X\n" for n in numbers)
+    installs = "".join(f"[{install.format(n)}]\n{'X=1|' * length}AddReg=R\n" for n in range(installs)).replace("|", "\n")
+    names = "".join(f'K{n} = "Modem {n}"\n' for n in numbers)
+    lines = "HKR,,X,,y\n" * 10_000 + 'HKR, Init, 1,, "AT<cr>"\n'
+    content = f"[Manufacturer]\n%M%=S\n[S]\n{rows}{installs}[R]\n{lines}[Strings]\n{names}"
+    saved.write("/www/sp_port.htm", "@message#|")
+    modems = "".join(f"[Modem {n}]\nInitString=X\n" for n in numbers)
+    start = time.monotonic()
+    result = upload(saved, content, modems)
+    assert time.monotonic() - start < 2 and result.body == text_of(21, "10000") + "\n|"
+    assert result.changed[LIST] == modems.replace("=X\n", "=AT\n\n")

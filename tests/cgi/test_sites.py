@@ -1,0 +1,125 @@
+"""The pages of allowed and of banned sites: what they show, add, delete and import."""
+
+import resource
+import signal
+import subprocess
+
+import pytest
+
+import appliance as harness
+from test_uploads import END, TYPE, field, upload
+from test_vs import MESSAGES, message_of
+
+ETC = "/usr/local/squid/etc/"
+PAGES = {  # page: list, key of its path, field of the selected entries, messages: unreadable, not deleted
+    "sites_allow.htm": (ETC + "access.list", "access_file", "allowed_list", "33", "27"),
+    "sites_ban.htm": (ETC + "deny.list", "deny_file", "banned_list", "34", "28"),
+}
+OLD = "# of ours\na.com\n \nB.com x\nb.com\n\r\nA.COM  \n\nlast"
+KEPT = "# of ours\na.com\n \nB.com x\nb.com\n\r\nA.COM  \n\nlast\n"
+LONG = "x" * 127
+HOST = "http://"
+
+
+@pytest.fixture(params=PAGES)
+def page(request, appliance):
+    path, *_ = PAGES[request.param]
+    appliance.write(path, OLD)
+    return request.param, appliance, *PAGES[request.param]
+
+
+@pytest.mark.parametrize("todo, fields, after, message", [
+    ("del_selected", [("list", "A.com"), ("list", "LAST"), ("list", "# of ours")], "# of ours\nB.com x\nb.com\n\n", "46"),
+    ("del_selected", [("list", "B.com x"), ("other", "a.com")], "# of ours\na.com\nB.com x\nb.com\nA.COM  \n\nlast", "46"),
+    ("del_all", [], "", "46"),
+    ("add_url", [("new_url", "B.COM"), ("ip_1", "1")], KEPT + "B.COM\n", "46"),
+    ("add_url", [("new_url", "B.com")], OLD, "29"), ("add_url", [("new_url", "last")], OLD, "29"),
+    ("add_url", [("new_url", ""), ("ip_1", ""), ("ip_2", "x"), ("ip_3", "3 "), ("ip_4", "4")], KEPT + ".x.3 .4\n", "46"),
+    ("add_url", [("ip_1", "1"), ("ip_2", "2"), ("ip_3", "3")], OLD, "19"),
+    ("import_file", [("upload_file", "/etc/ppp/user")], OLD, "29"), ("import_file", [], OLD, "29"),
+    ("save", [("new_url", "new.com")], OLD, None), ("other", [("new_url", "new.com")], OLD, None),
+])
+def test_buttons(page, todo, fields, after, message):
+    name, appliance, path, _, selected, *_ = page
+    appliance.write("/etc/ppp/user", HOST + "new.com")
+    form = "&".join([f"this_file={name}&todo={todo}&{selected}", *(f"{selected if k == 'list' else k}={v}" for k, v in fields)])
+    result = appliance.post(form)
+    assert result.changed == ({path: after} if after != OLD else {}) and not result.removed
+    assert message_of(result.body) == MESSAGES.get(message, "")
+
+
+def test_a_missing_list(page):
+    name, appliance, path, key, _, unreadable, undeleted = page
+    appliance.write(ETC + "filter.conf", f"#{key} x\n{key}\t /tmp/my list \n")  # in force from the next request on
+    shown = appliance.get(f"next_file={name}")
+    deleted = appliance.post({"this_file": name, "todo": "del_selected"})
+    emptied = appliance.post({"this_file": name, "todo": "del_all"})
+    assert [message_of(r.body) for r in (shown, deleted, emptied)] == [MESSAGES[n] for n in (unreadable, undeleted, "46")]
+    result = appliance.post({"this_file": name, "todo": "add_url", "new_url": "first.com"})
+    assert result.changed == {"/tmp/my list": "first.com\n"}
+
+
+@pytest.mark.parametrize("text, shown", [
+    (OLD, ["a.com", " ", "B.com x", "b.com", "\r", "A.COM  ", "last"]),
+    (f"a\n{LONG[1:]}\nb\n{LONG}\nc\n", ["a", LONG[1:], "b"]), ("#\n\n", []),
+    ("0123456789a\n" * 1100, ["0123456789a"] * 1024), ("a\n" + "0123456789a\n" * 1100, ["a"] + ["0123456789a"] * 1023),
+])
+def test_options(page, text, shown):
+    name, appliance, path, *_ = page
+    appliance.write(path, text)
+    body = appliance.get(f"next_file={name}").stdout.decode()
+    assert body.split(" required>\n")[1].split("\n</select>")[0] == "".join(f"<option>{entry}\n" for entry in shown)
+
+
+def import_text(page, text):
+    name, appliance, *_ = page
+    body = field("this_file", name).encode() + field("todo", "import_file").encode()
+    body += upload("upload_file", "x.html", "\0").encode().replace(b"\0", text) + END.encode()
+    return appliance.post(body, env={"CONTENT_TYPE": TYPE})
+
+
+@pytest.mark.parametrize("text, added", [
+    (b"HTTP://Site1/path?q", ["Site1"]), (b"http://a b", ["a"]), (b"x http://", []),
+    (b"http:///http://?http://\r\n", []),
+    (b"hhttp://a httphttp://b http:/http://c https://d", ["a", "b", "c"]), (b"http://http://a/", ["http:"]),
+    (b"http://new http://a.com/ http://A.com http://new", ["new", "A.com"]),
+    (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]), (b'"http://q.com">Q', ['q.com">Q']),
+    (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]), (b"http://a\xffb http://c", ["a"]),
+])
+def test_import(page, request, text, added):
+    _, appliance, path, *_ = page
+    appliance.write(path, "# x\na.com b\nlast")
+    proxy = subprocess.Popen(["sleep", "60"])
+    request.addfinalizer(proxy.kill)
+    appliance.write("/usr/local/squid/logs/squid.pid", f"{proxy.pid}\n")
+    result = import_text(page, text)
+    assert result.changed == ({path: "# x\na.com b\nlast\n" + "".join(f"{site}\n" for site in added)} if added else {})
+    assert message_of(result.body) == MESSAGES["40"] % len(added)
+    assert proxy.wait(10) == -signal.SIGHUP
+    assert not list(appliance.at("/tmp").iterdir())
+
+
+def test_bookmarks(page):
+    name, appliance, path, *_ = page
+    appliance.write(path, "".join(f"s{n}.example\n" for n in range(0, 40000, 2)))
+    entry = '<DT><A HREF="%s://%s.example/%d/a.html?x=1" ADD_DATE="1000212345" ICON="data:image/png;base64,AAAA">Page %d &amp; more</A>\n'
+    marks = "".join(entry % (("HTTP", "https")[n % 5 == 0], f"s{n}", n, n) for n in range(40000))
+    appliance.write("/tmp/b.html", f"<!DOCTYPE NETSCAPE-Bookmark-file-1>\n<DL><p>\n{marks}</DL><p>\n")
+    result = appliance.post({"this_file": name, "todo": "import_file", "upload_file": "/tmp/b.html"})
+    assert appliance.read(path).splitlines()[20000:] == [f"s{n}.example" for n in range(1, 40000, 2) if n % 5]
+    assert (message_of(result.body), result.removed) == (MESSAGES["46"], {"/tmp/b.html"})
+
+
+def test_a_full_disk_leaves_the_list_as_it_was(page, monkeypatch):
+    name, appliance, path, *_ = page
+    appliance.write(path, "0123456789\n" * 363 + "1234")  # three more octets fit
+
+    def enter_full(root, enter=harness.enter):
+        enter(root)
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (4000, 4000))
+
+    monkeypatch.setattr(harness, "enter", enter_full)
+    for result in (import_text(page, b"http://a http://b http://c"),
+                   appliance.post({"this_file": name, "todo": "add_url", "new_url": "new.com"})):
+        assert (result.changed, message_of(result.body)) == ({}, MESSAGES["29"])

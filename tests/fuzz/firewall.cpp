@@ -1,0 +1,52 @@
+// The records of the firewall script. The input is a name, then a script; bytes from 0x80 on stand
+// for pieces of records. Whatever happens to a record, every line outside it stays.
+#include <algorithm>
+#include <iterator>
+
+#include "filter/firewall_records.h"
+
+static void expect(bool holds) { holds ? void() : __builtin_trap(); }
+
+static constexpr std::string_view kPieces[] = {
+    "#@",          "#@a\n",        "\n\n",  "\n", " modprobe m\n", "# -p icmp \n",
+    " udp input ", " tcp output ", "1:22 ", ":",  " ipchains"};
+
+// The lines before, between and behind the records of that name.
+static std::string outside(std::string_view script, const std::string& name) {
+    std::string lines, line;
+    bool inside = false;
+    for (std::size_t at = 0; at < script.size(); at += line.size()) {
+        line =
+            script.substr(at, script.find('\n', at) - at + (script.find('\n', at) < script.npos));
+        const bool ends = inside && line == "\n";
+        inside = inside || line == "#@" + name + "\n" || line == "#@" + name;
+        if (!inside) lines += line;
+        inside = inside && !ends;
+    }
+    return lines;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    std::string text;
+    for (const unsigned char c : std::basic_string_view(data, std::min<std::size_t>(size, 400)))
+        text += c < 0x80 ? std::string(1, static_cast<char>(c)) : kPieces[c % std::size(kPieces)];
+    const std::string name = text.substr(0, text.find('\n'));
+    const std::string script = text.substr(std::min(text.size(), name.size() + 1));
+    std::vector<SapItem> items = parse_firewall(script);
+    const SapItem fresh = {
+        .name = name, .enabled = true, .in = {kUdp + kTcp, "1", "22"}, .out = {}};
+    items.push_back(fresh);
+    for (const SapItem& item : items) {
+        std::string module;
+        const std::string updated = with_record_updated(script, item, module);
+        expect(outside(updated, item.name) == outside(script, item.name));
+        expect(without_record(script, item.name) == outside(script, item.name));
+    }
+    const SapItem read = parse_firewall(with_record(script, fresh)).back();
+    expect(read.name == name && read.enabled && read.in.protocol == 3 && read.out.protocol == 0);
+    expect(read.in.port1 == "1" && read.in.port2 == "22");
+    const std::string off = with_records_off(script);
+    expect(off.size() == script.size() && with_records_off(off) == off);
+    for (std::size_t i = 0; i < off.size(); ++i) expect(off[i] == script[i] || off[i] == '#');
+    return 0;
+}
