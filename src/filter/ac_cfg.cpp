@@ -43,17 +43,6 @@ struct AccessGroup {
 AccessGroup acc;
 Message mesg;  // what the setter has to say about a request that it accepted
 
-// Messages that the page knows by heart in case the message file lacks them.
-void say(int number, std::string_view text) {
-    GetErrMsgByIndex(number, mesg);
-    if (mesg == "Unknown error") mesg = text;
-}
-
-std::string_view posted(const FormList* form, std::string_view key) {
-    const char* value = find_val(form, key);
-    return value ? value : "";
-}
-
 // ---- the group in the settings ----
 
 std::string ports_key() { return {'G', acc.number, 'P'}; }
@@ -132,14 +121,15 @@ std::vector<const char*> selected(const FormList* form, std::string_view key) {
 }
 
 void change_access(const FormList* form) {
-    const std::string_view choice = posted(form, "block_allow");
+    const std::string_view choice = field_text(form, "block_allow");
     const bool allow = choice.empty() || choice.starts_with("Allow");
     if (store_ports(with_mode(acc.ports, allow ? kAllowPorts : kBlockPorts)))
-        say(kModeSaved, "Allow/Block changes saved.");
+        GetErrMsgOr(kModeSaved, "Allow/Block changes saved.", mesg);
 }
 
 void add_port(const FormList* form) {
-    const std::string item = item_of(posted(form, "port_start"), posted(form, "port_finish"));
+    const std::string item =
+        item_of(field_text(form, "port_start"), field_text(form, "port_finish"));
     if (!item.empty() && is_storable(item, "Port")) store_ports(with_port(acc.ports, item));
 }
 
@@ -156,19 +146,20 @@ constexpr std::array<NetworkField, 3> kNetworkFields = {
     {{"start_ip_1", "vs_web_1"}, {"start_ip_2", "vs_web_2"}, {"start_ip_3", "vs_web_3"}}};
 
 void add_ip(const FormList* form) {
-    const std::string hosts = item_of(posted(form, "start_ip_4"), posted(form, "finish_ip_4"));
+    const std::string hosts =
+        item_of(field_text(form, "start_ip_4"), field_text(form, "finish_ip_4"));
     if (hosts.empty()) return;
     std::string network;
     bool in_lan = true;
     for (std::size_t i = 0; i < kNetworkFields.size(); ++i) {
-        std::string_view octet = posted(form, kNetworkFields[i].typed);
-        if (octet.empty()) octet = posted(form, kNetworkFields[i].shown);
+        std::string_view octet = field_text(form, kNetworkFields[i].typed);
+        if (octet.empty()) octet = field_text(form, kNetworkFields[i].shown);
         network += std::string(octet) + ".";
         in_lan = in_lan && lan_address()[i] == octet;
     }
     const std::string item = network + hosts;
     if (!is_storable(item, "IP address")) return;
-    if (!in_lan) say(kOutsideLan, "Warning: ip address not in LAN range.");
+    if (!in_lan) GetErrMsgOr(kOutsideLan, "Warning: ip address not in LAN range.", mesg);
     store_hosts(with_host(acc.hosts, item, network));
 }
 
@@ -261,7 +252,7 @@ int get_ac_cfg(const char* message, const FormList* form) {
 
 int set_ac_cfg(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {
     if (mode == kCheck) return 0;
-    acc.number = group_number(posted(form, "group_name"));
+    acc.number = group_number(field_text(form, "group_name"));
     if (!read_group()) return 0;
     for (const PageAction& action : kActions)
         if (field_is(form, "todo", action.todo)) action.run(form);

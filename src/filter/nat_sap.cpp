@@ -94,26 +94,21 @@ bool digichk(std::string_view port) {
     return !port.empty() && port[0] >= '0' && port[0] <= '9' && !shell_character(port);
 }
 
-std::string_view posted(const FormList* form, std::string_view key) {
-    const char* value = find_val(form, key);
-    return value ? value : "";
-}
-
 std::string posted_port(const FormList* form, std::string_view key) {
-    const std::string_view port = posted(form, key);
+    const std::string_view port = field_text(form, key);
     return std::string(digichk(port) ? port : "");
 }
 
 int posted_protocol(const FormList* form, std::string_view key) {
-    const auto choice =
-        std::find_if(choices.begin(), choices.end(),
-                     [&](const ProtocolChoice& each) { return each.label == posted(form, key); });
+    const auto choice = std::find_if(
+        choices.begin(), choices.end(),
+        [&](const ProtocolChoice& each) { return each.label == field_text(form, key); });
     return choice == choices.end() ? kNoProtocol : choice->protocol;
 }
 
 SapItem do_list(const FormList* form) {
     return {
-        .name = std::string(posted(form, "v_nat_sap_name")),
+        .name = std::string(field_text(form, "v_nat_sap_name")),
         .enabled = find_val(form, "v_nat_sap_enable") != nullptr,
         .in = {posted_protocol(form, "v_nat_sapin_pr_list"),
                posted_port(form, "v_nat_sapin_port01"), posted_port(form, "v_nat_sapin_port02")},
@@ -148,8 +143,7 @@ void add(std::string_view script, const SapItem& item) {
 void remove(std::string_view script, const SapItem& item) {
     if (!is_reserved(item.name))
         return applied(rewrite_firewall(without_record(script, item.name)));
-    refuse(kReserved, mesg);
-    if (mesg == "Unknown error") mesg = "Application is reserved and cannot be deleted.";
+    GetErrMsgOr(kReserved, "Application is reserved and cannot be deleted.", mesg);
 }
 
 void update(std::string_view script, const SapItem& item) {

@@ -256,6 +256,11 @@ void list_print(const FormList* list) {
     put("</DL>\n");
 }
 
+std::string_view field_text(const FormList* list, std::string_view key) {
+    const char* found = find_val(list, key);
+    return found ? found : "";
+}
+
 bool field_is(const FormList* list, std::string_view key, std::string_view value) {
     const char* found = find_val(list, key);
     return found && value == found;

@@ -74,5 +74,8 @@ void list_clear(FormList& list);
 // Prints the list as an HTML definition list.
 void list_print(const FormList* list);
 
+// The value of a field, empty when it is absent.
+std::string_view field_text(const FormList* list, std::string_view key);
+
 // True when the field is present and has exactly this value.
 bool field_is(const FormList* list, std::string_view key, std::string_view value);

@@ -25,6 +25,11 @@ void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a, const
     copy_text(out, message ? format_text(*message, a, b, c) : "Unknown error");
 }
 
+void GetErrMsgOr(int number, std::string_view fallback, std::span<char> out) {
+    const std::optional<std::string> message = find_message(MsgFile, number);
+    copy_text(out, message ? format_text(*message) : fallback);
+}
+
 void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a, const FormatArg& b,
                        const FormatArg& c) {
     std::optional<std::string> message = find_message(ListMsgFile, number);

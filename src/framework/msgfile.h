@@ -15,6 +15,10 @@ inline constexpr char ListMsgFile[] = "listmsg";
 void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
                       const FormatArg& b = {}, const FormatArg& c = {});
 
+// The same for a message that the program knows by heart: `fallback` when the file or the line is
+// missing.
+void GetErrMsgOr(int number, std::string_view fallback, std::span<char> out);
+
 // The same from "listmsg", without the line end; `out` stays untouched when there is no such text.
 void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
                        const FormatArg& b = {}, const FormatArg& c = {});

@@ -39,6 +39,14 @@ inline constexpr char FilterF[] = "/usr/lib/diald/standard.filter";
 inline constexpr char FilterTmpF[] = "/usr/lib/diald/tmp.filter";
 inline constexpr char DefFilterF[] = "/usr/lib/diald/default.filter";
 
+// The modem list.
+inline constexpr char ModemFile[] = "/etc/ppp/modem.ini";
+
+// Logs of the links.
+inline constexpr char PppdLogF[] = "/var/log/pppd.log";
+inline constexpr char Ppp0LogF[] = "/var/log/ppp0.log";
+inline constexpr char Ppp1LogF[] = "/var/log/ppp1.log";
+
 // Resolver and kernel settings.
 inline constexpr char DNSF[] = "/etc/resolv.conf";
 inline constexpr char DNSTmpF[] = "/etc/resolv.tmp";

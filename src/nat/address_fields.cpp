@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "framework/profile.h"
 #include "framework/quote.h"
 
 namespace {
@@ -17,6 +18,12 @@ void extend(AddressText& buffer, const char* octet, const char* separator) {
 }
 
 }  // namespace
+
+std::string_view octet_of(std::string_view address, int number) {
+    std::string_view octet;
+    for (int i = 0; i < number; ++i) octet = take_word(address, ".\r\n");
+    return octet;
+}
 
 bool octet_fits(const char* octet) {
     if (!octet) return false;

@@ -2,7 +2,12 @@
 // its octet to a working space in the record, and the last one completes the address.
 #pragma once
 
+#include <string_view>
+
 #include "serial/ppp_conf.h"
+
+// Octet 1 to 4 of an address; empty when it has none.
+std::string_view octet_of(std::string_view address, int number);
 
 // True for an octet that may be stored: present, at most three characters, and none of them with a
 // meaning to the shell, whose scripts the addresses go to.

@@ -9,6 +9,7 @@
 #include "framework/msgfile.h"
 #include "framework/paths.h"
 #include "framework/profile.h"
+#include "nat/address_fields.h"
 #include "serial/ppp_conf.h"
 #include "wan/dns_fields.h"
 
@@ -32,13 +33,6 @@ int show_number(ValueText& value, unsigned long number) {
     return show(value, std::to_string(number));
 }
 
-// Part `number` (1 to 4) of a dotted address; a missing one is empty.
-int show_part(ValueText& value, std::string_view address, int number) {
-    std::string_view part;
-    for (int i = 0; i < number; ++i) part = take_word(address, ".\r\n");
-    return show(value, part);
-}
-
 // A number of two digits; one that is out of range is put right in this page's copy.
 int show_two_digits(ValueText& value, int& number, int most) {
     if (number < 0 || number > most) number = 0;
@@ -60,7 +54,7 @@ int get_port(ValueText& value, LongText&, int&) {
 
 template <AddressText PPPConf::*Field, int Number>
 int get_part(ValueText& value, LongText&, int&) {
-    return show_part(value, conf.*Field, Number);
+    return show(value, octet_of(conf.*Field, Number));
 }
 
 int get_access_method(ValueText& value, LongText&, int&) {
@@ -94,7 +88,7 @@ int get_ud_name(ValueText& value, LongText&, int&) {
 
 template <std::size_t Server, int Number>
 int get_ud_part(ValueText& value, LongText&, int&) {
-    return show_part(value, user_server<Server>().IP(), Number);
+    return show(value, octet_of(user_server<Server>().IP(), Number));
 }
 
 template <std::size_t Server>

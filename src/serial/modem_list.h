@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "framework/files.h"
+#include "framework/paths.h"
 #include "serial/ppp_conf.h"
 
-inline constexpr char ModemFile[] = "/etc/ppp/modem.ini";
 inline constexpr char InitKey[] = "InitString=";
 inline constexpr char InitKey0[] = "InitString";
 inline constexpr char kOtherModem[] = "Other";

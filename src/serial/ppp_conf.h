@@ -37,6 +37,9 @@ private:
     std::array<char, kNameSize + AddressText::capacity + 1> bytes_{};
 };
 
+// Ways of dialling, by the field DialType, as forms post them.
+inline constexpr std::array<std::string_view, 3> kDialTypes = {"tone", "pulse", "perm"};
+
 struct PPPConf {
     static constexpr std::size_t kUserServers = 5;
 

@@ -4,15 +4,13 @@
 
 #include <string>
 
-#include "framework/profile.h"
+#include "nat/address_fields.h"
 #include "serial/ppp_conf.h"
 #include "wan/dns_fields.h"
 
 namespace {
 
 constexpr char kPage[] = "sp_base.htm";
-
-constexpr std::array<std::string_view, 3> kDialTypes = {"tone", "pulse", "perm"};
 
 PPPConf conf;
 
@@ -40,13 +38,9 @@ int get_dynamic_ip(ValueText& value, LongText&, int&) {
     return show(value, conf.DynamicIP ? "dynamic" : "fixed");
 }
 
-// Octet 1 to 4 of the fixed address; a missing one is empty.
 template <int Number>
 int get_ip(ValueText& value, LongText&, int&) {
-    std::string_view address = conf.IP;
-    std::string_view part;
-    for (int i = 0; i < Number; ++i) part = take_word(address, ".\n");
-    return show(value, part);
+    return show(value, octet_of(conf.IP, Number));
 }
 
 constexpr std::array record_rows = std::to_array<KeyFun<NoRecord>>({

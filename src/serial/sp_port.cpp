@@ -106,8 +106,6 @@ int save_initstr(const char* value, int mode, Message& message, PPPConf& record)
     return 1;
 }
 
-constexpr std::array<const char*, 3> kDialTypes = {"tone", "pulse", "perm"};  // as DialType
-
 int save_dialtype(const char* value, int mode, Message&, PPPConf& record) {
     if (mode == kCheck) return 0;
     const std::string_view type = value;

@@ -24,9 +24,6 @@
 namespace {
 
 constexpr char kPage[] = "sp_status.htm";
-constexpr char kPpp1LogF[] = "/var/log/ppp1.log";
-constexpr char kPpp0LogF[] = "/var/log/ppp0.log";
-constexpr char kPppdLogF[] = "/var/log/pppd.log";
 constexpr std::size_t kLogShown = 7999;
 constexpr std::size_t kLine = 79;
 constexpr std::string_view kUnknown = " ";
@@ -85,14 +82,14 @@ int get_serial_speed(ValueText& value, LongText&, int&) {
 
 int get_phone_speed(ValueText& value, LongText&, int&) {
     if (!ppp_on) return show(value, kUnknown);
-    value = rest_of_line(kPppdLogF, "CONNECT ", or_unknown(cnt_rate));
+    value = rest_of_line(PppdLogF, "CONNECT ", or_unknown(cnt_rate));
     cnt_rate = value.view();
     return 0;
 }
 
 int get_log(LongText& text, int&) {
     text.emplace();
-    for (const char* path : {kPpp1LogF, kPpp0LogF, kPppdLogF}) {
+    for (const char* path : {Ppp1LogF, Ppp0LogF, PppdLogF}) {
         const std::string log = read_file(path, kLogShown - text->size()).value_or("");
         text->append(log, 0, log.find('\0'));
     }
@@ -132,9 +129,9 @@ int dial() {
 int hangup() { return control_link("down", "StopDiald Error: %s"); }
 
 int clearlog() {
-    std::remove(kPpp1LogF);
-    std::remove(kPpp0LogF);
-    return truncate(kPppdLogF, 0);
+    std::remove(Ppp1LogF);
+    std::remove(Ppp0LogF);
+    return truncate(PppdLogF, 0);
 }
 
 struct Button {

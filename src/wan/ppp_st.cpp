@@ -20,7 +20,6 @@
 namespace {
 
 constexpr char kPage[] = "ppp_status.htm";
-constexpr char kPppdLogF[] = "/var/log/pppd.log";
 constexpr std::size_t kLogShown = 7999;
 constexpr std::string_view kUnknown = " ";
 
@@ -73,7 +72,7 @@ int get_ppp_link_status(ValueText& value, LongText&, int&) {
 }
 
 int get_ppp_wan_log(ValueText&, LongText& text, int&) {
-    const std::string log = read_file(kPppdLogF, kLogShown).value_or("");
+    const std::string log = read_file(PppdLogF, kLogShown).value_or("");
     text = log.c_str();  // up to the first NUL
     return 0;
 }
@@ -95,7 +94,7 @@ void connect() {
 }
 
 void clear_log() {
-    if (truncate(kPppdLogF, 0) != 0) log_line("cannot empty %s", kPppdLogF);
+    if (truncate(PppdLogF, 0) != 0) log_line("cannot empty %s", PppdLogF);
 }
 
 }  // namespace

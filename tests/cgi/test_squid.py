@@ -8,11 +8,10 @@ import time
 
 import pytest
 
-from test_filter import save
+from test_filter import PID, save
 from test_services import WAN, replaced
 from test_vs import message_of
 
-PID = "/usr/local/squid/logs/squid.pid"  # as the appliance's own squid.conf has it
 SQUID = shutil.which("squid", path=os.environ["PATH"] + ":/usr/sbin")
 
 
