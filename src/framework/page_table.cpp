@@ -8,7 +8,6 @@
 #include "filter/nat_filter.h"
 #include "filter/nat_sap.h"
 #include "filter/site_pages.h"
-#include "framework/plain_page.h"
 #include "nat/dial_files.h"
 #include "nat/nat_base.h"
 #include "nat/nat_conn.h"
