@@ -5,6 +5,7 @@
 #include "nat/dial_files.h"
 #include "nat/process.h"
 #include "root.h"
+#include "wan/wan_conf.h"
 
 namespace {
 
@@ -188,6 +189,15 @@ TEST_F(Root, LinesOfTheFilterTheResolverAndTheKernelSettings) {
     EXPECT_EQ(SaveFilter(), 2);
     EXPECT_EQ(content("/tmp/calls"),
               "cp -f /usr/lib/diald/default.filter /usr/lib/diald/standard.filter\n");
+}
+
+TEST_F(Root, AddressesAreSplitIntoOctets) {
+    for (const auto& [text, shown] :
+         Pairs{{"1.2.3.4567\n8", "1.2.3.456"}, {"\n1", "..."}, {"10.20", "10.20.."}}) {
+        Octets octets;
+        extract_ip(text, octets[0], octets[1], octets[2], octets[3]);
+        EXPECT_EQ(join_octets(octets), shown);
+    }
 }
 
 }  // namespace
