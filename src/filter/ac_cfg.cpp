@@ -21,12 +21,6 @@ namespace {
 constexpr char kPage[] = "ac_cfg.htm";
 constexpr std::string_view kSection = "ACC_CTRL";
 
-constexpr int kOutsideLan = 53;
-constexpr int kModeSaved = 54;
-constexpr int kUnstorableCharacter = 62;
-constexpr int kFileNotWritten = 64;
-constexpr int kListFull = 68;
-
 constexpr std::string_view kGroupName = "Group  ";  // the last character is the group's number
 constexpr std::size_t kNumberPlace = 6;
 constexpr char kDefaultGroup = '0';
@@ -60,9 +54,9 @@ bool read_group() {
 bool store_list(const std::string& key, std::string_view list) {
     const std::size_t line = key.size() + 1 + list.size();
     if (line > kProfileLine)
-        refuse(kListFull, mesg);
+        refuse(Msg::ListFull, mesg);
     else if (SetProfileString(kSection, key, list, QSCfgF) != 0)
-        GetErrMsgByIndex(kFileNotWritten, mesg, QSCfgF);
+        GetErrMsgByIndex(Msg::CannotWriteFile, mesg, QSCfgF);
     else
         return true;
     return false;
@@ -110,7 +104,7 @@ std::string item_of(std::string_view start, std::string_view finish) {
 // The items go to a script that a shell reads.
 bool is_storable(std::string_view item, std::string_view label) {
     const char bad = shell_character(item);
-    if (bad) GetErrMsgByIndex(kUnstorableCharacter, mesg, label, std::string_view(&bad, 1));
+    if (bad) GetErrMsgByIndex(Msg::UnstorableCharacter, mesg, label, std::string_view(&bad, 1));
     return bad == '\0';
 }
 
@@ -124,7 +118,7 @@ void change_access(const FormList* form) {
     const std::string_view choice = field_text(form, "block_allow");
     const bool allow = choice.empty() || choice.starts_with("Allow");
     if (store_ports(with_mode(acc.ports, allow ? kAllowPorts : kBlockPorts)))
-        GetErrMsgOr(kModeSaved, "Allow/Block changes saved.", mesg);
+        GetErrMsgOr(Msg::ModeSaved, "Allow/Block changes saved.", mesg);
 }
 
 void add_port(const FormList* form) {
@@ -159,7 +153,7 @@ void add_ip(const FormList* form) {
     }
     const std::string item = network + hosts;
     if (!is_storable(item, "IP address")) return;
-    if (!in_lan) GetErrMsgOr(kOutsideLan, "Warning: ip address not in LAN range.", mesg);
+    if (!in_lan) GetErrMsgOr(Msg::OutsideLan, "Warning: ip address not in LAN range.", mesg);
     store_hosts(with_host(acc.hosts, item, network));
 }
 

@@ -15,9 +15,6 @@ namespace {
 constexpr char kPage[] = "filterlog.htm";
 constexpr char kStandardLog[] = "/usr/local/squid/logs/access.log";
 
-constexpr int kNoMemory = 9;
-constexpr int kNotCleared = 31;
-
 constexpr std::size_t kRowsSize = 36864;  // characters
 constexpr std::size_t kLoggedRecords = 3;
 
@@ -84,7 +81,7 @@ int get_log_record(ValueText& value, LongText& text, int& error) try {
     log_line("total %d log records", static_cast<long>(total));
     return 0;
 } catch (const std::bad_alloc&) {
-    error = kNoMemory;
+    error = Msg::NoMemory;
     return 1;
 }
 
@@ -122,6 +119,6 @@ int set_filter_log(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int
     log_line("clear=%s", or_null(find_val(form, "clear")));
     if (!field_is(form, "clear", "Clear Log")) return 0;
     const int failed = clear_filter_log();
-    if (failed) GetErrMsgByIndex(kNotCleared, message);
+    if (failed) GetErrMsgByIndex(Msg::LogNotCleared, message);
     return failed;
 }

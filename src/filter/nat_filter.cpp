@@ -15,9 +15,6 @@ namespace {
 
 constexpr char kPage[] = "nat_filter.htm";
 
-constexpr int kUnreadable = 41;
-constexpr int kFilterBesideDmz = 55;
-
 const FormList* posted;  // the form being saved, for savers that look at more than their own field
 
 // Tells whether the value is another one than before.
@@ -37,7 +34,7 @@ int save_filter_when(const char* value, int, Message&, FilterConf& record) {
     if (!change(record.filter_state, state, record)) return 0;
     if (set_rc_service(state) != 0) log_line("set_rc_service failed");
     if (state != kFilterNever && field_is(posted, "enable_dmz", "checked"))
-        warn_no = kFilterBesideDmz;
+        warn_no = Msg::FilterBesideDmz;
     return 0;
 }
 
@@ -98,7 +95,7 @@ int set_nat_filter(const FormList* form, ProcHeads* heads, ProcFlags* queued, Pr
     FilterConf record;
     const int unreadable = get_filter_info(&record);
     if (unreadable) {
-        GetErrMsgByIndex(kUnreadable, message);
+        GetErrMsgByIndex(Msg::NoFilterSettings, message);
         return unreadable;
     }
     // The savers store in either mode: checking needs the whole record.

@@ -21,12 +21,6 @@ namespace {
 constexpr char kPage[] = "nat_sap.htm";
 constexpr mode_t kScriptMode = 0755;
 
-constexpr int kNameInUse = 6;
-constexpr int kNoneToDelete = 7;
-constexpr int kNoneToUpdate = 8;
-constexpr int kReserved = 51;
-constexpr int kCannotWriteFile = 64;
-
 std::vector<SapItem> sap_fw;  // what the page lists
 Message mesg;                 // what an action has to tell
 
@@ -133,7 +127,7 @@ void applied(bool stored) {
     if (stored)
         act_change();
     else
-        GetErrMsgByIndex(kCannotWriteFile, mesg, FirewallF);
+        GetErrMsgByIndex(Msg::CannotWriteFile, mesg, FirewallF);
 }
 
 void add(std::string_view script, const SapItem& item) {
@@ -143,7 +137,7 @@ void add(std::string_view script, const SapItem& item) {
 void remove(std::string_view script, const SapItem& item) {
     if (!is_reserved(item.name))
         return applied(rewrite_firewall(without_record(script, item.name)));
-    GetErrMsgOr(kReserved, "Application is reserved and cannot be deleted.", mesg);
+    GetErrMsgOr(Msg::ReservedApplication, "Application is reserved and cannot be deleted.", mesg);
 }
 
 void update(std::string_view script, const SapItem& item) {
@@ -160,9 +154,9 @@ struct SapAction {
     void (*act)(std::string_view script, const SapItem& item);
 };
 constexpr std::array actions = std::to_array<SapAction>({
-    {"nat_add_sap", false, kNameInUse, add},
-    {"nat_del_sap", true, kNoneToDelete, remove},
-    {"nat_update_sap", true, kNoneToUpdate, update},
+    {"nat_add_sap", false, Msg::NameInUse, add},
+    {"nat_del_sap", true, Msg::NoneToDelete, remove},
+    {"nat_update_sap", true, Msg::NoneToUpdate, update},
 });
 
 void set_a_action(std::string_view todo, const SapItem& item) {

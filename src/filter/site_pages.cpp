@@ -14,11 +14,6 @@
 
 namespace {
 
-constexpr int kNoMemory = 9;
-constexpr int kIncompleteAddress = 19;
-constexpr int kNotAdded = 29;
-constexpr int kImported = 40;
-
 constexpr std::size_t kOptionsSize = 20480;  // characters
 constexpr std::size_t kLongestShown = 126;   // characters of an entry
 
@@ -40,8 +35,8 @@ constexpr SitePage kAllowPage = {
     .list = kAllowList,
     .key = "allowed_site_list",
     .list_field = "allowed_list",
-    .unreadable = 33,
-    .not_deleted = 27,
+    .unreadable = Msg::AllowedUnreadable,
+    .not_deleted = Msg::AllowedNotDeleted,
     .too_many = "get_allowlist: too many list",
     .add_failed = "add_allow return=%d",
     .import_failed = "import_site return=%d",
@@ -52,8 +47,8 @@ constexpr SitePage kBanPage = {
     .list = kBanList,
     .key = "banned_site_list",
     .list_field = "banned_list",
-    .unreadable = 34,
-    .not_deleted = 28,
+    .unreadable = Msg::BannedUnreadable,
+    .not_deleted = Msg::BannedNotDeleted,
     .too_many = "get_banlist: too many list",
     .add_failed = "",
     .import_failed = "",
@@ -83,7 +78,7 @@ int get_options(ValueText&, LongText& text, int& error) try {
     }
     return 0;
 } catch (const std::bad_alloc&) {
-    error = kNoMemory;
+    error = Msg::NoMemory;
     return 1;
 }
 
@@ -120,14 +115,14 @@ int add_url(const SitePage& page, const FormList* form, Message& message) {
         const char* dot = "";
         for (const char* field : {"ip_1", "ip_2", "ip_3", "ip_4"}) {
             const char* octet = find_val(form, field);
-            if (!octet) return refuse(kIncompleteAddress, message);
+            if (!octet) return refuse(Msg::BadAddress, message);
             site.append(dot).append(octet);
             dot = ".";
         }
     }
     const int result = page.list.add(site);
     if (result != 0) log_line(page.add_failed, long{result});
-    return explained(result, kNotAdded, message);
+    return explained(result, Msg::SiteNotAdded, message);
 }
 
 int import_file(const SitePage& page, const FormList* form, Message& message) {
@@ -136,8 +131,8 @@ int import_file(const SitePage& page, const FormList* form, Message& message) {
     if (result != 0)
         log_line(page.import_failed, long{result});
     else
-        GetErrMsgByIndex(kImported, message, std::to_string(added));
-    return explained(result, kNotAdded, message);
+        GetErrMsgByIndex(Msg::SitesImported, message, std::to_string(added));
+    return explained(result, Msg::SiteNotAdded, message);
 }
 
 struct Button {

@@ -14,16 +14,6 @@
 
 namespace {
 
-enum MessageNumber : int {
-    kCheckRefused = 5,
-    kUnknownPage = 10,
-    kSetRefused = 11,
-    kActionFailed = 12,
-    kOtherMethodInForce = 45,
-    kProxyNotSignalled = 46,
-    kControlCharacter = 61,
-};
-
 // The working state of one post.
 class Post {
 public:
@@ -48,7 +38,8 @@ public:
 private:
     // The page with that name; without one the fatal error page with message 10.
     const CgiPage& page(const char* name, const char* mark) {
-        if (GetCgiTabIndex(name) < 0) GetErrMsgByIndex(kUnknownPage, message_, name ? name : "");
+        if (GetCgiTabIndex(name) < 0)
+            GetErrMsgByIndex(Msg::UnknownPage, message_, name ? name : "");
         return page_or_message(name, mark);
     }
 
@@ -67,7 +58,7 @@ private:
                                         [](const FormEntry& e) { return e.has_control; });
         if (entry == entries.end()) return false;
         next_file_ = this_file_;
-        GetErrMsgByIndex(kControlCharacter, message_, field_label(entry->key));
+        GetErrMsgByIndex(Msg::ControlCharacter, message_, field_label(entry->key));
         return true;
     }
 
@@ -90,7 +81,8 @@ private:
         if (accepted) return true;
         next_file_ = page.name;
         if (message_.empty())
-            GetErrMsgByIndex(mode == kCheck ? kCheckRefused : kSetRefused, message_, page.name);
+            GetErrMsgByIndex(mode == kCheck ? Msg::CheckRefused : Msg::SetRefused, message_,
+                             page.name);
         return false;
     }
 
@@ -137,10 +129,10 @@ private:
         if (result == 0) return true;
         log_line("Process return=%d", long{result});
         if (node.name == ActionName(ProcTab[kReconfigFilter].name)) {
-            GetErrMsgByIndex(kProxyNotSignalled, notice_);
+            GetErrMsgByIndex(Msg::ProxyNotSignalled, notice_);
             return true;
         }
-        GetErrMsgByIndex(kActionFailed, message_, node.name.view());
+        GetErrMsgByIndex(Msg::ActionFailed, message_, node.name.view());
         return false;
     }
 
@@ -166,7 +158,7 @@ private:
         const int method = Nat_Method();
         if (method == 0 || method == status_) return;
         next_file_ = status_page(method);
-        GetErrMsgByIndex(kOtherMethodInForce, notice_);
+        GetErrMsgByIndex(Msg::OtherMethodInForce, notice_);
     }
 
     const char* next_or_this() const { return next_file_ && *next_file_ ? next_file_ : this_file_; }

@@ -4,6 +4,7 @@
 
 #include "framework/files.h"
 #include "framework/format.h"
+#include "framework/msgfile.h"
 #include "framework/paths.h"
 #include "framework/profile.h"
 #include "framework/quote.h"
@@ -12,7 +13,6 @@
 
 namespace {
 
-constexpr int kNoAddress = 43;
 constexpr std::string_view kNotConnected = "Unknown - not connected";
 
 int show(ValueText& value, std::string_view text) {
@@ -20,7 +20,7 @@ int show(ValueText& value, std::string_view text) {
     return 0;
 }
 
-int fail(int& error) { return error = kNoAddress; }
+int fail(int& error) { return error = Msg::NoExternalAddress; }
 
 }  // namespace
 

@@ -17,8 +17,6 @@ namespace {
 
 constexpr char kPage[] = "nat_base.htm";
 
-constexpr int kNoFilterSettings = 41;
-
 PPPConf conf;
 FilterConf flt_conf;
 
@@ -243,7 +241,7 @@ int get_nat_base(const char* message, const FormList* form) {
     Message failure;
     if (read_record(&conf, failure) != 0 && !message) message = failure.c_str();
     if (get_filter_info(&flt_conf) != 0 && !message) {
-        GetErrMsgByIndex(kNoFilterSettings, failure);
+        GetErrMsgByIndex(Msg::NoFilterSettings, failure);
         message = failure.c_str();
     }
     return html_parser(kPage, key_fun_tab, {}, message, form);

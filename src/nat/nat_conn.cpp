@@ -21,12 +21,6 @@ namespace {
 
 constexpr char kPage[] = "nat_conn.htm";
 
-constexpr int kAddressFromDhcp = 39;
-constexpr int kNoDnsServer = 44;
-constexpr int kBadDmzOctet = 48;
-constexpr int kDmzBesideFilter = 52;
-constexpr int kDmzBesideFtpServer = 58;
-
 const FormList* posted;  // the form being saved, for savers that look at more than their own field
 
 // What the access-control switch becomes, once no field has been refused.
@@ -44,7 +38,7 @@ bool DhcpClient() {
 int save_internet_access(const char* value, int mode, Message& message, PPPConf& record) {
     if (mode == kCheck) return 0;
     const bool on = !is(value, "unchecked");
-    if (on && DhcpClient()) return refuse(kAddressFromDhcp, message);
+    if (on && DhcpClient()) return refuse(Msg::AddressFromDhcp, message);
     record.NatEnable = on;
     record.NetChanged = on != (PortEnabled() != 0);
     if (record.NetChanged)
@@ -87,9 +81,9 @@ int save_enable_ac(const char* value, int mode, Message&, PPPConf& record) {
 void warn_of_dmz() {
     const char* filter = find_val(posted, "filter_when");
     if (field_is(posted, "vs_ftp_enable", "checked"))
-        warn_no = kDmzBesideFtpServer;
+        warn_no = Msg::DmzBesideFtpServer;
     else if (filter && !is(filter, "never"))
-        warn_no = kDmzBesideFilter;
+        warn_no = Msg::DmzBesideFilter;
 }
 
 int save_enable_dmz(const char* value, int mode, Message&, PPPConf& record) {
@@ -103,7 +97,7 @@ template <void (*AddOctet)(AddressText&, const char*)>
 int save_dmz_octet(const char* value, int mode, Message& message, PPPConf& record) {
     if (mode == kCheck) return 0;
     if (!octet_fits(value)) {
-        refuse(kBadDmzOctet, message);
+        refuse(Msg::BadDmzHost, message);
         return 1;
     }
     AddOctet(record.DMZIPBuf, value);
@@ -159,7 +153,7 @@ int check(const FormList* form, Message& message) {
     if (!field_is(form, "internet_access", "checked")) return 0;
     DnsText server;
     GetDNS(server);
-    return server.empty() ? refuse(kNoDnsServer, message) : 0;
+    return server.empty() ? refuse(Msg::NoDnsServer, message) : 0;
 }
 
 }  // namespace

@@ -15,11 +15,6 @@ namespace {
 
 constexpr char kPage[] = "nat_vs.htm";
 
-constexpr int kBadOctet = 32;
-constexpr int kBadUserOctet = 49;
-constexpr int kPortInUse = 50;
-constexpr int kFtpServerBesideDmz = 56;
-
 const FormList* posted;  // the form being saved, for savers that look at more than their own field
 
 // The ports of the enabled servers met so far in the form being saved. Each port field claims one
@@ -32,7 +27,7 @@ std::size_t ports_used;
 template <int PPPConf::*Enabled, AddressText PPPConf::*Host, AddressText PPPConf::*Buffer,
           std::uint32_t PPPConf::*Port>
 struct FixedServer {
-    static constexpr int kRefusal = kBadOctet;
+    static constexpr int kRefusal = Msg::BadServerHost;
     static int& enabled(PPPConf& record) { return record.*Enabled; }
     static AddressText& buffer(PPPConf& record) { return record.*Buffer; }
     static std::string_view host(const PPPConf& record) { return record.*Host; }
@@ -64,7 +59,7 @@ struct Https {  // on the web server's host, always port 443
 template <std::size_t Number>
 struct User {
     static_assert(Number >= 1 && Number <= PPPConf::kUserServers);
-    static constexpr int kRefusal = kBadUserOctet;
+    static constexpr int kRefusal = Msg::BadUserServerHost;
     static constexpr char kDigit[] = {'0' + Number, '\0'};
     static constexpr std::string_view kLabel = kDigit;
     static UserServer& server(PPPConf& record) { return record.UD[Number - 1]; }
@@ -93,7 +88,7 @@ int save_ftp_enable(const char* value, int mode, Message& message, PPPConf& reco
     const bool was_on = record.Ftp != 0;
     save_enable<Ftp, is_checked>(value, mode, message, record);
     if (record.Ftp && !was_on && field_is(posted, "enable_dmz", "checked"))
-        warn_no = kFtpServerBesideDmz;
+        warn_no = Msg::FtpServerBesideDmz;
     return 0;
 }
 
@@ -129,7 +124,7 @@ template <class Server>
 int save_port(const char* value, int, Message& message, PPPConf& record) {
     const auto port = static_cast<std::uint32_t>(to_long(value));
     store(Server::port(record), port, record);
-    return !Server::enabled(record) || claim(port) ? 0 : refuse(kPortInUse, message);
+    return !Server::enabled(record) || claim(port) ? 0 : refuse(Msg::PortInUse, message);
 }
 
 template <class Server>

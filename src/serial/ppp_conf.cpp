@@ -12,10 +12,6 @@
 
 namespace {
 
-constexpr int kCannotReadFile = 13;
-constexpr int kCannotOpenFile = 14;
-constexpr int kCannotWriteFile = 64;
-
 // The lines of a new file. The VPN lines belong to an older firmware: nothing reads them and the
 // first save drops them.
 constexpr std::string_view kNewFile =
@@ -184,7 +180,7 @@ int ReadPPPConfig(PPPConf* record) {
     }
     if (!file) {
         Message message;
-        GetErrMsgByIndex(kCannotOpenFile, message, PppConfFile);
+        GetErrMsgByIndex(Msg::CannotOpenFile, message, PppConfFile);
         log_line("%s", message.view());
         return 1;
     }
@@ -199,14 +195,14 @@ int ReadPPPConfig(PPPConf* record) {
 
 int read_record(PPPConf* record, Message& message) {
     const int unreadable = ReadPPPConfig(record);
-    if (unreadable) GetErrMsgByIndex(kCannotReadFile, message, PppConfFile);
+    if (unreadable) GetErrMsgByIndex(Msg::CannotReadFile, message, PppConfFile);
     return unreadable;
 }
 
 int SavePPPConf(PPPConf record, Message& message) {
     Replacement out(PppConfFile, PppTmpFile, kSecretMode);
     if (!out.is_open()) {
-        GetErrMsgByIndex(kCannotOpenFile, message, PppTmpFile);
+        GetErrMsgByIndex(Msg::CannotOpenFile, message, PppTmpFile);
         return 1;
     }
     write_lines(record, kLines, out);
@@ -216,7 +212,7 @@ int SavePPPConf(PPPConf record, Message& message) {
         case Replaced::done:
             break;
         case Replaced::not_written:
-            GetErrMsgByIndex(kCannotWriteFile, message, PppTmpFile);
+            GetErrMsgByIndex(Msg::CannotWriteFile, message, PppTmpFile);
             return 1;
         case Replaced::not_renamed:
             message = format_text("Cannot rename %s to %s", PppTmpFile, PppConfFile);

@@ -17,11 +17,6 @@ namespace {
 
 constexpr char kPage[] = "sp_int.htm";
 
-constexpr int kNoIdleTime = 15;
-constexpr int kNoUserName = 16;
-constexpr int kNoTelephone = 17;
-constexpr int kBadOctet = 19;
-
 PPPConf conf;
 
 int refuse_entry(int number, Message& message) {
@@ -63,7 +58,7 @@ int save_dynamic_ip(const char* value, int mode, Message&, PPPConf& record) {
 // The address is assembled in both phases; only the set phase writes the record.
 template <void (*AddOctet)(AddressText&, const char*)>
 int save_octet(const char* value, int, Message& message, PPPConf& record) {
-    if (!octet_fits(value)) return refuse_entry(kBadOctet, message);
+    if (!octet_fits(value)) return refuse_entry(Msg::BadAddress, message);
     AddOctet(record.IPBuf, value);
     return 0;
 }
@@ -76,13 +71,13 @@ int save_ip4(const char* value, int mode, Message& message, PPPConf& record) {
 
 constexpr std::array account_rows = std::to_array<KeyFun<PPPConf>>({
     {"dns_name", get_dns, save_nothing},
-    {"nat_ac_name", nullptr, required<kNoUserName, save_text<&PPPConf::User>>},
+    {"nat_ac_name", nullptr, required<Msg::NoUserName, save_text<&PPPConf::User>>},
     {"nat_ac_pwd", nullptr, save_text<&PPPConf::Password>},
     {"nat_ac_pwd_v", nullptr, save_nothing},
-    {"nat_tel01", nullptr, required<kNoTelephone, save_text<&PPPConf::Phone1>>},
+    {"nat_tel01", nullptr, required<Msg::NoTelephone, save_text<&PPPConf::Phone1>>},
     {"nat_tel02", nullptr, save_text<&PPPConf::Phone2>},
     {"nat_tel03", nullptr, save_text<&PPPConf::Phone3>},
-    {"nat_idle_time", nullptr, required<kNoIdleTime, save_idle>},
+    {"nat_idle_time", nullptr, required<Msg::NoIdleTime, save_idle>},
     {"nat_isp_ip_radio", nullptr, save_dynamic_ip},
     {"nat_isp_ip01", nullptr, save_octet<first_octet>},
     {"nat_isp_ip02", nullptr, save_octet<middle_octet>},

@@ -20,14 +20,6 @@ namespace {
 
 constexpr char kPage[] = "sp_port.htm";
 
-constexpr int kNoModems = 4;
-constexpr int kNoMemory = 9;
-constexpr int kNoModemFile = 14;
-constexpr int kInitNotStored = 20;
-constexpr int kImported = 21;
-constexpr int kNotImported = 22;
-constexpr int kUnstorableCharacter = 62;
-
 PPPConf conf;
 bool offers_defaults = false;
 
@@ -41,7 +33,7 @@ template <class Add>
 int text_of_modems(InitMode mode, LongText& text, int& error, Add add) try {
     if (MList.empty()) MList = GetModemList(mode);
     if (MList.empty()) {
-        error = kNoModems;
+        error = Msg::NoModems;
         return 1;
     }
     text.emplace();
@@ -49,7 +41,7 @@ int text_of_modems(InitMode mode, LongText& text, int& error, Add add) try {
     return 0;
 } catch (const std::bad_alloc&) {
     FreeMList();
-    error = kNoMemory;
+    error = Msg::NoMemory;
     return 1;
 }
 
@@ -92,17 +84,17 @@ int save_initstr(const char* value, int mode, Message& message, PPPConf& record)
     if (mode == kCheck) return 0;
     constexpr char kQuote = '\'';  // the chat script has the string between two of them
     if (std::string_view(value).find(kQuote) != std::string_view::npos) {
-        GetErrMsgByIndex(kUnstorableCharacter, message, "Init string", long{kQuote});
+        GetErrMsgByIndex(Msg::UnstorableCharacter, message, "Init string", long{kQuote});
         return 1;
     }
     if (!ensure_modem_file()) {
-        GetErrMsgByIndex(kNoModemFile, message, ModemFile);
+        GetErrMsgByIndex(Msg::CannotOpenFile, message, ModemFile);
         return 1;
     }
     store(record.InitStr, value, record);
     if (record.Modem != kOtherModem) return 0;
     if (SetProfileString(kOtherModem, InitKey0, value, ModemFile) == 0) return 0;
-    refuse(kInitNotStored, message);
+    refuse(Msg::InitNotStored, message);
     return 1;
 }
 
@@ -142,7 +134,8 @@ void import_modems(const FormList* form, Message& outcome) {
     log_line("load_file=%s", or_null(path));
     int added = 0;
     const bool imported = path && *path && ParserInfFile(path, &added) == 0;
-    GetErrMsgByIndex(imported ? kImported : kNotImported, outcome, std::to_string(added));
+    GetErrMsgByIndex(imported ? Msg::ModemsImported : Msg::ModemsNotImported, outcome,
+                     std::to_string(added));
     log_line("%s", outcome.view());
 }
 

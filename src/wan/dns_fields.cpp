@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int kBadOctet = 19;
 constexpr int kServers = 3;
 constexpr int kOctets = 4;
 
@@ -55,7 +54,7 @@ int store_dns_octet(int server, int octet, std::string_view value, Message& mess
 }
 
 int check_octet(std::string_view octet, Message& message) {
-    return shell_character(octet) ? refuse(kBadOctet, message) : 0;
+    return shell_character(octet) ? refuse(Msg::BadAddress, message) : 0;
 }
 
 int get_dns_name(ValueText& value, LongText&, int&) {

@@ -18,10 +18,6 @@ namespace {
 
 constexpr char kPage[] = "wan_dc.htm";
 
-constexpr int kNoSettings = 13;
-constexpr int kBadOctet = 19;
-constexpr int kBadHardwareAddress = 63;
-
 constexpr std::size_t kHardwareDigits = 12;
 constexpr std::string_view kNotInDeviceName = " \"&'()*+,/:;<=>?[\\]`|";
 constexpr std::string_view kBadDeviceName =
@@ -72,7 +68,7 @@ int take_back_hardware_address() {
 
 int change_hardware_address(const char* address, Message& message) {
     if (!address) return 0;
-    if (!is_hardware_address(address)) return refuse(kBadHardwareAddress, message);
+    if (!is_hardware_address(address)) return refuse(Msg::BadHardwareAddress, message);
     store_hardware_address(address);
     SetFileString("MACADDR", with_colons(address), IfCfgEth0F);
     return 0;
@@ -107,7 +103,7 @@ int save_octet(const char* value, int, Message& message, DirectConf& record) {
 
 template <std::size_t Number>
 int save_ip(const char* value, int mode, Message& message, DirectConf& record) {
-    if (!octet_fits(value)) return refuse(kBadOctet, message);
+    if (!octet_fits(value)) return refuse(Msg::BadAddress, message);
     return save_octet<&DirectConf::address, Number>(value, mode, message, record);
 }
 
@@ -170,7 +166,7 @@ constexpr std::array key_fun_tab = join_rows(port_rows, dns_rows<DirectConf>);
 int get_wan_dc(const char* message, const FormList* form) {
     Message failure;
     if (GetDirectConf(&shown) != 0 && !message) {
-        GetErrMsgByIndex(kNoSettings, failure, QSCfgF);
+        GetErrMsgByIndex(Msg::CannotReadFile, failure, QSCfgF);
         message = failure.c_str();
     }
     return html_parser(kPage, key_fun_tab, {}, message, form);

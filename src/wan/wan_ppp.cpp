@@ -15,11 +15,6 @@ namespace {
 
 constexpr char kPage[] = "wan_ppp.htm";
 
-constexpr int kNoSettings = 13;
-constexpr int kNoIdleTime = 15;
-constexpr int kNoUserName = 16;
-constexpr int kUnstorableCharacter = 62;
-
 PPPoeConf shown;
 
 template <SettingText PPPoeConf::*Field>
@@ -35,7 +30,7 @@ int save_text(const char* value, int mode, Message&, PPPoeConf& record) {
 }
 
 int save_ppp_ac_name(const char* value, int mode, Message& message, PPPoeConf& record) {
-    if (mode == kCheck && !*value) return refuse(kNoUserName, message);
+    if (mode == kCheck && !*value) return refuse(Msg::NoUserName, message);
     return save_text<&PPPoeConf::user>(value, mode, message, record);
 }
 
@@ -45,7 +40,7 @@ int get_ppp_idle_time(ValueText& value, LongText&, int&) {
 }
 
 int save_ppp_idle_time(const char* value, int mode, Message& message, PPPoeConf& record) {
-    if (mode == kCheck) return *value ? 0 : refuse(kNoIdleTime, message);
+    if (mode == kCheck) return *value ? 0 : refuse(Msg::NoIdleTime, message);
     record.idle = to_int(value);
     return 0;
 }
@@ -79,8 +74,8 @@ int save_isp_ip_type(const char* value, int mode, Message&, PPPoeConf& record) {
 int save_service_name(const char* value, int mode, Message& message, PPPoeConf& record) {
     constexpr char kQuote = '"';
     if (std::string_view(value).find(kQuote) != std::string_view::npos) {
-        GetErrMsgByIndex(kUnstorableCharacter, message, "Service name", long{kQuote});
-        return kUnstorableCharacter;
+        GetErrMsgByIndex(Msg::UnstorableCharacter, message, "Service name", long{kQuote});
+        return Msg::UnstorableCharacter;
     }
     return save_text<&PPPoeConf::service>(value, mode, message, record);
 }
@@ -109,7 +104,7 @@ constexpr std::array key_fun_tab = join_rows(account_rows, dns_rows<PPPoeConf>, 
 int get_wan_ppp(const char* message, const FormList* form) {
     Message failure;
     if (GetPPPoeConf(&shown) != 0 && !message) {
-        GetErrMsgByIndex(kNoSettings, failure, NatConfF);
+        GetErrMsgByIndex(Msg::CannotReadFile, failure, NatConfF);
         message = failure.c_str();
     }
     return html_parser(kPage, key_fun_tab, {}, message, form);

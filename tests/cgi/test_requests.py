@@ -2,9 +2,12 @@
 
 import fcntl
 import os
+import re
 import threading
 
 import pytest
+
+from appliance import PROJECT
 
 FATAL = """<HTML>
 <HEAD>
@@ -212,6 +215,12 @@ def test_the_largest_page(short):
     assert short.get("next_file=nat_vs.htm").body == "x" * 51199
     short.write("/www/nat_vs.htm", "x" * 51200)
     assert short.get("next_file=nat_vs.htm").body == FATAL.format("large\n", "")
+
+
+def test_every_message_has_its_text(appliance):
+    numbers = re.findall(r"= (\d+),", (PROJECT / "src/framework/msgfile.h").read_text())
+    texts = dict(line.split("-", 1) for line in appliance.read("/www/cgi_err").splitlines())
+    assert len(numbers) > 40 and set(numbers) <= set(texts) and max(map(len, texts.values())) < 127
 
 
 def test_a_hostile_message_file_is_only_text(short):
