@@ -19,6 +19,7 @@
 #include "framework/page_table.h"
 #include "framework/parser.h"
 #include "framework/post_cgi.h"
+#include "framework/request_guard.h"
 #include "serial/ppp_conf.h"
 
 // What no page foresees ends the program. The library's own handler would first name the exception,
@@ -26,8 +27,6 @@
 void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
 
 namespace {
-
-constexpr int kUnknownPage = 10;
 
 // Scratch files have fixed names, so requests run one at a time: each holds a lock on the working
 // directory until it ends. Daemons that it starts do not inherit the lock.
@@ -43,7 +42,7 @@ int show(const char* name, const char* back_link, const FormList* form) {
     const int index = GetCgiTabIndex(name);
     if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(nullptr, form);
     Message message;
-    GetErrMsgByIndex(kUnknownPage, message, name);
+    GetErrMsgByIndex(Msg::UnknownPage, message, name);
     HtmlMsg(message, back_link, 0);
     return 0;
 }
@@ -69,7 +68,9 @@ int main() {
     if (!form || list_count(&*form) == 0) return view(nullptr);
     const char* todo = find_val(&*form, "todo");
     if (!todo) return view(find_val(&*form, "next_file"));
-    if (std::string_view(todo) == "upload")
+    if (!comes_from_own_page())
+        refuse_request();
+    else if (std::string_view(todo) == "upload")
         show("sp_port.htm", "sp_fs.htm", &*form);
     else
         PostCgi(*form);

@@ -1,0 +1,72 @@
+#include "framework/request_guard.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+
+#include "framework/html-lib.h"
+#include "framework/text.h"
+
+namespace {
+
+using Header = std::optional<std::string_view>;
+
+Header variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? Header(value) : std::nullopt;
+}
+
+struct Authority {
+    std::string_view host, port;
+};
+
+// Takes "host:port" apart; an address of IPv6 stands in brackets. The default port counts as none.
+std::optional<Authority> split_authority(std::string_view text, std::string_view default_port) {
+    const bool bracketed = text.starts_with('[');
+    const std::size_t colon = text.find(':', bracketed ? text.find(']') : 0);
+    Authority found = {text.substr(0, colon), {}};
+    if (found.host.empty()) return std::nullopt;
+    if (bracketed && found.host.find(']') != found.host.size() - 1) return std::nullopt;
+    if (colon != std::string_view::npos) found.port = text.substr(colon + 1);
+    if (found.port.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
+    if (found.port == default_port) found.port = {};
+    return found;
+}
+
+}  // namespace
+
+bool names_host(std::string_view url, std::string_view host) {
+    struct Scheme {
+        std::string_view prefix, port;
+    };
+    for (const auto& [prefix, port] : {Scheme{"http://", "80"}, Scheme{"https://", "443"}}) {
+        if (StrniCmp(url, prefix, prefix.size()) != 0) continue;
+        url.remove_prefix(prefix.size());
+        const auto named = split_authority(url.substr(0, url.find('/')), port);
+        const auto own = split_authority(host, port);
+        return named && own && StrCmpi(named->host, own->host) == 0 && named->port == own->port;
+    }
+    return false;
+}
+
+bool comes_from_own_page() {
+    const std::string_view host = variable("HTTP_HOST").value_or("");
+    const Header origin = variable("HTTP_ORIGIN");
+    const Header site = variable("HTTP_SEC_FETCH_SITE");
+    if (origin && !names_host(*origin, host)) return false;
+    if (site && *site != "same-origin" && *site != "none") return false;
+    if (origin || site) return true;
+    // Browsers name no origin for links, nor do they over plain HTTP say from which site one is.
+    const bool link = variable("REQUEST_METHOD") == "GET" &&
+                      variable("HTTP_USER_AGENT").value_or("").starts_with("Mozilla/");
+    return !link || names_host(variable("HTTP_REFERER").value_or(""), host);
+}
+
+void refuse_request() {
+    put("Status: 403 Forbidden\n");
+    mime_header("text/html");
+    html_begin("Forbidden", "");
+    h1("Forbidden");
+    h2("This request was not sent from one of the appliance's own pages, so nothing was changed.");
+    html_end();
+}

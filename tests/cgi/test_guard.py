@@ -1,0 +1,73 @@
+"""The request guard: what acts must have been sent from the appliance's own pages."""
+
+import pytest
+
+from test_requests import FATAL
+from test_uploads import END, TYPE, field, left_behind, upload
+
+LIST = "/usr/local/squid/etc/deny.list"
+ACT = "this_file=sites_ban.htm&todo=del_all"
+HOST, BROWSER = "HTTP_HOST", {"HTTP_USER_AGENT": "Mozilla/5.0 (X11)"}
+ORIGIN, SITE, REFERER = "HTTP_ORIGIN", "HTTP_SEC_FETCH_SITE", "HTTP_REFERER"
+FORBIDDEN = "Status: 403 Forbidden\nContent-type: text/html\n\n" + FATAL.replace("Error!", "Forbidden").format(
+    "Forbidden", "This request was not sent from one of the appliance's own pages, so nothing was changed.")
+
+SAME = [("http://box", "box"), ("HTTP://Box", "bOX"), ("http://box", "box:80"), ("http://box:80", "box"),
+        ("https://box", "box:443"), ("https://box:443", "box"), ("http://box:8080", "box:8080"),
+        ("http://192.0.2.1", "192.0.2.1"), ("http://[fe80::A]", "[fe80::a]:80"), ("http://[::1]:81", "[::1]:81")]
+OTHER = [("null", "box"), ("null", "null"), ("", ""), ("http://", ""), ("http://:80", ":80"), ("http://box", None),
+         ("http://box", ""), ("box", "box"), ("ftp://box", "box"), ("http://evil", "box"), ("http://box.evil", "box"),
+         ("http://evil.box", "box"), ("http://box", "box.evil"), ("http://box:8080", "box"), ("http://box", "box:8080"),
+         ("http://box:443", "box"), ("https://box", "box:80"), ("http://box@evil", "box"), ("http://box:80@evil", "box"),
+         ("http://[::1]", "[::2]"), ("http://[::1", "[::1"), ("http://[::1]x", "[::1]x"), ("http://[::1]]", "[::1]]"),
+         ("http://box:x", "box:x")]
+OWN = {HOST: "box", ORIGIN: "http://box"}
+
+
+@pytest.fixture
+def listed(appliance):
+    appliance.write(LIST, "a.com\n")
+    return appliance
+
+
+@pytest.mark.parametrize("let_through, env", [
+    *((True, {ORIGIN: origin, HOST: host}) for origin, host in SAME),
+    *((False, {ORIGIN: origin, HOST: host}) for origin, host in OTHER),
+    *((True, {**more, SITE: site}) for site in ("same-origin", "none") for more in ({}, OWN)),
+    *((False, {**OWN, SITE: site}) for site in ("same-site", "cross-site", "", "none, none")),
+    (False, {HOST: "box", ORIGIN: "null", SITE: "same-origin", REFERER: "http://box/"}),
+])
+@pytest.mark.parametrize("method", ["get", "post"])
+def test_headers_of_a_browser(listed, method, let_through, env):
+    result = getattr(listed, method)(ACT, env={**BROWSER, **env})
+    if let_through:
+        assert result.changed[LIST] == ""
+    else:
+        assert (result.stdout.decode(), result.status) == (FORBIDDEN, 0)
+        assert (result.changed, result.removed, result.commands) == ({}, set(), [])
+
+
+@pytest.mark.parametrize("let_through, method, env", [
+    (False, "get", BROWSER), (True, "get", {"HTTP_USER_AGENT": "curl/8 Mozilla/5.0"}), (True, "get", {}),
+    (True, "post", BROWSER), (True, "post", {}), (False, "post", {ORIGIN: "http://evil", HOST: "box"}),
+    *((True, "get", {**BROWSER, HOST: host, REFERER: url + "/a?b"}) for url, host in SAME),
+    *((False, "get", {**BROWSER, HOST: host, REFERER: url + "/box"}) for url, host in OTHER),
+])
+def test_a_link_needs_a_referer_of_the_same_host_and_a_program_needs_nothing(listed, let_through, method, env):
+    result = getattr(listed, method)(ACT, env=env)
+    assert result.changed.get(LIST) == ("" if let_through else None)
+    assert ("Status" in result.headers) != let_through
+
+
+def test_an_upload_is_refused_and_leaves_nothing(listed):
+    form = (field("this_file", "sites_ban.htm") + field("todo", "import_file") +
+            upload("upload_file", "sites", "http://new.com ") + END)
+    sent = {"CONTENT_TYPE": TYPE, HOST: "box"}
+    result = listed.post(form, env={**sent, ORIGIN: "http://evil"})
+    assert (result.stdout.decode(), result.changed, left_behind(listed)) == (FORBIDDEN, {}, [])
+    assert listed.post(form, env={**sent, ORIGIN: "http://box"}).changed[LIST] == "a.com\nnew.com\n"
+
+
+def test_a_view_is_for_everybody(listed):
+    foreign = {**BROWSER, HOST: "box", ORIGIN: "http://evil", SITE: "cross-site"}
+    assert "Status" not in listed.get("next_file=sites_ban.htm", env=foreign).headers
