@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "framework/escape.h"
 #include "framework/files.h"
 #include "framework/html-lib.h"
 #include "framework/log.h"
@@ -12,8 +13,6 @@ int warn_no = 0;
 
 namespace {
 
-constexpr int kPageTooLarge = 2;
-constexpr int kTemplateMissing = 10;
 constexpr char kEndOfFile = '\xff';  // what the end of the file reads as behind a "//"
 
 // The tables of the page that is being rendered.
@@ -41,6 +40,30 @@ std::string warning() {
     }
 }
 
+using Escape = std::string (*)(std::string_view text);
+
+struct Filter {
+    std::string_view name;
+    Escape escape;
+};
+constexpr std::array<Filter, 3> kFilters = {
+    {{"html", escape_html}, {"options", escape_options}, {"rows", escape_rows}}};
+
+// What stands between the "@" and the "#".
+struct Marker {
+    std::string_view name;
+    Escape escape;  // null: the value stands as it is
+};
+
+// A filter that is not known belongs to the name.
+Marker marker_of(std::string_view text) {
+    const std::size_t bar = text.rfind('|');
+    if (bar == text.npos) return {text, nullptr};
+    for (const Filter& filter : kFilters)
+        if (filter.name == text.substr(bar + 1)) return {text.substr(0, bar), filter.escape};
+    return {text, nullptr};
+}
+
 // One run over a template.
 class Expander {
 public:
@@ -53,7 +76,7 @@ public:
             last_failure_.reset();
             if (!copy_plain()) take() == '@' ? key_marker() : list_marker();
         }
-        if (stopped_) last_failure_ = kPageTooLarge;
+        if (stopped_) last_failure_ = Msg::PageTooLarge;
         return {std::move(page_), last_failure_};
     }
 
@@ -86,26 +109,33 @@ private:
         copy(std::string_view(text.begin(), text.size()));
     }
 
+    void show(std::string_view value, const Marker& marker) {
+        if (!marker.escape) return copy(value);
+        copy(marker.escape(value));
+    }
+
     // Takes the text up to a "#" or, where none comes, so much as the collection holds.
     // True when the "#" came; it is taken too.
-    bool collect(std::size_t room, std::string_view& name) {
-        name = rest_.substr(0, std::min(room, rest_.find('#')));
-        rest_.remove_prefix(name.size());
-        const bool ended = name.size() < room && !rest_.empty();
+    bool collect(std::size_t room, std::string_view& text) {
+        text = rest_.substr(0, std::min(room, rest_.find('#')));
+        rest_.remove_prefix(text.size());
+        const bool ended = text.size() < room && !rest_.empty();
         if (ended) rest_.remove_prefix(1);
         return ended;
     }
 
     void key_marker() {
-        std::string_view name;
-        if (!collect(kMarkerSize - 1, name)) {  // the "@" takes one place of the collection
+        std::string_view text;
+        if (!collect(kMarkerSize - 1, text)) {  // the "@" takes one place of the collection
             copy("@");
-            copy(name);
-        } else if (name == "message") {
-            copy(message());
-        } else {
-            resolve_key(name);
+            copy(text);
+            return;
         }
+        const Marker marker = marker_of(text);
+        if (marker.name == "message")
+            show(message(), marker);
+        else
+            resolve_key(marker);
     }
 
     void list_marker() {
@@ -114,10 +144,10 @@ private:
         take();
         const char third = rest_.empty() ? kEndOfFile : take();
         if (third != '@') return copy({'/', '/', third});
-        std::string_view name;
-        if (collect(kMarkerSize, name)) return resolve_list(name);
+        std::string_view text;
+        if (collect(kMarkerSize, text)) return resolve_list(marker_of(text));
         copy("//@");
-        copy(name);
+        copy(text);
         copy("#");
     }
 
@@ -126,30 +156,30 @@ private:
         return store_.empty() ? warning() : store_;
     }
 
-    void resolve_key(std::string_view name) {
-        const int index = GetKeyFunIndex(name);
+    void resolve_key(const Marker& marker) {
+        const int index = GetKeyFunIndex(marker.name);
         const ValueGetter getter =
             index < 0 ? nullptr : KeyFunTab[static_cast<std::size_t>(index)].getter;
         if (!getter) {
-            const char* value = find_val(form_, name);
+            const char* value = find_val(form_, marker.name);
             if (value)
-                copy(value);
+                show(value, marker);
             else
-                log_line("key=%s val=NULL", name);
+                log_line("key=%s val=NULL", marker.name);
             return;
         }
         ValueText value;
         LongText text;
         int error = 0;
-        if (getter(value, text, error) != 0) return failed(name, error);
-        copy(text ? std::string_view(*text) : value.view());
+        if (getter(value, text, error) != 0) return failed(marker.name, error);
+        show(text ? std::string_view(*text) : value.view(), marker);
     }
 
-    void resolve_list(std::string_view name) {
+    void resolve_list(const Marker& marker) {
         LongText text;
         int error = 0;
-        if (GetArrayItem(name, text, error) != 0) return failed(name, error);
-        if (text) copy(*text);
+        if (GetArrayItem(marker.name, text, error) != 0) return failed(marker.name, error);
+        if (text) show(*text, marker);
     }
 
     void failed(std::string_view name, int error) {
@@ -190,7 +220,7 @@ int render_page(const char* path, std::span<const KeyGetter> keys, std::span<con
     const std::optional<std::string> text = read_file(path);
     if (!text) {
         Message missing;
-        GetErrMsgByIndex(kTemplateMissing, missing, path);
+        GetErrMsgByIndex(Msg::UnknownPage, missing, path);
         log_line("CGI_ERR CHK4");
         cgi_err(missing, "");
     }

@@ -1,5 +1,6 @@
 // The template engine: a page is a file of the working directory in which "@key#" becomes a value
-// and "//@list#" a block of generated text. docs/templates.md describes the markup.
+// and "//@list#" a block of generated text, escaped when the marker names a filter ("@key|html#").
+// docs/templates.md describes the markup.
 #pragma once
 
 #include <array>

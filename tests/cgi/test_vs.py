@@ -1,5 +1,7 @@
 """The virtual servers page: what it shows, stores, refuses and starts."""
 
+import html
+
 import pytest
 
 from appliance import PROJECT
@@ -44,7 +46,7 @@ def save(appliance, form):
 
 
 def message_of(body):
-    return body.split('role="alert">')[1].split("</p>")[0].rstrip("\n")
+    return html.unescape(body.split('role="alert">')[1].split("</p>")[0].rstrip("\n"))
 
 
 def wan(interfaces="nat_interface=eth0", sharing="yes"):
@@ -183,9 +185,9 @@ def test_refusals(appliance, before, form, message, name):
     assert (result.changed, result.commands) == ({}, [])
     assert PAGE in result.body
     assert message_of(result.body) == MESSAGES[str(message)].replace("%s", name or "%s")
-    for field, value in {**form, "vs_ud3_name": "kept"}.items():
-        assert f'name="{field}" value="{value}"' in result.body or field.endswith("enable")
-    assert 'name="vs_https_enable" value="checked" checked>' in result.body
+    for field, value in {**form, "vs_ud3_name": "kept", "vs_https_enable": "checked"}.items():
+        between = " required><option selected" if field.endswith("enable") else ""
+        assert f'name="{field}"{between} value="{value}"' in result.body
 
 
 def test_refusal_comes_before_other_pages_of_the_save(appliance):

@@ -1,5 +1,6 @@
 """The WAN pages: what they show, write, run and refuse."""
 
+import html
 import re
 
 import pytest
@@ -50,11 +51,12 @@ def shown(result):
     """The values in the page's fields."""
     values = dict(re.findall(r'<input name="(\w+)" value="([^"]*)"', result.body))
     values.update(re.findall(r'<input [^>]*name="(ppp_\w+)" value="([^"]*)"', result.body))
+    values = {key: html.unescape(value) for key, value in values.items()}
     return {**values, "isp_ip_type": re.search("<option selected>(.*)</option>", result.body)[1]}
 
 
 def message(result):
-    return result.body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n")
+    return html.unescape(result.body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n"))
 
 
 def status(result):

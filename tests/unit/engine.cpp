@@ -99,6 +99,12 @@ int fail_with(ValueText& value, LongText&, int& error) {
     return error = number;
 }
 
+// Options, table rows and two lines in one, as their generators write them around hostile entries.
+constexpr char kMarks[] =
+    "<option><option>a&amp;'\n <option>\n<option> \"b\n"
+    "<tr>\n<td nowrap></td><td nowrap></td>\n<td nowrap><tr><BR></td>\n<td nowrap>x\n</tr>\n"
+    "<tr> \n1<BR><br>2<BR>";
+
 std::string expand(const std::string& text, const char* message = nullptr) {
     static const std::string name126(126, 'n');
     // A getter may rely on an empty buffer.
@@ -108,12 +114,18 @@ std::string expand(const std::string& text, const char* message = nullptr) {
     };
     const auto list = [](LongText& shown, int&) { return (shown = "<li>@ok#", 0); };
     const auto no_list = [](LongText&, int& error) { return error = 9; };
+    const auto marks = [](ValueText&, LongText& shown, int&) { return (shown = kMarks, 0); };
+    const auto mark_list = [](LongText& shown, int&) { return (shown = kMarks, 0); };
     const KeyGetter keys[] = {
         {"ok", ok},         {"long", longer},     {"bad", fail_with<7>}, {"worse", fail_with<8>},
-        {"plain", nullptr}, {"ok", fail_with<7>}, {name126.c_str(), ok}};
-    const ArrayFun lists[] = {
-        {"ok", list}, {"empty", [](LongText&, int&) { return 0; }}, {"bad", no_list}};
-    const FormList form = form_of("ok=form&plain=B&plain=A&typed=%40ok%23");
+        {"plain", nullptr}, {"ok", fail_with<7>}, {name126.c_str(), ok}, {"marks", marks},
+        {"ok|bar", ok}};
+    const ArrayFun lists[] = {{"ok", list},
+                              {"empty", [](LongText&, int&) { return 0; }},
+                              {"bad", no_list},
+                              {"marks", mark_list}};
+    const FormList form =
+        form_of("ok=form&plain=B&plain=A&typed=%40ok%23&mark=%22%26&mark|HTML=odd");
     const Expansion result = expand_template(text, keys, lists, message, &form);
     return result.error ? "error " + std::to_string(*result.error) : result.page;
 }
@@ -135,12 +147,35 @@ TEST_F(Root, TemplatesExpand) {
                {"@bad#\n", "\n"},
                {"@ok#@bad#", "error 7"},
                {"@bad#//@bad#", "error 9"},
+               {"@mark|html#//@marks|html#",
+                "&quot;&amp;&lt;option&gt;&lt;option&gt;a&amp;amp;&#39;\n &lt;option&gt;\n"
+                "&lt;option&gt; &quot;b\n&lt;tr&gt;\n"
+                "&lt;td nowrap&gt;&lt;/td&gt;&lt;td nowrap&gt;&lt;/td&gt;\n"
+                "&lt;td nowrap&gt;&lt;tr&gt;&lt;BR&gt;&lt;/td&gt;\n&lt;td nowrap&gt;x\n"
+                "&lt;/tr&gt;\n&lt;tr&gt; \n1&lt;BR&gt;&lt;br&gt;2&lt;BR&gt;"},
+               {"@marks|options#",
+                "<option>&lt;option&gt;a&amp;amp;&#39;\n &lt;option&gt;\n<option> &quot;b\n"
+                "&lt;tr&gt;\n&lt;td nowrap&gt;&lt;/td&gt;&lt;td nowrap&gt;&lt;/td&gt;\n"
+                "&lt;td nowrap&gt;&lt;tr&gt;&lt;BR&gt;&lt;/td&gt;\n&lt;td nowrap&gt;x\n"
+                "&lt;/tr&gt;\n&lt;tr&gt; \n1&lt;BR&gt;&lt;br&gt;2&lt;BR&gt;"},
+               {"//@marks|rows#",
+                "&lt;option&gt;&lt;option&gt;a&amp;amp;&#39;\n &lt;option&gt;\n"
+                "&lt;option&gt; &quot;b\n<tr>\n"
+                "<td nowrap>&lt;/td&gt;&lt;td nowrap&gt;</td>\n"
+                "<td nowrap>&lt;tr&gt;&lt;BR&gt;</td>\n&lt;td nowrap&gt;x\n"
+                "</tr>\n&lt;tr&gt; \n1<BR>&lt;br&gt;2<BR>"},
+               {"@ok|bar#@ok|bar|html#@|html#@ok|#@ok|HTML#@mark|HTML#//@ok|bar#", "valuevalueodd"},
+               {"@" + n126.substr(5) + "|html#@" + n126 + "|html#", "@" + n126 + "|html#"},
+               {"@bad|html#.@message|html#@message|#", ".seven\n"},
+               {full.substr(11) + "@mark|html#", full.substr(11) + "&quot;&amp;"},
+               {full.substr(10) + "@mark|html#", "error 2"},
                {full, full},
                {full + "p", "error 2"},
                {full.substr(4) + "@ok#", "error 2"},
                {full.substr(5) + "@ok#", full.substr(5) + "value"}})
         EXPECT_EQ(expand(text), page);
     EXPECT_EQ(expand("@bad#.@message#", "saved"), ".saved");
+    EXPECT_EQ(expand("@message#@message|html#", "<"), "<&lt;");
     for (const auto& [number, text] :
          Pairs{{"52", "b\n"}, {"55", "c\n"}, {"56", "d\ne\n"}, {"58", "f\ng\nh\n"}, {"57", ""}}) {
         warn_no = std::stoi(number);

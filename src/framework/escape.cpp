@@ -1,0 +1,83 @@
+#include "framework/escape.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::string_view kSpecial = "&<>\"'";
+constexpr std::array<std::string_view, kSpecial.size()> kReferences = {"&amp;", "&lt;", "&gt;",
+                                                                       "&quot;", "&#39;"};
+
+void append_escaped(std::string& page, std::string_view text) {
+    for (auto at = text.find_first_of(kSpecial); at != text.npos;
+         at = text.find_first_of(kSpecial)) {
+        page += text.substr(0, at);
+        page += kReferences[kSpecial.find(text[at])];
+        text.remove_prefix(at + 1);
+    }
+    page += text;
+}
+
+// The generators write markup at the beginning and end of a line only, and what they show has no
+// line end: so a line tells its markup from a cell that looks like it.
+template <class AppendLine>
+std::string escape_lines(std::string_view text, AppendLine append_line) {
+    std::string page;
+    page.reserve(text.size());
+    for (;;) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        append_line(page, text.substr(0, end));
+        if (end == text.size()) return page;
+        page += '\n';
+        text.remove_prefix(end + 1);
+    }
+}
+
+void append_option(std::string& page, std::string_view line) {
+    constexpr std::string_view kOption = "<option>";
+    if (line.starts_with(kOption)) {
+        page += kOption;
+        line.remove_prefix(kOption.size());
+    }
+    append_escaped(page, line);
+}
+
+void append_broken(std::string& page, std::string_view line) {
+    constexpr std::string_view kBreak = "<BR>";
+    for (auto at = line.find(kBreak); at != line.npos; at = line.find(kBreak)) {
+        append_escaped(page, line.substr(0, at));
+        page += kBreak;
+        line.remove_prefix(at + kBreak.size());
+    }
+    append_escaped(page, line);
+}
+
+void append_row(std::string& page, std::string_view line) {
+    constexpr std::string_view kCell = "<td nowrap>";
+    constexpr std::string_view kCellEnd = "</td>";
+    if (line == "<tr>" || line == "</tr>") {
+        page += line;
+    } else if (line.starts_with(kCell) && line.ends_with(kCellEnd)) {
+        line.remove_prefix(kCell.size());
+        line.remove_suffix(kCellEnd.size());
+        page += kCell;
+        append_escaped(page, line);
+        page += kCellEnd;
+    } else {
+        append_broken(page, line);
+    }
+}
+
+}  // namespace
+
+std::string escape_html(std::string_view text) {
+    std::string page;
+    page.reserve(text.size());
+    append_escaped(page, text);
+    return page;
+}
+
+std::string escape_options(std::string_view text) { return escape_lines(text, append_option); }
+
+std::string escape_rows(std::string_view text) { return escape_lines(text, append_row); }
