@@ -6,6 +6,7 @@ taken away, so that no test can signal a stranger's process; `kill` is a stub as
 """
 
 import ctypes
+import html
 import os
 import re
 import shutil
@@ -19,6 +20,8 @@ PROGRAM = Path(os.environ.get("NAT_PROGRAM") or PROJECT / "build/nat.cgi")
 SYMBOLIZE = PROJECT / "tests/sanitize/symbolize"
 SANITIZED = bool(os.environ.get("NAT_SANITIZED"))
 CLONE_NEWUSER = 0x10000000
+
+MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
 
 INSTALLED = "usr/lib/quillstead/nat.cgi"
 HARNESS = ".harness"  # the recorder's own folder in the root
@@ -71,6 +74,11 @@ def text_of(octets):
         return octets.decode()
     except UnicodeDecodeError:
         return octets
+
+
+def message_of(body):
+    """The message that a page shows."""
+    return html.unescape(body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n"))
 
 
 def become_root():

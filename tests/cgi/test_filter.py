@@ -6,9 +6,8 @@ import subprocess
 
 import pytest
 
-from appliance import PROJECT
+from appliance import MESSAGES, PROJECT, message_of
 from test_services import IS_DIRECT, IS_MODEM, IS_PPPOE, SERVICES, WAN, replaced
-from test_vs import MESSAGES, message_of
 
 CONF, LOG, PROXY = "/usr/local/squid/etc/filter.conf", "/usr/local/squid/logs/access.log", "/usr/local/squid/etc/squid.conf"
 PID = "/usr/local/squid/logs/squid.pid"

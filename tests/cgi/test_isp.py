@@ -5,13 +5,12 @@ import re
 
 import pytest
 
-from appliance import PROJECT
+from appliance import MESSAGES, message_of
 
 RECORD, SETTINGS, WAN = "/etc/ppp/nat_ppp.con", "/etc/CGI_qs.conf", "/etc/ppp/CGI_nat.conf"
 DIALD, FILTER, TEL, USER = "/etc/diald.conf", "/usr/lib/diald/standard.filter", "/etc/ppp/tel", "/etc/ppp/user"
 OPTIONS, PAP, CHAP = "/etc/ppp/options.ttyS0", "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"
 LOGS = ["/var/log/ppp1.log", "/var/log/ppp0.log", "/var/log/pppd.log"]
-MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
 SET_DNS = "/usr/share/quillstead/network/NET_SetDNS > /dev/null"
 CHMOD = [f"chmod 0600 {file} > /dev/null" for file in (PAP, CHAP)]
 
@@ -32,10 +31,6 @@ def record(appliance):
     return dict(line.split("=", 1) for line in appliance.read(RECORD).splitlines())
 
 
-def message(result):
-    return result.body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n")
-
-
 def shown(result):
     """What the browser would post: the fields of the form and the first, selected options."""
     values = re.findall(r'<input [^>]*name="(\w+)" value="([^"]*)"', result.body.replace("<input name", "<input  name"))
@@ -45,7 +40,7 @@ def shown(result):
 
 @pytest.fixture
 def account(appliance):
-    assert message(save(appliance, **ACCOUNT)) == ""
+    assert message_of(save(appliance, **ACCOUNT).body) == ""
     save(appliance)  # the account's name reaches the file "user" with the next save
     return appliance
 
@@ -72,7 +67,7 @@ def test_the_dial_up_files_are_rewritten(appliance):
 def test_save(account, form, changed):
     before = record(account)
     result = save(account, **{**ACCOUNT, **form})
-    assert record(account) == {**before, **changed} and message(result) == ""
+    assert record(account) == {**before, **changed} and message_of(result.body) == ""
     assert result.commands == (CHMOD if changed else []) and (changed or not result.changed)
 
 
@@ -84,7 +79,7 @@ def test_dns_servers_are_stored_in_both_phases(account):
     refused = save(account, **{**ACCOUNT, "nat_ac_name": "ann"}, **{**servers, **octets("dns1_ip_", "2.2.2.2"),
                                                                     "dns2_ip_3": ";"})
     assert refused.changed == {SETTINGS: result.changed[SETTINGS].replace("=1.1.1.1", "=2.2.2.2")}
-    assert message(refused) == MESSAGES["19"] and refused.commands == []
+    assert message_of(refused.body) == MESSAGES["19"] and refused.commands == []
 
 
 @pytest.mark.parametrize("field, value, number", [
@@ -96,18 +91,18 @@ def test_refused(account, field, value, number):
     form = {**ACCOUNT, "nat_ac_name": "ann", "dns1_ip_1": "9", field: value}
     result = save(account, **form, nat_serspeed_list="9600")
     again = shown(result)
-    assert (message(result), result.changed, result.commands) == (MESSAGES[str(number)], {}, [])
+    assert (message_of(result.body), result.changed, result.commands) == (MESSAGES[str(number)], {}, [])
     assert {key: again[key] for key in form} == form and again["dns2_ip_1"] == ""
     assert "In use first: 192.0.2.53<" in result.body
     account.write("/www/cgi_err", f"{number}-No %s.\n")
-    assert message(save(account, **form)) == ("No %s." if field[0] == "d" else f"No {RECORD}.")
+    assert message_of(save(account, **form).body) == ("No %s." if field[0] == "d" else f"No {RECORD}.")
 
 
 def test_an_unreadable_record(appliance):
     appliance.at(RECORD).mkdir()
     for result in (appliance.get("next_file=sp_int.htm"), appliance.get("next_file=sp_base.htm"),
                    save(appliance, **ACCOUNT)):
-        assert message(result) == MESSAGES["13"].replace("%s", RECORD) and not result.changed
+        assert message_of(result.body) == MESSAGES["13"].replace("%s", RECORD) and not result.changed
 
 
 @pytest.mark.parametrize("values, expected", [
@@ -125,7 +120,7 @@ def test_overview(account, values, expected):
     account.write(RECORD, "".join(f"{k}={v}\n" for k, v in {**record(account), **values}.items()))
     result = account.get("next_file=sp_base.htm")
     form = shown(result)
-    assert {key: form[key] for key in expected} == expected and not result.changed and message(result) == ""
+    assert {key: form[key] for key in expected} == expected and not result.changed and message_of(result.body) == ""
     if not values:  # saved as it stands, the form changes nothing
         saved = account.post(form)
         assert shown(saved) == form and saved.commands == [SET_DNS] * 2 and saved.changed.keys() <= {SETTINGS}
@@ -192,4 +187,4 @@ def test_buttons(account, form, enabled, diald, ran):
     cleared = form["todo"] == "nat_clearlog"
     assert [account.exists(path) and account.read(path) for path in LOGS] == (
         [False, False, ""] if cleared else ["log\n"] * 3)
-    assert "<title>Status: modem connection</title>" in result.body and (message(result) == "") == ("x" not in form)
+    assert "<title>Status: modem connection</title>" in result.body and (message_of(result.body) == "") == ("x" not in form)

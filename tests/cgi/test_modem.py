@@ -5,11 +5,10 @@ import re
 
 import pytest
 
-from appliance import PROJECT
+from appliance import MESSAGES, PROJECT, message_of
 
 LIST, RECORD, USER = "/etc/ppp/modem.ini", "/etc/ppp/nat_ppp.con", "/etc/ppp/user"
 NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
-MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
 DATA = PROJECT / "tests/data"
 UPLOAD = "/tmp/driver.inf"
 VOICE = "+FCLASS=0#VSP=55"
@@ -29,10 +28,6 @@ def saved(appliance):
 
 def text_of(number, value=""):
     return MESSAGES[str(number)].replace("%s", value)
-
-
-def message(result):
-    return html.unescape(result.body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n"))
 
 
 def post(appliance, todo="save", **fields):
@@ -95,7 +90,7 @@ def test_save(saved, form, changes, modems):
     saved.write("/etc/diald.conf", "")
     saved.write("/etc/ppp/pppondialer", "")
     result = post(saved, **form)
-    assert message(result) == "" and result.commands == [] and saved.mode(RECORD) == 0o600
+    assert message_of(result.body) == "" and result.commands == [] and saved.mode(RECORD) == 0o600
     files = {USER: "joe"}
     if changes:
         written = {path: result.changed[path] for path in ("/etc/diald.conf", "/etc/ppp/pppondialer")}
@@ -118,7 +113,7 @@ def test_save_refused(saved, form, obstacle, text):
     if LIST in text:
         saved.remove(LIST)
     result = post(saved, nat_serspeed_list="9600", **form)
-    assert (message(result), result.changed, result.commands) == (text, {}, [])
+    assert (message_of(result.body), result.changed, result.commands) == (text, {}, [])
     assert f'name="nat_init_string" value="{form["nat_init_string"]}"' in html.unescape(result.body)
 
 
@@ -130,7 +125,7 @@ def test_save_creates_the_list(saved):
 def test_an_unreadable_record(appliance):
     appliance.at(RECORD).mkdir()
     results = (appliance.get("next_file=sp_port.htm"), post(appliance), upload(appliance, small()))
-    assert [message(result) for result in results] == [text_of(13, RECORD), text_of(13, RECORD), text_of(21, "1")]
+    assert [message_of(result.body) for result in results] == [text_of(13, RECORD), text_of(13, RECORD), text_of(21, "1")]
 
 
 def test_buttons(saved):
@@ -138,9 +133,9 @@ def test_buttons(saved):
     values = re.findall("<option selected>(.*)</option>", result.body)
     values += re.findall('value="([^"]*)" (?:maxlength|checked)', result.body)
     assert values == ["_Standard Modem", "115200", "AT&amp;F", "tone"] and result.stdout.count(b"Content-type") == 1
-    assert (message(result), result.changed, result.commands) == ("", {}, [])
+    assert (message_of(result.body), result.changed, result.commands) == ("", {}, [])
     refused = post(saved, "port_defaults", nat_init_string="Y\n")
-    assert 'value="Y\n"' in refused.body and message(refused) == text_of(61, "nat_init_string")
+    assert 'value="Y\n"' in refused.body and message_of(refused.body) == text_of(61, "nat_init_string")
     ended = post(saved, "instatll")
     assert re.findall("<H[1-6]>(.*)</H[1-6]>", ended.body) == ["Action", "Do_Install"] and not ended.changed
 
@@ -157,7 +152,7 @@ def test_chip_makers_description(saved):
         **{f"{new}\\N3%C3{tail}": n for tail, n in (("", 6), ("+FCLASS=0", 1), (VOICE, 6))},
         **{f"{new}\\N5%C1+PIG=0;+PMH=0{tail}": n for tail, n in (("", 3), ("+FCLASS=0", 1), (VOICE, 3))}}
     assert dict(modems)["Tarnbrook 56K External Fax"] == f"{new}\\N3%C3{VOICE}"  # the later of two of that name
-    assert message(result) == text_of(21, "34") and result.removed == {UPLOAD}
+    assert message_of(result.body) == text_of(21, "34") and result.removed == {UPLOAD}
     assert f"<option>{modems[-1][0]}\n" in result.body and result.changed.keys() == {LIST}
 
 
@@ -169,7 +164,7 @@ def test_wide_characters_from_a_browser(saved):
     result = saved.post(body, {"CONTENT_TYPE": "multipart/form-data; boundary=b"})
     assert sections(result.changed[LIST])[1:] == [("Elmsworth ED33 [serial]", "ATE0V1"),
                                                   ("Elmsworth ED56", "ATE0V1&C1&D2")]
-    assert (message(result), result.changed.keys()) == (text_of(21, "2"), {LIST})
+    assert (message_of(result.body), result.changed.keys()) == (text_of(21, "2"), {LIST})
 
 
 @pytest.mark.parametrize("before, after", [
@@ -186,7 +181,7 @@ def test_wide_characters_from_a_browser(saved):
 ])
 def test_merge(saved, before, after):
     result = upload(saved, small(), before)
-    assert (result.changed, message(result)) == ({LIST: after}, text_of(21, "1"))
+    assert (result.changed, message_of(result.body)) == ({LIST: after}, text_of(21, "1"))
 
 
 @pytest.mark.parametrize("more, init", [
@@ -206,7 +201,7 @@ def test_init_strings(saved, more, init):
 ])
 def test_useless_descriptions(saved, content):
     result = upload(saved, content)
-    assert message(result) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
+    assert message_of(result.body) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
 
 
 @pytest.mark.parametrize("path", ["", None, "/tmp/none", LIST, "/tmp/link", "/tmp", "/var/../etc/ppp/modem.ini"])
@@ -214,13 +209,13 @@ def test_paths_that_are_no_upload(saved, path):
     saved.write(LIST, small())
     saved.at("/tmp/link").symlink_to(LIST)
     result = post(saved, "upload", **({} if path is None else {"load_file": path}))
-    assert message(result) == text_of(22) and (result.changed, result.removed) == ({}, set())
+    assert message_of(result.body) == text_of(22) and (result.changed, result.removed) == ({}, set())
 
 
 def test_a_failing_merge_leaves_the_list(saved):
     saved.write("/www/Ini84693.tmp/x", "")  # in the way of the second temporary file
     result = upload(saved, small())
-    assert message(result) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
+    assert message_of(result.body) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
 
 
 @pytest.mark.parametrize("install, installs, length", [("I", 1, 10_000), ("I{}", 10_000, 1)])

@@ -2,6 +2,8 @@
 
 import pytest
 
+from appliance import MESSAGES
+
 RECORD, WAN, SETTINGS = "/etc/ppp/nat_ppp.con", "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf"
 SERVICES, IP_UP, SCRIPT = "/etc/rc.d/rc.service", "/etc/ppp/ip-up", "/etc/rc.d/rc.ipvs"
 IFCFG, SYSCTL = "/etc/sysconfig/network-scripts/ifcfg-eth0", "/etc/sysctl.conf"
@@ -50,13 +52,9 @@ def fields_of(appliance):
 
 def refused(appliance, result, number):
     """That the services page shows this message and that nothing has happened."""
-    text = message_text(appliance, number)
+    text = MESSAGES[str(number)]
     assert text in result.body and "<title>Internet sharing: services</title>" in result.body
     assert (result.changed, result.removed, result.commands) == ({}, set(), [])
-
-
-def message_text(appliance, number):
-    return next(line for line in appliance.read("/www/cgi_err").split("\n") if line.startswith(f"{number}-"))[3:]
 
 
 @pytest.mark.parametrize("method, number, starts, interface", [
@@ -218,7 +216,7 @@ def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, fields, numbers):
     state = 0 if fields.get("filter_when") == "always" else 1  # the filter itself does not change
     saved.write("/usr/local/squid/etc/filter.conf", f"filter_state {state}\n")
     shown = save(saved, **fields).body.split('role="alert">')[1].split("</p>")[0]
-    assert shown == "".join(message_text(saved, number) + "\n" for number in numbers)
+    assert shown == "".join(MESSAGES[str(number)] + "\n" for number in numbers)
 
 
 def test_a_service_section_and_its_module(saved):
@@ -282,5 +280,5 @@ def test_an_unreadable_record_is_named(saved):
     saved.remove(RECORD)
     saved.at(RECORD).mkdir()
     result = save(saved, enable_ftp="unchecked")
-    assert message_text(saved, 13).replace("%s", RECORD) in result.body
+    assert MESSAGES["13"].replace("%s", RECORD) in result.body
     assert (result.changed, result.commands) == ({}, [])

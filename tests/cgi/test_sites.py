@@ -7,8 +7,8 @@ import subprocess
 import pytest
 
 import appliance as harness
+from appliance import MESSAGES, message_of
 from test_uploads import END, TYPE, field, upload
-from test_vs import MESSAGES, message_of
 
 ETC = "/usr/local/squid/etc/"
 PAGES = {  # page: list, key of its path, field of the selected entries, messages: unreadable, not deleted

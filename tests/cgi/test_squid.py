@@ -10,7 +10,7 @@ import pytest
 
 from test_filter import PID, save
 from test_services import WAN, replaced
-from test_vs import message_of
+from appliance import message_of
 
 SQUID = shutil.which("squid", path=os.environ["PATH"] + ":/usr/sbin")
 

@@ -1,15 +1,13 @@
 """The virtual servers page: what it shows, stores, refuses and starts."""
 
-import html
 
 import pytest
 
-from appliance import PROJECT
+from appliance import MESSAGES, message_of
 
 RECORD, SCRIPT, WAN = "/etc/ppp/nat_ppp.con", "/etc/rc.d/rc.ipvs", "/etc/ppp/CGI_nat.conf"
 REBUILD = ["chmod +x /etc/rc.d/rc.ipvs > /dev/null", "/sbin/ipvsadm -C > /dev/null"]
 REPORT = "/usr/share/quillstead/network/NET_ReadNetworkInfo %s > /tmp/ifcfg"
-MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
 PAGE = "<title>Internet sharing: virtual servers</title>"
 OVERVIEW = "<title>Internet sharing: overview</title>"
 SERVERS = {  # form prefix: keys in the record for switch, host and port, and how a refusal names the server
@@ -43,10 +41,6 @@ def prepare(appliance, **changes):
 
 def save(appliance, form):
     return appliance.post({"this_file": "nat_vs.htm", "todo": "save", "next_file": "nat_base.htm", **form})
-
-
-def message_of(body):
-    return html.unescape(body.split('role="alert">')[1].split("</p>")[0].rstrip("\n"))
 
 
 def wan(interfaces="nat_interface=eth0", sharing="yes"):

@@ -5,12 +5,11 @@ import re
 
 import pytest
 
-from appliance import PROJECT
+from appliance import MESSAGES, message_of
 
 WAN, SETTINGS, PPPOE = "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf", "/etc/ppp/pppoe.conf"
 IFCFG, LOG = "/etc/sysconfig/network-scripts/ifcfg-eth0", "/var/log/pppd.log"
 PAP, CHAP = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"
-MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
 
 INFO = "/usr/share/quillstead/network/NET_ReadNetworkInfo"
 OWN_ADDRESS = f"{INFO} eth0 | grep HWADDR > mac.tmp"
@@ -55,10 +54,6 @@ def shown(result):
     return {**values, "isp_ip_type": re.search("<option selected>(.*)</option>", result.body)[1]}
 
 
-def message(result):
-    return html.unescape(result.body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n"))
-
-
 def status(result):
     return re.findall("<td>(.*)</td>", result.body)
 
@@ -84,7 +79,7 @@ def test_direct_page_shows(appliance, settings, info, expected, asks):
     appliance.answer("NET_ReadNetworkInfo eth0", info)
     result = appliance.get("next_file=wan_dc.htm")
     assert {key: shown(result)[key] for key in expected} == expected
-    assert 'placeholder="quillstead"' in result.body and message(result) == ""
+    assert 'placeholder="quillstead"' in result.body and message_of(result.body) == ""
     assert result.commands == ([OWN_ADDRESS] if asks else []) and untouched(result)
 
 
@@ -92,7 +87,7 @@ def test_direct_page_shows(appliance, settings, info, expected, asks):
 def test_missing_settings(appliance, page, file):
     appliance.remove(file)
     result = appliance.get(f"next_file={page}")
-    assert message(result) == MESSAGES["13"].replace("%s", WAN if file == PPPOE else file)
+    assert message_of(result.body) == MESSAGES["13"].replace("%s", WAN if file == PPPOE else file)
     assert file != SETTINGS or not any({**shown(result), "isp_ip_type": ""}.values())
 
 
@@ -118,7 +113,7 @@ def test_direct_save(appliance, form, head, expected):
     expected = change(appliance, SETTINGS, **{"wan_ipaddr": "", **expected})
     assert result.changed == {SETTINGS: expected, IFCFG: "DEVICE=eth0\nONBOOT=no\n" + head}
     assert result.commands == ([] if form.get("wan_mac_address") is not None else [OWN_ADDRESS])
-    assert "<title>WAN port: direct connection</title>" in result.body and message(result) == ""
+    assert "<title>WAN port: direct connection</title>" in result.body and message_of(result.body) == ""
 
 
 @pytest.mark.parametrize("page, form", [("wan_dc.htm", DIRECT_FORM), ("wan_ppp.htm", ACCOUNT)])
@@ -127,7 +122,7 @@ def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
     assert [whole.commands.count(SET_DNS), whole.changed[SETTINGS].count("dns_server")] == [2, 3]
     assert re.findall("dns_server.=(.*)", whole.changed[SETTINGS]) == ["1.1.1.1", "22.22.22.222222", "3..3.3"]
     refused = post(appliance, page, **form, **dns("4.4.4.4", "5.5.5.5;", "6.6.6.6"))
-    assert message(refused) == MESSAGES["19"] and SET_DNS not in refused.commands
+    assert message_of(refused.body) == MESSAGES["19"] and SET_DNS not in refused.commands
     assert refused.changed == {SETTINGS: whole.changed[SETTINGS].replace("=1.1.1.1", "=4.4.4.4")}
 
 
@@ -138,14 +133,14 @@ def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
 ])
 def test_direct_octets_refused(appliance, field, value):
     result = post(appliance, "wan_dc.htm", **{**DIRECT_FORM, field: value})
-    assert message(result) == MESSAGES["19"] and untouched(result)
+    assert message_of(result.body) == MESSAGES["19"] and untouched(result)
 
 
 @pytest.mark.parametrize("character", " \"&'()*+,/:;<=>?[\\]`|")
 def test_device_name_refused(appliance, character):
     result = post(appliance, "wan_dc.htm", **{**DIRECT_FORM, "device_name": f"my{character}pc"})
     assert untouched(result)
-    assert message(result) == ("Invalid character or characters in Device Name.\n\n"
+    assert message_of(result.body) == ("Invalid character or characters in Device Name.\n\n"
                                "The following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&")
 
 
@@ -173,7 +168,7 @@ def test_hardware_address_buttons(appliance, todo, address, stored, line):
 def test_hardware_address_kept(appliance, todo, address, number):
     change(appliance, SETTINGS, wan_hw_addr="112233445566")
     result = post(appliance, "wan_dc.htm", todo=todo, **({"wan_mac_address": address} if address is not None else {}))
-    assert untouched(result) and message(result) == (MESSAGES[str(number)] if number else "")
+    assert untouched(result) and message_of(result.body) == (MESSAGES[str(number)] if number else "")
 
 
 @pytest.mark.parametrize("wan, extra, expected", [
@@ -190,7 +185,7 @@ def test_pppoe_page_shows(appliance, wan, extra, expected):
     change(appliance, PPPOE, PPPOE_EXTRA=extra)
     result = appliance.get("next_file=wan_ppp.htm")
     assert {key: shown(result)[key] for key in expected} == expected
-    assert (message(result), result.commands) == ("", []) and untouched(result)
+    assert (message_of(result.body), result.commands) == ("", []) and untouched(result)
 
 
 @pytest.mark.parametrize("form, wan, conf", [
@@ -215,7 +210,7 @@ def test_pppoe_save(appliance, form, wan, conf):
         **({PPPOE: expected} if expected != before else {}),
     }
     assert [appliance.mode(file) for file in (WAN, PAP, CHAP)] == [0o600] * 3
-    assert result.commands == [] and message(result) == ""
+    assert result.commands == [] and message_of(result.body) == ""
 
 
 @pytest.mark.parametrize("before, kept", [
@@ -239,7 +234,7 @@ def test_pppoe_save_keeps_the_first_three_lines(appliance, before, kept):
 ])
 def test_pppoe_refused(appliance, field, value, text):
     result = post(appliance, "wan_ppp.htm", **{**ACCOUNT, field: value})
-    assert (message(result), result.commands) == (text, []) and untouched(result)
+    assert (message_of(result.body), result.commands) == (text, []) and untouched(result)
 
 
 @pytest.mark.parametrize("page", ["wan_dc.htm", "wan_ppp.htm"])
