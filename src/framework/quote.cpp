@@ -1,7 +1,5 @@
 #include "framework/quote.h"
 
-#include <algorithm>
-
 namespace {
 
 constexpr std::string_view kHarmless =

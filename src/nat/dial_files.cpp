@@ -12,7 +12,6 @@
 #include "framework/format.h"
 #include "framework/html-lib.h"
 #include "framework/paths.h"
-#include "framework/profile.h"
 #include "framework/quote.h"
 #include "framework/shell.h"
 

@@ -2,7 +2,6 @@
 // and shows each value under the name of the form field that edits it.
 #include "nat/nat_base.h"
 
-#include <optional>
 #include <string>
 
 #include "filter/filterconf.h"

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <optional>
 #include <string>
 
 #include "framework/files.h"

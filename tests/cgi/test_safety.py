@@ -24,13 +24,16 @@ def test_a_full_disk_leaves_every_file_whole(saved, monkeypatch, limit):
     fields = {"internet_access": "checked", "access_method": "WAN Port - PPPoE", "enable_ac": "checked"}
     with monkeypatch.context() as patch:
         patch.setattr(appliance, "enter", enter_limited)
-        limited = save(saved, **fields).changed
+        result = save(saved, **fields)
+    limited = result.changed
     for path in limited:  # no new file may be left behind
         saved.write(path, before[path])
     wanted = save(saved, **fields).changed
     for path, content in limited.items():
         assert content == wanted[path], path
     assert (RECORD in limited) == (limit == 900)
+    told = appliance.MESSAGES["64"].replace("%s", "/etc/ppp/nat_ppp.tmp") in result.body
+    assert told == (limit != 900)
 
 
 @pytest.mark.parametrize("path", ["/tmp/setstr.tmp", "/tmp/pid", "/tmp/t", "/tmp/ppp.tmp", "/tmp/dyna", "/www/pid",
