@@ -59,12 +59,15 @@ int main() {
     static std::array<char, kPageSize + BUFSIZ> output;  // the answer leaves in one piece
     std::setvbuf(stdout, output.data(), _IOFBF, output.size());
     log_line("Enter MAIN");
-    wait_for_turn();
-    signal(SIGCHLD,
-           SIG_DFL);  // a server that ignores its children would hide the commands' results
+    // A server that ignores its children would hide the commands' results, and one that ends its
+    // program when the sender hangs up would end it in the middle of a save. A handler, because
+    // daemons would inherit an ignored signal.
+    signal(SIGCHLD, SIG_DFL);
+    signal(SIGTERM, [](int) {});
     warn_no = 0;
-    if (is_form_empty()) return view(nullptr);
-    const std::optional<FormList> form = cgi_input_parse();
+    std::optional<FormList> form;
+    if (!is_form_empty()) form = cgi_input_parse();
+    wait_for_turn();  // now that the form is complete: a slow sender keeps nobody waiting
     if (!form || list_count(&*form) == 0) return view(nullptr);
     const char* todo = find_val(&*form, "todo");
     if (!todo) return view(find_val(&*form, "next_file"));

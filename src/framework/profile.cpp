@@ -384,4 +384,7 @@ std::string_view take_word(std::string_view& rest, std::string_view separators) 
 
 int to_int(std::string_view text) { return static_cast<int>(to_long(text)); }
 
-long to_long(std::string_view text) { return std::strtol(std::string(text).c_str(), nullptr, 10); }
+// Read in 64 bits, also where long has 32: what is too large for a field is cut alike everywhere.
+long to_long(std::string_view text) {
+    return static_cast<long>(std::strtoll(std::string(text).c_str(), nullptr, 10));
+}

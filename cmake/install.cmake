@@ -1,0 +1,35 @@
+# What an installation consists of. The paths are the appliance's own: DESTDIR puts all of them below another
+# root directory, a prefix means nothing.
+set(NAT_PROGRAM_DIR /usr/lib/quillstead CACHE PATH "The program, outside of what a web server delivers")
+set(NAT_STATE_DIR /var/lib/quillstead CACHE PATH "Its folder www holds the pages")
+set(NAT_SHARE_DIR /usr/share/quillstead CACHE PATH "Copies of the configuration files as the factory has them")
+set(NAT_DOC_DIR /usr/share/doc/quillstead-admin CACHE PATH "The documents")
+
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
+# Folders that only a file in them asks for would get their modes from the umask.
+install(DIRECTORY DESTINATION ${NAT_PROGRAM_DIR})
+install(DIRECTORY DESTINATION ${NAT_STATE_DIR})
+install(DIRECTORY DESTINATION ${NAT_SHARE_DIR})
+install(DIRECTORY DESTINATION ${NAT_SHARE_DIR}/factory)
+install(DIRECTORY DESTINATION ${NAT_SHARE_DIR}/factory/etc/quillstead)
+install(DIRECTORY DESTINATION ${NAT_DOC_DIR})
+install(DIRECTORY DESTINATION ${NAT_DOC_DIR}/docs)
+
+configure_file(deploy/install-factory.in install-factory @ONLY)
+install(PROGRAMS $<TARGET_FILE:nat.cgi> ${PROJECT_BINARY_DIR}/install-factory DESTINATION ${NAT_PROGRAM_DIR})
+install(DIRECTORY www/ DESTINATION ${NAT_STATE_DIR}/www)
+# A web server that finds a file of this name in the page folder runs the program there.
+file(WRITE ${PROJECT_BINARY_DIR}/page/nat.cgi "")
+install(FILES ${PROJECT_BINARY_DIR}/page/nat.cgi DESTINATION ${NAT_STATE_DIR}/www)
+file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
+install(FILES README.md DESTINATION ${NAT_DOC_DIR})
+install(FILES ${documents} DESTINATION ${NAT_DOC_DIR}/docs)
+
+# Configuration is never part of a package, or an upgrade would replace it: its copies are, and
+# install-factory puts in place what is missing. The factory's logs are the practice appliance's alone.
+install(DIRECTORY lab/factory/etc lab/factory/usr DESTINATION ${NAT_SHARE_DIR}/factory PATTERN logs EXCLUDE)
+set(servers ${NAT_SHARE_DIR}/factory/etc/quillstead)
+install(FILES deploy/lighttpd.conf DESTINATION ${servers})
+install(FILES deploy/busybox-httpd.conf DESTINATION ${servers} RENAME httpd.conf)
+install(CODE "execute_process(COMMAND_ERROR_IS_FATAL ANY
+    COMMAND sh \"\$ENV{DESTDIR}${NAT_PROGRAM_DIR}/install-factory\" \"\$ENV{DESTDIR}\")" COMPONENT configuration)
