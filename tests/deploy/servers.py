@@ -1,0 +1,139 @@
+"""Real copies of the two web servers, each with the configuration that is shipped for it, on loopback."""
+
+import base64
+import http.client
+import os
+import re
+import shutil
+import socket
+import ssl
+import subprocess
+import time
+
+from appliance import INSTALLED, PROJECT, Appliance
+
+# The program is in a private root: an ordinary user may enter it in a namespace of its own.
+ENTER = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
+SECRET = "admin:secret"
+# Addresses of this test run alone: on another's, a port that was free can be taken before the server has it.
+OWN, OTHER = (f"127.{net}.{os.getpid() // 256 % 256}.{os.getpid() % 256}" for net in (77, 78))
+
+
+def until(condition):
+    end = time.monotonic() + 20
+    while not condition():
+        assert time.monotonic() < end
+        time.sleep(0.02)
+
+
+def free_ports(number):
+    sockets = [socket.create_server((OWN, 0)) for _ in range(number)]
+    ports = [each.getsockname()[1] for each in sockets]
+    for each in sockets:
+        each.close()
+    return ports
+
+
+def output(*command):
+    """What a command that must succeed prints, its complaints included."""
+    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    assert done.returncode == 0, done.stdout
+    return done.stdout.strip()
+
+
+def adapted(name, changes):
+    """A shipped file with what its administrator changes, a line each."""
+    text = (PROJECT / "deploy" / name).read_text()
+    for beginning, line in changes.items():
+        text, number = re.subn(f"^{re.escape(beginning)}.*", lambda _: line, text, flags=re.M)
+        assert number == 1, beginning
+    return text
+
+
+def login(password):
+    return {"Authorization": "Basic " + base64.b64encode(password.encode()).decode()} if password else {}
+
+
+class Server:
+    def __init__(self, folder, template):
+        self.folder, self.box = folder, Appliance(folder / "root", template)
+        self.www = self.box.at("/www")
+        shutil.copytree(PROJECT / "www", self.www, dirs_exist_ok=True)
+        self.box.write("/www/nat.cgi", "")
+        self.box.write("/www/Iniabcde.tmp", "scratch")
+        self.hash = output("openssl", "passwd", "-6", "secret")
+        self.port, self.plain_port = free_ports(2)
+        self.host = f"{OWN}:{self.port}"
+        with open(folder / "errors", "w") as errors:
+            self.process = subprocess.Popen(self.command(), stdin=subprocess.DEVNULL, stderr=errors,
+                                            env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LEAK": "1"})
+        until(lambda: self.listens(OWN))
+
+    def listens(self, address):
+        assert self.process.poll() is None, (self.folder / "errors").read_text()
+        with socket.socket() as probe:
+            return probe.connect_ex((address, self.port)) == 0
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait(20)
+
+    def connect(self, source=OWN):
+        return http.client.HTTPConnection(OWN, self.port, timeout=30, source_address=(source, 0))
+
+    def ask(self, method="GET", path="/nat.cgi", headers={}, body=None, password=SECRET, connection=None):
+        """Status, headers and body of the answer. The path is sent as it stands, a list of pieces in chunks."""
+        connection = connection or self.connect()
+        try:
+            connection.request(method, path, body, {"Host": self.host, **login(password), **headers},
+                               encode_chunked=isinstance(body, list))
+        except OSError:  # a server that refuses a long body need not read it
+            pass
+        answer = connection.getresponse()
+        result = answer.status, answer.headers, answer.read().decode("latin-1")
+        connection.close()
+        return result
+
+    def programs(self):
+        """The requests that the program is at work on."""
+        command = ["find", "/proc", "-maxdepth", "2", "-path", "/proc/[0-9]*/exe", "-lname", self.box.at(INSTALLED)]
+        return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.split()
+
+
+class Lighttpd(Server):
+    scheme = "https"
+
+    def command(self):
+        private, root = self.folder, self.box.root
+        output("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+               "-subj", "/CN=box", "-keyout", private / "key", "-out", private / "certificate")
+        (private / "server.pem").write_text("".join((private / x).read_text() for x in ("key", "certificate")))
+        (private / "passwd").write_text(f"admin:{self.hash}\n")
+        # The program in its root, in the folder in which the server has started it.
+        (private / "enter").write_text(f"#!/bin/bash\nenv > {private}/environment\n"
+                                       f'exec {" ".join(ENTER)} --root={root} --wd="${{PWD#{root}}}" /{INSTALLED}\n')
+        (private / "enter").chmod(0o755)
+        values = {"address": OWN, "https": self.port, "http": self.plain_port, "pages": self.www,
+                  "program": private / "enter", "private": private}
+        (private / "conf").write_text(adapted(
+            "lighttpd.conf", {f"var.{name} ": f'var.{name} = "{value}"' for name, value in values.items()}))
+        command = ["/usr/sbin/lighttpd", "-f", private / "conf"]
+        assert output(*command, "-tt") == ""
+        return [*command, "-D"]
+
+    def connect(self, source=OWN):
+        context = ssl.create_default_context(cafile=self.folder / "certificate")
+        context.check_hostname = False
+        context.maximum_version = ssl.TLSVersion.TLSv1_2  # a later one leaves something unread when a client hangs up
+        return http.client.HTTPSConnection(OWN, self.port, timeout=30, source_address=(source, 0),
+                                           context=context)
+
+
+class Busybox(Server):
+    scheme = "http"
+
+    def command(self):
+        self.box.write("/etc/quillstead/httpd.conf", adapted("busybox-httpd.conf", {
+            "A:": f"A:{OWN}", "/:admin:": f"/:admin:{self.hash}"}), 0o600)
+        return [*ENTER, f"--root={self.box.root}", "--wd=/", "/bin/busybox", "httpd", "-f", "-p", self.host,
+                "-h", "/www", "-c", "/etc/quillstead/httpd.conf"]

@@ -1,0 +1,175 @@
+"""The web server configurations: what each lets through, refuses and adds."""
+
+import fcntl
+import http.client
+import os
+import re
+import socket
+import struct
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from servers import OTHER, OWN, SECRET, Busybox, Lighttpd, login, until
+
+LIST = "/usr/local/squid/etc/deny.list"
+ACT = "this_file=sites_ban.htm&todo=del_all&next_file=sites_ban.htm"  # empties the list
+PAGE = "/nat.cgi"
+LIMIT = 16 * 1024 * 1024
+FORM = {"Content-Type": "application/x-www-form-urlencoded"}
+CHUNKED = FORM | {"Transfer-Encoding": "chunked"}
+BROWSER, EVIL = {"User-Agent": "Mozilla/5.0"}, {"Origin": "http://evil.example"}
+
+
+def running(kind):
+    @pytest.fixture(scope="module")
+    def server(tmp_path_factory, template):
+        server = kind(tmp_path_factory.mktemp("server"), template)
+        yield server
+        server.stop()
+    return server
+
+
+lighttpd, busybox = running(Lighttpd), running(Busybox)
+
+
+@pytest.fixture(params=["lighttpd", "busybox"])
+def server(request):
+    found = request.getfixturevalue(request.param)
+    found.box.write(LIST, "a.com\n")
+    return found
+
+
+# What is asked, and the answers of lighttpd and of busybox httpd. "done" empties the list of banned sites, "shown"
+# and all others keep it. "fatal" is the program's page for errors.
+REQUESTS = [
+    ("done", "done", "POST", PAGE, FORM, ACT),
+    ("done", "done", "POST", PAGE, FORM | BROWSER | {"Origin": "own"}, ACT),
+    (403, 403, "POST", PAGE, FORM | EVIL, ACT),
+    (403, 403, "POST", PAGE, FORM | {"Sec-Fetch-Site": "cross-site"}, ACT),
+    ("done", "shown", "POST", PAGE, CHUNKED, [ACT.encode()]),
+    ("done", "done", "POST", PAGE, FORM, (ACT + "&x=").ljust(LIMIT, "a")),
+    (413, "fatal", "POST", PAGE, FORM, (ACT + "&x=").ljust(LIMIT + 1, "a")),
+    (413, "shown", "POST", PAGE, CHUNKED, [ACT.encode(), b"&x=", LIMIT * b"a"]),
+    *((status, "fatal", method, PAGE, FORM, ACT) for status, method in [
+        (403, "PUT"), (403, "DELETE"), (403, "PATCH"), (403, "TRACE"), (403, "OPTIONS"), (501, "SAVE")]),
+    ("shown", "shown", "GET", PAGE, {}, None),
+    *(("shown", "shown", "GET", f"{PAGE}?{query}", BROWSER, None) for query in (
+        "next_file=nat_conn.htm&todos=1", "a=todo", "a=%26todo=1", "atodo=1")),
+    *((status, 403, "GET", f"{PAGE}?this_file=sites_ban.htm&{query}", BROWSER, None) for status, query in [
+        (403, "todo=del_all"), (403, "%74%6f%64%6F=del_all"), (403, "todo=del_all&todo=a"), (403, "todo%=del_all"),
+        (403, "todo%zz=del_all"), (400, "todo%00=del_all")]),
+    (403, 403, "GET", PAGE + "?todo=del_all&this_file=sites_ban.htm", EVIL, None),
+    (403, "done", "GET", f"{PAGE}?{ACT}", {}, None),  # a program that is no browser
+    *((status, "shown", "GET", PAGE, {"Host": host}, None) for status, host in [
+        ("shown", "192.168.1.1"), ("shown", "[fe80::1]:443"), ("shown", "quillstead"), ("shown", "Quillstead.LAN:443"),
+        (403, "evil.example"), (403, "evil.example:443"), (403, "quillstead.lan.evil.example"), (403, "quillsteadxlan"),
+        (403, "192.168.1.1.evil.example"), (400, "127.1"), (400, "")]),
+]
+
+
+@pytest.mark.parametrize("secure, plain, method, path, headers, body", REQUESTS,
+                         ids=[f"{i}-{request[2]}" for i, request in enumerate(REQUESTS)])
+def test_requests(server, secure, plain, method, path, headers, body):
+    if headers.get("Origin") == "own":
+        headers = headers | {"Origin": f"{server.scheme}://{server.host}"}
+    status, _, text = server.ask(method, path, headers, body)
+    expected = secure if server.scheme == "https" else plain
+    done = server.box.read(LIST) != "a.com\n"
+    found = status if status != 200 else "fatal" if "<TITLE>Error!" in text else "done" if done else "shown"
+    assert (found, done) == (expected, expected == "done")
+
+
+def test_nothing_without_the_password(server):
+    for password in "", "admin:wrong", "root:secret", "admin:", ":":
+        for path in PAGE, "/style.css", "/nat_fs.htm":
+            status, headers, _ = server.ask("POST", path, FORM, ACT, password)
+            assert (status, server.box.read(LIST)) == (401, "a.com\n")
+            assert headers["WWW-Authenticate"].startswith("Basic ")
+
+
+def test_what_the_pages_refer_to_is_served(server):
+    templates = "".join(page.read_text() for page in server.www.glob("*.htm"))
+    names = set(re.findall(r'(?:href|src)="([\w.]+)', templates)) | {"nat_fs.htm", "sp_fs.htm", "yellowbg.gif"}
+    types = {".css": "text/css", ".js": "/javascript", ".svg": "image/svg+xml", ".gif": "image/gif"}
+    assert names >= {"nat.cgi", "style.css", "script.js"}
+    for name in names:
+        status, headers, text = server.ask(path="/" + name)
+        assert status == 200 and types.get(Path(name).suffix, "text/html") in headers["Content-Type"], name
+        assert name == "nat.cgi" or text == (server.www / name).read_text("latin-1"), name
+
+
+def test_the_start_leads_to_the_overview(server):
+    status, headers, text = server.ask(path="/")
+    assert status == 307 and headers["Location"] == PAGE + "?next_file=nat_base.htm" or (
+        status == 200 and text == (server.www / "nat_fs.htm").read_text())
+
+
+@pytest.mark.parametrize("reset", [False, True])
+def test_a_save_outlives_its_sender(server, reset):
+    connection, lock = server.connect(), os.open(server.www, os.O_RDONLY)
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        connection.request("POST", PAGE, ACT, FORM | login(SECRET))
+        until(server.programs)
+        if reset:
+            connection.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        connection.close()
+        assert server.ask(path="/style.css")[0] == 200  # by now the server knows that nobody waits
+    finally:
+        os.close(lock)
+    until(lambda: not server.programs())
+    assert server.box.read(LIST) == ""
+
+
+def test_what_else_is_in_the_page_folder_is_out_of_reach(lighttpd):
+    paths = {
+        403: r"""/nat_base.htm /cgi_err /listmsg /Iniabcde.tmp /cgi_err? /cgi_err?.css /cgi%5ferr /cgi_err/ /cgi_err/.css
+            /cgi_err;.css /\cgi_err /CGI_ERR /STYLE.CSS /style.css/ /icon.svg/icons.svg /nat.cgi/ /nat.cgi/cgi_err
+            /nat.cgi%20 /nat.cgi. /NAT.CGI""",
+        400: """/cgi_err%00.css /cgi_err%0a.css /./cgi_err //cgi_err /%2e/cgi_err /x/../cgi_err /style.css/../cgi_err
+            /style.css/%2e%2e/cgi_err /style.css%2fcgi_err /../www/cgi_err /nat.cgi%00 //nat.cgi /nat.cgi?%0a
+            /nat.cgi?%ff"""}
+    expected = {path: status for status, group in paths.items() for path in group.split()}
+    assert {path: lighttpd.ask(path=path)[0] for path in expected} == expected
+
+
+def test_headers(lighttpd):
+    for method, path, keep in (
+            ("GET", PAGE, "no-store"), ("POST", PAGE, "no-store"), ("GET", "/nat_fs.htm", "no-store"),
+            ("GET", "/style.css", "max-age=3600")):
+        _, headers, _ = lighttpd.ask(method, path)
+        expected = {
+            "Content-Security-Policy":
+                ["default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
+                 "form-action 'self'; base-uri 'none'; frame-ancestors 'none'"],
+            "Referrer-Policy": ["same-origin"], "X-Content-Type-Options": ["nosniff"], "X-Frame-Options": ["DENY"],
+            "Cache-Control": [keep], "Strict-Transport-Security": None, "Server": None}
+        assert {name: headers.get_all(name) for name in expected} == expected
+
+
+def test_the_environment_of_the_program(lighttpd):
+    lighttpd.ask(headers={"Proxy": "http://evil.example"})
+    found = dict(line.split("=", 1) for line in (lighttpd.folder / "environment").read_text().splitlines())
+    assert "/sbin" in found["PATH"].split(":") and found["REMOTE_USER"] == "admin"
+    assert not found.keys() & {"HTTP_AUTHORIZATION", "HTTP_PROXY", "LEAK"}
+
+
+def test_the_way_in(lighttpd):
+    assert not lighttpd.listens(OTHER)
+    for version, status in ("-tls1_1", 1), ("-tls1_2", 0), ("-tls1_3", 0):
+        command = ["openssl", "s_client", "-connect", lighttpd.host, version, "-cipher", "ALL:@SECLEVEL=0"]
+        assert subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True).returncode == status
+    # Without TLS no password is asked for and nothing done.
+    lighttpd.box.write(LIST, "a.com\n")
+    for password in "", SECRET:
+        connection = http.client.HTTPConnection(OWN, lighttpd.plain_port, timeout=30)
+        status, headers, _ = lighttpd.ask("POST", PAGE, FORM | {"Host": "quillstead"}, ACT, password, connection)
+        assert (status, headers["Location"], headers["WWW-Authenticate"]) == (307, "https://quillstead/", None)
+    assert lighttpd.box.read(LIST) == "a.com\n"
+
+
+def test_what_busybox_keeps_to_itself(busybox):
+    assert busybox.ask(connection=busybox.connect(OTHER))[0] == 403
+    assert "scratch" not in busybox.ask(path="/Iniabcde.tmp")[2]
