@@ -9,12 +9,25 @@ sys.path.insert(0, str(Path(__file__).parent / "cgi"))
 from appliance import Appliance, make_template  # noqa: E402
 
 
+def pytest_make_parametrize_id(val):
+    """A case's name holds the beginning of a long text."""
+    return ascii(val)[:40] if isinstance(val, (str, bytes)) else None
+
+
 @pytest.fixture(scope="session")
 def template(tmp_path_factory):
     """What all private roots are copied from."""
     root = tmp_path_factory.mktemp("template") / "root"
     make_template(root)
     return root
+
+
+@pytest.fixture
+def saved(appliance):
+    """An appliance with a record of its own; its scripts below /etc are stubs."""
+    appliance.view("nat_base.htm")
+    appliance.stub_scripts()
+    return appliance
 
 
 @pytest.fixture

@@ -4,6 +4,7 @@
 
 #include <new>
 
+#include "framework/escape.h"
 #include "framework/files.h"
 #include "framework/log.h"
 #include "framework/msgfile.h"
@@ -15,7 +16,6 @@ namespace {
 constexpr char kPage[] = "filterlog.htm";
 constexpr char kStandardLog[] = "/usr/local/squid/logs/access.log";
 
-constexpr std::size_t kRowsSize = 36864;  // characters
 constexpr std::size_t kLoggedRecords = 3;
 
 std::string log_path() {
@@ -58,7 +58,8 @@ std::string row_of(const LogRecord& record) {
 
 int get_log_record(ValueText& value, LongText& text, int& error) try {
     std::string& rows = text.emplace();
-    rows.reserve(kRowsSize);
+    const std::size_t markup = row_of({}).size();
+    ListRoom room;
     std::size_t total = 0;
     const int result = for_each_record([&](std::string_view line) {
         LogRecord record;
@@ -67,9 +68,10 @@ int get_log_record(ValueText& value, LongText& text, int& error) try {
             log_line("get_filter_log return=%d\n", 1L);
             log_line("%s\t%s\t%s\n", record.first, record.second, record.third);
         }
-        const std::string row = row_of(record);
-        if (rows.size() + row.size() > kRowsSize) return false;
-        rows += row;
+        if (!room.take(markup + escaped_size(record.first) + escaped_size(record.second) +
+                       escaped_size(record.third)))
+            return false;
+        rows += row_of(record);
         ++total;
         return true;
     });

@@ -24,7 +24,7 @@ std::size_t get_filter_log_count();
 // Empties the log; a missing one stays missing. 0 or -37.
 int clear_filter_log();
 
-// Renders the page with the log's oldest records as table rows, as many as 36864 characters hold.
+// Renders the page with the log's oldest records as table rows, as many as the page has room for.
 // Message 37 when the log cannot be read.
 int get_filterlog(const char* message, const FormList* form);
 

@@ -6,10 +6,12 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "filter/firewall.h"
 #include "filter/firewall_records.h"
+#include "framework/escape.h"
 #include "framework/files.h"
 #include "framework/log.h"
 #include "framework/msgfile.h"
@@ -54,31 +56,46 @@ std::string port_cell(const SapItem& item) {
     return '"' + item.*Direction.*Port + '"';
 }
 
-template <std::string (*Cell)(const SapItem&)>
-int get_cells(LongText& text, int&) {
-    if (sap_fw.empty()) return -1;
-    text.emplace();
-    for (const SapItem& item : sap_fw) *text += (text->empty() ? "" : ",") + Cell(item);
-    return 0;
-}
+std::string name_option(const SapItem& item) { return "\n<option> " + item.name; }
 
-int get_names(LongText& text, int&) {
-    if (sap_fw.empty()) return -1;
-    text.emplace();
-    for (const SapItem& item : sap_fw) *text += "\n<option> " + item.name;
-    return 0;
-}
-
-constexpr std::array get_ary_tab = std::to_array<ArrayFun>({
-    {"a_sap_enable", get_cells<enable_cell>},
-    {"a_inpr", get_cells<protocol_cell<&SapItem::in>>},
-    {"a_outpr", get_cells<protocol_cell<&SapItem::out>>},
-    {"a_port1in", get_cells<port_cell<&SapItem::in, &SapRules::port1>>},
-    {"a_port2in", get_cells<port_cell<&SapItem::in, &SapRules::port2>>},
-    {"a_port1out", get_cells<port_cell<&SapItem::out, &SapRules::port1>>},
-    {"a_port2out", get_cells<port_cell<&SapItem::out, &SapRules::port2>>},
-    {"nat_sap_list", get_names},
+struct List {
+    std::string_view name;
+    std::string (*cell)(const SapItem& item);
+    std::string_view separator;
+};
+constexpr std::array lists = std::to_array<List>({
+    {"a_sap_enable", enable_cell, ","},
+    {"a_inpr", protocol_cell<&SapItem::in>, ","},
+    {"a_outpr", protocol_cell<&SapItem::out>, ","},
+    {"a_port1in", port_cell<&SapItem::in, &SapRules::port1>, ","},
+    {"a_port2in", port_cell<&SapItem::in, &SapRules::port2>, ","},
+    {"a_port1out", port_cell<&SapItem::out, &SapRules::port1>, ","},
+    {"a_port2out", port_cell<&SapItem::out, &SapRules::port2>, ","},
+    {"nat_sap_list", name_option, ""},
 });
+
+std::size_t size_in_lists(const SapItem& item) {
+    std::size_t size = 0;
+    for (const List& list : lists) size += list.separator.size() + escaped_size(list.cell(item));
+    return size;
+}
+
+template <std::size_t Number>
+int get_list(LongText& text, int&) {
+    if (sap_fw.empty()) return -1;
+    text.emplace();
+    for (const SapItem& item : sap_fw) {
+        if (!text->empty()) *text += lists[Number].separator;
+        *text += lists[Number].cell(item);
+    }
+    return 0;
+}
+
+template <std::size_t... Number>
+constexpr std::array<ArrayFun, lists.size()> getters_of(std::index_sequence<Number...>) {
+    return {{{lists[Number].name, get_list<Number>}...}};
+}
+constexpr std::array get_ary_tab = getters_of(std::make_index_sequence<lists.size()>());
 
 // ---- the form ----
 
@@ -180,6 +197,7 @@ int sap_main(const FormList* form, const char* message) {
     const char* todo = find_val(form, "todo");
     if (todo && !message) set_a_action(todo, do_list(form));
     sap_fw = parse_firewall(read_file(FirewallF).value_or(""));
+    drop_what_has_no_room(sap_fw, size_in_lists);
     return render_page(kPage, {}, get_ary_tab, message ? message : mesg.c_str(), form);
 }
 

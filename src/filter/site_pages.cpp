@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "filter/site_list.h"
+#include "framework/escape.h"
 #include "framework/log.h"
 #include "framework/msgfile.h"
 
@@ -64,13 +65,15 @@ int get_options(ValueText&, LongText& text, int& error) try {
         return count;
     }
     text.emplace();
+    ListRoom room;
     std::string_view rest = entries;
     for (int shown = 0; shown < count; ++shown) {
         const std::string_view entry = rest.substr(0, rest.find('\0'));
         if (entry.size() > kLongestShown) break;
         rest.remove_prefix(entry.size() + 1);
         const std::string option = std::string("<option>").append(entry).append("\n");
-        if (text->size() + option.size() > kOptionsSize) {
+        if (text->size() + option.size() > kOptionsSize ||
+            !room.take(option.size() - entry.size() + escaped_size(entry))) {
             log_line(Page.too_many);
             break;
         }

@@ -3,8 +3,8 @@
 
 #include "framework/page.h"
 
-// Render the page with the list's entries as options, as many as 20480 characters hold. Messages 33
-// (allowed sites) and 34 (banned sites) when the list cannot be read.
+// Render the page with the list's entries as options, as many as 20480 characters hold and the page
+// has room for. Messages 33 (allowed sites) and 34 (banned sites) when the list cannot be read.
 int get_sites_allow(const char* message, const FormList* form);
 int get_sites_ban(const char* message, const FormList* form);
 

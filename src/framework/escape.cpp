@@ -9,6 +9,15 @@ constexpr std::string_view kSpecial = "&<>\"'";
 constexpr std::array<std::string_view, kSpecial.size()> kReferences = {"&amp;", "&lt;", "&gt;",
                                                                        "&quot;", "&#39;"};
 
+// The size of each character once it is escaped.
+constexpr auto kSizes = [] {
+    std::array<std::size_t, 256> sizes{};
+    sizes.fill(1);
+    for (std::size_t i = 0; i < kSpecial.size(); ++i)
+        sizes[static_cast<unsigned char>(kSpecial[i])] = kReferences[i].size();
+    return sizes;
+}();
+
 void append_escaped(std::string& page, std::string_view text) {
     for (auto at = text.find_first_of(kSpecial); at != text.npos;
          at = text.find_first_of(kSpecial)) {
@@ -81,3 +90,22 @@ std::string escape_html(std::string_view text) {
 std::string escape_options(std::string_view text) { return escape_lines(text, append_option); }
 
 std::string escape_rows(std::string_view text) { return escape_lines(text, append_row); }
+
+std::size_t escaped_size(std::string_view text) {
+    std::size_t size = 0;
+    for (const char c : text) size += kSizes[static_cast<unsigned char>(c)];
+    return size;
+}
+
+std::string_view lines_with_room(std::string_view text) {
+    ListRoom room;
+    std::size_t shown = 0;
+    while (shown < text.size()) {
+        const std::string_view rest = text.substr(shown);
+        const std::string_view line =
+            rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
+        if (!room.take(escaped_size(line))) break;
+        shown += line.size();
+    }
+    return text.substr(0, shown);
+}

@@ -6,6 +6,7 @@
 #include <new>
 #include <string>
 
+#include "framework/escape.h"
 #include "framework/files.h"
 #include "framework/html-lib.h"
 #include "framework/log.h"
@@ -23,42 +24,48 @@ constexpr char kPage[] = "sp_port.htm";
 PPPConf conf;
 bool offers_defaults = false;
 
+std::string option_of(const Modem& modem) {
+    return std::string("<option>").append(modem.name).append("\n");
+}
+
+// For the array of a script.
+std::string string_of(const Modem& modem) {
+    return std::string("'").append(modem.init).append("',\n");
+}
+
+std::size_t size_in_lists(const Modem& modem) {
+    return escaped_size(option_of(modem)) + escaped_size(string_of(modem));
+}
+
 // Read by the first list of the page that needs it, and kept for the other.
 ModemList MList;
 
-void FreeMList() { MList.clear(); }
-
 // Builds a text of all modems.
-template <class Add>
-int text_of_modems(InitMode mode, LongText& text, int& error, Add add) try {
-    if (MList.empty()) MList = GetModemList(mode);
+template <std::string (*TextOf)(const Modem&)>
+int text_of_modems(LongText& text, int& error) try {
+    if (MList.empty()) {
+        MList = GetModemList(InitMode::script);
+        drop_what_has_no_room(MList, size_in_lists);
+    }
     if (MList.empty()) {
         error = Msg::NoModems;
         return 1;
     }
     text.emplace();
-    for (const Modem& modem : MList) add(*text, modem);
+    for (const Modem& modem : MList) *text += TextOf(modem);
     return 0;
 } catch (const std::bad_alloc&) {
-    FreeMList();
+    MList.clear();
     error = Msg::NoMemory;
     return 1;
 }
 
 int get_modemlist(ValueText&, LongText& text, int& error) {
-    const int failed =
-        text_of_modems(InitMode::plain, text, error, [](std::string& options, const Modem& modem) {
-            options.append("<option>").append(modem.name).append("\n");
-        });
-    FreeMList();
-    return failed;
+    return text_of_modems<option_of>(text, error);
 }
 
 int get_array1(LongText& text, int& error) {
-    const int failed =
-        text_of_modems(InitMode::script, text, error, [](std::string& strings, const Modem& modem) {
-            strings.append("'").append(modem.init).append("',\n");
-        });
+    const int failed = text_of_modems<string_of>(text, error);
     if (!failed) text->erase(text->size() - 2);
     return failed;
 }

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 
+#include "framework/escape.h"
 #include "framework/files.h"
 #include "framework/format.h"
 #include "framework/log.h"
@@ -93,6 +94,7 @@ int get_log(LongText& text, int&) {
         const std::string log = read_file(path, kLogShown - text->size()).value_or("");
         text->append(log, 0, log.find('\0'));
     }
+    text->resize(lines_with_room(*text).size());
     return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "framework/escape.h"
 #include "framework/files.h"
 #include "framework/log.h"
 #include "framework/paths.h"
@@ -73,7 +74,7 @@ int get_ppp_link_status(ValueText& value, LongText&, int&) {
 
 int get_ppp_wan_log(ValueText&, LongText& text, int&) {
     const std::string log = read_file(PppdLogF, kLogShown).value_or("");
-    text = log.c_str();  // up to the first NUL
+    text.emplace(lines_with_room(log.c_str()));  // up to the first NUL
     return 0;
 }
 

@@ -3,13 +3,17 @@
 The program's own commands are recorded on their way through /bin/sh and then really run, by bash. What they
 name (pidof, ifconfig, adsl-start, ...) is one stub that gives prepared answers. The shell's builtin kill is
 taken away, so that no test can signal a stranger's process; `kill` is a stub as well.
+
+Each page's template is made of the shipped one's markers alone, a line "key=[value]=" each, so that a test reads
+what a page shows whatever it looks like (Result.shown).
 """
 
 import ctypes
-import html
 import os
 import re
+import resource
 import shutil
+import signal
 import stat
 import subprocess
 import urllib.parse
@@ -21,7 +25,22 @@ SYMBOLIZE = PROJECT / "tests/sanitize/symbolize"
 SANITIZED = bool(os.environ.get("NAT_SANITIZED"))
 CLONE_NEWUSER = 0x10000000
 
-MESSAGES = dict(line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
+MESSAGES = {int(line.split("-")[0]): line.split("-", 1)[1] for line in (PROJECT / "www/cgi_err").read_text().splitlines()}
+
+RECORD, WAN, SETTINGS = "/etc/ppp/nat_ppp.con", "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf"
+PAP, CHAP, PPPOE = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets", "/etc/ppp/pppoe.conf"
+USER, IP_UP, IFCFG = "/etc/ppp/user", "/etc/ppp/ip-up", "/etc/sysconfig/network-scripts/ifcfg-eth0"
+FILTER = "/usr/local/squid/etc/filter.conf"
+
+# Commands that several pages run.
+IS_PPP = "/sbin/pidof pppd > /tmp/ppp.tmp"
+IS_MODEM, IS_PPPOE = "/sbin/pidof diald > /tmp/pid", "/sbin/pidof -x adsl-connect > /tmp/pid"
+HAS_ADDRESS = '/sbin/ifconfig %s | grep "inet addr" > /tmp/t'
+LINK_UP = "/etc/ppp/ip-up %s > /dev/null"
+NETWORK = [f"/usr/share/quillstead/network/NET_Set{name} > /dev/null" for name in ("TCPIP", "Netatalk", "DHCPServer")]
+SQUID = ["/sbin/pidof squid > /tmp/pid", "/usr/local/squid/bin/squid > /dev/null"]
+SET_DNS = "/usr/share/quillstead/network/NET_SetDNS > /dev/null"
+SET_MODULE = "/usr/share/quillstead/public/PUB_SetModule -m %s -%s"
 
 INSTALLED = "usr/lib/quillstead/nat.cgi"
 HARNESS = ".harness"  # the recorder's own folder in the root
@@ -39,7 +58,7 @@ STUBS = {
     "usr/share/quillstead/public": "PUB_SetModule",
 }
 
-SECRETS = ("pap-secrets", "chap-secrets", "CGI_nat.conf")
+SECRETS = (PAP, CHAP, WAN)
 
 SHELL = """#!/bin/bash
 enable -n kill
@@ -76,9 +95,22 @@ def text_of(octets):
         return octets
 
 
-def message_of(body):
-    """The message that a page shows."""
-    return html.unescape(body.split('role="alert">')[1].split("</p>")[0].removesuffix("\n"))
+def told(number, *values):
+    """The text of a message, with its values; of none without a number."""
+    text = MESSAGES[number] if number else ""
+    return text % values if values else text
+
+
+def octets(prefix, address):
+    """The fields that an address is typed into."""
+    return {f"{prefix}{number}": octet for number, octet in enumerate(address.split("."), 1)}
+
+
+def plain(template):
+    """A template of another one's markers, a line "key=[value]=" each, the message last."""
+    markers = dict.fromkeys(re.findall(r"((?://)?@\w+)\|?\w*#", template))
+    markers["@message"] = markers.pop("@message", None)
+    return "".join(f"{marker.lstrip('/@')}=[{marker}#]=\n" for marker in markers)
 
 
 def become_root():
@@ -113,7 +145,9 @@ def make_template(root):
         shutil.copytree(PROJECT / source, target, dirs_exist_ok=True)
     for path in root.rglob("*"):  # a checkout keeps nothing of a mode but the right to run
         if path.is_file() and not path.is_symlink():
-            path.chmod(0o600 if path.name in SECRETS else 0o755 if path.stat().st_mode & 0o100 else 0o644)
+            path.chmod(0o600 if f"/{path.relative_to(root)}" in SECRETS else 0o755 if path.stat().st_mode & 0o100 else 0o644)
+    for path in (root / "www").glob("*.htm"):
+        path.write_text(f"page=[{path.name}]=\n" + plain(path.read_text()))
     for path, text in ("bin/sh", SHELL), (f"{HARNESS}/stub", STUB), (f"{HARNESS}/bashrc", "enable -n kill\n"):
         (root / path).write_text(text)
         (root / path).chmod(0o755)
@@ -131,7 +165,7 @@ def make_template(root):
 class Result:
     """What one request answered, ran and changed."""
 
-    def __init__(self, finished, commands, before, after, mode):
+    def __init__(self, finished, commands, before, after):
         self.status, self.stdout = finished.returncode, finished.stdout
         self.stderr = finished.stderr.decode(errors="replace")
         head, _, body = self.stdout.partition(b"\n\n")
@@ -140,12 +174,16 @@ class Result:
         self.commands = commands
         self.changed = {path: text_of(now) for path, now in after.items() if before.get(path) != now}
         self.removed = before.keys() - after.keys()
-        self.mode = mode
+        self.did_nothing = not (self.changed or self.removed or commands)
+        self.shown = dict(re.findall(r"^(\w+)=\[(.*?)\]=$", str(self.body), re.DOTALL | re.MULTILINE))
+        self.page = self.shown.pop("page", None)
+        self.message = self.shown.pop("message", "").removesuffix("\n")
 
 
 class Appliance:
     def __init__(self, root, template):
         self.root = Path(root)
+        self.disk = None  # the octets to which a file can grow
         subprocess.run(["cp", "-a", template, self.root], check=True)
         for path, source in SHARED.items():
             target = self.root / path
@@ -164,12 +202,30 @@ class Appliance:
         return text_of(self.at(path).read_bytes())
 
     def write(self, path, text, mode=0o644):
+        """Makes a file; with None for the text there is none."""
+        if text is None:
+            return self.at(path).unlink(missing_ok=True)
         self.at(path).parent.mkdir(parents=True, exist_ok=True)
         self.at(path).write_bytes(text if isinstance(text, bytes) else text.encode())
         self.at(path).chmod(mode)
 
-    def remove(self, path):
-        self.at(path).unlink()
+    def block(self, path):
+        """Puts a folder where a file should be, so that it can be neither read nor written."""
+        self.at(path).unlink(missing_ok=True)
+        self.at(path).mkdir()
+
+    def keys(self, path):
+        """The lines key=value of a file."""
+        return dict(line.split("=", 1) for line in self.read(path).splitlines() if "=" in line)
+
+    def change(self, path, **values):
+        """Changes lines key=value of a file and returns its text."""
+        text = self.read(path)
+        for key, value in values.items():
+            text, found = re.subn(f"(?m)^{key}=.*$", lambda _: f"{key}={value}", text)
+            assert found == 1
+        self.write(path, text, self.mode(path))
+        return text
 
     def exists(self, path):
         return os.path.lexists(self.at(path))
@@ -210,7 +266,19 @@ class Appliance:
         else:
             self.at(f"/{HARNESS}/scripts_are_stubs").unlink(missing_ok=True)
 
+    def practise(self, *names):
+        """Puts the practice appliance's strict stand-ins in place of stubs."""
+        for name in ("usr/lib/practice/common", *names):
+            self.at(name).unlink(missing_ok=True)
+            self.write(name, (PROJECT / f"lab/commands/{name}.sh").read_text(), 0o755)
+
     # Requests.
+
+    def view(self, page):
+        return self.get(f"next_file={page}")
+
+    def save(self, page, **fields):
+        return self.post({"this_file": page, "todo": "save", "next_file": "nat_base.htm", **fields})
 
     def get(self, query="", env=None):
         return self.request({"REQUEST_METHOD": "GET", "QUERY_STRING": query, **(env or {})}, b"")
@@ -228,6 +296,12 @@ class Appliance:
             body,
         )
 
+    def enter(self):
+        enter(self.root)
+        if self.disk is not None:
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (self.disk, self.disk))
+
     def request(self, env, body):
         """Runs the program once. A variable given as None is not set."""
         env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", **env}
@@ -243,11 +317,11 @@ class Appliance:
             env={name: value for name, value in env.items() if value is not None},
             input=body,
             capture_output=True,
-            preexec_fn=lambda: enter(self.root),
+            preexec_fn=self.enter,
             timeout=30,
         )
         commands = record.read_bytes().split(b"\0")[:-1] if record.exists() else []
-        result = Result(finished, [text_of(each) for each in commands], before, self.snapshot(), self.mode)
+        result = Result(finished, [text_of(each) for each in commands], before, self.snapshot())
         if finished.returncode < 0 or re.search("Sanitizer|runtime error:", result.stderr):
             report = subprocess.run([SYMBOLIZE], input=result.stderr, stdout=subprocess.PIPE, text=True)
             raise AssertionError(f"the program broke down, status {result.status}\n{report.stdout}")

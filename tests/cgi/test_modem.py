@@ -1,13 +1,12 @@
 """The modem page: the modem list, saving, the defaults, and the import of driver descriptions."""
 
-import html
 import re
 
 import pytest
 
-from appliance import MESSAGES, PROJECT, message_of
+from appliance import PROJECT, RECORD, USER, plain, told
 
-LIST, RECORD, USER = "/etc/ppp/modem.ini", "/etc/ppp/nat_ppp.con", "/etc/ppp/user"
+LIST, DIALD, DIALER = "/etc/ppp/modem.ini", "/etc/diald.conf", "/etc/ppp/pppondialer"
 NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
 DATA = PROJECT / "tests/data"
 UPLOAD = "/tmp/driver.inf"
@@ -15,19 +14,6 @@ VOICE = "+FCLASS=0#VSP=55"
 BEFORE = "[Old]\nInitString=ATZ\n"
 SMALL = """[Manufacturer]\n%M% = S\n[Strings]\nM = "Maker"\n{}\n[S]\n%A% = I\n[I]\nAddReg = R
 [R]\nHKR, Init, 1,, "AT<cr>"\n{}"""
-
-
-@pytest.fixture
-def saved(appliance):
-    """An appliance with a record as a save writes it."""
-    appliance.get("next_file=nat_base.htm")
-    record = appliance.read(RECORD).replace("User=\n", "User=joe\n")
-    appliance.write(RECORD, "".join(line for line in record.splitlines(True) if not line.startswith("VPN")), 0o600)
-    return appliance
-
-
-def text_of(number, value=""):
-    return MESSAGES[str(number)].replace("%s", value)
 
 
 def post(appliance, todo="save", **fields):
@@ -58,14 +44,14 @@ def small(strings='A = "New"', more=""):
      [("A", 39 * "\\\\"), ("n" * 79, "x" * 71)]),
     ("no section\n", []), ("[A]", []), ("", []),
 ])
-def test_modem_list(appliance, text, modems):
-    appliance.write("/www/sp_port.htm", "@show_modemlist#|//@a_init#|@show_modemlist#|//@a_init#|@message#|")
-    appliance.write(LIST, text) if text is not None else appliance.remove(LIST)
-    result = appliance.get("next_file=sp_port.htm")
-    options = "".join(f"<option>{name}\n" for name, _ in modems)
-    inits = ",\n".join(f"'{init}'" for _, init in modems)
-    failure = "" if modems else text_of(4) + "\n"
-    assert result.body == f"{options}|{inits}|{options}|{inits}|{failure}|"
+@pytest.mark.parametrize("lists", ["@show_modemlist#//@a_init#", "//@a_init#@show_modemlist#"])
+def test_modem_list(appliance, text, modems, lists):
+    appliance.write("/www/sp_port.htm", plain(lists))
+    appliance.write(LIST, text)
+    result = appliance.view("sp_port.htm")
+    shown = {"show_modemlist": "".join(f"<option>{name}\n" for name, _ in modems),
+             "a_init": ",\n".join(f"'{init}'" for _, init in modems)}
+    assert (result.shown, result.message) == (shown, "" if modems else told(4))
     assert appliance.read(LIST) == (NEW_LIST if text is None else text)
 
 
@@ -84,58 +70,53 @@ def test_modem_list(appliance, text, modems):
 ])
 def test_save(saved, form, changes, modems):
     saved.write(LIST, "[Other]\nX=1\nInitString=AT\n[B]\n")
-    record = saved.read(RECORD).replace("\nRetry", "\nDNS=192.0.2.53\nRetry")
-    for key, value in changes.items():
-        record = re.sub(f"(?m)^{key}=.*", f"{key}={value}", record)
-    saved.write("/etc/diald.conf", "")
-    saved.write("/etc/ppp/pppondialer", "")
+    saved.change(RECORD, User="joe")
+    record = {**saved.keys(RECORD), "DNS": "192.0.2.53", **changes}
+    for path in DIALD, DIALER:
+        saved.write(path, "")
     result = post(saved, **form)
-    assert message_of(result.body) == "" and result.commands == [] and saved.mode(RECORD) == 0o600
-    files = {USER: "joe"}
+    assert (result.message, result.commands, saved.mode(RECORD)) == ("", [], 0o600)
+    assert result.changed[USER] == "joe" and result.changed.get(LIST) == modems
+    assert result.changed.keys() == {USER, *([RECORD, DIALD, DIALER] if changes else []), *([LIST] if modems else [])}
     if changes:
-        written = {path: result.changed[path] for path in ("/etc/diald.conf", "/etc/ppp/pppondialer")}
-        speed, init = changes.get("BaudRate", "115200"), changes.get("InitStr", "AT&F")
-        assert f"\nspeed {speed}\n" in written["/etc/diald.conf"]
-        assert f"\nINIT\t'{init}\\r'\n" in written["/etc/ppp/pppondialer"]
-        files.update(written, **{RECORD: record}, **({LIST: modems} if modems else {}))
-    assert result.changed == files and result.removed == set()
+        assert saved.keys(RECORD) == {key: value for key, value in record.items() if not key.startswith("VPN")}
+        assert f"\nspeed {record['BaudRate']}\n" in saved.read(DIALD)
+        assert f"\nINIT\t'{record['InitStr']}\\r'\n" in saved.read(DIALER)
 
 
 @pytest.mark.parametrize("form, obstacle, text", [
-    ({"nat_init_string": "AT'\\r"}, None, text_of(62, "Init string").replace("%c", "'")),
-    ({"nat_init_string": "ATZ"}, "/etc/ppp/.modem.ini.tmp/x", text_of(14, LIST)),
-    ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, "/www/Ini18042.tmp/x", text_of(20)),
+    ({"nat_init_string": "AT'\\r"}, None, told(62, "Init string", "'")),
+    ({"nat_init_string": "ATZ"}, "/etc/ppp/.modem.ini.tmp/x", told(14, LIST)),
+    ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, "/www/Ini18042.tmp/x", told(20)),
 ])
 def test_save_refused(saved, form, obstacle, text):
-    saved.write(USER, "joe")
     if obstacle:  # a folder where the temporary file should be
         saved.write(obstacle, "")
     if LIST in text:
-        saved.remove(LIST)
+        saved.write(LIST, None)
     result = post(saved, nat_serspeed_list="9600", **form)
-    assert (message_of(result.body), result.changed, result.commands) == (text, {}, [])
-    assert f'name="nat_init_string" value="{form["nat_init_string"]}"' in html.unescape(result.body)
+    assert (result.message, result.changed, result.commands) == (text, {}, [])
+    assert result.shown["nat_init_string"] == form["nat_init_string"]
 
 
 def test_save_creates_the_list(saved):
-    saved.remove(LIST)
-    assert post(saved, nat_init_string="AT&F").changed == {USER: "joe", LIST: NEW_LIST}
+    saved.write(LIST, None)
+    assert post(saved, nat_init_string="AT&F").changed == {LIST: NEW_LIST}
 
 
 def test_an_unreadable_record(appliance):
-    appliance.at(RECORD).mkdir()
-    results = (appliance.get("next_file=sp_port.htm"), post(appliance), upload(appliance, small()))
-    assert [message_of(result.body) for result in results] == [text_of(13, RECORD), text_of(13, RECORD), text_of(21, "1")]
+    appliance.block(RECORD)
+    results = (appliance.view("sp_port.htm"), post(appliance), upload(appliance, small()))
+    assert [result.message for result in results] == [told(13, RECORD), told(13, RECORD), told(21, "1")]
 
 
 def test_buttons(saved):
     result = post(saved, "port_defaults", nat_modem_list="X", nat_init_string="Y", nat_dial_type_radio="perm")
-    values = re.findall("<option selected>(.*)</option>", result.body)
-    values += re.findall('value="([^"]*)" (?:maxlength|checked)', result.body)
-    assert values == ["_Standard Modem", "115200", "AT&amp;F", "tone"] and result.stdout.count(b"Content-type") == 1
-    assert (message_of(result.body), result.changed, result.commands) == ("", {}, [])
+    assert {"nat_modem_list": "_Standard Modem", "nat_serspeed_list": "115200", "nat_init_string": "AT&F",
+            "nat_dial_type_radio": "tone"}.items() <= result.shown.items()
+    assert (result.message, result.did_nothing, result.stdout.count(b"Content-type")) == ("", True, 1)
     refused = post(saved, "port_defaults", nat_init_string="Y\n")
-    assert 'value="Y\n"' in refused.body and message_of(refused.body) == text_of(61, "nat_init_string")
+    assert (refused.shown["nat_init_string"], refused.message) == ("Y\n", told(61, "nat_init_string"))
     ended = post(saved, "instatll")
     assert re.findall("<H[1-6]>(.*)</H[1-6]>", ended.body) == ["Action", "Do_Install"] and not ended.changed
 
@@ -152,8 +133,8 @@ def test_chip_makers_description(saved):
         **{f"{new}\\N3%C3{tail}": n for tail, n in (("", 6), ("+FCLASS=0", 1), (VOICE, 6))},
         **{f"{new}\\N5%C1+PIG=0;+PMH=0{tail}": n for tail, n in (("", 3), ("+FCLASS=0", 1), (VOICE, 3))}}
     assert dict(modems)["Tarnbrook 56K External Fax"] == f"{new}\\N3%C3{VOICE}"  # the later of two of that name
-    assert message_of(result.body) == text_of(21, "34") and result.removed == {UPLOAD}
-    assert f"<option>{modems[-1][0]}\n" in result.body and result.changed.keys() == {LIST}
+    assert result.message == told(21, "34") and result.removed == {UPLOAD}
+    assert f"<option>{modems[-1][0]}\n" in result.shown["show_modemlist"] and result.changed.keys() == {LIST}
 
 
 def test_wide_characters_from_a_browser(saved):
@@ -164,7 +145,7 @@ def test_wide_characters_from_a_browser(saved):
     result = saved.post(body, {"CONTENT_TYPE": "multipart/form-data; boundary=b"})
     assert sections(result.changed[LIST])[1:] == [("Elmsworth ED33 [serial]", "ATE0V1"),
                                                   ("Elmsworth ED56", "ATE0V1&C1&D2")]
-    assert (message_of(result.body), result.changed.keys()) == (text_of(21, "2"), {LIST})
+    assert (result.message, result.changed.keys()) == (told(21, "2"), {LIST})
 
 
 @pytest.mark.parametrize("before, after", [
@@ -181,7 +162,7 @@ def test_wide_characters_from_a_browser(saved):
 ])
 def test_merge(saved, before, after):
     result = upload(saved, small(), before)
-    assert (result.changed, message_of(result.body)) == ({LIST: after}, text_of(21, "1"))
+    assert (result.changed, result.message) == ({LIST: after}, told(21, "1"))
 
 
 @pytest.mark.parametrize("more, init", [
@@ -189,19 +170,30 @@ def test_merge(saved, before, after):
     ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\nHKR, Init, 2,, ATX\nHKR,init,2,,"ATX"', "AT"),
     ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
     (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79), ('HKR, Init, 2,, "A<cr>"', "ATA"),
+    ('[R]\nHKR, Init, 3,, "ATX"', "AT"), (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"),  # the rest of a long line is one
 ])
 def test_init_strings(saved, more, init):
     assert sections(upload(saved, small(more=more)).changed[LIST])[1:] == [("New", init)]
 
 
+@pytest.mark.parametrize("old, new", [
+    ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),  # names of 29 characters, ten of them
+    ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"),  # keys of 83; none that begins like the maker's
+])
+def test_names_and_keys(saved, old, new):
+    content = small('A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n').replace(old, new)
+    content += "\n[" + "r" * 29 + ']\nHKR, Init, 1,, "AT"\n'
+    assert sections(upload(saved, content).changed[LIST])[1:] == [("New", "AT")]
+
+
 @pytest.mark.parametrize("content", [
     "", "[Strings]\nA=\"New\"\n", small().replace("[Strings]", "[Text]"), small().replace("= S", "= "),
     small().replace("%M% = S", "%M%"), small().replace("%M% = S", "%M% = S, NT"), small(""), small('B = "New"'),
-    small().replace("[R]", "[Q]"), small().replace("AddReg", "DelReg"), (DATA / "tarnbrook.inf").read_bytes()[:4000],
+    small().replace("[R]", "[Q]"), small().replace("AddReg = R", "AddReg = " + "Q," * 10 + "R"), small().replace("AddReg", "DelReg"), (DATA / "tarnbrook.inf").read_bytes()[:4000],
 ])
 def test_useless_descriptions(saved, content):
     result = upload(saved, content)
-    assert message_of(result.body) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
+    assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
 
 
 @pytest.mark.parametrize("path", ["", None, "/tmp/none", LIST, "/tmp/link", "/tmp", "/var/../etc/ppp/modem.ini"])
@@ -209,13 +201,13 @@ def test_paths_that_are_no_upload(saved, path):
     saved.write(LIST, small())
     saved.at("/tmp/link").symlink_to(LIST)
     result = post(saved, "upload", **({} if path is None else {"load_file": path}))
-    assert message_of(result.body) == text_of(22) and (result.changed, result.removed) == ({}, set())
+    assert (result.message, result.changed, result.removed) == (told(22), {}, set())
 
 
 def test_a_failing_merge_leaves_the_list(saved):
     saved.write("/www/Ini84693.tmp/x", "")  # in the way of the second temporary file
     result = upload(saved, small())
-    assert message_of(result.body) == text_of(22) and (result.changed, result.removed) == ({}, {UPLOAD})
+    assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
 
 
 @pytest.mark.parametrize("install, installs, length", [("I", 1, 10_000), ("I{}", 10_000, 1)])
@@ -227,8 +219,7 @@ def test_ten_thousand_models(saved, install, installs, length):
     names = "".join(f'K{n} = "Modem {n}"\n' for n in numbers)
     lines = "HKR,,X,,y\n" * 10_000 + 'HKR, Init, 1,, "AT<cr>"\n'
     content = f"[Manufacturer]\n%M%=S\n[S]\n{rows}{installs}[R]\n{lines}[Strings]\n{names}"
-    saved.write("/www/sp_port.htm", "@message#|")
     modems = "".join(f"[Modem {n}]\nInitString=X\n" for n in numbers)
     result = upload(saved, content, modems)
-    assert result.body == text_of(21, "10000") + "\n|"
+    assert result.message == told(21, "10000")
     assert result.changed[LIST] == modems.replace("=X\n", "=AT\n\n")

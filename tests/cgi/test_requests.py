@@ -7,7 +7,7 @@ import threading
 
 import pytest
 
-from appliance import PROJECT
+from appliance import PROJECT, RECORD, WAN, plain
 
 FATAL = """<HTML>
 <HEAD>
@@ -62,8 +62,8 @@ def short(appliance):
 
 
 def set_method(appliance, method, enabled="yes"):
-    appliance.write("/etc/ppp/nat_ppp.con", f"Method={method}\n")
-    appliance.write("/etc/ppp/CGI_nat.conf", f"nat_enable={enabled}\n")
+    appliance.write(RECORD, f"Method={method}\n")
+    appliance.write(WAN, f"nat_enable={enabled}\n")
 
 
 @pytest.mark.parametrize("env", [
@@ -84,6 +84,13 @@ def test_without_a_form_the_default_page_answers(short, env):
 def test_every_page_is_shown_by_its_name(short):
     for page in PAGES:
         assert short.get(f"next_file={page}.htm&typed=x").body == f"{page}[][]\n"
+
+
+@pytest.mark.parametrize("page, key, value", [("nat_base.htm", "can_change_vsip_2", "true"), ("ac_cfg.htm", "can_change_vsip_1", "false"),
+                                              ("wan_dc.htm", "dns_name", "192.0.2.53")])
+def test_a_key_that_no_shipped_page_shows(appliance, page, key, value):
+    appliance.write(f"/www/{page}", plain(f"@{key}#@message#"))
+    assert appliance.view(page).shown == {key: value}
 
 
 @pytest.mark.parametrize("method, enabled, page", [
@@ -116,19 +123,14 @@ def test_without_a_method_there_is_only_a_hint(short):
 
 
 def test_a_body_of_just_the_limit_is_read(short):
-    body = b"next_file=nat_vs.htm&typed="
-    body += b"x" * (16 * 1024 * 1024 - len(body))
-    assert short.post(body).body == "nat_vs[][]\n"
+    assert short.post(b"next_file=nat_vs.htm&typed=".ljust(16 * 1024 * 1024, b"x")).body == "nat_vs[][]\n"
 
 
-@pytest.mark.parametrize("query", ["next_file=odd.htm", "next_file=NAT_BASE.HTM&next_file=odd.htm"])
-def test_an_unknown_page_gets_the_message_page(short, query):
-    expected = MESSAGE_PAGE if "NAT" not in query else MESSAGE_PAGE.replace("odd.htm", "NAT_BASE.HTM")
-    assert short.get(query).body == expected
-
-
-def test_an_empty_page_name_is_unknown_too(short):
-    assert "no page \n" in short.get("next_file=").body
+@pytest.mark.parametrize("query, name", [
+    ("next_file=odd.htm", "odd.htm"), ("next_file=NAT_BASE.HTM&next_file=odd.htm", "NAT_BASE.HTM"), ("next_file=", ""),
+])
+def test_an_unknown_page_gets_the_message_page(short, query, name):
+    assert short.get(query).body == MESSAGE_PAGE.replace("odd.htm", name)
 
 
 @pytest.mark.parametrize("form, body", [
@@ -184,29 +186,26 @@ def test_a_view_may_hold_a_control_character(short):
 ])
 def test_a_save_from_a_status_page_follows_the_method(short, method, page, shown):
     set_method(short, method)
-    assert short.post({"this_file": page + ".htm", "todo": "save", "next_file": "nat_base.htm"}).body == shown
+    assert short.save(page + ".htm").body == shown
 
 
 def test_a_save_from_a_status_page_runs_the_services_setter(short):
-    set_method(short, 2)
-    result = short.post({"this_file": "ppp_status.htm", "todo": "save", "dmz_ip_1": "1234"})
-    assert result.body == "nat_conn[octet\n][]\n"
+    assert short.save("ppp_status.htm", dmz_ip_1="1234").body == "nat_conn[octet\n][]\n"
 
 
 def test_a_failing_action_stops_the_run_and_shows_the_posting_page(short):
     """The virtual-server script cannot replace a folder."""
     short.at("/etc/rc.d/rc.ipvs").mkdir()
-    result = short.post({"this_file": "nat_conn.htm", "todo": "save", "next_file": "nat_base.htm", "typed": "a",
-                         "enable_dmz": "checked"})
+    result = short.save("nat_conn.htm", typed="a", enable_dmz="checked")
     assert result.body == "nat_conn[action SaVS\n][a]\n"
-    assert "DMZ=1\n" in short.read("/etc/ppp/nat_ppp.con")
+    assert "DMZ=1\n" in short.read(RECORD)
     assert not any("rc.ipvs" in command for command in result.commands)
 
 
 def test_a_missing_template_or_message_file_is_named(short):
-    short.remove("/www/nat_vs.htm")
+    short.write("/www/nat_vs.htm", None)
     assert short.get("next_file=nat_vs.htm").body == FATAL.format("no page nat_vs.htm\n", "")
-    short.remove("/www/cgi_err")
+    short.write("/www/cgi_err", None)
     assert short.get("next_file=nat_vs.htm").body == FATAL.format("Unknown error", "")
 
 

@@ -1,39 +1,32 @@
 """What must hold when the disk is full, a link is planted, or a daemon is started."""
 
 import os
-import resource
-import signal
 
-import appliance
 import pytest
 
-from test_services import RECORD, SETTINGS, WAN, fields_of, save, saved  # noqa: F401 (a fixture)
+from appliance import RECORD, SETTINGS, WAN, told
+
+ON = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
+
+
+def save(appliance, **fields):
+    return appliance.save("nat_conn.htm", **fields)
 
 
 @pytest.mark.parametrize("limit", [0, 100, 900])
-def test_a_full_disk_leaves_every_file_whole(saved, monkeypatch, limit):
-    """No file may grow beyond the limit: each is as it was, or as it was wanted."""
-    enter = appliance.enter
-
-    def enter_limited(root):
-        enter(root)
-        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-        resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
-
+def test_a_full_disk_leaves_every_file_whole(saved, limit):
+    """Each file is as it was, or as it was wanted."""
     before = saved.snapshot()
-    fields = {"internet_access": "checked", "access_method": "WAN Port - PPPoE", "enable_ac": "checked"}
-    with monkeypatch.context() as patch:
-        patch.setattr(appliance, "enter", enter_limited)
-        result = save(saved, **fields)
-    limited = result.changed
-    for path in limited:  # no new file may be left behind
+    saved.disk = limit
+    result = save(saved, **ON, enable_ac="checked")
+    saved.disk = None
+    for path in result.changed:  # no new file may be left behind
         saved.write(path, before[path])
-    wanted = save(saved, **fields).changed
-    for path, content in limited.items():
+    wanted = save(saved, **ON, enable_ac="checked").changed
+    for path, content in result.changed.items():
         assert content == wanted[path], path
-    assert (RECORD in limited) == (limit == 900)
-    told = appliance.MESSAGES["64"].replace("%s", "/etc/ppp/nat_ppp.tmp") in result.body
-    assert told == (limit != 900)
+    assert (RECORD in result.changed) == (limit == 900)
+    assert result.message == ("" if limit == 900 else told(64, "/etc/ppp/nat_ppp.tmp"))
 
 
 @pytest.mark.parametrize("path", ["/tmp/setstr.tmp", "/tmp/pid", "/tmp/t", "/tmp/ppp.tmp", "/tmp/dyna", "/www/pid",
@@ -43,34 +36,29 @@ def test_a_planted_link_is_not_followed(saved, path):
     saved.at(path).symlink_to("/etc/victim")
     save(saved, internet_access="checked", access_method="WAN Port - Direct Connection")
     assert saved.read("/etc/victim") == "precious\n"
-    assert fields_of(saved)["Method"] == "1"
+    assert saved.keys(RECORD)["Method"] == "1"
     assert not saved.at(path).is_symlink()
 
 
 def test_owner_and_mode_of_a_rewritten_file_stay(saved):
+    """But a file that holds passwords becomes nobody else's to read."""
     saved.at(SETTINGS).chmod(0o640)
+    saved.at(RECORD).chmod(0o644)
     if os.getuid() == 0:
         os.chown(saved.at(SETTINGS), 12, 34)
     save(saved, enable_ac="checked")
-    status = saved.at(SETTINGS).stat()
-    assert status.st_mode & 0o7777 == 0o640
+    assert (saved.mode(SETTINGS), saved.mode(RECORD)) == (0o640, 0o600)
     if os.getuid() == 0:
+        status = saved.at(SETTINGS).stat()
         assert (status.st_uid, status.st_gid) == (12, 34)
-
-
-def test_passwords_are_never_readable(saved):
-    saved.at(RECORD).chmod(0o644)
-    save(saved, enable_ftp="unchecked")
-    assert saved.mode(RECORD) == 0o600
 
 
 def test_daemons_do_not_inherit_the_lock(saved):
     """What the save starts sees no descriptor but the standard ones."""
-    saved.remove("/usr/sbin/adsl-start")
+    saved.write("/usr/sbin/adsl-start", None)
     saved.write("/usr/sbin/adsl-start", '#!/bin/bash\nexec 2> /dev/null\nfor fd in {3..9}; do\n'
                 '    true >&$fd && echo $fd >> /etc/inherited\ndone\n', 0o755)
-    result = save(saved, internet_access="checked", access_method="WAN Port - PPPoE")
-    assert "/usr/sbin/adsl-start > /dev/null" in result.commands
+    assert "/usr/sbin/adsl-start > /dev/null" in save(saved, **ON).commands
     assert not saved.exists("/etc/inherited")
 
 

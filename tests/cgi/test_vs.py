@@ -1,15 +1,11 @@
 """The virtual servers page: what it shows, stores, refuses and starts."""
 
-
 import pytest
 
-from appliance import MESSAGES, message_of
+from appliance import RECORD, WAN, octets, told
 
-RECORD, SCRIPT, WAN = "/etc/ppp/nat_ppp.con", "/etc/rc.d/rc.ipvs", "/etc/ppp/CGI_nat.conf"
+SCRIPT = "/etc/rc.d/rc.ipvs"
 REBUILD = ["chmod +x /etc/rc.d/rc.ipvs > /dev/null", "/sbin/ipvsadm -C > /dev/null"]
-REPORT = "/usr/share/quillstead/network/NET_ReadNetworkInfo %s > /tmp/ifcfg"
-PAGE = "<title>Internet sharing: virtual servers</title>"
-OVERVIEW = "<title>Internet sharing: overview</title>"
 SERVERS = {  # form prefix: keys in the record for switch, host and port, and how a refusal names the server
     "vs_web": ("Web", "WebIP", "WebPort", 32, "web"),
     "vs_pop3": ("Pop3", "Pop3IP", "Pop3Port", 32, "pop3"),
@@ -17,30 +13,17 @@ SERVERS = {  # form prefix: keys in the record for switch, host and port, and ho
     "vs_ftp": ("Ftp", "FtpIP", "FtpCtlPort", 32, "ftp"),
     **{f"vs_ud{n}": (f"VS_UD{n}", f"UD{n}_IP", f"UD{n}_Port", 49, str(n)) for n in range(1, 6)},
 }
-
-
-def port_field(prefix):
-    return prefix + ("_portno_ctrl" if prefix == "vs_ftp" else "_portno")
-
-
-def octets(prefix, *values):
-    return {f"{prefix}_{n}": value for n, value in enumerate(values, 1)}
-
-
-def settings(appliance):
-    return dict(line.split("=", 1) for line in appliance.read(RECORD).splitlines())
+LONG = "fifteen letters and more"
 
 
 def prepare(appliance, **changes):
     """The record of a new appliance with some settings changed."""
-    appliance.get("next_file=nat_vs.htm")
-    record = {**settings(appliance), **changes}
-    appliance.write(RECORD, "".join(f"{key}={value}\n" for key, value in record.items()), 0o600)
-    return record
+    appliance.view("nat_vs.htm")
+    appliance.change(RECORD, **changes)
 
 
 def save(appliance, form):
-    return appliance.post({"this_file": "nat_vs.htm", "todo": "save", "next_file": "nat_base.htm", **form})
+    return appliance.save("nat_vs.htm", **form)
 
 
 def wan(interfaces="nat_interface=eth0", sharing="yes"):
@@ -49,7 +32,6 @@ def wan(interfaces="nat_interface=eth0", sharing="yes"):
 
 @pytest.mark.parametrize("method, wan_settings, asked, report, shown", [
     (1, wan(), "eth0", "HWADDR=x\nIPADDR=203.0.113.7\nNETMASK=y\n", "203.0.113.7"),
-    (1, wan("nat_interface=eth2"), "eth2", "IPADDR=203.0.113.7\n", "203.0.113.7"),
     (1, wan("nat_interface=eth2\nnat_interface=eth3\nnat_interface=eth4"), "eth3", "", ""),
     (1, wan("nat_interface=\nnat_interface=eth2"), "eth2", "IPADDR=203.0.113.7\n", "203.0.113.7"),
     (1, wan("nat_interface=eth2\nnat_interface=a;b"), "eth2", "IPADDR=1.2.3.4\n", "1.2.3.4"),
@@ -66,42 +48,16 @@ def test_external_address(appliance, method, wan_settings, asked, report, shown)
     prepare(appliance, Method=method)
     appliance.write(WAN, wan_settings)
     appliance.answer(f"NET_ReadNetworkInfo {asked}", report)
-    result = appliance.get("next_file=nat_vs.htm")
-    assert f"External address: {shown}</p>" in result.body
-    assert result.commands == ([REPORT % asked] if asked else [])
+    result = appliance.view("nat_vs.htm")
+    assert (result.shown["isp_IP_address"], result.message) == (shown, "")
+    assert result.commands == [f"/usr/share/quillstead/network/NET_ReadNetworkInfo {asked} > /tmp/ifcfg"] * (asked is not None)
     assert not appliance.exists("/tmp/ifcfg")
-    assert message_of(result.body) == ""
-
-
-def test_report_that_cannot_be_made(appliance):
-    prepare(appliance, Method=2)
-    appliance.write(WAN, wan())
-    appliance.at("/tmp/ifcfg").mkdir()
-    result = appliance.get("next_file=nat_vs.htm")
-    assert "External address: </p>" in result.body
-    assert message_of(result.body) == MESSAGES["43"]
-    assert result.commands == []
-
-
-@pytest.mark.parametrize("prefix", SERVERS)
-def test_publish_a_server(appliance, prefix):
-    switch, host, port, _, _ = SERVERS[prefix]
-    before = prepare(appliance)
-    form = {f"{prefix}_enable": "checked", **octets(prefix, "192", "168", "1", "10"), port_field(prefix): "8080"}
-    result = save(appliance, form)
-    after = settings(appliance)
-    assert {key: value for key, value in after.items() if before.get(key, value) != value} == {
-        switch: "1", host: "192.168.1.10", port: "8080"}
-    assert set(result.changed) == {RECORD, SCRIPT}
-    assert result.commands == REBUILD
-    assert result.mode(RECORD) == 0o600
-    assert OVERVIEW in result.body and message_of(result.body) == ""
-
-
-LONG = "fifteen letters and more"
 
 
 @pytest.mark.parametrize("before, form, after", [
+    *(({}, {f"{prefix}_enable": "checked", **octets(f"{prefix}_", "192.168.1.10"),
+            prefix + ("_portno_ctrl" if prefix == "vs_ftp" else "_portno"): "8080"},
+       {switch: "1", host: "192.168.1.10", port: "8080"}) for prefix, (switch, host, port, *_) in SERVERS.items()),
     # The fixed services are on for "checked" only, the others off for "unchecked" only.
     ({"Web": 1}, {"vs_web_enable": "on"}, {"Web": "0"}),
     ({"Smtp": 1}, {"vs_smtp_enable": ""}, {"Smtp": "0"}),
@@ -110,54 +66,52 @@ LONG = "fifteen letters and more"
     ({}, {"vs_ud2_enable": ""}, {"VS_UD2": "1"}),
     ({"VS_UD5": 1}, {"vs_ud5_enable": "unchecked"}, {"VS_UD5": "0"}),
     # Addresses: octets that begin with no digit are left out, without the first the host is cleared.
-    ({"WebIP": "192.168.1.9"}, octets("vs_web", "abc", "168", "1", "9"), {"WebIP": ""}),
-    ({"UD4_IP": "192.168.1.9"}, octets("vs_ud4", "", "", "", ""), {"UD4_IP": ""}),
+    ({"WebIP": "192.168.1.9"}, octets("vs_web_", "abc.168.1.9"), {"WebIP": ""}),
+    ({"UD4_IP": "192.168.1.9"}, octets("vs_ud4_", "..."), {"UD4_IP": ""}),
     ({"FtpIP": "192.168.1.9"}, {"vs_ftp_4": "9"}, {"FtpIP": ""}),
-    ({}, octets("vs_pop3", "10", "", "1a", "x"), {"Pop3IP": "10.1a."}),
-    ({"UD1_Name": "n", "UD1_IP": "10.0.0.1"}, octets("vs_ud1", "100", "100", "100", "100"),
-     {"UD1_Name": "n", "UD1_IP": "100.100.100.100"}),
+    ({}, octets("vs_pop3_", "10..1a.x"), {"Pop3IP": "10.1a."}),
+    ({"UD1_Name": "n", "UD1_IP": "10.0.0.1"}, octets("vs_ud1_", "100.100.100.100"), {"UD1_IP": "100.100.100.100"}),
     # Ports: whatever number begins the text, in 32 bits.
     ({}, {"vs_web_portno": " 8080x"}, {"WebPort": "8080"}),
     ({}, {"vs_web_portno": ""}, {"WebPort": "0"}),
     ({}, {"vs_ud3_portno": "70000"}, {"UD3_Port": "70000"}),
     ({}, {"vs_smtp_portno": "-1"}, {"SmtpPort": "4294967295"}),
-    ({}, {"vs_ftp_portno_data": "4294967297"}, {"FtpDataPort": "1", "FtpCtlPort": "21"}),
+    ({}, {"vs_ftp_portno_data": "4294967297"}, {"FtpDataPort": "1"}),
     # A port is free to servers that are switched off, and HTTPS takes none.
-    ({"Web": 1}, {"vs_web_portno": "80", "vs_pop3_portno": "80"}, {"Pop3Port": "80"}),
-    ({"Web": 1, "Https": 1}, {"vs_ud1_enable": "checked", "vs_ud1_portno": "443"}, {"UD1_Port": "443"}),
+    ({"Web": 1, "WebPort": 8}, {"vs_web_portno": "80", "vs_pop3_portno": "80"}, {"WebPort": "80", "Pop3Port": "80"}),
+    ({"Web": 1, "Https": 1}, {"vs_ud1_enable": "checked", "vs_ud1_portno": "443"}, {"VS_UD1": "1", "UD1_Port": "443"}),
     # Names stand as typed, in fourteen characters.
-    ({}, {"vs_ud1_name": LONG, **octets("vs_ud1", "10", "0", "0", "9")}, {"UD1_Name": LONG[:14], "UD1_IP": "10.0.0.9"}),
-    ({"UD5_IP": "10.0.0.9"}, {"vs_ud5_name": "a=b; #'$x"}, {"UD5_Name": "a=b; #'$x", "UD5_IP": "10.0.0.9"}),
+    ({}, {"vs_ud1_name": LONG, **octets("vs_ud1_", "10.0.0.9")}, {"UD1_Name": LONG[:14], "UD1_IP": "10.0.0.9"}),
+    ({"UD5_IP": "10.0.0.9"}, {"vs_ud5_name": "a=b; #'$x"}, {"UD5_Name": "a=b; #'$x"}),
     ({"UD2_Name": "game"}, {"vs_ud2_name": ""}, {"UD2_Name": ""}),
 ])
 def test_what_is_stored(appliance, before, form, after):
     prepare(appliance, **before)
+    old = appliance.keys(RECORD)
     result = save(appliance, form)
-    assert {key: settings(appliance)[key] for key in after} == after
-    assert RECORD in result.changed and result.commands == REBUILD
-    assert OVERVIEW in result.body and message_of(result.body) == ""
+    assert {key: value for key, value in appliance.keys(RECORD).items() if old.get(key) != value} == {
+        **after, "DNS": "192.0.2.53"}
+    assert (set(result.changed), result.commands, appliance.mode(RECORD)) == ({RECORD, SCRIPT}, REBUILD, 0o600)
+    assert (result.page, result.message) == ("nat_base.htm", "")
 
 
 @pytest.mark.parametrize("form", [
     {},
-    {"vs_web_enable": "unchecked", "vs_web_portno": "80", "vs_https_enable": "unchecked", **octets("vs_web", *["x"] * 4)},
-    {"vs_ud1_name": LONG, **octets("vs_ud1", "10", "0", "0", "1"), "vs_ud1_portno": "25"},
+    {"vs_web_enable": "unchecked", "vs_web_portno": "80", "vs_https_enable": "unchecked", **octets("vs_web_", "x.x.x.x")},
+    {"vs_ud1_name": LONG, **octets("vs_ud1_", "10.0.0.1"), "vs_ud1_portno": "25"},
     {"todo": "cancel", "vs_web_enable": "checked", "vs_web_1": "1000"},
 ])
 def test_nothing_to_store(appliance, form):
     prepare(appliance, UD1_Name=LONG[:14], UD1_IP="10.0.0.1", UD1_Port=25)
     result = save(appliance, form)
-    assert (result.changed, result.commands) == ({}, [])
-    assert OVERVIEW in result.body and message_of(result.body) == ""
+    assert (result.did_nothing, result.page, result.message) == (True, "nat_base.htm", "")
 
 
 def refused_octets():
-    for number, (prefix, (*_, message, name)) in enumerate(SERVERS.items()):
-        address = ["10", "0", "0", "1"]
-        address[number % 4] = "1000"
-        yield {}, octets(prefix, *address), message, name
+    for number, (prefix, (*_, message, name)) in enumerate(SERVERS.items(), 1):
+        yield {}, {f"{prefix}_{(number - 1) % 4 + 1}": "1000"}, message, name
     for bad in "1;", "`x", "$(":
-        yield {}, octets("vs_web", "10", "0", bad, "1"), 32, "web"
+        yield {}, {"vs_web_3": bad, "enable_dmz": "checked"}, 32, "web"
 
 
 ON = {"Web": 1, "Pop3": 1}
@@ -174,42 +128,33 @@ ON = {"Web": 1, "Pop3": 1}
     ({"Smtp": 1, "VS_UD2": 1}, {"vs_smtp_portno": "", "vs_ud2_portno": "x"}, 50, None),
 ])
 def test_refusals(appliance, before, form, message, name):
+    """The check comes before any page of the save has stored something; what was typed is shown again."""
     prepare(appliance, **before)
-    result = save(appliance, {**form, "vs_ud3_name": "kept", "vs_https_enable": "checked"})
-    assert (result.changed, result.commands) == ({}, [])
-    assert PAGE in result.body
-    assert message_of(result.body) == MESSAGES[str(message)].replace("%s", name or "%s")
-    for field, value in {**form, "vs_ud3_name": "kept", "vs_https_enable": "checked"}.items():
-        between = " required><option selected" if field.endswith("enable") else ""
-        assert f'name="{field}"{between} value="{value}"' in result.body
-
-
-def test_refusal_comes_before_other_pages_of_the_save(appliance):
-    prepare(appliance)
-    result = save(appliance, {"enable_dmz": "checked", "vs_ud3_2": "1000"})
-    assert (result.changed, result.commands) == ({}, [])
+    form = {**form, "vs_ud3_name": "kept", "vs_https_enable": "checked"}
+    result = save(appliance, form)
+    assert (result.did_nothing, result.page) == (True, "nat_vs.htm")
+    assert result.message == (told(message, name) if name else told(message))
+    assert {key: result.shown[key] for key in form if key.startswith("vs")}.items() <= form.items()
 
 
 @pytest.mark.parametrize("before, dmz, warned", [
-    ({"DMZ": 1}, "checked", True),
-    ({}, "checked", True),
-    ({"DMZ": 1, "Ftp": 1}, "checked", False),
-    ({}, "unchecked", False),
+    ({"DMZ": 1}, "checked", True), ({}, "checked", True), ({"DMZ": 1, "Ftp": 1}, "checked", False), ({}, "unchecked", False),
 ])
 def test_ftp_server_beside_dmz_host(appliance, before, dmz, warned):
     prepare(appliance, **before)
     result = save(appliance, {"vs_ftp_enable": "checked", "enable_dmz": dmz})
-    assert message_of(result.body) == (f"{MESSAGES['56']}\n{MESSAGES['57']}" if warned else "")
-    assert settings(appliance)["Ftp"] == "1"
+    assert result.message == (f"{told(56)}\n{told(57)}" if warned else "")
+    assert appliance.keys(RECORD)["Ftp"] == "1"
 
 
 @pytest.mark.parametrize("blocked, viewed, message", [
-    (RECORD, True, MESSAGES["13"] % RECORD),
-    (RECORD, False, MESSAGES["13"] % RECORD),
-    ("/etc/ppp/nat_ppp.tmp", False, MESSAGES["14"] % "/etc/ppp/nat_ppp.tmp"),
+    (RECORD, True, told(13, RECORD)), (RECORD, False, told(13, RECORD)),
+    ("/etc/ppp/nat_ppp.tmp", False, told(14, "/etc/ppp/nat_ppp.tmp")), ("/tmp/ifcfg", True, told(43)),
 ])
-def test_record_out_of_reach(appliance, blocked, viewed, message):
-    appliance.at(blocked).mkdir()
-    result = appliance.get("next_file=nat_vs.htm") if viewed else save(appliance, {"vs_web_enable": "checked"})
-    assert PAGE in result.body and message_of(result.body) == message
-    assert SCRIPT not in result.changed and result.commands == []
+def test_files_out_of_reach(appliance, blocked, viewed, message):
+    prepare(appliance, Method=2)
+    appliance.write(WAN, wan())
+    appliance.block(blocked)
+    result = appliance.view("nat_vs.htm") if viewed else save(appliance, {"vs_web_enable": "checked"})
+    assert (result.page, result.message) == ("nat_vs.htm", message)
+    assert SCRIPT not in result.changed and not any("rc.ipvs" in each for each in result.commands)

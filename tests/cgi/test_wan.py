@@ -1,70 +1,34 @@
 """The WAN pages: what they show, write, run and refuse."""
 
-import html
 import re
 
 import pytest
 
-from appliance import MESSAGES, message_of
+from appliance import (CHAP, HAS_ADDRESS, IFCFG, IS_MODEM, IS_PPPOE, NETWORK, PAP, PPPOE, RECORD, SET_DNS, SETTINGS,
+                       SQUID, WAN, octets, told)
 
-WAN, SETTINGS, PPPOE = "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf", "/etc/ppp/pppoe.conf"
-IFCFG, LOG = "/etc/sysconfig/network-scripts/ifcfg-eth0", "/var/log/pppd.log"
-PAP, CHAP = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"
-
+LOG = "/var/log/pppd.log"
 INFO = "/usr/share/quillstead/network/NET_ReadNetworkInfo"
 OWN_ADDRESS = f"{INFO} eth0 | grep HWADDR > mac.tmp"
-SET_DNS = "/usr/share/quillstead/network/NET_SetDNS > /dev/null"
-STOP = ["/sbin/pidof diald > /tmp/pid", "/sbin/pidof -x adsl-connect > /tmp/pid",
-        '/sbin/ifconfig eth0 | grep "inet addr" > /tmp/t']
-START = [*(f"/usr/share/quillstead/network/NET_Set{name} > /dev/null" for name in ("TCPIP", "Netatalk", "DHCPServer")),
-         "/sbin/pidof squid > /tmp/pid", "/usr/local/squid/bin/squid > /dev/null"]
 PORT = "HWADDR=00:A0:C9:00:00:00\n"
 
 DIRECT_FORM = dict(isp_ip_type="fixed", device_name="", wan_mac_address="")
 ACCOUNT = dict(ppp_ac_name="joe@isp", ppp_ac_pwd="secret", ppp_idle_time="5", isp_ip_type="dynamic")
 
 
-def octets(prefix, text):
-    return {f"{prefix}{n}": octet for n, octet in enumerate(text.split("."), 1)}
-
-
 def dns(*servers):
     return {key: octet for n, text in enumerate(servers, 1) for key, octet in octets(f"dns{n}_ip_", text).items()}
 
 
-def change(appliance, path, **values):
-    """Changes lines key=value of a file and returns its text."""
-    text = appliance.read(path)
-    for key, value in values.items():
-        text, found = re.subn(f"(?m)^{key}=.*$", lambda _: f"{key}={value}", text)
-        assert found == 1
-    appliance.write(path, text)
-    return text
-
-
-def post(appliance, page, **fields):
-    return appliance.post({"this_file": page, "todo": "save", **fields})
-
-
-def shown(result):
-    """The values in the page's fields."""
-    values = dict(re.findall(r'<input name="(\w+)" value="([^"]*)"', result.body))
-    values.update(re.findall(r'<input [^>]*name="(ppp_\w+)" value="([^"]*)"', result.body))
-    values = {key: html.unescape(value) for key, value in values.items()}
-    return {**values, "isp_ip_type": re.search("<option selected>(.*)</option>", result.body)[1]}
-
-
-def status(result):
-    return re.findall("<td>(.*)</td>", result.body)
-
-
-def untouched(result):
-    return (result.changed, result.removed) == ({}, set())
+def post(appliance, page, form):
+    """A field given as None is not posted."""
+    given = {key: value for key, value in form.items() if value is not None}
+    return appliance.post({"this_file": page, "todo": "save", **given})
 
 
 @pytest.mark.parametrize("settings, info, expected, asks", [
     ({}, PORT, {"wan_mac_address": "00A0C9000000", "isp_ip_type": "dynamic", "nat_isp_ip01": "", "device_name": "",
-                **dns("192.0.2.53", "198.51.100.53", "...")}, True),
+                "default_name": "quillstead", **dns("192.0.2.53", "198.51.100.53", "...")}, True),
     ({"wan_hw_addr": "00A0C9112233"}, PORT, {"wan_mac_address": "00A0C9112233"}, False),
     ({}, "HWADDR\n", {"wan_mac_address": ""}, True),
     ({}, "", {"wan_mac_address": ""}, True),
@@ -75,20 +39,18 @@ def untouched(result):
     ({"dns_server1": "8.8", "dns_server2": "", "dns_server3": "1.x2.3y.4"}, PORT, dns("8.8..", "...", "1..3.4"), True),
 ])
 def test_direct_page_shows(appliance, settings, info, expected, asks):
-    change(appliance, SETTINGS, **settings)
+    appliance.change(SETTINGS, **settings)
     appliance.answer("NET_ReadNetworkInfo eth0", info)
-    result = appliance.get("next_file=wan_dc.htm")
-    assert {key: shown(result)[key] for key in expected} == expected
-    assert 'placeholder="quillstead"' in result.body and message_of(result.body) == ""
-    assert result.commands == ([OWN_ADDRESS] if asks else []) and untouched(result)
+    result = appliance.view("wan_dc.htm")
+    assert expected.items() <= result.shown.items()
+    assert (result.message, result.commands, result.changed) == ("", [OWN_ADDRESS] * asks, {})
 
 
-@pytest.mark.parametrize("page, file", [("wan_dc.htm", SETTINGS), ("wan_ppp.htm", WAN), ("wan_ppp.htm", PPPOE)])
-def test_missing_settings(appliance, page, file):
-    appliance.remove(file)
-    result = appliance.get(f"next_file={page}")
-    assert message_of(result.body) == MESSAGES["13"].replace("%s", WAN if file == PPPOE else file)
-    assert file != SETTINGS or not any({**shown(result), "isp_ip_type": ""}.values())
+@pytest.mark.parametrize("page, file, named", [("wan_dc.htm", SETTINGS, SETTINGS), ("wan_ppp.htm", WAN, WAN),
+                                               ("wan_ppp.htm", PPPOE, WAN)])
+def test_missing_settings(appliance, page, file, named):
+    appliance.write(file, None)
+    assert appliance.view(page).message == told(13, named)
 
 
 @pytest.mark.parametrize("form, head, expected", [
@@ -98,32 +60,34 @@ def test_missing_settings(appliance, page, file):
      dict(wan_ipaddr="192.168.1.1", wan_netmask="255.255.255.0", wan_gateway="192.168.1.254", dynamic="0")),
     ({"isp_ip_type": "dynamic", "device_name": "my-pc", **octets("nat_isp_ip0", "192.168.1.1")},
      "BOOTPROTO=dhcp\nDHCP_HOSTNAME=my-pc\nMACADDR=00:A0:C9:11:22:33\n", dict(wan_name="my-pc", dynamic="1")),
-    ({"isp_ip_type": "dynamically", "wan_mac_address": None, **octets("nat_isp_ip0", "abc.-.x.999"),
+    ({"isp_ip_type": "dynamically", "wan_mac_address": None, "device_name": "my-pc", **octets("nat_isp_ip0", "abc.-.x.999"),
       **octets("nat_isp_mask0", "25512.0.0.0")},
      "BOOTPROTO=none\nIPADDR=abc.-.x.999\nNETMASK=255.0.0.0\nGATEWAY=...\n",
-     dict(wan_ipaddr="abc.-.x.999", wan_netmask="255.0.0.0", wan_gateway="...", wan_hw_addr="", dynamic="0")),
+     dict(wan_ipaddr="abc.-.x.999", wan_netmask="255.0.0.0", wan_gateway="...", wan_hw_addr="", wan_name="my-pc",
+          dynamic="0")),
     ({"wan_mac_address": "FFFFFFFFFFFF", **dns("8x.8.4y.4", ".1.1.1", "9.9")},
      "BOOTPROTO=none\nIPADDR=...\nNETMASK=...\nGATEWAY=...\nMACADDR=00:A0:C9:11:22:33\n",
      dict(wan_ipaddr="...", wan_netmask="...", wan_gateway="...", dynamic="0", dns_server1="8.8.4.4", dns_server2="")),
 ])
 def test_direct_save(appliance, form, head, expected):
-    change(appliance, SETTINGS, wan_hw_addr="00A0C9112233", wan_ipaddr="9.9.9.9")
-    form = {key: value for key, value in {**DIRECT_FORM, **form}.items() if value is not None}
-    result = post(appliance, "wan_dc.htm", **form)
-    expected = change(appliance, SETTINGS, **{"wan_ipaddr": "", **expected})
-    assert result.changed == {SETTINGS: expected, IFCFG: "DEVICE=eth0\nONBOOT=no\n" + head}
-    assert result.commands == ([] if form.get("wan_mac_address") is not None else [OWN_ADDRESS])
-    assert "<title>WAN port: direct connection</title>" in result.body and message_of(result.body) == ""
+    settings = appliance.change(SETTINGS, wan_hw_addr="00A0C9112233", wan_ipaddr="9.9.9.9")
+    result = post(appliance, "wan_dc.htm", {**DIRECT_FORM, **form})
+    expected = {"wan_ipaddr": "", **expected}
+    settings = re.sub(r"(?m)^(\w+)=(.*)$", lambda line: f"{line[1]}={expected.get(line[1], line[2])}", settings)
+    assert result.changed == {SETTINGS: settings, IFCFG: "DEVICE=eth0\nONBOOT=no\n" + head}
+    assert result.commands == [OWN_ADDRESS] * ("wan_mac_address" in form and form["wan_mac_address"] is None)
+    assert (result.page, result.message) == ("wan_dc.htm", "")
 
 
-@pytest.mark.parametrize("page, form", [("wan_dc.htm", DIRECT_FORM), ("wan_ppp.htm", ACCOUNT)])
+@pytest.mark.parametrize("page, form", [("wan_dc.htm", DIRECT_FORM), ("wan_ppp.htm", ACCOUNT),
+                                        ("sp_int.htm", {"nat_idle_time": "5"})])
 def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
-    whole = post(appliance, page, **form, **dns("1.1.1.1", "22.22.22.22222222", "3..3.3"))
+    whole = post(appliance, page, {**form, **dns("1.1.1.1", "22.22.22.22222222", "3..3.3")})
     assert [whole.commands.count(SET_DNS), whole.changed[SETTINGS].count("dns_server")] == [2, 3]
     assert re.findall("dns_server.=(.*)", whole.changed[SETTINGS]) == ["1.1.1.1", "22.22.22.222222", "3..3.3"]
-    refused = post(appliance, page, **form, **dns("4.4.4.4", "5.5.5.5;", "6.6.6.6"))
-    assert message_of(refused.body) == MESSAGES["19"] and SET_DNS not in refused.commands
+    refused = post(appliance, page, {**form, **dns("4.4.4.4", "5.5.5.5;", "6.6.6.6")})
     assert refused.changed == {SETTINGS: whole.changed[SETTINGS].replace("=1.1.1.1", "=4.4.4.4")}
+    assert refused.message == told(19) and SET_DNS not in refused.commands
 
 
 @pytest.mark.parametrize("field, value", [
@@ -132,16 +96,15 @@ def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
     ("dns1_ip_1", "8|"), ("dns3_ip_3", "~"),
 ])
 def test_direct_octets_refused(appliance, field, value):
-    result = post(appliance, "wan_dc.htm", **{**DIRECT_FORM, field: value})
-    assert message_of(result.body) == MESSAGES["19"] and untouched(result)
+    result = post(appliance, "wan_dc.htm", {**DIRECT_FORM, field: value})
+    assert (result.message, result.changed) == (told(19), {})
 
 
 @pytest.mark.parametrize("character", " \"&'()*+,/:;<=>?[\\]`|")
 def test_device_name_refused(appliance, character):
-    result = post(appliance, "wan_dc.htm", **{**DIRECT_FORM, "device_name": f"my{character}pc"})
-    assert untouched(result)
-    assert message_of(result.body) == ("Invalid character or characters in Device Name.\n\n"
-                               "The following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&")
+    result = post(appliance, "wan_dc.htm", {**DIRECT_FORM, "device_name": f"my{character}pc"})
+    assert (result.changed, result.message) == ({}, (
+        "Invalid character or characters in Device Name.\n\nThe following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&"))
 
 
 @pytest.mark.parametrize("todo, address, stored, line", [
@@ -151,13 +114,13 @@ def test_device_name_refused(appliance, character):
     ("default_wan_mac", "00A0C9112233", "", ""),
 ])
 def test_hardware_address_buttons(appliance, todo, address, stored, line):
-    settings = change(appliance, SETTINGS, wan_hw_addr="112233445566")
+    settings = appliance.change(SETTINGS, wan_hw_addr="112233445566")
     appliance.write(IFCFG, "DEVICE=eth0\nMACADDR=11:22:33:44:55:66\nONBOOT=no\n")
     appliance.answer("NET_ReadNetworkInfo eth0", PORT)
-    result = post(appliance, "wan_dc.htm", todo=todo, wan_mac_address=address)
+    result = post(appliance, "wan_dc.htm", {"todo": todo, "wan_mac_address": address})
     assert result.changed == {SETTINGS: settings.replace("wan_hw_addr=112233445566", f"wan_hw_addr={stored}"),
                               IFCFG: f"DEVICE=eth0\n{line}ONBOOT=no\n"}
-    assert shown(result)["wan_mac_address"] == (stored or "00A0C9000000")
+    assert result.shown["wan_mac_address"] == (stored or "00A0C9000000")
     assert result.commands == ([] if stored else [OWN_ADDRESS])
 
 
@@ -166,9 +129,9 @@ def test_hardware_address_buttons(appliance, todo, address, stored, line):
     ("change_wan_mac", "00:A0:C9:11:22:33", 63), ("change_wan_mac", None, None), ("change_mac", "00A0C9112233", None),
 ])
 def test_hardware_address_kept(appliance, todo, address, number):
-    change(appliance, SETTINGS, wan_hw_addr="112233445566")
-    result = post(appliance, "wan_dc.htm", todo=todo, **({"wan_mac_address": address} if address is not None else {}))
-    assert untouched(result) and message_of(result.body) == (MESSAGES[str(number)] if number else "")
+    appliance.change(SETTINGS, wan_hw_addr="112233445566")
+    result = post(appliance, "wan_dc.htm", {"todo": todo, "wan_mac_address": address})
+    assert (result.changed, result.message) == ({}, told(number))
 
 
 @pytest.mark.parametrize("wan, extra, expected", [
@@ -176,16 +139,16 @@ def test_hardware_address_kept(appliance, todo, address, number):
                 **dns("192.0.2.53", "198.51.100.53", "...")}),
     ({"pppoe_username": "joe#1 x@isp", "pppoe_password": "a=b ' $c", "idle": "10", "pppoe_dyna": "0",
       "pppoe_ip": "10.20.30.40"}, '"-S ISP1  "',
-     {"ppp_ac_name": "joe#1 x@isp", "ppp_ac_pwd": "a=b ' $c", "ppp_idle_time": "10", "isp_ip_type": "fixed",
-      "service_name": "ISP1", **octets("nat_isp_ip0", "10.20.30.40")}),
+     {"ppp_ac_name": "joe#1 x@isp", "ppp_ac_pwd": "a=b ' $c", "ppp_ac_pwd_v": "a=b ' $c", "ppp_idle_time": "10",
+      "isp_ip_type": "fixed", "service_name": "ISP1", **octets("nat_isp_ip0", "10.20.30.40")}),
     ({"pppoe_ip": "10.20.30.40"}, '"-U -S a \\$b" #"', {"service_name": "a $b", **octets("nat_isp_ip0", "...")}),
 ])
 def test_pppoe_page_shows(appliance, wan, extra, expected):
-    change(appliance, WAN, **wan)
-    change(appliance, PPPOE, PPPOE_EXTRA=extra)
-    result = appliance.get("next_file=wan_ppp.htm")
-    assert {key: shown(result)[key] for key in expected} == expected
-    assert (message_of(result.body), result.commands) == ("", []) and untouched(result)
+    appliance.change(WAN, **wan)
+    appliance.change(PPPOE, PPPOE_EXTRA=extra)
+    result = appliance.view("wan_ppp.htm")
+    assert expected.items() <= result.shown.items()
+    assert (result.message, result.did_nothing) == ("", True)
 
 
 @pytest.mark.parametrize("form, wan, conf", [
@@ -200,17 +163,17 @@ def test_pppoe_page_shows(appliance, wan, extra, expected):
 ])
 def test_pppoe_save(appliance, form, wan, conf):
     before = appliance.read(PPPOE)
-    form = {key: value for key, value in {**ACCOUNT, **form}.items() if value is not None}
-    result = post(appliance, "wan_ppp.htm", **form)
-    secret = f"#PPPoE\n{form.get('ppp_ac_name', '')}\tppp0\t{form.get('ppp_ac_pwd', '')}\n"
-    expected = change(appliance, PPPOE, **dict(zip(("USER", "DEMAND", "PPPOE_TIMEOUT", "PPPOE_EXTRA"), conf)))
+    form = {**ACCOUNT, **form}
+    result = post(appliance, "wan_ppp.htm", form)
+    secret = f"#PPPoE\n{form['ppp_ac_name'] or ''}\tppp0\t{form['ppp_ac_pwd'] or ''}\n"
+    expected = appliance.change(PPPOE, **dict(zip(("USER", "DEMAND", "PPPOE_TIMEOUT", "PPPOE_EXTRA"), conf)))
     assert result.changed == {
         WAN: "nat_enable=no\nnat_interface=eth0\nconnect_method=0\npppoe_username=" + wan,
         **{file: "#client\tserver\tsecret\tIP address\n" + secret for file in (PAP, CHAP)},
         **({PPPOE: expected} if expected != before else {}),
     }
     assert [appliance.mode(file) for file in (WAN, PAP, CHAP)] == [0o600] * 3
-    assert result.commands == [] and message_of(result.body) == ""
+    assert (result.commands, result.message) == ([], "")
 
 
 @pytest.mark.parametrize("before, kept", [
@@ -218,29 +181,25 @@ def test_pppoe_save(appliance, form, wan, conf):
     ("x" * 70 + "\ntwo\r\nthree\nnat_enable=yes\nidle=9\n", "x" * 63 + "\ntwo\r\nthree\n"),
 ])
 def test_pppoe_save_keeps_the_first_three_lines(appliance, before, kept):
-    appliance.write(WAN, before) if before is not None else appliance.remove(WAN)
-    result = post(appliance, "wan_ppp.htm", **ACCOUNT)
+    appliance.write(WAN, before)
+    result = post(appliance, "wan_ppp.htm", ACCOUNT)
     assert result.changed[WAN].split("pppoe_username=")[0] == kept and "idle=9" not in result.changed[WAN]
     assert appliance.mode(WAN) == 0o600
 
 
 @pytest.mark.parametrize("field, value, text", [
-    ("ppp_ac_name", "", MESSAGES["16"]),
-    ("ppp_idle_time", "", MESSAGES["15"]),
-    ("isp_ip_type", "", MESSAGES["5"].replace("%s", "wan_ppp.htm")),
-    ("nat_isp_ip03", "1 2", MESSAGES["19"]),
-    ("dns1_ip_4", "8;8", MESSAGES["19"]),
-    ("service_name", 'my"isp', MESSAGES["62"].replace("%s", "Service name").replace("%c", '"')),
+    ("ppp_ac_name", "", told(16)), ("ppp_idle_time", "", told(15)), ("isp_ip_type", "", told(5, "wan_ppp.htm")),
+    ("nat_isp_ip03", "1 2", told(19)), ("dns1_ip_4", "8;8", told(19)), ("service_name", 'my"isp', told(62, "Service name", '"')),
 ])
 def test_pppoe_refused(appliance, field, value, text):
-    result = post(appliance, "wan_ppp.htm", **{**ACCOUNT, field: value})
-    assert (message_of(result.body), result.commands) == (text, []) and untouched(result)
+    result = post(appliance, "wan_ppp.htm", {**ACCOUNT, field: value})
+    assert (result.message, result.did_nothing) == (text, True)
 
 
 @pytest.mark.parametrize("page", ["wan_dc.htm", "wan_ppp.htm"])
 @pytest.mark.parametrize("fields", [{"todo": "cancel", **ACCOUNT}, {}], ids=["another button", "no field"])
 def test_nothing_to_save(appliance, page, fields):
-    assert untouched(post(appliance, page, **fields))
+    assert post(appliance, page, fields).changed == {}
 
 
 FIXED = PORT + "IPADDR=192.0.2.7\nNETMASK=255.255.255.0\nGATEWAY=192.0.2.1\n"
@@ -259,12 +218,12 @@ DNS = "192.0.2.53<BR>198.51.100.53"
 ])
 def test_direct_status(appliance, wan, info, lease, expected):
     appliance.answer("NET_ReadNetworkInfo eth0", info)
-    appliance.write(WAN, wan) if wan is not None else appliance.remove(WAN)
-    if lease is not None:
-        appliance.write("/tmp/dyna", lease)
-    result = appliance.get("next_file=dc_status.htm")
-    assert status(result) == ["00:A0:C9:00:00:00" if wan else "", *expected, DNS]
-    assert result.commands == ([f"{INFO} eth0 > /tmp/ifcfg"] if wan else []) and untouched(result)
+    appliance.write(WAN, wan)
+    appliance.write("/tmp/dyna", lease)
+    result = appliance.view("dc_status.htm")
+    keys = "dc_ph_add dc_wan_dhcp dc_ip_address dc_mask dc_gw wan_dns".split()
+    assert [result.shown[key] for key in keys] == ["00:A0:C9:00:00:00" if wan else "", *expected, DNS]
+    assert (result.commands, result.changed) == ([f"{INFO} eth0 > /tmp/ifcfg"] * bool(wan), {})
 
 
 UP = "HWADDR=x\nIPADDR=203.0.113.9\nNETMASK=255.255.255.255\n"
@@ -279,26 +238,27 @@ UP = "HWADDR=x\nIPADDR=203.0.113.9\nNETMASK=255.255.255.255\n"
     (1, None, None, ["off", "", ""]),
 ])
 def test_pppoe_status(appliance, method, pid, link, expected):
-    change(appliance, WAN, connect_method=method)
+    appliance.change(WAN, connect_method=method)
     appliance.answer("NET_ReadNetworkInfo eth0", PORT)
     appliance.answer("pidof pppoe", pid or "")
     appliance.answer("NET_ReadNetworkInfo ppp0", link or "")
-    result = appliance.get("next_file=ppp_status.htm")
-    assert status(result) == ["" if pid is None else "00:A0:C9:00:00:00", *expected, DNS]
+    result = appliance.view("ppp_status.htm")
+    keys = "ppp_ph_add ppp_link_status ppp_ip_address ppp_mask wan_dns".split()
+    assert [result.shown[key] for key in keys] == ["" if pid is None else "00:A0:C9:00:00:00", *expected, DNS]
     asked = [f"{INFO} eth0>/tmp/ifcfg", "/sbin/pidof pppoe > /tmp/pid", f"{INFO} ppp0>/tmp/ifcfg"]
-    assert result.commands == asked[:3 if link else 0 if pid is None else 2] and untouched(result)
+    assert (result.commands, result.changed) == (asked[:3 if link else 0 if pid is None else 2], {})
 
 
 @pytest.mark.parametrize("log, length", [("CONNECT 10.112.112.112\n", 23), ("x" * 7999, 7999), ("x" * 9000, 7999),
-                                         ("up\0down", 2), (None, 0)])
+                                         ("up\0down", 2), (None, 0), ('"""""""""\n' * 900, 6700)])
 def test_pppoe_log(appliance, log, length):
-    appliance.write(LOG, log) if log is not None else appliance.remove(LOG)
-    body = appliance.get("next_file=ppp_status.htm").body
-    assert body.split('<pre class="wide">')[1].split("</pre>")[0] == (log or "")[:length]
+    appliance.write(LOG, log)
+    assert appliance.view("ppp_status.htm").shown["ppp_wan_log"] == (log or "")[:length]
 
 
-UP_DIRECT = [*STOP, *START, "/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null", "echo 1 > /tmp/dyna"]
-UP_PPPOE = [*STOP, *START, "/usr/sbin/adsl-start > /dev/null"]
+STOP = [IS_MODEM, IS_PPPOE, HAS_ADDRESS % "eth0"]
+UP_DIRECT = [*STOP, *NETWORK, *SQUID, "/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null", "echo 1 > /tmp/dyna"]
+UP_PPPOE = [*STOP, *NETWORK, *SQUID, "/usr/sbin/adsl-start > /dev/null"]
 
 
 @pytest.mark.parametrize("method, page, todo, ran", [
@@ -310,14 +270,12 @@ UP_PPPOE = [*STOP, *START, "/usr/sbin/adsl-start > /dev/null"]
     (2, "ppp_status.htm", "ppp_clearlog", []),
     (2, "ppp_status.htm", "dc_connect", []),
 ])
-def test_status_buttons(appliance, method, page, todo, ran):
+def test_status_buttons(saved, method, page, todo, ran):
     """Each button acts once, so in one of the two phases."""
-    change(appliance, WAN, nat_enable="yes", connect_method=method)
-    appliance.get("next_file=nat_base.htm")
-    change(appliance, "/etc/ppp/nat_ppp.con", Method=method)
-    appliance.write(LOG, "CONNECT\n")
-    appliance.stub_scripts()
-    result = post(appliance, page, todo=todo)
+    saved.change(WAN, nat_enable="yes", connect_method=method)
+    saved.change(RECORD, Method=method)
+    saved.write(LOG, "CONNECT\n")
+    result = post(saved, page, {"todo": todo})
     assert [each for each in result.commands if INFO not in each and "pidof pppoe" not in each] == ran
-    assert appliance.read(LOG) == ("" if todo == "ppp_clearlog" else "CONNECT\n")
-    assert f'name="this_file" value="{page}"' in result.body
+    assert saved.read(LOG) == ("" if todo == "ppp_clearlog" else "CONNECT\n")
+    assert result.page == page

@@ -71,11 +71,9 @@ def practice(tmp_path):
 
 
 def test_the_three_methods(practice):
-    page = practice.request(next_file="nat_base.htm")
-    assert "<title>Internet sharing: overview</title>" in page and "192.0.2.53" in page
-    for method, daemons in ("PPPoE", ["adsl-connect", "pppd", "squid"]), ("Serial Port", ["diald", "squid"]):
-        name = f"WAN Port - {method}" if method == "PPPoE" else method
-        assert f"<option selected>{name}</option>" in practice.save(internet_access="checked", access_method=name)
+    assert "192.0.2.53" in practice.request(next_file="nat_base.htm")
+    for name, daemons in ("WAN Port - PPPoE", ["adsl-connect", "pppd", "squid"]), ("Serial Port", ["diald", "squid"]):
+        practice.save(internet_access="checked", access_method=name)
         for daemon in daemons:
             until(lambda: practice.runs(daemon))
     assert not practice.runs("adsl-connect")

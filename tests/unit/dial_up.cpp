@@ -1,4 +1,4 @@
-// The internet-sharing record and the files that the dial-up daemons read.
+// The internet-sharing record, and what a save cannot show of the files behind it.
 #include "framework/files.h"
 #include "framework/paths.h"
 #include "framework/profile.h"
@@ -89,90 +89,9 @@ TEST_F(Root, AFailedSaveIsToldAndLeavesTheSwitch) {
     EXPECT_EQ(SaveTel(), 1);
 }
 
-std::string diald_conf(const std::string& local, const std::string& dynamic,
-                       const std::string& pppd) {
-    return "fifo /etc/diald/diald.ctl\nmode ppp\nconnect /etc/ppp/pppon\ndevice /dev/ttyS0\n"
-           "speed 57600\nmodem\nlock\ncrtscts\nlocal " +
-           local + "\nremote 10.0.0.2\n" + dynamic +
-           "defaultroute\nredial-timeout 1\nretry-count 0\ndied-retry-count 0\n" + pppd +
-           "first-packet-timeout 120\ninclude /usr/lib/diald/standard.filter\n";
-}
-
-std::string chat(const std::string& init, const std::string& dial) {
-    return "ABORT\t'BUSY'\nABORT\t'NO ANSWER'\nABORT\t'RINGING'\nINIT\t'" + init + "\\r'\n" + dial +
-           "CONNECT\nSAY \"\\n\"";
-}
-
-TEST_F(Root, FilesOfTheDaemons) {
-    const std::string speed = "\nIdle=2\nBaudRate=57600\n";
-    const std::string standard = "pppd-options local 10.0.0.1:\n";
-    expect_files(SaveDiald, PppConfFile, DialdF,
-                 {{"DynamicIP=0\nIP=1.2.3.4" + speed,
-                   diald_conf("1.2.3.4", "", "pppd-options local 1.2.3.4:\n")},
-                  {"DynamicIP=0\nIP=0.0.0.0" + speed, diald_conf("10.0.0.1", "", standard)},
-                  {"DynamicIP=0\nIP=" + speed, diald_conf("10.0.0.1", "", standard)},
-                  {"DynamicIP=0\nIP=1.2.3.4 x" + speed, diald_conf("10.0.0.1", "", standard)},
-                  {"DynamicIP=0\nIP=300.1.1.1" + speed,
-                   diald_conf("10.0.0.1", "", "pppd-options local 300.1.1.1:\n")},
-                  {"DynamicIP=1\nIP=1.2.3.4" + speed, diald_conf("10.0.0.1", "dynamic\n", "")}});
-    expect_files(SavePPPOn, PppConfFile, DialerF,
-                 {{"DialType=0\nInitStr=AT&F", chat("AT&F", "OK\t'ATDT\\T'\n")},
-                  {"DialType=1\nInitStr=AT \"x\"", chat("AT \"x\"", "OK\t'ATDP\\T'\n")},
-                  {"DialType=2\nInitStr=", chat("", "OK\t'ATD'\n")},
-                  {"DialType=3\nInitStr=AT", chat("AT", "")}});
-    expect_files(SaveTel, PppConfFile, TelF,
-                 {{"Phone2=555", "Total=1\nNext=1\nPhone1=555\nPhone2=\nPhone3=\n"},
-                  {"Phone1=1\nPhone3=3 w", "Total=2\nNext=1\nPhone1=1\nPhone2=3 w\nPhone3=\n"}});
-    expect_files(
-        SaveOptions, PppConfFile, OptionF,
-        {{"User=joe@isp\nIdle=2", "idle 120\nname joe@isp\nremotename ppp0\nnoipdefault\n"},
-         {"User=joe#1 \"x\"\nIdle=0\nDynamicIP=0",
-          "idle 0\nname \"joe#1 \\\"x\\\"\"\nremotename ppp0\n"}});
-    unlink(DialdF);
-    EXPECT_EXIT(SaveDiald(), testing::ExitedWithCode(0), "^No such file or directory\n$");
-    put_file(PppConfFile, "InitStr=AT'");
-    EXPECT_EQ(SavePPPOn(), 2);
-    EXPECT_EQ(content(DialerF), chat("AT", ""));
-    put_folder(TelTmpF);
-    EXPECT_EQ(SaveTel(), 2);
-    put_folder(OptionF);
-    EXPECT_EQ(SaveOptions(), 3);
-}
-
-TEST_F(Root, Secrets) {
-    const std::string header = "#client\tserver\tsecret\tIP address\n";
-    const std::string long_line = "long\t*\t" + std::string(121, 's') + "#Serial\n";
-    const std::string added = "#Serial\njoe\tppp0\tpw\n", set = "joe\t\tppp0\tpw\n";
-    expect_files([] { return save_secret(PapF, PapTmpF, "joe", "pw", "Serial"); }, PapF, PapF,
-                 {{std::string(kNoFile), header + added},
-                  {"", added},
-                  {"a\tb\tc", "a\tb\tc\n" + added},
-                  {"#Serial\nold\n#PPPoE\nx\n", "#Serial\n" + set + "#PPPoE\nx\n"},
-                  {"#SerialPort\nold\n#Serial\nold", "#SerialPort\n" + set + "#Serial\n" + set},
-                  {" #Serial\n#serial\n#Serial", " #Serial\n#serial\n#Serial\n" + set},
-                  {long_line, long_line + added}},
-                 0600);
-    put_program("/sbin/chmod");
-    put_file(PppConfFile, "User=a b\nPassword=p\"\\#\n");
-    EXPECT_EQ(SaveSecret(), 0);
-    EXPECT_EQ(content(ChapF), header + "#Serial\n\"a b\"\tppp0\t\"p\\\"\\\\#\"\n");
-    EXPECT_EQ(content("/tmp/calls"),
-              "chmod 0600 /etc/ppp/pap-secrets\nchmod 0600 /etc/ppp/chap-secrets\n");
-    put_folder(ChapTmpF);
-    EXPECT_EQ(SaveSecret(), 3);
-    put_folder(PapTmpF);
-    EXPECT_EQ(SaveSecret(), 2);
-}
-
-TEST_F(Root, LinesOfTheFilterTheResolverAndTheKernelSettings) {
-    const std::string long_rest = std::string(200, 'r') + "keepup a 1\n";
-    put_file(PppConfFile, "Idle=2");
+TEST_F(Root, LinesOfTheResolverAndTheKernelSettings) {
     put_file(QSCfgF, "dns_server1=9.9.9.9\n");
-    expect_files(SaveFilter, FilterF, FilterF,
-                 {{"#accept a 1\naccept  tcp\t15 x 5\nkeepup udp 60\nignore any 1",
-                   "#accept a 1\naccept  tcp\t120 x 5\nkeepup udp 120\nignore any 1"},
-                  {"accept\naccept tcp\nkeepup tcp \naccept a 5", "accept a 120"},
-                  {"accept tcp 15 " + long_rest, "accept tcp 120 " + long_rest}});
+    put_file(PppConfFile, "");
     expect_files(SaveDNS, DNSF, DNSF,
                  {{"search x\nnameserver 1\nnameserver 2\nn", "search x\nnameserver 9.9.9.9\nn"},
                   {" nameserver 1", " nameserver 1\nnameserver 9.9.9.9\n"}});
@@ -181,23 +100,25 @@ TEST_F(Root, LinesOfTheFilterTheResolverAndTheKernelSettings) {
         {{"#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward \t= 0 # x\nnet.ipv4.ip_forward_x=0\n",
           "#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward=1\nnet.ipv4.ip_forward_x=0\n"},
          {"a=1", "a=1"}});
-    for (const char* file : {DNSF, NetworkF, FilterF}) unlink(file);
+    for (const char* file : {DNSF, NetworkF}) unlink(file);
     EXPECT_EQ(SaveDNS(), 0);
     EXPECT_EQ(content(DNSF), "nameserver 9.9.9.9\n");
     EXPECT_EQ(SetIPV4(Enable), 1);
-    put_program("/sbin/cp");
-    EXPECT_EQ(SaveFilter(), 2);
-    EXPECT_EQ(content("/tmp/calls"),
-              "cp -f /usr/lib/diald/default.filter /usr/lib/diald/standard.filter\n");
 }
 
-TEST_F(Root, AddressesAreSplitIntoOctets) {
-    for (const auto& [text, shown] :
-         Pairs{{"1.2.3.4567\n8", "1.2.3.456"}, {"\n1", "..."}, {"10.20", "10.20.."}}) {
-        Octets octets;
-        extract_ip(text, octets[0], octets[1], octets[2], octets[3]);
-        EXPECT_EQ(join_octets(octets), shown);
-    }
+TEST_F(Root, FilesOfTheDaemonsThatCannotBeWritten) {
+    put_file(PppConfFile, "InitStr=AT'");
+    put_file(DialerF, "old");
+    EXPECT_EQ(SavePPPOn(), 2);
+    EXPECT_EQ(content(DialerF), "old");
+    put_folder(TelTmpF);
+    EXPECT_EQ(SaveTel(), 2);
+    put_folder(OptionF);
+    EXPECT_EQ(SaveOptions(), 3);
+    put_folder(ChapTmpF);
+    EXPECT_EQ(SaveSecret(), 3);
+    put_folder(PapTmpF);
+    EXPECT_EQ(SaveSecret(), 2);
 }
 
 }  // namespace

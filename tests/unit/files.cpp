@@ -13,13 +13,6 @@ namespace {
 constexpr char kTarget[] = "/etc/target";
 constexpr char kTemporary[] = "/etc/target.new";
 
-Replaced replace_with(std::string_view text, const std::string& target = kTarget,
-                      const char* temporary = kTemporary) {
-    Replacement out(target, temporary);
-    out.write(text);
-    return out.install();
-}
-
 // Runs `work` while no file can grow over `bytes`.
 void with_full_disk(rlim_t bytes, const std::function<void()>& work) {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -50,61 +43,18 @@ TEST_F(Root, LinesComeInPieces) {
     EXPECT_TRUE(folder.failed());
 }
 
-TEST_F(Root, ReplacingKeepsOrSetsTheModeAndKeepsTheOwner) {
-    const struct {
-        mode_t before, asked, after;  // before 0: no file
-    } cases[] = {{0, Replacement::kKeepMode, 0644},
-                 {0640, Replacement::kKeepMode, 0640},
-                 {0755, kSecretMode, 0600},
-                 {0600, 0744, 0744}};
-    for (const auto& c : cases) {
-        put_file(kTarget, c.before ? "old" : kNoFile, c.before);
-        // Only a root with more than one user to its name may give a file away.
-        const bool given = chown(kTarget, 12, 34) == 0;
-        Replacement out(kTarget, kTemporary, c.asked);
-        EXPECT_EQ(mode_of(kTemporary), kSecretMode);
-        out.write("new\nline");
-        out.end_line();
-        out.end_line();
-        EXPECT_EQ(out.install(), Replaced::done);
-        EXPECT_EQ(content(kTarget), "new\nline\n");
-        EXPECT_EQ(mode_of(kTarget), c.after);
-        struct stat after {};
-        ASSERT_EQ(stat(kTarget, &after), 0);
-        if (given) EXPECT_TRUE(after.st_uid == 12 && after.st_gid == 34);
-    }
-}
-
-TEST_F(Root, LinksInTheTemporarysPlaceAreNotFollowed) {
+TEST_F(Root, TemporaryFilesAreForRootAlone) {
     put_file("/etc/victim", "whole");
     ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
-    EXPECT_EQ(replace_with("new"), Replaced::done);
-    ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
     {
-        const ScratchFile scratch(kTemporary);
-        EXPECT_TRUE(scratch.ready());
-        EXPECT_EQ(content(kTemporary), "");
+        Replacement out(kTarget, kTemporary, 0755);
         EXPECT_EQ(mode_of(kTemporary), kSecretMode);
     }
     EXPECT_EQ(content(kTemporary), kNoFile);
+    const ScratchFile scratch(kTemporary);
+    EXPECT_TRUE(scratch.ready());
+    EXPECT_EQ(mode_of(kTemporary), kSecretMode);
     EXPECT_EQ(content("/etc/victim"), "whole");
-    EXPECT_EQ(content(kTarget), "new");
-}
-
-TEST_F(Root, AFailureLeavesTheOldFile) {
-    put_file(kTarget, "old\n");
-    with_full_disk(100, [] {
-        EXPECT_EQ(replace_with(std::string(200, 'x')), Replaced::not_written);
-        EXPECT_EQ(replace_with(std::string(100'000, 'x') + "y"), Replaced::not_written);
-        EXPECT_FALSE(replace_file(kTarget, std::string(200, 'x')));
-    });
-    { const Replacement given_up(kTarget, kTemporary); }
-    EXPECT_EQ(content(kTarget), "old\n");
-    EXPECT_EQ(content(kTemporary) + content("/etc/.target.tmp"), "(no file)(no file)");
-    put_folder(kTarget);
-    EXPECT_EQ(replace_with("new"), Replaced::not_renamed);
-    EXPECT_EQ(content(kTemporary), "new");
-    EXPECT_FALSE(Replacement(kTemporary, kTarget).is_open());
 }
 
 // Opened while it could still be seen: a file system other than the private root's.
@@ -127,7 +77,9 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     const std::string none = "(no file)(no file)";
     EXPECT_EQ(content(target), "old");
     EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
-    EXPECT_EQ(replace_with("new", target, "/tmp/far.tmp"), Replaced::done);
+    Replacement out(target, "/tmp/far.tmp");
+    out.write("new");
+    EXPECT_EQ(out.install(), Replaced::done);
     EXPECT_EQ(content(target), "new");
     EXPECT_EQ(mode_of(target), 0640U);
     EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);

@@ -41,11 +41,6 @@ inline mode_t mode_of(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
 }
 
-// A program of the appliance: it notes its call in "/tmp/calls", then does `body`.
-inline void put_program(const std::string& path, const std::string& body = "") {
-    put_file(path, "#!/bin/sh\necho \"${0##*/} $*\" >> /tmp/calls\n" + body + "\n", 0755);
-}
-
 // Gives `from` each first text, calls `run`, and finds in `to`, which had mode 0640, the second.
 inline void expect_files(const std::function<int()>& run, const std::string& from,
                          const std::string& to, const Pairs& cases, mode_t mode = 0640) {
