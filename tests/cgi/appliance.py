@@ -4,8 +4,8 @@ The program's own commands are recorded on their way through /bin/sh and then re
 name (pidof, ifconfig, adsl-start, ...) is one stub that gives prepared answers. The shell's builtin kill is
 taken away, so that no test can signal a stranger's process; `kill` is a stub as well.
 
-Each page's template is made of the shipped one's markers alone, a line "key=[value]=" each, so that a test reads
-what a page shows whatever it looks like (Result.shown).
+Each page's template is made of the shipped one's markers alone, a line "key=[value]=" each, and of the key "typed",
+which no page knows, so that a test reads what a page shows whatever it looks like (Result.shown).
 """
 
 import ctypes
@@ -25,7 +25,8 @@ SYMBOLIZE = PROJECT / "tests/sanitize/symbolize"
 SANITIZED = bool(os.environ.get("NAT_SANITIZED"))
 CLONE_NEWUSER = 0x10000000
 
-MESSAGES = {int(line.split("-")[0]): line.split("-", 1)[1] for line in (PROJECT / "www/cgi_err").read_text().splitlines()}
+MESSAGES = (line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
+MESSAGES = {int(number): text for number, text in MESSAGES}
 
 RECORD, WAN, SETTINGS = "/etc/ppp/nat_ppp.con", "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf"
 PAP, CHAP, PPPOE = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets", "/etc/ppp/pppoe.conf"
@@ -145,9 +146,10 @@ def make_template(root):
         shutil.copytree(PROJECT / source, target, dirs_exist_ok=True)
     for path in root.rglob("*"):  # a checkout keeps nothing of a mode but the right to run
         if path.is_file() and not path.is_symlink():
-            path.chmod(0o600 if f"/{path.relative_to(root)}" in SECRETS else 0o755 if path.stat().st_mode & 0o100 else 0o644)
+            is_secret, is_program = f"/{path.relative_to(root)}" in SECRETS, path.stat().st_mode & 0o100
+            path.chmod(0o600 if is_secret else 0o755 if is_program else 0o644)
     for path in (root / "www").glob("*.htm"):
-        path.write_text(f"page=[{path.name}]=\n" + plain(path.read_text()))
+        path.write_text(f"page=[{path.name}]=\n" + plain("@typed#" + path.read_text()))
     for path, text in ("bin/sh", SHELL), (f"{HARNESS}/stub", STUB), (f"{HARNESS}/bashrc", "enable -n kill\n"):
         (root / path).write_text(text)
         (root / path).chmod(0o755)
@@ -259,12 +261,9 @@ class Appliance:
         """Prepares what a stubbed program prints and returns when called with exactly these words."""
         self.write(f"/{HARNESS}/answers/{call.replace('/', '%')}", f"{status}\n{text}")
 
-    def stub_scripts(self, stubbed=True):
-        """Whether the scripts below /etc (ip-up, rc.ipvs, ...) are stubs too; otherwise they really run."""
-        if stubbed:
-            self.write(f"/{HARNESS}/scripts_are_stubs", "")
-        else:
-            self.at(f"/{HARNESS}/scripts_are_stubs").unlink(missing_ok=True)
+    def stub_scripts(self):
+        """Makes the scripts below /etc (ip-up, rc.ipvs, ...) stubs too; otherwise they really run."""
+        self.write(f"/{HARNESS}/scripts_are_stubs", "")
 
     def practise(self, *names):
         """Puts the practice appliance's strict stand-ins in place of stubs."""

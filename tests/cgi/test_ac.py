@@ -90,16 +90,16 @@ def test_lists(ac, todo, before, form, after):
 
 
 @pytest.mark.parametrize("todo, form, message", [
-    ("add_port", {"port_start": "1"}, told(68)),
+    ("add_port", {"port_start": "100880"}, told(68)),
     ("add_port", {"port_start": "80", "port_finish": "$9"}, told(62, "Port", "$")),
     ("add_ip", {**NETWORK, "vs_web_2": "`", "start_ip_4": "1"}, told(62, "IP address", "`")),
     ("add_port", {}, ""), ("add_ip", NETWORK, ""), ("del_port", {}, ""), ("del_ip", {"address_list": "1"}, ""),
 ])
 def test_nothing_changes(ac, todo, form, message):
-    ac.change(SETTINGS, G1P=FULL)
+    ac.change(SETTINGS, G1P=FULL[:-6])
     result = post(ac, todo, 1, form)
     assert (result.message, result.changed, result.commands) == (message, {}, [LAN])
-    assert result.shown["port_list"].count("<option>") == 45
+    assert result.shown["port_list"].count("<option>") == 44
 
 
 @pytest.mark.parametrize("old, new", [("P1=", "P9="), ("B1=", "B9="), ("\"", "'")])

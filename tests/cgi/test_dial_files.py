@@ -30,7 +30,8 @@ def chat(init, dial):
     (DIALD, {"DynamicIP": 1, "IP": "1.2.3.4"}, diald("10.0.0.1", "dynamic\n", "")),
     (DIALD, {"DynamicIP": 0, "IP": "1.2.3.4"}, diald("1.2.3.4", "", LOCAL("1.2.3.4"))),
     (DIALD, {"DynamicIP": 0, "IP": "300.1.1.1"}, diald("10.0.0.1", "", LOCAL("300.1.1.1"))),
-    *((DIALD, {"DynamicIP": 0, "IP": bad}, diald("10.0.0.1", "", LOCAL("10.0.0.1"))) for bad in ("0.0.0.0", "", "1.2.3.4 x")),
+    *((DIALD, {"DynamicIP": 0, "IP": unusable}, diald("10.0.0.1", "", LOCAL("10.0.0.1")))
+      for unusable in ("0.0.0.0", "", "1.2.3.4 x")),
     (DIALER, {"DialType": 0, "InitStr": "AT&F"}, chat("AT&F", "OK\t'ATDT\\T'\n")),
     (DIALER, {"DialType": 1, "InitStr": 'AT "x"'}, chat('AT "x"', "OK\t'ATDP\\T'\n")),
     (DIALER, {"DialType": 2, "InitStr": ""}, chat("", "OK\t'ATD'\n")),
@@ -67,7 +68,8 @@ def test_secrets(saved, before, after):
 
 
 @pytest.mark.parametrize("before, after", [
-    ("#accept a 1\naccept  tcp\t15 x 5\nkeepup udp 60\nignore any 1", "#accept a 1\naccept  tcp\t120 x 5\nkeepup udp 120\nignore any 1"),
+    ("#accept a 1\naccept  tcp\t15 x 5\nkeepup udp 60\nignore any 1",
+     "#accept a 1\naccept  tcp\t120 x 5\nkeepup udp 120\nignore any 1"),
     ("accept\naccept tcp\nkeepup tcp \naccept a 5", "accept a 120"), (f"accept tcp 15 {REST}", f"accept tcp 120 {REST}"),
     (None, "keepup a 120\n"),
 ])

@@ -40,7 +40,8 @@ def listed(appliance):
     *((True, ["get"], {HOST: host, REFERER: url + "/a?b"}) for url, host in SAME),
     *((False, ["get"], {HOST: host, REFERER: url + "/box"}) for url, host in OTHER),
     (False, ["get"], {}), (True, ["post"], {}), (True, ["get", "post"], {"HTTP_USER_AGENT": "curl/8 Mozilla/5.0"}),
-    (True, ["get", "post"], {"HTTP_USER_AGENT": None}), (False, ["post"], {"HTTP_USER_AGENT": None, ORIGIN: "http://evil", HOST: "box"}),
+    (True, ["get", "post"], {"HTTP_USER_AGENT": None}),
+    (False, ["post"], {"HTTP_USER_AGENT": None, ORIGIN: "http://evil", HOST: "box"}),
 ])
 def test_who_may_act(listed, let_through, methods, env):
     for method in methods:

@@ -13,7 +13,8 @@ OUTSIDE = "203.0.113.7"
 
 def server(key, host, **ports):
     """The fields that publish a server."""
-    return {f"vs_{key}_enable": "checked", **octets(f"vs_{key}_", host), **{f"vs_{key}_{field}": port for field, port in ports.items()}}
+    return {f"vs_{key}_enable": "checked", **octets(f"vs_{key}_", host),
+            **{f"vs_{key}_{field}": port for field, port in ports.items()}}
 
 
 def user(number):

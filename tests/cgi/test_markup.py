@@ -85,7 +85,8 @@ def test_what_was_typed_is_echoed_as_text(shipped):
 
 
 @pytest.mark.parametrize("page, path, record, shown", [  # the beginnings of the records on the page, then all of them
-    ("sites_ban.htm", "/usr/local/squid/etc/deny.list", "s{:06}\"&'<>&&&&&&\n", [r"<option>s(\d+)", "s(\\d{6})\"&'<>&&&&&&\n"]),
+    ("sites_ban.htm", "/usr/local/squid/etc/deny.list", "s{:06}\"&'<>&&&&&&\n",
+     [r"<option>s(\d+)", "s(\\d{6})\"&'<>&&&&&&\n"]),
     ("filterlog.htm", LOG, "t{:06} \"\"\"&&& <<<>>>\n",
      [r"<tr>\n<td nowrap>t(\d+)", "t(\\d{6})</td>\n<td nowrap>\"\"\"&&&</td>\n<td nowrap><<<>>></td>\n</tr>\n"]),
     ("sp_port.htm", MODEMS, "[m{0:06}<&>]\nInitString=AT{0:06}&\\\"\n",

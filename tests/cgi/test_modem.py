@@ -4,7 +4,7 @@ import re
 
 import pytest
 
-from appliance import PROJECT, RECORD, USER, plain, told
+from appliance import PROJECT, RECORD, USER, octets, plain, told
 
 LIST, DIALD, DIALER = "/etc/ppp/modem.ini", "/etc/diald.conf", "/etc/ppp/pppondialer"
 NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
@@ -94,7 +94,7 @@ def test_save_refused(saved, form, obstacle, text):
         saved.write(obstacle, "")
     if LIST in text:
         saved.write(LIST, None)
-    result = post(saved, nat_serspeed_list="9600", **form)
+    result = post(saved, nat_serspeed_list="9600", **octets("nat_isp_ip0", "9.9.9.9"), **form)
     assert (result.message, result.changed, result.commands) == (text, {}, [])
     assert result.shown["nat_init_string"] == form["nat_init_string"]
 
@@ -177,8 +177,9 @@ def test_init_strings(saved, more, init):
 
 
 @pytest.mark.parametrize("old, new", [
-    ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),  # names of 29 characters, ten of them
-    ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"),  # keys of 83; none that begins like the maker's
+    # names of 29 characters, ten of them; keys of 83, none that begins like the maker's
+    ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),
+    ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"),
 ])
 def test_names_and_keys(saved, old, new):
     content = small('A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n').replace(old, new)
@@ -189,7 +190,8 @@ def test_names_and_keys(saved, old, new):
 @pytest.mark.parametrize("content", [
     "", "[Strings]\nA=\"New\"\n", small().replace("[Strings]", "[Text]"), small().replace("= S", "= "),
     small().replace("%M% = S", "%M%"), small().replace("%M% = S", "%M% = S, NT"), small(""), small('B = "New"'),
-    small().replace("[R]", "[Q]"), small().replace("AddReg = R", "AddReg = " + "Q," * 10 + "R"), small().replace("AddReg", "DelReg"), (DATA / "tarnbrook.inf").read_bytes()[:4000],
+    small().replace("[R]", "[Q]"), small().replace("AddReg = R", "AddReg = " + "Q," * 10 + "R"),
+    small().replace("AddReg", "DelReg"), (DATA / "tarnbrook.inf").read_bytes()[:4000],
 ])
 def test_useless_descriptions(saved, content):
     result = upload(saved, content)
@@ -198,8 +200,9 @@ def test_useless_descriptions(saved, content):
 
 @pytest.mark.parametrize("path", ["", None, "/tmp/none", LIST, "/tmp/link", "/tmp", "/var/../etc/ppp/modem.ini"])
 def test_paths_that_are_no_upload(saved, path):
-    saved.write(LIST, small())
-    saved.at("/tmp/link").symlink_to(LIST)
+    for file in LIST, "/tmp/real.inf":
+        saved.write(file, small())
+    saved.at("/tmp/link").symlink_to("/tmp/real.inf")
     result = post(saved, "upload", **({} if path is None else {"load_file": path}))
     assert (result.message, result.changed, result.removed) == (told(22), {}, set())
 

@@ -7,7 +7,7 @@ import threading
 
 import pytest
 
-from appliance import PROJECT, RECORD, WAN, plain
+from appliance import PROJECT, RECORD, WAN, plain, told
 
 FATAL = """<HTML>
 <HEAD>
@@ -26,7 +26,7 @@ MESSAGE_PAGE = """<html><head><title>Message
 <tr><td><h3 align=center>
 Failure
 </font></h3></td></tr></table><table><tr><td>
-no page odd.htm
+{}
 
 </td></tr></table>
 <table><tr><td><table border=2 cellspacing=2 bgcolor=#cccccc<tr>
@@ -35,30 +35,12 @@ nat_fs.htm
 >Back</a></td></tr></table></td></tr></table></center></div></body></html>
 """
 
-MESSAGES = """5-check %s
-10-no page %s
-11-set %s
-12-action %s
-2-large
-22-not imported
-45-other method
-46-no proxy
-44-dns
-48-octet
-61-control %s
-"""
-
-PAGES = ("nat_base nat_sap nat_conn nat_vs nat_filter sp_base sp_port sp_int sp_status sites_allow sites_ban wan_dc"
-         " dc_status ppp_status wan_ppp filterlog ac_cfg").split()
+PAGES = [path.name for path in PROJECT.glob("www/*.htm") if "@message" in path.read_text() and path.name != "update.htm"]
 
 
-@pytest.fixture
-def short(appliance):
-    """An appliance whose pages say only which they are, with their message and one field."""
-    appliance.write("/www/cgi_err", MESSAGES)
-    for page in PAGES:
-        appliance.write(f"/www/{page}.htm", f"{page}[@message#][@typed#]\n")
-    return appliance
+def seen(result):
+    """Which page has answered, with which message, and what it shows of a field that no page knows."""
+    return f"{result.page.removesuffix('.htm')}[{result.message}][{result.shown['typed']}]"
 
 
 def set_method(appliance, method, enabled="yes"):
@@ -75,19 +57,21 @@ def set_method(appliance, method, enabled="yes"):
     {"REQUEST_METHOD": "POST"},
     {"REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"},
 ])
-def test_without_a_form_the_default_page_answers(short, env):
-    result = short.request(env, b"")
-    assert result.stdout == b"Content-type: text/html\n\nnat_conn[][]\n"
+def test_without_a_form_the_default_page_answers(appliance, env):
+    result = appliance.request(env, b"")
+    assert result.stdout.startswith(b"Content-type: text/html\n\npage=") and seen(result) == "nat_conn[][]"
     assert (result.status, result.stderr, result.commands) == (0, "", [])
 
 
-def test_every_page_is_shown_by_its_name(short):
+def test_every_page_is_shown_by_its_name(appliance):
     for page in PAGES:
-        assert short.get(f"next_file={page}.htm&typed=x").body == f"{page}[][]\n"
+        assert seen(appliance.get(f"next_file={page}&typed=x")).startswith(page.removesuffix(".htm") + "[")
 
 
-@pytest.mark.parametrize("page, key, value", [("nat_base.htm", "can_change_vsip_2", "true"), ("ac_cfg.htm", "can_change_vsip_1", "false"),
-                                              ("wan_dc.htm", "dns_name", "192.0.2.53")])
+@pytest.mark.parametrize("page, key, value", [
+    ("nat_base.htm", "can_change_vsip_2", "true"), ("ac_cfg.htm", "can_change_vsip_1", "false"),
+    ("wan_dc.htm", "dns_name", "192.0.2.53"),
+])
 def test_a_key_that_no_shipped_page_shows(appliance, page, key, value):
     appliance.write(f"/www/{page}", plain(f"@{key}#@message#"))
     assert appliance.view(page).shown == {key: value}
@@ -97,9 +81,9 @@ def test_a_key_that_no_shipped_page_shows(appliance, page, key, value):
     (1, "yes", "dc_status"), (2, "yes", "ppp_status"), (3, "yes", "sp_status"), (0, "yes", "sp_status"),
     (7, "yes", "sp_status"), (1, "no", "sp_status"), (1, "nothing", "sp_status"), (1, "y", "dc_status"),
 ])
-def test_the_status_page_is_that_of_the_method_in_force(short, method, enabled, page):
-    set_method(short, method, enabled)
-    assert short.get("next_file=nat_status.htm").body == f"{page}[][]\n"
+def test_the_status_page_is_that_of_the_method_in_force(appliance, method, enabled, page):
+    set_method(appliance, method, enabled)
+    assert appliance.view("nat_status.htm").page == page + ".htm"
 
 
 @pytest.mark.parametrize("method, length, body, title, text", [
@@ -110,110 +94,109 @@ def test_the_status_page_is_that_of_the_method_in_force(short, method, enabled, 
     ("POST", "16777217", b"a=b", "Error!", "Could not allocate enough memory."),
     ("POST", "99999999999999999999", b"a=b", "Error!", "Could not allocate enough memory."),
 ])
-def test_a_broken_request_gets_the_fatal_page(short, method, length, body, title, text):
-    result = short.request({"REQUEST_METHOD": method, "CONTENT_LENGTH": length}, body)
+def test_a_broken_request_gets_the_fatal_page(appliance, method, length, body, title, text):
+    result = appliance.request({"REQUEST_METHOD": method, "CONTENT_LENGTH": length}, body)
     assert (result.status, result.body, result.stderr) == (0, FATAL.format(title, text), text + "\n")
 
 
-def test_without_a_method_there_is_only_a_hint(short):
-    result = short.request({}, b"")
+def test_without_a_method_there_is_only_a_hint(appliance):
+    result = appliance.request({}, b"")
     assert (result.status, result.stdout) == (0, b"")
     assert result.stderr == ("Error!\nThe REQUEST_METHOD environment variable\ndoes not exists.\n\n"
                              "If you are dubugging, please set your CGI\nenvironment variables.\n\n")
 
 
-def test_a_body_of_just_the_limit_is_read(short):
-    assert short.post(b"next_file=nat_vs.htm&typed=".ljust(16 * 1024 * 1024, b"x")).body == "nat_vs[][]\n"
+def test_a_body_of_just_the_limit_is_read(appliance):
+    assert appliance.post(b"next_file=nat_vs.htm&typed=".ljust(16 * 1024 * 1024, b"x")).page == "nat_vs.htm"
 
 
 @pytest.mark.parametrize("query, name", [
     ("next_file=odd.htm", "odd.htm"), ("next_file=NAT_BASE.HTM&next_file=odd.htm", "NAT_BASE.HTM"), ("next_file=", ""),
 ])
-def test_an_unknown_page_gets_the_message_page(short, query, name):
-    assert short.get(query).body == MESSAGE_PAGE.replace("odd.htm", name)
+def test_an_unknown_page_gets_the_message_page(appliance, query, name):
+    assert appliance.get(query).body == MESSAGE_PAGE.format(told(10, name))
 
 
 @pytest.mark.parametrize("form, body", [
     # a single page, by its own word
-    ({"this_file": "wan_dc.htm", "todo": "x", "typed": "a"}, "wan_dc[][a]\n"),
-    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "nat_vs.htm"}, "nat_vs[][]\n"),
-    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": ""}, "wan_dc[][]\n"),
-    ({"this_file": "wan_dc.htm", "todo": ""}, "wan_dc[][]\n"),
+    ({"this_file": "wan_dc.htm", "todo": "x", "typed": "a"}, "wan_dc[][a]"),
+    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "nat_vs.htm"}, "nat_vs[][]"),
+    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": ""}, "wan_dc[][]"),
+    ({"this_file": "wan_dc.htm", "todo": ""}, "wan_dc[][]"),
     # pages without a setter accept nothing but "save"
-    ({"this_file": "nat_base.htm", "todo": "x", "typed": "a"}, "nat_base[check nat_base.htm\n][a]\n"),
-    ({"this_file": "nat_base.htm", "todo": "save", "typed": "a"}, "nat_base[][a]\n"),
+    ({"this_file": "nat_base.htm", "todo": "x", "typed": "a"}, f"nat_base[{told(5, 'nat_base.htm')}][a]"),
+    ({"this_file": "nat_base.htm", "todo": "save", "typed": "a"}, "nat_base[][a]"),
     # a page outside every group saves nothing and goes on
-    ({"this_file": "filterlog.htm", "todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]\n"),
-    ({"todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]\n"),
+    ({"this_file": "filterlog.htm", "todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]"),
+    ({"todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]"),
     # an upload goes to the modem port page
-    ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, "sp_port[not imported\n][a]\n"),
+    ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, f"sp_port[{told(22)}][a]"),
     # the value that sorts first is the one that counts
     ([("this_file", "wan_ppp.htm"), ("this_file", "wan_dc.htm"), ("todo", "x"), ("typed", "b"), ("typed", "a")],
-     "wan_dc[][a]\n"),
+     "wan_dc[][a]"),
 ])
-def test_posts_end_on_the_right_page(short, form, body):
-    result = short.post(form)
-    assert (result.body, result.status) == (body, 0)
+def test_posts_end_on_the_right_page(appliance, form, body):
+    result = appliance.post(form)
+    assert (seen(result), result.status) == (body, 0)
 
 
 @pytest.mark.parametrize("form, text", [
-    ({"this_file": "odd.htm", "todo": "x"}, "no page odd.htm\n"),
-    ({"todo": "x"}, "no page \n"),
-    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "odd.htm"}, "no page odd.htm\n"),
-    ({"this_file": "odd.htm", "todo": "save"}, "no page odd.htm\n"),
-    ({"this_file": "odd.htm", "todo": "save", "typed": "\n"}, "control typed\n"),
+    ({"this_file": "odd.htm", "todo": "x"}, told(10, "odd.htm")),
+    ({"todo": "x"}, told(10, "")),
+    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "odd.htm"}, told(10, "odd.htm")),
+    ({"this_file": "odd.htm", "todo": "save"}, told(10, "odd.htm")),
+    ({"this_file": "odd.htm", "todo": "save", "typed": "\n"}, told(61, "typed")),
 ])
-def test_posts_to_unknown_pages_are_fatal(short, form, text):
-    result = short.post(form)
-    assert (result.body, result.status) == (FATAL.format("", text), 0)
+def test_posts_to_unknown_pages_are_fatal(appliance, form, text):
+    result = appliance.post(form)
+    assert (result.body, result.status) == (FATAL.format("", text + "\n"), 0)
 
 
 @pytest.mark.parametrize("value", ["a%0Ab", "a%0d", "%00b", "%09", "%7f", "%1b"])
-def test_a_control_character_is_refused_before_anything_happens(short, value):
-    result = short.post(f"this_file=nat_conn.htm&todo=save&next_file=nat_base.htm&enable_dmz=checked&ty%3Cped={value}")
-    assert result.body.startswith("nat_conn[control ty?ped\n][")
-    assert (result.changed, result.commands) == ({}, [])
+def test_a_control_character_is_refused_before_anything_happens(appliance, value):
+    result = appliance.post(f"this_file=nat_conn.htm&todo=save&enable_dmz=checked&ty%3Cped={value}")
+    assert (result.page, result.message, result.did_nothing) == ("nat_conn.htm", told(61, "ty?ped"), True)
 
 
-def test_a_view_may_hold_a_control_character(short):
-    assert short.get("next_file=nat_vs.htm%00odd").body == "nat_vs[][]\n"
+def test_a_view_may_hold_a_control_character(appliance):
+    assert appliance.view("nat_vs.htm%00odd").page == "nat_vs.htm"
 
 
 @pytest.mark.parametrize("method, page, shown", [
-    (2, "ppp_status", "nat_base[][]\n"), (1, "ppp_status", "dc_status[other method\n][]\n"),
-    (3, "dc_status", "sp_status[other method\n][]\n"), (2, "sp_status", "ppp_status[other method\n][]\n"),
-    (0, "dc_status", "nat_base[][]\n"),
+    (2, "ppp_status", "nat_base[][]"), (1, "ppp_status", f"dc_status[{told(45)}][]"),
+    (3, "dc_status", f"sp_status[{told(45)}][]"), (2, "sp_status", f"ppp_status[{told(45)}][]"),
+    (0, "dc_status", "nat_base[][]"),
 ])
-def test_a_save_from_a_status_page_follows_the_method(short, method, page, shown):
-    set_method(short, method)
-    assert short.save(page + ".htm").body == shown
+def test_a_save_from_a_status_page_follows_the_method(appliance, method, page, shown):
+    set_method(appliance, method)
+    assert seen(appliance.save(page + ".htm")) == shown
 
 
-def test_a_save_from_a_status_page_runs_the_services_setter(short):
-    assert short.save("ppp_status.htm", dmz_ip_1="1234").body == "nat_conn[octet\n][]\n"
+def test_a_save_from_a_status_page_runs_the_services_setter(appliance):
+    assert seen(appliance.save("ppp_status.htm", dmz_ip_1="1234")) == f"nat_conn[{told(48)}][]"
 
 
-def test_a_failing_action_stops_the_run_and_shows_the_posting_page(short):
+def test_a_failing_action_stops_the_run_and_shows_the_posting_page(appliance):
     """The virtual-server script cannot replace a folder."""
-    short.at("/etc/rc.d/rc.ipvs").mkdir()
-    result = short.save("nat_conn.htm", typed="a", enable_dmz="checked")
-    assert result.body == "nat_conn[action SaVS\n][a]\n"
-    assert "DMZ=1\n" in short.read(RECORD)
+    appliance.at("/etc/rc.d/rc.ipvs").mkdir()
+    result = appliance.save("nat_conn.htm", typed="a", enable_dmz="checked")
+    assert seen(result) == f"nat_conn[{told(12, 'SaVS')}][a]"
+    assert "DMZ=1\n" in appliance.read(RECORD)
     assert not any("rc.ipvs" in command for command in result.commands)
 
 
-def test_a_missing_template_or_message_file_is_named(short):
-    short.write("/www/nat_vs.htm", None)
-    assert short.get("next_file=nat_vs.htm").body == FATAL.format("no page nat_vs.htm\n", "")
-    short.write("/www/cgi_err", None)
-    assert short.get("next_file=nat_vs.htm").body == FATAL.format("Unknown error", "")
+def test_a_missing_template_or_message_file_is_named(appliance):
+    appliance.write("/www/nat_vs.htm", None)
+    assert appliance.get("next_file=nat_vs.htm").body == FATAL.format(told(10, "nat_vs.htm") + "\n", "")
+    appliance.write("/www/cgi_err", None)
+    assert appliance.get("next_file=nat_vs.htm").body == FATAL.format("Unknown error", "")
 
 
-def test_the_largest_page(short):
-    short.write("/www/nat_vs.htm", "x" * 51199)
-    assert short.get("next_file=nat_vs.htm").body == "x" * 51199
-    short.write("/www/nat_vs.htm", "x" * 51200)
-    assert short.get("next_file=nat_vs.htm").body == FATAL.format("large\n", "")
+def test_the_largest_page(appliance):
+    appliance.write("/www/nat_vs.htm", "x" * 51199)
+    assert appliance.get("next_file=nat_vs.htm").body == "x" * 51199
+    appliance.write("/www/nat_vs.htm", "x" * 51200)
+    assert appliance.get("next_file=nat_vs.htm").body == FATAL.format(told(2) + "\n", "")
 
 
 def test_every_message_has_its_text(appliance):
@@ -222,20 +205,20 @@ def test_every_message_has_its_text(appliance):
     assert len(numbers) > 40 and set(numbers) <= set(texts) and max(map(len, texts.values())) < 127
 
 
-def test_a_hostile_message_file_is_only_text(short):
-    short.write("/www/cgi_err", "10-%n%s%s%s%99999d%" + "y" * 300 + "\n")
-    assert short.get("next_file=odd.htm").body.splitlines()[6] == ("%nodd.htm%s%s%99999d%" + "y" * 300)[:127]
+def test_a_hostile_message_file_is_only_text(appliance):
+    appliance.write("/www/cgi_err", "10-%n%s%s%s%99999d%" + "y" * 300 + "\n")
+    assert appliance.get("next_file=odd.htm").body.splitlines()[6] == ("%nodd.htm%s%s%99999d%" + "y" * 300)[:127]
 
 
-def test_one_request_at_a_time(short):
+def test_one_request_at_a_time(appliance):
     """A request waits for the lock on the working directory, and frees it when it ends."""
-    folder = os.open(short.at("/www"), os.O_RDONLY)
+    folder = os.open(appliance.at("/www"), os.O_RDONLY)
     fcntl.flock(folder, fcntl.LOCK_EX)
     answers = []
-    request = threading.Thread(target=lambda: answers.append(short.get("next_file=nat_vs.htm").body))
+    request = threading.Thread(target=lambda: answers.append(appliance.view("nat_vs.htm").page))
     request.start()
     request.join(0.5)
     assert answers == []
     os.close(folder)
     request.join(20)
-    assert answers == ["nat_vs[][]\n"]
+    assert answers == ["nat_vs.htm"]

@@ -8,7 +8,8 @@ SCRIPT, RULES = "/etc/rc.d/rc.firewall", "/var/lib/practice/rules"
 LISTS = "a_sap_enable a_inpr a_port1in a_port2in a_outpr a_port1out a_port2out".split()
 LINK = [IS_PPP, "/sbin/ifconfig eth0 > /tmp/eth.tmp 2> /tmp/eth.tmp"]
 LOAD = [IS_PPP, "/sbin/modprobe vpn 2> /dev/null", SET_MODULE % ("vpn", "s"), IS_PPP]
-UNLOAD = [IS_PPP, "/sbin/rmmod vpn 2> /dev/null", "/sbin/lsmod | grep vpn > /tmp/mod.tmp", SET_MODULE % ("vpn", "f"), IS_PPP]
+UNLOAD = [IS_PPP, "/sbin/rmmod vpn 2> /dev/null", "/sbin/lsmod | grep vpn > /tmp/mod.tmp", SET_MODULE % ("vpn", "f"),
+          IS_PPP]
 TCP_IN, OUT = "ipchains -A input -j ACCEPT -i $extif -p tcp ! -y -d $extip -s $univ ", "ipchains -A output -j ACCEPT"
 WEB = f"#@Web\n {TCP_IN}80:90\n {OUT} -i $extif -p udp -d $univ 7:8\n\n"
 VPN, PING, REST = "#@VPN\n modprobe vpn\n keep\n\n", "#@Ping\n a -p icmp b\n c\n\n", " ipchains -X"
@@ -65,8 +66,9 @@ def test_list(appliance):
                     f"#@Closed\n {TCP_IN}1:2\n{OUT} -p tcp 3:4 5:6\n#{OUT} -p udp 7:8\n\n")
     shown = appliance.view("nat_sap.htm").shown
     assert shown["nat_sap_list"] == "\n<option> Web\n<option> VPN\n<option> Ping\n<option> Open\n<option> Closed"
-    assert [shown[key] for key in LISTS] == ["1,1,1,1,0", "0,4,4,1,0", '"80","","","","1"', '"90","","","","2"', "1,4,4,3,2",
-                                             '"7","","","","3"', '"8","","","","4"']
+    assert [shown[key] for key in LISTS] == [
+        "1,1,1,1,0", "0,4,4,1,0", '"80","","","","1"', '"90","","","","2"', "1,4,4,3,2", '"7","","","","3"',
+        '"8","","","","4"']
 
 
 def test_nothing_stored_without_a_temporary_file(appliance):

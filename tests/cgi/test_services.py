@@ -30,7 +30,8 @@ def refused(result, number):
 
 
 @pytest.mark.parametrize("method, number, starts, interface, protocol", [
-    (DIRECT, 1, ["/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null", "echo 1 > /tmp/dyna"], "eth0", "dhcp"),
+    (DIRECT, 1, ["/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null", "echo 1 > /tmp/dyna"],
+     "eth0", "dhcp"),
     (PPPOE, 2, ["/usr/sbin/adsl-start > /dev/null"], "ppp0", "none"),
 ])
 def test_switching_on(saved, method, number, starts, interface, protocol):
@@ -67,7 +68,7 @@ def test_a_running_diald_is_left_alone(saved):
     ({}, ["", "", ""]),
     ({"pidof diald": "77\n"}, [STOP_MODEM, "", ""]),
     ({"pidof -x adsl-connect": "78 79\n"}, ["", STOP_PPPOE, ""]),
-    ({"ifconfig eth0": "eth0  Link\n  inet addr:192.0.2.7  Bcast:192.0.2.255\n"}, ["", "", STOP_DIRECT]),
+    ({"ifconfig eth0": "eth0  Link\n  inet addr:10.112.112.112  Bcast:10.112.112.255\n"}, ["", "", STOP_DIRECT]),
     ({"pidof diald": "7\n", "pidof -x adsl-connect": "x1\n", "ifconfig eth0": "inet addr:0.0.0.0\n"},
      ["", STOP_PPPOE, ""]),
 ])
@@ -109,7 +110,8 @@ def test_a_field_changes_its_key_alone(saved, fields, key, before, after):
 
 
 @pytest.mark.parametrize("fields", [
-    {}, {"enable_ftp": "", "dmz_ip_1": ""}, {"enable_ftp": "checked"}, {"internet_access": "unchecked", "enable_ac": "unchecked"},
+    {}, {"enable_ftp": "", "dmz_ip_1": ""}, {"enable_ftp": "checked"},
+    {"internet_access": "unchecked", "enable_ac": "unchecked"},
     *({"todo": todo, "enable_dmz": "checked", "dmz_ip_1": "1234"} for todo in ("", "apply", "Save")),
 ])
 def test_nothing_new_writes_and_runs_nothing(saved, fields):
@@ -207,3 +209,6 @@ def test_a_live_link_gets_its_scripts_run_again(saved):
     assert save(saved, enable_telnet="unchecked").commands == module + rerun * 2
     saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:10.112.112.112  P-t-P\n")
     assert save(saved, enable_telnet="checked").commands == module + rerun[:-1] * 2
+    saved.answer("pidof pppd", "")
+    saved.answer("ifconfig eth0", "eth0: error fetching interface information\n")
+    assert save(saved, enable_telnet="unchecked").commands == LINK * 3

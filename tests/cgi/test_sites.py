@@ -47,7 +47,8 @@ def test_buttons(page, todo, fields, after, message):
 def test_a_missing_list(page):
     name, appliance, path, key, _, _, unreadable, undeleted = page
     appliance.write(FILTER, f"#{key} x\n{key}\t /tmp/my list \n")  # in force from the next request on
-    results = [appliance.view(name), *(appliance.post({"this_file": name, "todo": todo}) for todo in ("del_selected", "del_all"))]
+    deletions = (appliance.post({"this_file": name, "todo": todo}) for todo in ("del_selected", "del_all"))
+    results = [appliance.view(name), *deletions]
     assert [result.message for result in results] == [told(unreadable), told(undeleted), told(46)]
     result = appliance.post({"this_file": name, "todo": "add_url", "new_url": "first.com"})
     assert result.changed == {"/tmp/my list": "first.com\n"}

@@ -6,6 +6,7 @@ from appliance import RECORD, WAN, octets, told
 
 SCRIPT = "/etc/rc.d/rc.ipvs"
 REBUILD = ["chmod +x /etc/rc.d/rc.ipvs > /dev/null", "/sbin/ipvsadm -C > /dev/null"]
+REPORT = "/usr/share/quillstead/network/NET_ReadNetworkInfo %s > /tmp/ifcfg"
 SERVERS = {  # form prefix: keys in the record for switch, host and port, and how a refusal names the server
     "vs_web": ("Web", "WebIP", "WebPort", 32, "web"),
     "vs_pop3": ("Pop3", "Pop3IP", "Pop3Port", 32, "pop3"),
@@ -50,7 +51,7 @@ def test_external_address(appliance, method, wan_settings, asked, report, shown)
     appliance.answer(f"NET_ReadNetworkInfo {asked}", report)
     result = appliance.view("nat_vs.htm")
     assert (result.shown["isp_IP_address"], result.message) == (shown, "")
-    assert result.commands == [f"/usr/share/quillstead/network/NET_ReadNetworkInfo {asked} > /tmp/ifcfg"] * (asked is not None)
+    assert result.commands == [REPORT % asked] * (asked is not None)
     assert not appliance.exists("/tmp/ifcfg")
 
 
@@ -122,7 +123,8 @@ ON = {"Web": 1, "Pop3": 1}
     # The check goes by what is switched on so far, the storing by what the form switches on.
     (ON, {"vs_web_portno": "80", "vs_pop3_portno": "80"}, 50, None),
     (ON, {"vs_web_enable": "unchecked", "vs_web_portno": "80", "vs_pop3_portno": "80"}, 50, None),
-    ({}, {"vs_web_enable": "checked", "vs_web_portno": "80", "vs_ud5_enable": "checked", "vs_ud5_portno": "80"}, 50, None),
+    ({}, {"vs_web_enable": "checked", "vs_web_portno": "80", "vs_ud5_enable": "checked", "vs_ud5_portno": "80"},
+     50, None),
     ({"Ftp": 1}, {"vs_ftp_portno_ctrl": "21", "vs_ftp_portno_data": "21"}, 50, None),
     ({"VS_UD1": 1, "VS_UD4": 1}, {"vs_ud1_portno": "99", "vs_ud4_portno": "99"}, 50, None),
     ({"Smtp": 1, "VS_UD2": 1}, {"vs_smtp_portno": "", "vs_ud2_portno": "x"}, 50, None),
@@ -138,7 +140,8 @@ def test_refusals(appliance, before, form, message, name):
 
 
 @pytest.mark.parametrize("before, dmz, warned", [
-    ({"DMZ": 1}, "checked", True), ({}, "checked", True), ({"DMZ": 1, "Ftp": 1}, "checked", False), ({}, "unchecked", False),
+    ({"DMZ": 1}, "checked", True), ({}, "checked", True), ({"DMZ": 1, "Ftp": 1}, "checked", False),
+    ({}, "unchecked", False),
 ])
 def test_ftp_server_beside_dmz_host(appliance, before, dmz, warned):
     prepare(appliance, **before)

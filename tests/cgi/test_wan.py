@@ -60,8 +60,8 @@ def test_missing_settings(appliance, page, file, named):
      dict(wan_ipaddr="192.168.1.1", wan_netmask="255.255.255.0", wan_gateway="192.168.1.254", dynamic="0")),
     ({"isp_ip_type": "dynamic", "device_name": "my-pc", **octets("nat_isp_ip0", "192.168.1.1")},
      "BOOTPROTO=dhcp\nDHCP_HOSTNAME=my-pc\nMACADDR=00:A0:C9:11:22:33\n", dict(wan_name="my-pc", dynamic="1")),
-    ({"isp_ip_type": "dynamically", "wan_mac_address": None, "device_name": "my-pc", **octets("nat_isp_ip0", "abc.-.x.999"),
-      **octets("nat_isp_mask0", "25512.0.0.0")},
+    ({"isp_ip_type": "dynamically", "wan_mac_address": None, "device_name": "my-pc",
+      **octets("nat_isp_ip0", "abc.-.x.999"), **octets("nat_isp_mask0", "25512.0.0.0")},
      "BOOTPROTO=none\nIPADDR=abc.-.x.999\nNETMASK=255.0.0.0\nGATEWAY=...\n",
      dict(wan_ipaddr="abc.-.x.999", wan_netmask="255.0.0.0", wan_gateway="...", wan_hw_addr="", wan_name="my-pc",
           dynamic="0")),
@@ -104,7 +104,8 @@ def test_direct_octets_refused(appliance, field, value):
 def test_device_name_refused(appliance, character):
     result = post(appliance, "wan_dc.htm", {**DIRECT_FORM, "device_name": f"my{character}pc"})
     assert (result.changed, result.message) == ({}, (
-        "Invalid character or characters in Device Name.\n\nThe following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&"))
+        "Invalid character or characters in Device Name.\n\n"
+        "The following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&"))
 
 
 @pytest.mark.parametrize("todo, address, stored, line", [
@@ -189,7 +190,8 @@ def test_pppoe_save_keeps_the_first_three_lines(appliance, before, kept):
 
 @pytest.mark.parametrize("field, value, text", [
     ("ppp_ac_name", "", told(16)), ("ppp_idle_time", "", told(15)), ("isp_ip_type", "", told(5, "wan_ppp.htm")),
-    ("nat_isp_ip03", "1 2", told(19)), ("dns1_ip_4", "8;8", told(19)), ("service_name", 'my"isp', told(62, "Service name", '"')),
+    ("nat_isp_ip03", "1 2", told(19)), ("dns1_ip_4", "8;8", told(19)),
+    ("service_name", 'my"isp', told(62, "Service name", '"')),
 ])
 def test_pppoe_refused(appliance, field, value, text):
     result = post(appliance, "wan_ppp.htm", {**ACCOUNT, field: value})
@@ -257,7 +259,8 @@ def test_pppoe_log(appliance, log, length):
 
 
 STOP = [IS_MODEM, IS_PPPOE, HAS_ADDRESS % "eth0"]
-UP_DIRECT = [*STOP, *NETWORK, *SQUID, "/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null", "echo 1 > /tmp/dyna"]
+UP_DIRECT = [*STOP, *NETWORK, *SQUID, "/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null",
+             "echo 1 > /tmp/dyna"]
 UP_PPPOE = [*STOP, *NETWORK, *SQUID, "/usr/sbin/adsl-start > /dev/null"]
 
 

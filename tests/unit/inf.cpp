@@ -1,5 +1,7 @@
-// The modem list's lookup by name, which no page needs yet.
+// The modem list's lookup by name, which no page needs yet, and why a driver description is
+// useless, which no page tells.
 #include "root.h"
+#include "serial/inf_parser.h"
 #include "serial/modem_list.h"
 
 namespace {
@@ -15,6 +17,22 @@ TEST_F(Root, AnInitStringIsFoundByTheModemsName) {
     EXPECT_EQ(init, "old");
     EXPECT_EQ(get_init_by_modem(init, "A"), 0);
     EXPECT_EQ(init, "ATZ");
+}
+
+TEST(Inf, UselessDescriptions) {
+    const std::string maker = "[Manufacturer]\n%M%\n", named = maker + "%M% = S\n";
+    const std::pair<std::string, int> cases[] = {
+        {"", kNoManufacturer},
+        {maker, kNoStrings},  // a section that ends with the file may name nothing
+        {maker + "[Strings]\n", kNoInstallSection},
+        {named, kNoStrings},
+        {named + "[Strings]\n", kInfDone},
+        {named + "[Strings]\nA = \"a\"\n", kNoModels}};
+    for (const auto& [text, result] : cases) {
+        std::vector<InfModem> models;
+        EXPECT_EQ(find_models(text, models), result) << text;
+        EXPECT_TRUE(models.empty());
+    }
 }
 
 }  // namespace
