@@ -438,7 +438,7 @@ async function showState() {
   const isUp = /^\d/.test(address) && address !== NOT_CONNECTED;
   const state = one("#state");
   state.dataset.up = method ? String(isUp) : "";
-  state.textContent = !method ? "Connection: unknown" : isUp ? `Connected: ${method}, ${address}` : `Not connected: ${method}`;
+  state.textContent = !method ? "Connection: unknown" : isUp ? `Connected: ${method}, ${address}` : "Not connected";
 }
 
 // ---- pages with a need of their own ----

@@ -55,6 +55,21 @@ def test_every_marker_names_a_filter(name):
     assert TEMPLATES[name].count("@") == len(markers)
 
 
+def frame(name):
+    """What stands around the content of a page, and the entries of the menu that are marked as the page's own."""
+    text = re.sub(f"<title>.* - Internet sharing</title>|data-page=\"{name}\"", "", TEMPLATES[name]).split("<main id=")[0]
+    return text.replace(' aria-current="page"', ""), re.findall(r'next_file=(\w+\.htm)" aria-current="page"', text)
+
+
+@pytest.mark.parametrize("name", TEMPLATES)
+def test_every_page_has_the_same_frame(name):
+    text, marked = frame(name)
+    assert text == frame("nat_base.htm")[0] and "default-src 'none'; script-src 'self'; style-src 'self'" in text
+    place = "nat_status.htm" if name.endswith("_status.htm") else name
+    assert marked == ([place] if f'li><a href="nat.cgi?next_file={place}"' in text else [])
+    assert re.findall(r"<script(?! type=\"module\" src=)|<style| (?:on\w+|style)=|(?:src|href)=\"\w*:", TEMPLATES[name]) == []
+
+
 def test_what_is_stored_is_shown_as_text(shipped):
     def post(page, todo, **fields):
         return shipped.post({"this_file": page, "todo": todo, "next_file": page, **fields})
