@@ -257,7 +257,7 @@ async function submit(event) {
   const button = event.submitter ?? one("button", form);
   const wrong = button.formNoValidate ? null : mark(form, fieldsOf(form));
   wrong?.focus();
-  if (wrong || isBusy() || !(await agree(form, button)) || isBusy()) return;
+  if (wrong || isBusy() || !(await agree(form, button))) return;
   document.body.dataset.busy = "";
   button.setAttribute("aria-busy", "true");
   button.disabled = true;
@@ -514,6 +514,6 @@ const narrow = matchMedia("(max-width: 52rem)");
 const fold = () => one(".menu").toggleAttribute("open", !narrow.matches);
 narrow.addEventListener("change", fold);
 fold();
-await prepare();
 showState();
+await prepare();
 setInterval(() => document.hidden || showState(), STATE_SECONDS * 1000);
