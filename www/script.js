@@ -9,6 +9,7 @@
 //   field  data-word     what stands before its value in the list of changes
 //          data-need     "name=value": must be filled while that field has that value
 //          data-same     name of the field that it repeats
+//          data-from     name of the first field of a range of which it is the last
 //          data-typed    empty again after a success
 //   text   data-warn     "name=value name!=value name": shown before a save when all hold (a bare name: was changed)
 //   button data-confirm  question to ask first
@@ -160,6 +161,8 @@ function mistakeOf(field, form) {
   if (field.validity.patternMismatch) return `Enter ${group ? "a number from 0 to 255" : field.title}.`;
   if (field.dataset.same && field.value !== named(field.dataset.same, form).value)
     return "The two passwords are not the same.";
+  if (field.dataset.from && field.value && Number(field.value) < Number(named(field.dataset.from, form).value))
+    return "The last of a range cannot come before the first.";
   return field.hasAttribute("data-port") ? clashOf(field, form) : "";
 }
 
