@@ -1,4 +1,5 @@
 import shutil
+import subprocess
 import sys
 from pathlib import Path
 
@@ -28,6 +29,15 @@ def saved(appliance):
     appliance.view("nat_base.htm")
     appliance.stub_scripts()
     return appliance
+
+
+@pytest.fixture
+def proxy(appliance):
+    """A process that the appliance takes for its web proxy."""
+    with subprocess.Popen(["sleep", "60"]) as process:
+        appliance.write("/usr/local/squid/logs/squid.pid", f"{process.pid}\n")
+        yield process
+        process.kill()
 
 
 @pytest.fixture

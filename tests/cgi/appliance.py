@@ -14,8 +14,10 @@ import re
 import resource
 import shutil
 import signal
+import socket
 import stat
 import subprocess
+import time
 import urllib.parse
 from pathlib import Path
 
@@ -112,6 +114,22 @@ def plain(template):
     markers = dict.fromkeys(re.findall(r"((?://)?@\w+)\|?\w*#", template))
     markers["@message"] = markers.pop("@message", None)
     return "".join(f"{marker.lstrip('/@')}=[{marker}#]=\n" for marker in markers)
+
+
+def until(condition):
+    """Waits for a condition to come true."""
+    end = time.monotonic() + 20
+    while not condition():
+        assert time.monotonic() < end
+        time.sleep(0.02)
+
+
+def free_ports(address, number):
+    sockets = [socket.create_server((address, 0)) for _ in range(number)]
+    ports = [each.getsockname()[1] for each in sockets]
+    for each in sockets:
+        each.close()
+    return ports
 
 
 def become_root():

@@ -2,17 +2,17 @@
 
 import pytest
 
-from appliance import CHAP, PAP, RECORD
+from appliance import CHAP, PAP, RECORD, told
 
 DIALD, DIALER, TEL, OPTIONS = "/etc/diald.conf", "/etc/ppp/pppondialer", "/etc/ppp/tel", "/etc/ppp/options.ttyS0"
 FILTER, DEFAULT_FILTER = "/usr/lib/diald/standard.filter", "/usr/lib/diald/default.filter"
 LOCAL = "pppd-options local {}:\n".format
 
 
-def save(appliance):
+def save(appliance, message=""):
     """Both pages of the group are saved."""
     result = appliance.save("sp_int.htm", nat_ac_pwd="pw", nat_serspeed_list="57600")
-    assert result.message == ""
+    assert result.message == message
     return result
 
 
@@ -46,6 +46,16 @@ def test_files_of_the_record(saved, path, record, text):
     saved.write(path, "", 0o640)
     save(saved)
     assert (saved.read(path), saved.mode(path)) == (text, 0o640)
+
+
+@pytest.mark.parametrize("path, init, temporary, action", [
+    (DIALER, "AT'", "Dialer2", "SaPPPOn"), (DIALER, "AT", "Dialer", "SaPPPOn"), (TEL, "AT", "tel", "SaTel"),
+    (CHAP, "AT", "chap", "SaSecret"), (OPTIONS, "AT", "ttyS0", "SaOption"),
+])
+def test_files_that_cannot_be_written(saved, path, init, temporary, action):
+    saved.change(RECORD, InitStr=init)
+    saved.block(f"/etc/ppp/{temporary}.tmp")
+    assert path not in save(saved, told(12, action)).changed
 
 
 NEW, SET = "#Serial\njoe\tppp0\tpw\n", "joe\t\tppp0\tpw\n"

@@ -3,7 +3,7 @@
 import html
 import os
 import re
-import subprocess
+import signal
 
 import pytest
 
@@ -11,7 +11,7 @@ from appliance import FILTER as CONF
 from appliance import HAS_ADDRESS, IS_MODEM, IS_PPPOE, LINK_UP, PROJECT, RECORD, WAN, told
 
 SERVICES = "/etc/rc.d/rc.service"
-LOG, PID = "/usr/local/squid/logs/access.log", "/usr/local/squid/logs/squid.pid"
+LOG = "/usr/local/squid/logs/access.log"
 FACTORY = (PROJECT / f"lab/factory{CONF}").read_text()
 
 
@@ -104,14 +104,12 @@ def test_the_redirect(saved, when, state, before, after):
     (1, "always", "checked", True), (0, "between", "checked", True), (0, "never", "checked", False),
     (2, "between", "checked", False), (1, "always", "unchecked", False), (1, "always", None, False),
 ])
-def test_the_filter_beside_a_dmz_host(saved, state, when, dmz, warned):
+def test_the_filter_beside_a_dmz_host(saved, proxy, state, when, dmz, warned):
     """The proxy is told to read its settings again, once."""
     saved.change(RECORD, DMZ=1)
     saved.write(CONF, settings(filter_state=str(state)))
-    with subprocess.Popen(["sleep", "5"]) as proxy:
-        saved.write(PID, f"{proxy.pid}\n")
-        result = save(saved, {"filter_when": when, "remove_js": "checked", **({"enable_dmz": dmz} if dmz else {})})
-    assert proxy.returncode == -1, "not ended by a hang-up"
+    result = save(saved, {"filter_when": when, "remove_js": "checked", **({"enable_dmz": dmz} if dmz else {})})
+    assert proxy.wait(10) == -signal.SIGHUP
     assert result.message == told(55 if warned else None)
 
 

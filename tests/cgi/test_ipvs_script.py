@@ -11,48 +11,35 @@ TABLE, RULES, COMPLAINTS = "/var/lib/practice/ipvs", "/var/lib/practice/rules", 
 OUTSIDE = "203.0.113.7"
 
 
-def server(key, host, **ports):
-    """The fields that publish a server."""
-    return {f"vs_{key}_enable": "checked", **octets(f"vs_{key}_", host),
-            **{f"vs_{key}_{field}": port for field, port in ports.items()}}
+def server(key, number, *published, **ports):
+    """The fields that publish a server, and the ports of its host that must then be reachable from outside."""
+    host = f"192.168.1.{number}"
+    fields = {f"vs_{key}_enable": "checked", **octets(f"vs_{key}_", host),
+              **{f"vs_{key}_{field}": port for field, port in ports.items()}}
+    return fields, [(protocol, port, host) for protocol, port in published]
 
 
-def user(number):
-    host, port = f"192.168.1.2{number}", f"700{number}"
-    return server(f"ud{number}", host, portno=port), [("tcp", port, host), ("udp", port, host)]
+SERVERS = [
+    server("web", 10, ("tcp", "80"), portno="80"),
+    server("pop3", 11, ("tcp", "110"), ("udp", "110"), portno="110"),
+    server("smtp", 12, ("tcp", "25"), portno="25"),
+    server("ftp", 13, ("tcp", "21"), ("tcp", "20"), portno_ctrl="21", portno_data="20"),
+    *(server(f"ud{n}", 20 + n, ("tcp", f"700{n}"), ("udp", f"700{n}"), portno=f"700{n}") for n in range(1, 6))]
+WEB = SERVERS[0]
+HTTPS = {"vs_https_enable": "checked"}, [("tcp", "443", "192.168.1.10")]  # lives with the web server
 
 
-# What is entered, and which ports of which host must then be reachable from outside.
-SERVERS = {
-    "web": (server("web", "192.168.1.10", portno="80"), [("tcp", "80", "192.168.1.10")]),
-    "pop3": (server("pop3", "192.168.1.11", portno="110"),
-             [("tcp", "110", "192.168.1.11"), ("udp", "110", "192.168.1.11")]),
-    "smtp": (server("smtp", "192.168.1.12", portno="25"), [("tcp", "25", "192.168.1.12")]),
-    "ftp": (server("ftp", "192.168.1.13", portno_ctrl="21", portno_data="20"),
-            [("tcp", "21", "192.168.1.13"), ("tcp", "20", "192.168.1.13")]),
-    "https": ({"vs_https_enable": "checked"}, []),  # lives with the web server
-    **{f"user-defined {n}": user(n) for n in range(1, 6)},
-}
-HTTPS = ("tcp", "443", "192.168.1.10")
-
-
-def everything():
+def together(*servers):
     fields, ports = {}, []
-    for form, published in SERVERS.values():
-        fields |= form
-        ports += published or [HTTPS]
+    for more, published in servers:
+        fields |= more
+        ports += published
     return fields, ports
 
 
-CASES = {
-    **{name: (form, published, False) for name, (form, published) in SERVERS.items()},
-    "web and https": (SERVERS["web"][0] | SERVERS["https"][0], [*SERVERS["web"][1], HTTPS], False),
-    "nothing": ({}, [], False),
-    "dmz": ({}, [], True),
-    "everything": (*everything(), False),
-    "everything and dmz": (*everything(), True),
-}
-
+ALL = together(*SERVERS[:4], HTTPS, *SERVERS[4:])
+CASES = [*((*each, False) for each in (*SERVERS, (HTTPS[0], []), together(WEB, HTTPS), ({}, []), ALL)),
+         ({}, [], True), (*ALL, True)]
 MAKE, CLEAR = "chmod +x /etc/rc.d/rc.ipvs > /dev/null", "/sbin/ipvsadm -C > /dev/null"
 
 
@@ -93,7 +80,7 @@ def table(ports, dmz):
 
 
 @pytest.mark.parametrize("runs", (1, 2))
-@pytest.mark.parametrize("form, ports, dmz", CASES.values(), ids=CASES.keys())
+@pytest.mark.parametrize("form, ports, dmz", CASES)
 def test_tables(connected, form, ports, dmz, runs):
     prepare(connected, 1, dmz, runs)
     result = save(connected, form)
@@ -122,7 +109,7 @@ def test_applied_by_method(connected, method, pid, address, commands):
     connected.answer("pidof -x adsl-connect", pid)
     for interface in "eth0", "ppp0":
         connected.answer(f"ifconfig {interface}", address and f"  inet addr:{address}  Mask:255.255.255.0\n")
-    result = save(connected, SERVERS["web"][0])
+    result = save(connected, WEB[0])
     assert result.commands == [MAKE, *commands]
     run = commands == [CLEAR] or commands[-1].startswith("/etc/ppp/ip-up")
     assert (f"-t {OUTSIDE}:1" not in connected.read(TABLE)) == run

@@ -65,12 +65,6 @@ def test_refused(account, field, value, number):
     assert save(account, **form).message == ("No %s." if field[0] == "d" else f"No {RECORD}.")
 
 
-def test_an_unreadable_record(appliance):
-    appliance.block(RECORD)
-    for result in appliance.view("sp_int.htm"), appliance.view("sp_base.htm"), save(appliance):
-        assert result.message == told(13, RECORD) and not result.changed
-
-
 @pytest.mark.parametrize("values, expected", [
     ({}, {**ACCOUNT, "nat_serspeed_list": "115200", "nat_modem_list": "_Standard Modem", "nat_init_string": "AT&F",
           "nat_dial_type_radio": "tone", **octets("dns1_ip_", "192.0.2.53"), **octets("dns2_ip_", "198.51.100.53"),
@@ -80,6 +74,9 @@ def test_an_unreadable_record(appliance):
     ({"DialType": "2", "DynamicIP": "7", "IP": "", "BaudRate": "9600", "Idle": "0"},
      {"nat_dial_type_radio": "perm", "nat_isp_ip_radio": "dynamic", "nat_serspeed_list": "9600", "nat_idle_time": "0",
       **octets("nat_isp_ip0", "...")}),
+    ({"User": "joe\r", "Idle": "", "BaudRate": "x", "IP": "123.123.123.1234", "Phone1": "1" * 70},
+     {"nat_ac_name": "joe\r", "nat_idle_time": "0", "nat_serspeed_list": "0", "nat_tel01": "1" * 59,
+      **octets("nat_isp_ip0", "123.123.123.123")}),
     ({"DialType": "3"}, {"nat_dial_type_radio": ""}), ({"DialType": "-1"}, {"nat_dial_type_radio": ""}),
 ])
 def test_overview(account, values, expected):
@@ -115,16 +112,19 @@ def test_status(appliance, pid, interface, diald, log, expected):
     assert result.commands == [IS_PPP, ADDRESS][:1 + (expected[0] == UP)] and not result.changed
 
 
-@pytest.mark.parametrize("logs, text", [
-    (("one\n", "nought\n", "pppd\n"), "one\nnought\npppd\n"), ((None, None, "p" * 9000), "p" * 7999),
-    (("1" * 3000, "0" * 4000, "p" * 1000), "1" * 3000 + "0" * 4000 + "p" * 999),
-    (("1" * 9000, "0", "p"), "1" * 7999), (("on\0e", None, None), "on"),
-    (('"""""""""\n' * 900, None, None), '"""""""""\n' * 670),  # the room of a page, in whole lines
+@pytest.mark.parametrize("logs, text, pppoe", [
+    (("one\n", "nought\n", "pppd\n"), "one\nnought\npppd\n", "pppd\n"),
+    ((None, None, "p" * 9000), "p" * 7999, "p" * 7999), ((None, None, "on\0e"), "on", "on"),
+    (("1" * 3000, "0" * 4000, "p" * 1000), "1" * 3000 + "0" * 4000 + "p" * 999, "p" * 1000),
+    (("1" * 9000, "0", None), "1" * 7999, ""),
+    ((None, None, '"""""""""\n' * 900), *['"""""""""\n' * 670] * 2),  # the room of a page, in whole lines
 ])
-def test_log(appliance, logs, text):
+def test_log(appliance, logs, text, pppoe):
+    """The PPPoE page shows the one of pppd alone."""
     for path, log in zip(LOGS, logs):
         appliance.write(path, log)
     assert appliance.view("sp_status.htm").shown["nat_log_text"] == text
+    assert appliance.view("ppp_status.htm").shown["ppp_wan_log"] == pppoe
 
 
 START, DIAL, HANGUP = (f"/etc/ppp/dial {each} > /dev/null" for each in ("start", "up", "down"))

@@ -1,20 +1,25 @@
 """The overview page: every setting as it is on disk."""
 
+import re
+
 import pytest
 
 from appliance import FILTER, RECORD, SETTINGS, WAN, told
+from test_vs import PORTS as VS_PORTS
+from test_vs import SERVERS
 
 SWITCHES = {
     "enable_web_access": "SrvWeb", "enable_sp_apps": "SAP", "enable_email": "SrvEMail", "enable_ftp": "SrvFTP",
-    "enable_telnet": "SrvTelNet", "enable_dmz": "DMZ", "vs_web_enable": "Web", "vs_pop3_enable": "Pop3",
-    "vs_smtp_enable": "Smtp", "vs_ftp_enable": "Ftp", "vs_https_enable": "Https",
-    **{f"vs_ud{i}_enable": f"VS_UD{i}" for i in range(1, 6)},
-}
-PORTS = {"vs_web_portno": "WebPort", "vs_pop3_portno": "Pop3Port", "vs_smtp_portno": "SmtpPort",
-         "vs_ftp_portno_ctrl": "FtpCtlPort", "vs_ftp_portno_data": "FtpDataPort",
-         **{f"vs_ud{i}_portno": f"UD{i}_Port" for i in range(1, 6)}}
-HOSTS = {"vs_web": "WebIP", "vs_pop3": "Pop3IP", "vs_smtp": "SmtpIP", "vs_ftp": "FtpIP", "dmz_ip": "DMZ_IP",
-         **{f"vs_ud{i}": f"UD{i}_IP" for i in range(1, 6)}}
+    "enable_telnet": "SrvTelNet", "enable_dmz": "DMZ", "vs_https_enable": "Https",
+    **{f"{prefix}_enable": switch for prefix, (switch, *_) in SERVERS.items()}}
+PORTS = {**VS_PORTS, "vs_ftp_portno_data": "FtpDataPort"}
+HOSTS = {"dmz_ip": "DMZ_IP", **{prefix: host for prefix, (_, host, *_) in SERVERS.items()}}
+NEW_RECORD = (
+    "Method=0\nBaudRate=115200\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\nPassword=\nSecurity=0\nIdle=2\n"
+    "DynamicIP=1\nIP=10.0.0.1\nPhone1=\nPhone2=\nPhone3=\nRetry=3\nSrvWeb=1\nSAP=1\nSrvEMail=1\nSrvFTP=1\nSrvTelNet=1\n"
+    "Web=0\nWebIP=\nWebPort=80\nPop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\nSmtpPort=25\nFtp=0\nFtpIP=\n"
+    "FtpDataPort=20\nFtpCtlPort=21\nHttps=0\nVPN=0\nVPN_IP=\nVPN_IPSEC=500\nVPN_PPTP=1723\n"
+    + "".join(f"VS_UD{n}=0\nUD{n}_Name=\nUD{n}_IP=\nUD{n}_Port=0\n" for n in range(1, 6)) + "DMZ=0\nDMZ_IP=\n")
 FILTER_SWITCHES = {"remove_java": "block_applet", "remove_js": "block_script", "remove_ax": "block_activex",
                    "remove_cookies": "block_cookies", "enable_filter_log": "enable_log"}
 
@@ -43,10 +48,22 @@ def test_ports_and_hosts(appliance):
     assert {key: ".".join(shown[f"{key}_{i}"] for i in range(1, 5)) for key in HOSTS} == hosts
 
 
+def test_the_record(appliance):
+    """A view makes a missing one. A save writes all its lines anew, also those that were missing."""
+    assert appliance.view("nat_base.htm").changed == {RECORD: NEW_RECORD} and appliance.mode(RECORD) == 0o600
+    saved = re.sub("VPN.*\n", "", NEW_RECORD).replace("Retry", "DNS=192.0.2.53\nRetry").replace("DMZ=0", "DMZ=1")
+    for record, address in (NEW_RECORD, "IP=10.0.0.1\n"), ("\n", "IP=\n"):
+        appliance.write(RECORD, record)
+        appliance.save("nat_conn.htm", enable_dmz="checked")
+        assert appliance.read(RECORD) == saved.replace("IP=10.0.0.1\n", address)
+
+
 @pytest.mark.parametrize("record, expected", [
     ("Method=0\n", {"access_method": "Serial Port"}), ("Method=1\n", {"access_method": "WAN Port - Direct Connection"}),
     ("Method=2\n", {"access_method": "WAN Port - PPPoE"}), ("Method=9\n", {"access_method": "Serial Port"}),
     ("WebIP=192.168.1\n", {"vs_web_3": "1", "vs_web_4": ""}), ("", {"vs_web_1": "", "vs_pop3_portno": "110"}),
+    # a key is found by its beginning
+    ("WebIP=1.2.3.4\nWeb=0\n", {"vs_web_enable": "checked"}),
     # a name that fills its field runs on into the address behind it
     ("UD1_Name=fifteen-letters\nUD1_IP=1.2.3.4\nUD2_Name=Game, 1\n",
      {"vs_ud1_name": "fifteen-letters1.2.3.4", "vs_ud2_name": "Game, 1"}),
@@ -73,19 +90,24 @@ def test_the_filter_schedule(appliance, settings, expected):
     assert list(map(show(appliance).get, keys)) == expected
 
 
-def test_the_appliance_settings(appliance):
-    keys = ("enable_ac", "dns_name", "internet_access")
-    appliance.write(SETTINGS, "acc_en=1x\ndns_server2=192.0.2.1234567890\r\ndns_server1=1.1.1.1\n")
-    appliance.write(WAN, "nat_enable=yes\n")
-    assert list(map(show(appliance).get, keys)) == ["checked", "192.0.2.1234567", "checked"]
-    appliance.write(SETTINGS, None)
-    appliance.write(WAN, None)
-    assert list(map(show(appliance).get, keys)) == ["unchecked", "", "unchecked"]
+@pytest.mark.parametrize("settings, wan, shown, servers", [
+    ("acc_en=1x\ndns_server2=192.0.2.1234567890\r\ndns_server1=1.1.1.1\n", "nat_enable=yes\n",
+     ["checked", "192.0.2.1234567", "checked"], "192.0.2.1234567<BR>1.1.1.1"),
+    ("[network]\ndns_server1=1.1.1.1\r\ndns_server2=2.2.2.2\ndns_server3=3.3.3.3\n", "nat_enable=no\n",
+     ["unchecked", "1.1.1.1", "unchecked"], "1.1.1.1<BR>2.2.2.2"),
+    ("dns_server4=4\n dns_server1=1\ndns_server1=\ndns_server2=2\n", "", ["unchecked", "", "unchecked"], "<BR>2"),
+    (None, None, ["unchecked", "", "unchecked"], ""),
+])
+def test_the_appliance_settings(appliance, settings, wan, shown, servers):
+    appliance.write(SETTINGS, settings)
+    appliance.write(WAN, wan)
+    assert list(map(show(appliance).get, ("enable_ac", "dns_name", "internet_access"))) == shown
+    assert appliance.view("sp_status.htm").shown["wan_dns"] == servers
 
 
-@pytest.mark.parametrize("blocked, message", [([FILTER], told(41)), ([RECORD, FILTER], told(13, RECORD)), ([], "")])
-def test_only_the_first_failure_is_shown(appliance, blocked, message):
-    for path in blocked:
-        appliance.block(path)
-    result = appliance.view("nat_base.htm")
-    assert (result.shown["dns_name"], result.message) == ("192.0.2.53", message)
+def test_only_the_first_failure_is_shown(appliance):
+    for path, message in (None, ""), (FILTER, told(41)), (RECORD, told(13, RECORD)):
+        if path:
+            appliance.block(path)
+        result = appliance.view("nat_base.htm")
+        assert (result.shown["dns_name"], result.message) == ("192.0.2.53", message)

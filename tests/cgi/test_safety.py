@@ -25,8 +25,24 @@ def test_a_full_disk_leaves_every_file_whole(saved, limit):
     wanted = save(saved, **ON, enable_ac="checked").changed
     for path, content in result.changed.items():
         assert content == wanted[path], path
-    assert (RECORD in result.changed) == (limit == 900)
+    assert result.changed.keys() & {RECORD, WAN} == ({RECORD, WAN} if limit == 900 else set())
     assert result.message == ("" if limit == 900 else told(64, "/etc/ppp/nat_ppp.tmp"))
+
+
+@pytest.mark.parametrize("path, viewed, posted, message", [
+    (RECORD, "nat_vs sp_base sp_int sp_port", "nat_vs sp_int sp_port", told(13, RECORD)),
+    ("/etc/ppp/nat_ppp.tmp", "", "nat_vs", told(14, "/etc/ppp/nat_ppp.tmp")), ("/tmp/ifcfg", "nat_vs", "", told(43)),
+])
+def test_a_file_out_of_reach_is_named(saved, path, viewed, posted, message):
+    """And nothing is stored or made from it."""
+    saved.change(RECORD, Method=2)
+    saved.change(WAN, nat_enable="yes")
+    saved.block(path)
+    results = {page: saved.view(f"{page}.htm") for page in viewed.split()}
+    for page in posted.split():
+        results[page] = saved.post({"this_file": f"{page}.htm", "todo": "save", "vs_web_enable": "checked"})
+        assert not results[page].changed and not any("rc.ipvs" in command for command in results[page].commands)
+    assert {page: result.message for page, result in results.items()} == dict.fromkeys(results, message)
 
 
 @pytest.mark.parametrize("path", ["/tmp/setstr.tmp", "/tmp/pid", "/tmp/t", "/tmp/ppp.tmp", "/tmp/dyna", "/www/pid",

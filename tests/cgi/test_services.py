@@ -1,13 +1,12 @@
 """The services page: what a save writes, runs and refuses."""
 
-import subprocess
-
 import pytest
 
 from appliance import (FILTER, HAS_ADDRESS, IFCFG, IP_UP, IS_MODEM, IS_PPP, IS_PPPOE, LINK_UP, NETWORK, RECORD,
                        SET_MODULE, SETTINGS, SQUID, WAN, octets, told)
 
 SERVICES, AC, FIREWALL = "/etc/rc.d/rc.service", "/etc/rc.d/rc.ac_ctrl", "/etc/rc.d/rc.firewall"
+CLOSED = "/etc/rc.d/dis_rc.firewall"
 DIRECT, PPPOE, SERIAL = "WAN Port - Direct Connection", "WAN Port - PPPoE", "Serial Port"
 
 LINK = [IS_PPP, "/sbin/ifconfig eth0 > /tmp/eth.tmp 2> /tmp/eth.tmp"]
@@ -35,12 +34,14 @@ def refused(result, number):
     (PPPOE, 2, ["/usr/sbin/adsl-start > /dev/null"], "ppp0", "none"),
 ])
 def test_switching_on(saved, method, number, starts, interface, protocol):
+    kernel = "#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward{}\nnet.ipv4.ip_forward_x=0"
+    saved.write("/etc/sysctl.conf", kernel.format(" \t= 0 # x"))
     result = save(saved, internet_access="checked", access_method=method, enable_dmz="checked")
     assert result.commands == [*SWITCH_ON, *starts, MAKE_SERVERS, IS_DIRECT if method == DIRECT else IS_PPPOE]
     assert saved.keys(RECORD)["Method"] == str(number)
     wan = saved.keys(WAN)
     assert (wan["nat_enable"], wan["nat_interface"], wan["connect_method"]) == ("yes", interface, str(number))
-    assert "net.ipv4.ip_forward=1\n" in saved.read("/etc/sysctl.conf")
+    assert saved.read("/etc/sysctl.conf") == kernel.format("=1")
     assert (saved.mode(RECORD), saved.mode("/etc/resolv.conf")) == (0o600, 0o644)
     assert (result.page, result.shown["internet_access"]) == ("nat_base.htm", "checked")
     assert saved.read(IFCFG) == f"DEVICE=eth0\nONBOOT=no\nBOOTPROTO={protocol}\n"
@@ -72,10 +73,8 @@ def test_a_running_diald_is_left_alone(saved):
     ({"pidof diald": "7\n", "pidof -x adsl-connect": "x1\n", "ifconfig eth0": "inet addr:0.0.0.0\n"},
      ["", STOP_PPPOE, ""]),
 ])
-def test_switching_off_takes_every_link_and_the_proxy_down(saved, request, answers, stops):
+def test_switching_off_takes_every_link_and_the_proxy_down(saved, proxy, answers, stops):
     """The direct link too, although sharing is off already when its interface is asked."""
-    proxy = subprocess.Popen(["sleep", "60"])
-    request.addfinalizer(proxy.kill)
     saved.write("/usr/local/squid/etc/squid.conf", "# pid_filename /none\npid_filename   /var/run/s.pid \n")
     saved.write("/var/run/s.pid", f"{proxy.pid}\n")
     saved.change(RECORD, Method=1)
@@ -138,14 +137,27 @@ def test_what_sharing_needs(saved):
     refused(save(saved, internet_access="checked"), 44)
 
 
-@pytest.mark.parametrize("value, before, after", [("checked", 0, 1), ("on", 1, 0), ("unchecked", 1, 0)])
+HEAD, LONG = "[ACC_CTRL]\n", "x" * 300
+
+
+@pytest.mark.parametrize("value, before, after", [
+    ("on", f"{HEAD}acc_en=1\n", f"{HEAD}acc_en=0\n"),
+    ("unchecked", f"acc_en=1\n[t]\nacc_en=1\n{HEAD}a=1\n[u]", f"acc_en=1\n[t]\nacc_en=1\n{HEAD}a=1\nacc_en=0\n[u]"),
+    ("checked", "", f"{HEAD}acc_en=1\n"), ("checked", "[t]\nacc_en=0", f"[t]\nacc_en=0\n{HEAD}acc_en=1\n"),
+    ("checked", f"{HEAD}acc_en=0\nacc_en=2\n{HEAD}acc_en=4", f"{HEAD}acc_en=1\nacc_en=2\n{HEAD}acc_en=4"),
+    *(("checked", f"{head}\na=1\n", f"{head}\na=1\n{HEAD}acc_en=1\n")
+      for head in ("[acc_ctrl]", " [ACC_CTRL]", "[ACC_CTRL] ", "[ACC_CTRLS]")),
+    *(("checked", f"[ACC_CTRL]\r\n{line}\n", f"[ACC_CTRL]\r\n{line}\nacc_en=1\n")
+      for line in ("acc_enable=2", "acc_en =2", f"{LONG}acc_en=0")),
+])
 def test_access_control(saved, value, before, after):
-    settings = saved.change(SETTINGS, acc_en=before)
-    saved.write(AC, "#!/bin/sh\nacc_en=maybe\nG0=\"\n\"\n")
+    """Switched in its section of the settings, and in every line of the script that says so."""
+    script = f"#!/bin/sh\nacc_en={{0}}\n acc_en=no\nacc_enable=no\nG0=\"\n\"\n{LONG}acc_en=\nacc_en={{0}}\n"
+    saved.write(SETTINGS, before)
+    saved.write(AC, script.format("maybe"))
     result = save(saved, enable_ac=value)
-    assert result.changed[SETTINGS] == settings.replace(f"acc_en={before}", f"acc_en={after}")
-    assert result.changed[AC] == f"#!/bin/sh\nacc_en={'yes' if after else 'no'}\nG0=\"\n\"\n"
-    assert saved.mode(AC) == 0o755
+    assert (result.changed[SETTINGS], saved.mode(AC)) == (after, 0o755)
+    assert result.changed[AC] == script.format("yes" if value == "checked" else "no")
 
 
 @pytest.mark.parametrize("fields, numbers", [
@@ -176,27 +188,24 @@ def test_a_service_section_and_its_module(saved):
         SET_MODULE % ("ip_masq_ftp", "f")]
 
 
+NO_SAP, NO_WEB, NO_FTP = ({f"enable_{name}": "unchecked"} for name in ("sp_apps", "web_access", "ftp"))
+
+
 @pytest.mark.parametrize("fields, before, after", [
-    ({"enable_sp_apps": "unchecked"}, " /etc/rc.d/rc.firewall $1\n", "#/etc/rc.d/rc.firewall $1\n"
-                                                                    " /etc/rc.d/dis_rc.firewall $1\n"),
-    ({"enable_web_access": "unchecked"}, "#/etc/rc.d/rc.firewall $1\n", "#/etc/rc.d/rc.firewall $1\n"
-                                                                       " /etc/rc.d/dis_rc.firewall $1\n"),
-    ({"enable_ftp": "unchecked"}, "#/etc/rc.d/rc.firewall\n /etc/rc.d/dis_rc.firewall",
-     " /etc/rc.d/rc.firewall\n#/etc/rc.d/dis_rc.firewall"),
-    ({"enable_ftp": "unchecked"}, "sh /etc/rc.d/rc.firewall\nsh /etc/rc.d/dis_rc.firewall\n",
-     "sh /etc/rc.d/rc.firewall\n#sh /etc/rc.d/dis_rc.firewall\n"),
-    ({"enable_sp_apps": "unchecked"}, "sh /etc/rc.d/rc.firewall", "#sh /etc/rc.d/rc.firewall\n"
-                                                                 " /etc/rc.d/dis_rc.firewall $1\n"),
+    (NO_SAP, f" {FIREWALL} $1\n", f"#{FIREWALL} $1\n {CLOSED} $1\n"),
+    (NO_WEB, f"#{FIREWALL} $1\n", f"#{FIREWALL} $1\n {CLOSED} $1\n"),
+    (NO_FTP, f"#{FIREWALL}\n {CLOSED}", f" {FIREWALL}\n#{CLOSED}"),
+    (NO_FTP, f"sh {FIREWALL}\nsh {CLOSED}\n", f"sh {FIREWALL}\n#sh {CLOSED}\n"),
+    (NO_SAP, f"sh {FIREWALL}", f"#sh {FIREWALL}\n {CLOSED} $1\n"),
 ])
 def test_special_applications_need_both_switches(saved, fields, before, after):
     saved.write(FIREWALL, "ipchains -F\n#@VPN\n modprobe vpn\n ipchains -A\n echo\n\n ipchains -X\n")
     saved.write(IP_UP, before)
     result = save(saved, **fields)
     assert (result.changed[IP_UP], saved.mode(IP_UP)) == (after, 0o755)
-    if "enable_ftp" not in fields:
-        off = "/etc/rc.d/dis_rc.firewall"
-        assert saved.read(off) == "ipchains -F\n#@VPN\n#modprobe vpn\n#ipchains -A\n echo\n\n ipchains -X\n"
-        assert saved.mode(off) == 0o755
+    if fields != NO_FTP:
+        assert saved.read(CLOSED) == "ipchains -F\n#@VPN\n#modprobe vpn\n#ipchains -A\n echo\n\n ipchains -X\n"
+        assert saved.mode(CLOSED) == 0o755
 
 
 def test_a_live_link_gets_its_scripts_run_again(saved):

@@ -1,7 +1,6 @@
 """The pages of allowed and of banned sites: what they show, add, delete and import."""
 
 import signal
-import subprocess
 
 import pytest
 
@@ -81,12 +80,9 @@ def import_text(page, text):
     (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]), (b'"http://q.com">Q', ['q.com">Q']),
     (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]), (b"http://a\xffb http://c", ["a"]),
 ])
-def test_import(page, request, text, added):
+def test_import(page, proxy, text, added):
     _, appliance, path, *_ = page
     appliance.write(path, "# x\na.com b\nlast")
-    proxy = subprocess.Popen(["sleep", "60"])
-    request.addfinalizer(proxy.kill)
-    appliance.write("/usr/local/squid/logs/squid.pid", f"{proxy.pid}\n")
     result = import_text(page, text)
     assert result.changed == ({path: "# x\na.com b\nlast\n" + "".join(f"{site}\n" for site in added)} if added else {})
     assert result.message == told(40, len(added))

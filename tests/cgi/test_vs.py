@@ -14,6 +14,7 @@ SERVERS = {  # form prefix: keys in the record for switch, host and port, and ho
     "vs_ftp": ("Ftp", "FtpIP", "FtpCtlPort", 32, "ftp"),
     **{f"vs_ud{n}": (f"VS_UD{n}", f"UD{n}_IP", f"UD{n}_Port", 49, str(n)) for n in range(1, 6)},
 }
+PORTS = {f"{prefix}_portno" + "_ctrl" * (prefix == "vs_ftp"): port for prefix, (_, _, port, *_) in SERVERS.items()}
 LONG = "fifteen letters and more"
 
 
@@ -56,9 +57,9 @@ def test_external_address(appliance, method, wan_settings, asked, report, shown)
 
 
 @pytest.mark.parametrize("before, form, after", [
-    *(({}, {f"{prefix}_enable": "checked", **octets(f"{prefix}_", "192.168.1.10"),
-            prefix + ("_portno_ctrl" if prefix == "vs_ftp" else "_portno"): "8080"},
-       {switch: "1", host: "192.168.1.10", port: "8080"}) for prefix, (switch, host, port, *_) in SERVERS.items()),
+    *(({}, {f"{prefix}_enable": "checked", **octets(f"{prefix}_", "192.168.1.10"), field: "8080"},
+       {switch: "1", host: "192.168.1.10", port: "8080"})
+      for (prefix, (switch, host, *_)), (field, port) in zip(SERVERS.items(), PORTS.items())),
     # The fixed services are on for "checked" only, the others off for "unchecked" only.
     ({"Web": 1}, {"vs_web_enable": "on"}, {"Web": "0"}),
     ({"Smtp": 1}, {"vs_smtp_enable": ""}, {"Smtp": "0"}),
@@ -148,16 +149,3 @@ def test_ftp_server_beside_dmz_host(appliance, before, dmz, warned):
     result = save(appliance, {"vs_ftp_enable": "checked", "enable_dmz": dmz})
     assert result.message == (f"{told(56)}\n{told(57)}" if warned else "")
     assert appliance.keys(RECORD)["Ftp"] == "1"
-
-
-@pytest.mark.parametrize("blocked, viewed, message", [
-    (RECORD, True, told(13, RECORD)), (RECORD, False, told(13, RECORD)),
-    ("/etc/ppp/nat_ppp.tmp", False, told(14, "/etc/ppp/nat_ppp.tmp")), ("/tmp/ifcfg", True, told(43)),
-])
-def test_files_out_of_reach(appliance, blocked, viewed, message):
-    prepare(appliance, Method=2)
-    appliance.write(WAN, wan())
-    appliance.block(blocked)
-    result = appliance.view("nat_vs.htm") if viewed else save(appliance, {"vs_web_enable": "checked"})
-    assert (result.page, result.message) == ("nat_vs.htm", message)
-    assert SCRIPT not in result.changed and not any("rc.ipvs" in each for each in result.commands)

@@ -251,13 +251,6 @@ def test_pppoe_status(appliance, method, pid, link, expected):
     assert (result.commands, result.changed) == (asked[:3 if link else 0 if pid is None else 2], {})
 
 
-@pytest.mark.parametrize("log, length", [("CONNECT 10.112.112.112\n", 23), ("x" * 7999, 7999), ("x" * 9000, 7999),
-                                         ("up\0down", 2), (None, 0), ('"""""""""\n' * 900, 6700)])
-def test_pppoe_log(appliance, log, length):
-    appliance.write(LOG, log)
-    assert appliance.view("ppp_status.htm").shown["ppp_wan_log"] == (log or "")[:length]
-
-
 STOP = [IS_MODEM, IS_PPPOE, HAS_ADDRESS % "eth0"]
 UP_DIRECT = [*STOP, *NETWORK, *SQUID, "/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null",
              "echo 1 > /tmp/dyna"]

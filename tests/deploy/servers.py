@@ -8,30 +8,14 @@ import shutil
 import socket
 import ssl
 import subprocess
-import time
 
-from appliance import INSTALLED, PROJECT, Appliance
+from appliance import INSTALLED, PROJECT, Appliance, free_ports, until
 
 # The program is in a private root: an ordinary user may enter it in a namespace of its own.
 ENTER = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
 SECRET = "admin:secret"
 # Addresses of this test run alone: on another's, a port that was free can be taken before the server has it.
 OWN, OTHER = (f"127.{net}.{os.getpid() // 256 % 256}.{os.getpid() % 256}" for net in (77, 78))
-
-
-def until(condition):
-    end = time.monotonic() + 20
-    while not condition():
-        assert time.monotonic() < end
-        time.sleep(0.02)
-
-
-def free_ports(number):
-    sockets = [socket.create_server((OWN, 0)) for _ in range(number)]
-    ports = [each.getsockname()[1] for each in sockets]
-    for each in sockets:
-        each.close()
-    return ports
 
 
 def output(*command):
@@ -62,7 +46,7 @@ class Server:
         self.box.write("/www/nat.cgi", "")
         self.box.write("/www/Iniabcde.tmp", "scratch")
         self.hash = output("openssl", "passwd", "-6", "secret")
-        self.port, self.plain_port = free_ports(2)
+        self.port, self.plain_port = free_ports(OWN, 2)
         self.host = f"{OWN}:{self.port}"
         with open(folder / "errors", "w") as errors:
             self.process = subprocess.Popen(self.command(), stdin=subprocess.DEVNULL, stderr=errors,

@@ -11,7 +11,8 @@ from pathlib import Path
 
 import pytest
 
-from servers import OTHER, OWN, SECRET, Busybox, Lighttpd, login, until
+from appliance import until
+from servers import OTHER, OWN, SECRET, Busybox, Lighttpd, login
 
 LIST = "/usr/local/squid/etc/deny.list"
 ACT = "this_file=sites_ban.htm&todo=del_all&next_file=sites_ban.htm"  # empties the list

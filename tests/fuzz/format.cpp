@@ -2,18 +2,16 @@
 #include "framework/format.h"
 #include "framework/quote.h"
 #include "framework/text.h"
+#include "fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
-    const std::string_view text(data, size);
+void check(std::string_view input) {
     std::string escaped;
-    for (const char c : text) escaped += std::string(c == '%' ? 2 : 1, c);
-    if (format_text(escaped) != text || format_text("%s", text) != text) __builtin_trap();
-    if (format_text(escaped + "%d%u%s", text, -1L, text) !=
-        std::string(text) + std::string(text) + "4294967295" + std::string(text))
-        __builtin_trap();
+    for (const char c : input) escaped += std::string(c == '%' ? 2 : 1, c);
+    const std::string text(input);
+    expect(format_text(escaped) == text && format_text("%s", input) == text);
+    expect(format_text(escaped + "%d%u%s", input, -1L, input) == text + text + "4294967295" + text);
     Text<128> message;
-    copy_text(message, format_text(text, text, 5L, text));
-    if (shell_unquoted_text(shell_quoted_text(text)) != text) __builtin_trap();
-    if (is_harmless(text) && (shell_word(text) != text || shell_character(text))) __builtin_trap();
-    return 0;
+    copy_text(message, format_text(input, input, 5L, input));
+    expect(shell_unquoted_text(shell_quoted_text(input)) == text);
+    if (is_harmless(input)) expect(shell_word(input) == text && !shell_character(input));
 }

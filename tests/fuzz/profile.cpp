@@ -7,8 +7,7 @@
 
 #include "framework/files.h"
 #include "framework/profile.h"
-
-static void expect(bool holds) { holds ? void() : __builtin_trap(); }
+#include "fuzz.h"
 
 // The lines that a writer of the key must leave alone.
 static std::vector<std::string> foreign_lines(const std::string& file, const std::string& key) {
@@ -21,13 +20,13 @@ static std::vector<std::string> foreign_lines(const std::string& file, const std
     return lines;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
+void check(std::string_view input) {
     const std::string file = "/tmp/quillstead-fuzz-" + std::to_string(getpid());
-    std::string_view rest(data, std::min<std::size_t>(size, 4096));
+    std::string_view rest = input.substr(0, 4096);
     std::string key(take_word(rest, "\n").substr(0, 20)), value(take_word(rest, "\n"));
     std::erase_if(key, [](char c) { return c < 'A' || c > 'z' || c == '['; });
     std::erase_if(value, [](char c) { return c >= 0 && c <= ' '; });
-    if (key.empty()) return 0;
+    if (key.empty()) return;
     const std::string content(rest);
     std::vector<char> out(8192);
     expect(replace_file(file, content));
@@ -45,5 +44,4 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
     expect(RemoveEntries(file, std::array{std::string_view(key)}) == 0 &&
            AppendEntry(file, key) == 0);
     expect(AppendEntry(file, key) == kEntryExists && unlink(file.c_str()) == 0);
-    return 0;
 }

@@ -2,33 +2,16 @@
 
 import os
 import signal
-import socket
 import subprocess
-import time
 import urllib.parse
 import urllib.request
 from pathlib import Path
 
 import pytest
 
-from appliance import PROGRAM, PROJECT
+from appliance import PROGRAM, PROJECT, free_ports, until
 
 COMMAND = PROJECT / "lab/appliance.sh"
-
-
-def free_port():
-    with socket.socket() as listener:
-        listener.bind(("127.0.0.1", 0))
-        return listener.getsockname()[1]
-
-
-def until(condition, seconds=20):
-    """Waits for a condition and returns its value."""
-    end = time.monotonic() + seconds
-    while not (value := condition()) and time.monotonic() < end:
-        time.sleep(0.05)
-    assert value
-    return value
 
 
 class Practice:
@@ -64,7 +47,7 @@ class Practice:
 
 @pytest.fixture
 def practice(tmp_path):
-    appliance = Practice(tmp_path, free_port())
+    appliance = Practice(tmp_path, *free_ports("127.0.0.1", 1))
     yield appliance
     appliance.process.terminate()
     appliance.process.wait(20)

@@ -1,4 +1,4 @@
-// Reading in pieces, and replacing a file without a moment in which it is not whole.
+// Temporary files while they are there, and targets on another file system.
 #include "framework/files.h"
 
 #include <fcntl.h>
@@ -12,36 +12,6 @@ namespace {
 
 constexpr char kTarget[] = "/etc/target";
 constexpr char kTemporary[] = "/etc/target.new";
-
-// Runs `work` while no file can grow over `bytes`.
-void with_full_disk(rlim_t bytes, const std::function<void()>& work) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit = {bytes, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    work();
-    setrlimit(RLIMIT_FSIZE, &before);
-}
-
-TEST_F(Root, LinesComeInPieces) {
-    put_file(kTarget, "abcd\nab\n\nabcdefgh");
-    for (const auto& [limit, expected] : Pairs{{"99", "abcd\n|ab\n|\n|abcdefgh|"},
-                                               {"5", "abcd\n|ab\n|\n|abcde|fgh|"},
-                                               {"4", "abcd|\n|ab\n|\n|abcd|efgh|"}}) {
-        LineReader in(kTarget, std::stoul(limit));
-        std::string pieces;
-        while (in.next()) pieces += in.piece() + "|";
-        EXPECT_EQ(pieces, expected);
-        EXPECT_FALSE(in.failed());
-    }
-    EXPECT_EQ(read_first_line(kTarget, 3), "abc");
-    EXPECT_EQ(read_first_line(kTarget, 9), "abcd");
-    EXPECT_EQ(read_first_line("/etc/missing", 9), std::nullopt);
-    LineReader folder("/etc");
-    EXPECT_FALSE(folder.next());
-    EXPECT_TRUE(folder.failed());
-}
 
 TEST_F(Root, TemporaryFilesAreForRootAlone) {
     put_file("/etc/victim", "whole");
@@ -57,14 +27,17 @@ TEST_F(Root, TemporaryFilesAreForRootAlone) {
     EXPECT_EQ(content("/etc/victim"), "whole");
 }
 
-// Opened while it could still be seen: a file system other than the private root's.
-const int kSharedMemory = open("/dev/shm", O_RDONLY | O_DIRECTORY | O_CLOEXEC);  // NOLINT: C
+// A folder on a file system that is not the private root's, opened before that root is entered.
+int shared_memory = -1;  // NOLINT: set once, before main
+[[gnu::constructor(1000)]] void open_shared_memory() {
+    shared_memory = open("/dev/shm", O_RDONLY | O_DIRECTORY | O_CLOEXEC);  // NOLINT: C
+}
 
 TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     struct stat here {
     }, there{};
-    if (stat("/tmp", &here) != 0 || fstat(kSharedMemory, &there) != 0 ||
-        here.st_dev == there.st_dev || fchdir(kSharedMemory) != 0)
+    if (stat("/tmp", &here) != 0 || fstat(shared_memory, &there) != 0 ||
+        here.st_dev == there.st_dev || fchdir(shared_memory) != 0)
         GTEST_SKIP() << "there is only one file system";
     const std::string target = "quillstead-unit-" + std::to_string(getpid());
     put_file(target, "old", 0640);
@@ -72,7 +45,13 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
         Replacement out(target, "/tmp/far.tmp");
         out.write("new");
         ASSERT_TRUE(out.finish());
-        with_full_disk(1, [&] { EXPECT_EQ(out.install(), Replaced::not_written); });
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit before{};
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit full_disk = {1, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full_disk);
+        EXPECT_EQ(out.install(), Replaced::not_written);
+        setrlimit(RLIMIT_FSIZE, &before);
     }
     const std::string none = "(no file)(no file)";
     EXPECT_EQ(content(target), "old");
@@ -84,6 +63,7 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     EXPECT_EQ(mode_of(target), 0640U);
     EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
     unlink(target.c_str());
+    EXPECT_EQ(chdir("/www"), 0);
 }
 
 }  // namespace
