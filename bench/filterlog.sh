@@ -40,7 +40,7 @@ for records in 100 10000 1000000; do
     ((records < 1000000)) || truncate -s 1G "$log"
     ours=$(REQUEST_METHOD=GET QUERY_STRING=next_file=filterlog.htm measure "$folder/page" "$root" /nat.cgi)
     theirs=$(measure "$folder/out" / awk "$plain" "$log")
-    sed -n '/^<tbody>/,/^<\/tbody>/p' "$folder/page" | sed '/tbody>/d;/^$/d' | cmp - "$folder/out"
+    sed -n '/^<tbody/,/^<\/tbody>/p' "$folder/page" | sed '/tbody/d;/^$/d' | cmp - "$folder/out"
     # shellcheck disable=SC2086 # two words each
     printf '%9d %6d MB %9s ms %7s kB %9s ms %7s kB\n' "$records" "$(($(stat -c %s "$log") >> 20))" $ours $theirs
 done

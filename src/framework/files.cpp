@@ -105,7 +105,7 @@ std::optional<std::string> read_file(const std::string& path, std::size_t limit)
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return std::nullopt;
     std::string text;
-    std::array<char, 4096> block;
+    std::array<char, 32768> block;  // any template comes in one piece
     bool failed = false;
     while (text.size() < limit) {
         const ssize_t got = read(fd, block.data(), std::min(block.size(), limit - text.size()));

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -35,7 +36,8 @@ std::optional<std::string_view> find_by_prefix(std::string_view key, const Profi
     std::string_view rest = stream ? stream->content() : "";
     while (!rest.empty()) {
         std::string_view piece = take_piece(rest);
-        if (!piece.starts_with(key)) continue;
+        if (piece.size() < key.size() || std::memcmp(piece.data(), key.data(), key.size()) != 0)
+            continue;
         const std::size_t equals = piece.find('=');
         if (equals == std::string_view::npos || equals < key.size()) continue;
         if (piece.ends_with('\n')) piece.remove_suffix(1);
