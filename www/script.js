@@ -295,7 +295,9 @@ async function send(form, button) {
   all("form").forEach((each, index) => {
     if (!message || index !== at) all("[data-typed]", each).forEach((field) => (field.value = ""));
   });
-  say(message || (form.dataset.said ?? (settings().length && data.get("todo") === "save" ? "Saved." : "Done.")), message ? "" : "good");
+  const told = message || one(".message", main()).textContent.trim(); // the new content may have something to tell, too
+  const success = form.dataset.said ?? (data.get("todo") === "save" ? "Saved." : "Done.");
+  say(told || success, told ? "" : "good");
   showState();
 }
 

@@ -223,6 +223,10 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.equal(sent, 1);
     assert.match(box.file(RECORD), /^SrvFTP=0$/m);
     await page.unroute("**/nat.cgi");
+
+    await page.route("**/*next_file=nat_base.htm", (route) => route.abort());
+    await save("nat_conn");
+    assert.match(await message(), /could not be fetched/);
   });
 
   test("the status buttons, and the state in the head of every page", async () => {
