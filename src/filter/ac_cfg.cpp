@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "appliance/addresses.h"
+#include "base/files.h"
+#include "base/paths.h"
+#include "base/quote.h"
 #include "filter/ac_lists.h"
 #include "filter/ac_script.h"
-#include "framework/files.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
-#include "framework/quote.h"
-#include "wan/wan_conf.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "framework/format.h"
-#include "framework/profile.h"
-#include "framework/quote.h"
+#include "base/format.h"
+#include "base/quote.h"
+#include "base/words.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
+#include "appliance/links.h"
+#include "base/files.h"
+#include "base/paths.h"
 #include "filter/ac_lists.h"
-#include "framework/files.h"
-#include "framework/paths.h"
-#include "wan/wanport.h"
 
 namespace {
 

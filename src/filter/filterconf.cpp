@@ -1,21 +1,18 @@
 #include "filter/filterconf.h"
 
-#include <signal.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
 
-#include "framework/files.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "framework/text.h"
-#include "nat/process.h"
+#include "base/files.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "base/words.h"
+#include "framework/entries.h"
+#include "framework/settings.h"
 
 namespace {
-
-constexpr int kCannotSignal = -36;
 
 using Field = int FilterConf::*;
 
@@ -156,9 +153,4 @@ int set_filter_info(const FilterConf& record, bool write) {
         write_number(kState, record) && std::all_of(kMoments.begin(), kMoments.end(), moment) &&
         std::all_of(kSwitches.begin(), kSwitches.end(), on_off) && write_number(kListKind, record);
     return written ? 0 : kCannotOpen;
-}
-
-int ProcReconfigFilter() {
-    const int pid = SquidPid();
-    return pid < 2 || kill(pid, SIGHUP) != 0 ? kCannotSignal : 0;
 }

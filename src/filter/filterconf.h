@@ -37,7 +37,3 @@ int check_filter_info(const FilterConf& record);
 // Checks the record and, when `write` is set and it passes, writes it setting by setting; other
 // lines of the file stay. 0, what check_filter_info found, or -37 when a setting cannot be written.
 int set_filter_info(const FilterConf& record, bool write);
-
-// Makes the proxy read its settings again: a hang-up signal to the pid in its pid file. 0, or -36
-// when it does not run. (Action "RCFilter".)
-int ProcReconfigFilter();

@@ -3,15 +3,15 @@
 #include <optional>
 #include <string>
 
+#include "appliance/links.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/quote.h"
+#include "base/shell.h"
+#include "base/words.h"
 #include "filter/firewall_records.h"
-#include "framework/files.h"
-#include "framework/format.h"
-#include "framework/log.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "framework/quote.h"
-#include "framework/shell.h"
-#include "wan/wanport.h"
 
 namespace {
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/words.h"
+
 namespace {
 
 constexpr std::string_view kHeader = "#@";

@@ -4,12 +4,15 @@
 
 #include <new>
 
-#include "framework/escape.h"
-#include "framework/files.h"
-#include "framework/log.h"
+#include "base/escape.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/words.h"
+#include "framework/entries.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
+#include "framework/page_room.h"
+#include "framework/settings.h"
 
 namespace {
 

@@ -4,12 +4,13 @@
 
 #include <algorithm>
 
+#include "base/format.h"
+#include "base/log.h"
+#include "base/words.h"
 #include "filter/filterconf.h"
 #include "filter/web_redirect.h"
-#include "framework/format.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
-#include "framework/profile.h"
+#include "framework/settings.h"
 
 namespace {
 

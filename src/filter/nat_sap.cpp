@@ -9,14 +9,15 @@
 #include <utility>
 #include <vector>
 
+#include "base/escape.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/quote.h"
 #include "filter/firewall.h"
 #include "filter/firewall_records.h"
-#include "framework/escape.h"
-#include "framework/files.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
-#include "framework/quote.h"
+#include "framework/page_room.h"
 
 namespace {
 

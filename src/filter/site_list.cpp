@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <optional>
 
-#include "framework/files.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "framework/text.h"
+#include "base/files.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "framework/entries.h"
+#include "framework/settings.h"
 #include "framework/upload.h"
 
 namespace {

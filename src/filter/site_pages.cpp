@@ -8,10 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "base/escape.h"
+#include "base/log.h"
 #include "filter/site_list.h"
-#include "framework/escape.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
+#include "framework/page_room.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "filter/web_redirect.h"
 
+#include "appliance/links.h"
+#include "base/files.h"
+#include "base/paths.h"
 #include "filter/filterconf.h"
-#include "framework/files.h"
-#include "framework/paths.h"
-#include "wan/wanport.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <memory>
 
-#include "framework/text.h"
+#include "base/text.h"
 
 // The actions, in the order of their rows in ProcTab.
 enum Action : unsigned {

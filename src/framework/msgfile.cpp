@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "framework/files.h"
+#include "base/files.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include <span>
 
-#include "framework/format.h"
-#include "framework/text.h"
+#include "base/format.h"
+#include "base/text.h"
 
 inline constexpr char MsgFile[] = "cgi_err";
 inline constexpr char ListMsgFile[] = "listmsg";

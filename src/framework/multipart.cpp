@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "framework/text.h"
+#include "base/text.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 
+#include "base/text.h"
 #include "framework/action_queue.h"
 #include "framework/cgi-lib.h"
 #include "framework/parser.h"
-#include "framework/text.h"
 
 // The phases of a setter.
 enum Mode : int { kCheck = 0, kSet = 1 };

@@ -4,10 +4,10 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "framework/escape.h"
-#include "framework/files.h"
+#include "base/escape.h"
+#include "base/files.h"
+#include "base/log.h"
 #include "framework/html-lib.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
 
 int warn_no = 0;

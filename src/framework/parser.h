@@ -10,8 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/text.h"
 #include "framework/cgi-lib.h"
-#include "framework/text.h"
 
 // A finished page has at most one byte less than this.
 inline constexpr std::size_t kPageSize = 51200;

@@ -17,23 +17,10 @@
 #include <string>
 #include <string_view>
 
-#include "framework/text.h"
-
-// Results of the entry-list functions.
-inline constexpr int kCannotOpen = -37;  // the file, or its temporary file
-inline constexpr int kEntryExists = -38;
+#include "base/text.h"
 
 // Most characters that the key=value readers take of a line.
 inline constexpr std::size_t kProfileLine = 275;
-// Most characters of a line in a space-separated file.
-inline constexpr std::size_t kSettingLine = 8191;
-
-// The weekday names of the filter's schedule, Sunday first.
-inline constexpr std::array<std::string_view, 7> days = {
-    "Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
-
-// An address of the DNS server list: fifteen characters and the NUL.
-using DnsText = Text<16>;
 
 // An open key=value file: its content at the moment of opening.
 class Profile {
@@ -80,62 +67,3 @@ std::string ini_temporary();
 // dropped. A missing file is not created. Works through "/tmp/setstr.tmp". True when done.
 bool SetFileString(std::string_view key, std::optional<std::string_view> value,
                    const std::string& path);
-
-// ---- the DNS server list: keys dns_server1 to dns_server3 of the appliance settings file ----
-
-// The first server line's value, at most 15 characters; empty when there is none.
-void GetDNS(DnsText& out);
-// The first two servers for display, the second behind "<BR>".
-void GetWanDNS(std::span<char> out);
-// Server n: 2 and 3, any other n is server 1.
-void GetDNS_N(int n, DnsText& out);
-// Stores server n in section "network".
-void SaveDNS_N(int n, std::string_view value);
-
-// ---- space-separated files ----
-
-// The value of the first line whose first word is `key`: the rest of the line from its second word,
-// without trailing blanks. Returns the length copied; 0 when not found or not readable (`out` holds
-// the default), when the key has no value (`out` is empty) and when out has no room at all.
-int GetPrivateProfileString(const std::string& path, std::string_view key,
-                            std::string_view fallback, std::span<char> out);
-// Sets the value of every line with that key, or appends one; creates the file. 1 written, 0
-// failed.
-int WritePrivateProfileString(const std::string& path, std::string_view key,
-                              std::string_view value);
-int WriteProfileString(std::string_view key, std::string_view value);  // in the proxy's filter.conf
-int WritePrivateProfileInt(const std::string& path, std::string_view key, int value);
-int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag);
-// "Weekday a b"; weekday 0 (Sunday) to 6.
-int WritePrivateProfileDate(const std::string& path, std::string_view key, unsigned weekday, int a,
-                            int b);
-
-// ---- entry lists ----
-
-// Copies up to `maximum` entries (whole lines), beginning with entry `first` (from 0), into `out`,
-// each with its NUL, while they fit. Reads no further than it copies. Returns their number, or
-// kCannotOpen.
-int GetEntries(const std::string& path, int first, int maximum, std::span<char> out);
-// Appends an entry. 0, kEntryExists when it is the first word of some line, or kCannotOpen: the
-// list cannot be read or written; it is then as it was.
-int AppendEntry(const std::string& path, std::string_view entry);
-// Appends one after another the entries that are not there yet, each as AppendEntry does, in one
-// pass over the list; `appended` is their number. 0, or kCannotOpen, and none is appended.
-int AppendEntries(const std::string& path, std::span<const std::string_view> entries,
-                  std::size_t& appended);
-// Drops every line whose first word is one of the names, ignoring case, and every blank line.
-// 0 or kCannotOpen.
-int RemoveEntries(const std::string& path, std::span<const std::string_view> names);
-// Empties the list; a missing one stays missing. 0 or kCannotOpen.
-int RemoveAllEntries(const std::string& path);
-
-// ---- small readers ----
-
-// The text without trailing spaces, tabs, line feeds and carriage returns.
-std::string_view TrancateSpace(std::string_view text);
-// Takes the next word off the front of `rest`, words being separated by `separators`; empty: no
-// more.
-std::string_view take_word(std::string_view& rest, std::string_view separators = " \t\r\n");
-// A number as atoi (atol) reads it: leading blanks, a sign, digits; 0 when there are none.
-int to_int(std::string_view text);
-long to_long(std::string_view text);

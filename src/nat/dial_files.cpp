@@ -8,29 +8,19 @@
 #include <cstring>
 #include <string>
 
-#include "framework/files.h"
-#include "framework/format.h"
+#include "appliance/secrets.h"
+#include "appliance/writer_result.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/paths.h"
+#include "base/quote.h"
+#include "base/shell.h"
 #include "framework/html-lib.h"
-#include "framework/paths.h"
-#include "framework/quote.h"
-#include "framework/shell.h"
 
 namespace {
 
-enum Result : int { kDone = 0, kNoRecord = 1, kNotWritten = 2, kNotRenamed = 3 };
-
 constexpr char kLocalDefault[] = "10.0.0.1";
 constexpr char kRemote[] = "10.0.0.2";
-
-int result_of(Replaced replaced) {
-    if (replaced == Replaced::done) return kDone;
-    return replaced == Replaced::not_renamed ? kNotRenamed : kNotWritten;
-}
-
-int result_of(Rewritten rewritten) {
-    if (rewritten == Rewritten::done) return kDone;
-    return rewritten == Rewritten::not_renamed ? kNotRenamed : kNotWritten;
-}
 
 unsigned idle_seconds(const PPPConf& record) { return static_cast<unsigned>(record.Idle) * 60U; }
 
@@ -129,21 +119,6 @@ std::string with_timeout(std::string_view line, unsigned seconds) {
            std::string(line.substr(rest));
 }
 
-// Copies a secrets file with the secret behind its tag line; true when there was such a line.
-bool copy_secrets(LineReader& in, std::string_view tag_line, const std::string& secret,
-                  Replacement& out) {
-    bool found = false;
-    while (in.next()) {
-        out.write(in.piece());
-        if (!in.piece().starts_with(tag_line)) continue;
-        found = true;
-        out.end_line();
-        out.write_line(secret);
-        in.next();  // the old secret
-    }
-    return found;
-}
-
 }  // namespace
 
 int SaveDiald() {
@@ -178,30 +153,6 @@ int SaveSecret() {
     for (const char* file : {PapF, ChapF})
         run_command(format_text("chmod 0600 %s > /dev/null", file));
     return kDone;
-}
-
-int save_secret(const char* file, const char* tmpfile, const char* user, const char* password,
-                const char* tag) {
-    const std::string tag_line = format_text("#%s", tag);
-    const std::string name = pppd_word(user);
-    const std::string secret = pppd_word(password);
-    LineReader in(file);
-    if (!in.is_open() && errno != ENOENT) return kNotWritten;
-    Replacement out(file, tmpfile, kSecretMode);
-    if (!out.is_open()) return kNotWritten;
-    bool found = false;
-    if (!in.is_open()) {
-        out.write_line("#client\tserver\tsecret\tIP address");
-    } else {
-        found = copy_secrets(in, tag_line, format_text("%s\t\tppp0\t%s", name, secret), out);
-        if (in.failed()) return kNotWritten;
-    }
-    if (!found) {
-        out.end_line();
-        out.write_line(tag_line);
-        out.write_line(format_text("%s\tppp0\t%s", name, secret));
-    }
-    return result_of(out.install());
 }
 
 int SaveFilter() {

@@ -5,8 +5,8 @@
 // be renamed. A file that could not be written stays as it was.
 #pragma once
 
-#include "framework/text.h"
-#include "serial/ppp_conf.h"
+#include "appliance/ppp_conf.h"
+#include "base/text.h"
 
 // "/etc/diald.conf" (diald-control). Its old version must be there to be removed: else the request
 // ends with the fatal error page. (Action "SaDiald".)
@@ -32,11 +32,6 @@ int SaveFilter();
 
 // The record's DNS server as the first and only "nameserver" of "/etc/resolv.conf".
 int SaveDNS();
-
-// Puts a secret for `user` on interface ppp0 into a secrets file through `tmpfile`, both mode 0600:
-// in place of the line behind the line "#tag", else at the end. 0, 2 or 3.
-int save_secret(const char* file, const char* tmpfile, const char* user, const char* password,
-                const char* tag);
 
 // SavePPPConf, then SavePPPOn; the first result that is not 0.
 int SaveAllConf(const PPPConf& record, Message& message);

@@ -2,14 +2,14 @@
 
 #include <optional>
 
-#include "framework/files.h"
-#include "framework/format.h"
+#include "appliance/network_info.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/paths.h"
+#include "base/quote.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
-#include "framework/quote.h"
-#include "serial/ppp_conf.h"
-#include "wan/network_info.h"
 
 namespace {
 

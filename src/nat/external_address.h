@@ -1,8 +1,8 @@
 // The appliance's address on the internet side, as the pages show it.
 #pragma once
 
+#include "base/text.h"
 #include "framework/parser.h"
-#include "framework/text.h"
 
 using ExternalInterface = Text<16>;  // as long as the kernel lets a name be
 using ExternalAddress = Text<20>;

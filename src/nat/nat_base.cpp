@@ -4,13 +4,14 @@
 
 #include <string>
 
+#include "appliance/addresses.h"
+#include "appliance/dns_fields.h"
+#include "appliance/ppp_conf.h"
+#include "base/paths.h"
 #include "filter/filterconf.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
-#include "nat/address_fields.h"
-#include "serial/ppp_conf.h"
-#include "wan/dns_fields.h"
+#include "framework/settings.h"
 
 namespace {
 

@@ -6,16 +6,17 @@
 
 #include <optional>
 
+#include "appliance/addresses.h"
+#include "appliance/dns_fields.h"
+#include "appliance/links.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
 #include "filter/firewall.h"
-#include "framework/files.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
-#include "nat/address_fields.h"
 #include "nat/service_script.h"
-#include "serial/ppp_conf.h"
-#include "wan/wan_conf.h"
 
 namespace {
 

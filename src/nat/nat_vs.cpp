@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <string>
 
+#include "appliance/addresses.h"
+#include "appliance/ppp_conf.h"
+#include "base/words.h"
 #include "framework/msgfile.h"
-#include "framework/profile.h"
-#include "nat/address_fields.h"
 #include "nat/external_address.h"
-#include "serial/ppp_conf.h"
 
 namespace {
 

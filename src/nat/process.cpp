@@ -7,18 +7,21 @@
 #include <cstring>
 #include <string>
 
-#include "framework/files.h"
-#include "framework/format.h"
-#include "framework/log.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "framework/shell.h"
-#include "serial/ppp_conf.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/shell.h"
+#include "base/words.h"
+#include "framework/entries.h"
+#include "framework/settings.h"
 
 namespace {
 
 constexpr char kPidScratch[] = "pid";
 constexpr std::size_t kPidLine = 79;
+constexpr int kCannotSignal = -36;
 
 void log_errno(std::string_view format) { log_line(format, std::strerror(errno)); }
 
@@ -133,4 +136,9 @@ int RestartNet() {
         run_command(format_text("%s > /dev/null", program));
     sync();
     return 0;
+}
+
+int ProcReconfigFilter() {
+    const int pid = SquidPid();
+    return pid < 2 || kill(pid, SIGHUP) != 0 ? kCannotSignal : 0;
 }

@@ -1,7 +1,7 @@
 // Daemon control: starting and stopping diald and the filtering proxy, and IP forwarding.
 #pragma once
 
-#include "framework/text.h"
+#include "base/text.h"
 
 using PidText = Text<16>;
 
@@ -40,3 +40,7 @@ int SetIPV4(const char* value);
 // Sets IP forwarding as internet sharing is switched and reruns the appliance's network programs;
 // 0. (Action "RSNet".)
 int RestartNet();
+
+// Makes the proxy read its settings again: a hang-up signal to the pid in its pid file. 0, or -36
+// when it does not run. (Action "RCFilter".)
+int ProcReconfigFilter();

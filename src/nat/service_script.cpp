@@ -2,10 +2,10 @@
 
 #include <string>
 
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
 #include "filter/firewall.h"
-#include "framework/files.h"
-#include "framework/log.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
 
 namespace {

@@ -3,7 +3,7 @@
 // it is active, "#" when it is disabled.
 #pragma once
 
-#include "serial/ppp_conf.h"
+#include "appliance/ppp_conf.h"
 
 // Rewrites one section: every line gets the mark, and the first one is handed to act_module when
 // `act` is set. The script gets mode 0744. 0; also 0, without any change, when the section or the

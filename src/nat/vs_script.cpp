@@ -5,14 +5,14 @@
 
 #include <string>
 
-#include "framework/files.h"
-#include "framework/format.h"
-#include "framework/paths.h"
+#include "appliance/links.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/paths.h"
+#include "base/quote.h"
+#include "base/shell.h"
 #include "framework/profile.h"
-#include "framework/quote.h"
-#include "framework/shell.h"
-#include "serial/ppp_conf.h"
-#include "wan/wanport.h"
 
 namespace {
 

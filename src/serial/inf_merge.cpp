@@ -2,8 +2,10 @@
 #include <string>
 #include <unordered_map>
 
-#include "framework/files.h"
-#include "framework/log.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/log.h"
+#include "base/paths.h"
 #include "framework/profile.h"
 #include "serial/inf_parser.h"
 #include "serial/modem_list.h"

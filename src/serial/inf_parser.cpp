@@ -9,8 +9,10 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "framework/files.h"
-#include "framework/log.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/words.h"
 #include "framework/parser.h"
 #include "framework/profile.h"
 #include "framework/upload.h"

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/text.h"
+#include "base/text.h"
 
 struct InfModem {
     Text<80> Name;      // display name, and the section's name in the modem list

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "framework/log.h"
+#include "base/log.h"
 
 namespace {
 

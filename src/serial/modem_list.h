@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/files.h"
-#include "framework/paths.h"
-#include "serial/ppp_conf.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/paths.h"
 
 inline constexpr char InitKey[] = "InitString=";
 inline constexpr char InitKey0[] = "InitString";

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "nat/address_fields.h"
-#include "serial/ppp_conf.h"
-#include "wan/dns_fields.h"
+#include "appliance/addresses.h"
+#include "appliance/dns_fields.h"
+#include "appliance/ppp_conf.h"
 
 namespace {
 

@@ -5,13 +5,13 @@
 
 #include <string_view>
 
-#include "framework/log.h"
+#include "appliance/addresses.h"
+#include "appliance/dns_fields.h"
+#include "appliance/ppp_conf.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/words.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "nat/address_fields.h"
-#include "serial/ppp_conf.h"
-#include "wan/dns_fields.h"
 
 namespace {
 

@@ -6,16 +6,18 @@
 #include <new>
 #include <string>
 
-#include "framework/escape.h"
-#include "framework/files.h"
+#include "appliance/ppp_conf.h"
+#include "base/escape.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/words.h"
 #include "framework/html-lib.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
+#include "framework/page_room.h"
 #include "framework/profile.h"
 #include "serial/inf_parser.h"
 #include "serial/modem_list.h"
-#include "serial/ppp_conf.h"
 
 namespace {
 

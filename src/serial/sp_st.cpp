@@ -12,15 +12,16 @@
 #include <cstring>
 #include <string>
 
-#include "framework/escape.h"
-#include "framework/files.h"
-#include "framework/format.h"
-#include "framework/log.h"
-#include "framework/paths.h"
-#include "framework/shell.h"
+#include "appliance/dns_fields.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/shell.h"
+#include "base/words.h"
+#include "framework/page_room.h"
 #include "nat/process.h"
-#include "serial/ppp_conf.h"
-#include "wan/dns_fields.h"
 
 namespace {
 

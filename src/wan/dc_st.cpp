@@ -5,11 +5,11 @@
 #include <optional>
 #include <string>
 
-#include "framework/files.h"
-#include "framework/paths.h"
+#include "appliance/dns_fields.h"
+#include "appliance/network_info.h"
+#include "base/files.h"
+#include "base/paths.h"
 #include "framework/profile.h"
-#include "wan/dns_fields.h"
-#include "wan/network_info.h"
 #include "wan/wanport.h"
 
 namespace {

@@ -7,15 +7,16 @@
 #include <optional>
 #include <string>
 
-#include "framework/escape.h"
-#include "framework/files.h"
-#include "framework/log.h"
-#include "framework/paths.h"
+#include "appliance/dns_fields.h"
+#include "appliance/links.h"
+#include "appliance/network_info.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/shell.h"
+#include "framework/page_room.h"
 #include "framework/profile.h"
-#include "framework/shell.h"
-#include "serial/ppp_conf.h"
-#include "wan/dns_fields.h"
-#include "wan/network_info.h"
 #include "wan/wanport.h"
 
 namespace {

@@ -4,24 +4,19 @@
 
 #include <optional>
 
-#include "framework/files.h"
-#include "framework/format.h"
-#include "framework/log.h"
-#include "framework/paths.h"
+#include "appliance/addresses.h"
+#include "appliance/links.h"
+#include "appliance/secrets.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/quote.h"
+#include "base/words.h"
 #include "framework/profile.h"
-#include "framework/quote.h"
 #include "nat/dial_files.h"
 
 namespace {
-
-// A setting that becomes a word of a command; one that could not stand there counts as missing.
-template <std::size_t N>
-Text<N> command_word(std::string_view key, std::string_view fallback, const char* file) {
-    Text<N> value;
-    GetProfileString(key, fallback, value, stream_of(Profile::open(file)));
-    if (value.empty() || !is_harmless(value)) value = fallback;
-    return value;
-}
 
 void set_network(std::string_view key, std::string_view value) {
     SetProfileString("network", key, value, QSCfgF);
@@ -54,11 +49,6 @@ void extract_octets(std::string_view text, Octets& octets) {
 }
 
 }  // namespace
-
-void SaveAccessMethod(int method, int enable) {
-    SetFileString("nat_enable", enable ? "yes" : "no", NatConfF);
-    SetFileString("connect_method", std::to_string(method), NatConfF);
-}
 
 void SavePPPoeConf(const PPPoeConf& record) {
     std::string text;
@@ -176,21 +166,6 @@ int GetDirectConf(DirectConf* record) {
     return 0;
 }
 
-void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d) {
-    text = text.substr(0, text.find('\n'));
-    for (OctetText* octet : {&a, &b, &c, &d}) {
-        const std::size_t dot = text.find('.');
-        *octet = octet == &d ? text : text.substr(0, dot);
-        text.remove_prefix(dot == std::string_view::npos ? text.size() : dot + 1);
-    }
-}
-
-std::string join_octets(const Octets& octets) {
-    std::string text(octets[0]);
-    for (std::size_t i = 1; i < octets.size(); ++i) text.append(".").append(octets[i].view());
-    return text;
-}
-
 std::string with_colons(std::string_view hardware_address) {
     std::string text;
     hardware_address = hardware_address.substr(0, 12);
@@ -201,15 +176,4 @@ std::string with_colons(std::string_view hardware_address) {
 
 std::string interface_head(std::string_view interface, const char* protocol) {
     return format_text("DEVICE=%s\nONBOOT=no\nBOOTPROTO=%s\n", interface, protocol);
-}
-
-InterfaceText wan_interface() { return command_word<8>("nat_interface", "eth0", NatConfF); }
-
-InterfaceText lan_interface() { return command_word<8>("lan_interface", "eth1", QSCfgF); }
-
-Text<2> dynamic_setting() { return command_word<2>("dynamic", "0", QSCfgF); }
-
-void set_wan_if(int method) {
-    SetFileString("nat_interface", method == kPPPoE || method == kSerial ? "ppp0" : "eth0",
-                  NatConfF);
 }

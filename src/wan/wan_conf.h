@@ -5,11 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "framework/text.h"
-#include "serial/ppp_conf.h"
-
-using OctetText = Text<4>;  // as typed: up to three characters
-using Octets = std::array<OctetText, 4>;
+#include "appliance/addresses.h"
+#include "appliance/ppp_conf.h"
+#include "base/text.h"
 
 // The direct connection, as the appliance settings and the interface file hold it.
 struct DirectConf {
@@ -32,9 +30,6 @@ struct PPPoeConf {
     SettingText service;
 };
 
-// Writes "nat_enable" (nonzero: yes) and "connect_method" into the WAN settings file.
-void SaveAccessMethod(int method, int enable);
-
 // Rewrites the WAN settings file (its first three lines stay, every other line that is not PPPoE's
 // is lost; mode 0600), the secrets files and "/etc/ppp/pppoe.conf", which a shell script reads.
 void SavePPPoeConf(const PPPoeConf& record);
@@ -51,27 +46,9 @@ void SaveDirectConf(const DirectConf& record);
 int GetPPPoeConf(PPPoeConf* record);
 int GetDirectConf(DirectConf* record);
 
-// Splits a dotted address into octets of up to three characters.
-void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d);
-
-// The octets joined by ".", as they stand.
-std::string join_octets(const Octets& octets);
-
 // The first twelve characters of a hardware address as pairs joined by ":".
 std::string with_colons(std::string_view hardware_address);
 
 // The first lines of an interface file: device, no start at boot, and how the address is obtained
 // ("none" or "dhcp").
 std::string interface_head(std::string_view interface, const char* protocol);
-
-// The interfaces named in the settings files, defaults "eth0" and "eth1"; a name that could not
-// stand in a command counts as missing.
-using InterfaceText = Text<8>;
-InterfaceText wan_interface();
-InterfaceText lan_interface();
-
-// The first character of "dynamic" in the appliance settings file: 1 DHCP, 0 (the default) fixed.
-Text<2> dynamic_setting();
-
-// Writes "nat_interface" into the WAN settings file: "ppp0" for methods 2 and 3, else "eth0".
-void set_wan_if(int method);

@@ -6,12 +6,12 @@
 #include <optional>
 #include <string>
 
-#include "framework/files.h"
+#include "appliance/addresses.h"
+#include "appliance/dns_fields.h"
+#include "base/files.h"
+#include "base/paths.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
-#include "nat/address_fields.h"
-#include "wan/dns_fields.h"
 #include "wan/wan_conf.h"
 
 namespace {

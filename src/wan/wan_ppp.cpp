@@ -5,10 +5,12 @@
 
 #include <string>
 
+#include "appliance/addresses.h"
+#include "appliance/dns_fields.h"
+#include "appliance/ppp_conf.h"
+#include "base/paths.h"
+#include "base/words.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "wan/dns_fields.h"
 #include "wan/wan_conf.h"
 
 namespace {

@@ -5,43 +5,21 @@
 
 #include <string>
 
-#include "framework/files.h"
-#include "framework/format.h"
-#include "framework/paths.h"
-#include "framework/profile.h"
-#include "framework/shell.h"
+#include "appliance/links.h"
+#include "appliance/network_info.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/paths.h"
+#include "base/shell.h"
+#include "base/words.h"
 #include "nat/dial_files.h"
 #include "nat/process.h"
-#include "wan/network_info.h"
 #include "wan/wan_conf.h"
 
 namespace {
 
 constexpr std::size_t kScratchLine = 255;
-constexpr std::string_view kDialdRemote = "10.0.0.2";
 constexpr char kPPPoeScript[] = "-x adsl-connect";
-
-bool sharing_is_on() {
-    Text<8> value;
-    GetProfileString("nat_enable", "no", value, stream_of(Profile::open(NatConfF)));
-    return value.view().starts_with('y');
-}
-
-// Whether the interface itself has a usable address, whatever the sharing switch says.
-bool has_address(std::string_view interface) {
-    constexpr std::string_view kMark = "inet addr:";
-    const std::string line =
-        first_output_line(format_text("/sbin/ifconfig %s | grep \"inet addr\" > /tmp/t", interface),
-                          "/tmp/t", kScratchLine)
-            .value_or("");
-    const std::size_t mark = line.find(kMark);
-    if (mark == std::string::npos) return false;
-    const std::string_view behind = std::string_view(line).substr(mark + kMark.size());
-    const std::string_view address = behind.substr(0, behind.find_first_of(" \t\r"));
-    if (address.empty() || address.front() == '0') return false;
-    const bool is_ppp = interface.starts_with('p');
-    return !is_ppp || (address != kNotDialled && address != kDialdRemote);
-}
 
 void stop_direct_if_up() {
     if (has_address("eth0")) StopDirectConnect();
@@ -73,15 +51,6 @@ int count_sl0_routes() {
 }
 
 }  // namespace
-
-int IsRunning(const char* program) {
-    const std::string line = first_output_line(format_text("/sbin/pidof %s > /tmp/pid", program),
-                                               "/tmp/pid", kScratchLine)
-                                 .value_or("");
-    return line.size() > 1 && line[1] >= '0' && line[1] <= '9';
-}
-
-int IsInterface(const char* interface) { return sharing_is_on() && has_address(interface); }
 
 int DisableWAN() {
     if (Nat_Method() != kNoMethod) return 0;
@@ -165,14 +134,6 @@ void StopDirectConnect() {
     run_command(format_text("/sbin/ifdown %s &> /dev/null", wan_interface().view()));
     // The script takes down what hangs on the LAN side, hence its interface.
     run_command(format_text("/etc/ppp/ip-down %s > /dev/null", lan_interface().view()));
-}
-
-void Run_ip_up() {
-    if (!sharing_is_on()) return;
-    const bool is_ppp = IsRunning("diald") || IsRunning(kPPPoeScript);
-    const InterfaceText interface = is_ppp ? InterfaceText("ppp0") : wan_interface();
-    if (IsInterface(interface.c_str()))
-        run_command(format_text("/etc/ppp/ip-up %s > /dev/null", interface.view()));
 }
 
 int SaveModemConf(const PPPConf& record) {

@@ -1,7 +1,7 @@
 // The lists of access control: whatever the settings hold, a sorted list is in order, every item of
 // it can be deleted, and nothing reaches the script but words that are no shell's business.
+#include "base/quote.h"
 #include "filter/ac_lists.h"
-#include "framework/quote.h"
 #include "fuzz.h"
 
 static void expect_words(std::string lines) {

@@ -1,6 +1,6 @@
 // The filter's settings: whatever stands in the file, times are times and switches are switches.
 #include "filter/filterconf.h"
-#include "framework/profile.h"
+#include "base/words.h"
 #include "fuzz.h"
 
 void check(std::string_view input) {

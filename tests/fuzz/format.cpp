@@ -1,7 +1,7 @@
 // Messages and quoting: what is escaped comes back, and no argument is read as a format.
-#include "framework/format.h"
-#include "framework/quote.h"
-#include "framework/text.h"
+#include "base/format.h"
+#include "base/quote.h"
+#include "base/text.h"
 #include "fuzz.h"
 
 void check(std::string_view input) {

@@ -1,7 +1,7 @@
 // The comparison of hosts. The input is a URL, a line feed and a Host header. A URL that names the
 // host says its name right behind the scheme, and names it with another path too.
-#include "framework/request_guard.h"
-#include "framework/text.h"
+#include "base/text.h"
+#include "entry/request_guard.h"
 #include "fuzz.h"
 
 void check(std::string_view input) {

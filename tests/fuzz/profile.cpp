@@ -5,8 +5,11 @@
 #include <array>
 #include <vector>
 
-#include "framework/files.h"
+#include "base/files.h"
+#include "base/words.h"
+#include "framework/entries.h"
 #include "framework/profile.h"
+#include "framework/settings.h"
 #include "fuzz.h"
 
 // The lines that a writer of the key must leave alone.

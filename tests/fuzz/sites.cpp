@@ -1,7 +1,7 @@
 // The sites of a file to import: each is a word of the text and stands behind "http://", and they
 // come in the text's order. The octet 0x80 stands for the head of an address.
+#include "base/text.h"
 #include "filter/site_list.h"
-#include "framework/text.h"
 #include "fuzz.h"
 
 void check(std::string_view input) {

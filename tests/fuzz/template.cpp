@@ -1,6 +1,6 @@
 // The template engine: no page over its size, and no failure but the getters' own. Its filters: the
 // text as it was to who reads the page, and no markup but their own.
-#include "framework/escape.h"
+#include "base/escape.h"
 #include "framework/parser.h"
 #include "fuzz.h"
 

@@ -1,8 +1,11 @@
 // The form, the template engine, formats, messages and the action queue.
+#include "base/format.h"
+#include "base/paths.h"
+#include "base/text.h"
 #include "framework/action_queue.h"
 #include "framework/cgi-lib.h"
-#include "framework/format.h"
 #include "framework/msgfile.h"
+#include "framework/page.h"
 #include "framework/parser.h"
 #include "root.h"
 

@@ -1,12 +1,12 @@
 // Temporary files while they are there, and targets on another file system.
-#include "framework/files.h"
+#include "base/files.h"
+#include "base/paths.h"
+#include "root.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
 
 #include <csignal>
-
-#include "root.h"
 
 namespace {
 

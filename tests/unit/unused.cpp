@@ -2,8 +2,10 @@
 // file.
 #include <array>
 
+#include "base/paths.h"
+#include "base/text.h"
 #include "filter/flt_log.h"
-#include "framework/paths.h"
+#include "framework/entries.h"
 #include "framework/profile.h"
 #include "nat/dial_files.h"
 #include "root.h"

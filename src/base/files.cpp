@@ -1,4 +1,4 @@
-#include "framework/files.h"
+#include "base/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "framework/shell.h"
+#include "base/shell.h"
 
 namespace {
 

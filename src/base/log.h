@@ -2,7 +2,7 @@
 // build (NAT_LOG: none, stderr or syslog). Without a log they cost nothing.
 #pragma once
 
-#include "framework/format.h"
+#include "base/format.h"
 
 #if defined(NAT_LOG_STDERR) || defined(NAT_LOG_SYSLOG)
 inline constexpr bool kLogging = true;

@@ -1,11 +1,11 @@
-#include "framework/request_guard.h"
+#include "entry/request_guard.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
 
+#include "base/text.h"
 #include "framework/html-lib.h"
-#include "framework/text.h"
 
 namespace {
 

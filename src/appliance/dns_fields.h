@@ -6,17 +6,30 @@
 #include <array>
 #include <string_view>
 
+#include "base/text.h"
 #include "framework/page.h"
+
+// An address of the DNS server list: fifteen characters and the NUL.
+using DnsText = Text<16>;
+
+// ---- the DNS server list: keys dns_server1 to dns_server3 of the appliance settings file ----
+
+// The first server line's value, at most 15 characters; empty when there is none.
+void GetDNS(DnsText& out);
+// The first two servers for display, the second behind "<BR>".
+void GetWanDNS(std::span<char> out);
+// Server n: 2 and 3, any other n is server 1.
+void GetDNS_N(int n, DnsText& out);
+// Stores server n in section "network".
+void SaveDNS_N(int n, std::string_view value);
+
+// ---- the form fields ----
 
 // Octet 1 to 4 of DNS server 1 to 3, for the getters below.
 int show_dns_octet(int server, int octet, ValueText& value);
 
 // Adds an octet to DNS server 1 to 3, for the savers below. Refusal: 19.
 int store_dns_octet(int server, int octet, std::string_view value, Message& message);
-
-// Message 19 for an octet with a character that has a meaning to the shell, whose scripts addresses
-// go to; else 0.
-int check_octet(std::string_view octet, Message& message);
 
 // Shows an octet.
 template <int Server, int Octet>

@@ -1,7 +1,7 @@
-#include "wan/network_info.h"
+#include "appliance/network_info.h"
 
-#include "framework/files.h"
-#include "framework/shell.h"
+#include "base/files.h"
+#include "base/shell.h"
 
 std::optional<Profile> network_info(const std::string& command) {
     constexpr char kReport[] = "/tmp/ifcfg";

@@ -1,4 +1,4 @@
-#include "framework/escape.h"
+#include "base/escape.h"
 
 #include <algorithm>
 #include <array>
@@ -95,17 +95,4 @@ std::size_t escaped_size(std::string_view text) {
     std::size_t size = 0;
     for (const char c : text) size += kSizes[static_cast<unsigned char>(c)];
     return size;
-}
-
-std::string_view lines_with_room(std::string_view text) {
-    ListRoom room;
-    std::size_t shown = 0;
-    while (shown < text.size()) {
-        const std::string_view rest = text.substr(shown);
-        const std::string_view line =
-            rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
-        if (!room.take(escaped_size(line))) break;
-        shown += line.size();
-    }
-    return text.substr(0, shown);
 }

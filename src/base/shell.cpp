@@ -1,4 +1,4 @@
-#include "framework/shell.h"
+#include "base/shell.h"
 
 #include <cstdlib>
 

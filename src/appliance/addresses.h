@@ -2,9 +2,25 @@
 // its octet to a working space in the record, and the last one completes the address.
 #pragma once
 
+#include <array>
+#include <string>
 #include <string_view>
 
-#include "serial/ppp_conf.h"
+#include "base/text.h"
+
+using AddressText = Text<16>;  // a dotted quad
+using OctetText = Text<4>;     // as typed: up to three characters
+using Octets = std::array<OctetText, 4>;
+
+// Splits a dotted address into octets of up to three characters.
+void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d);
+
+// The octets joined by ".", as they stand.
+std::string join_octets(const Octets& octets);
+
+// Message 19 for an octet with a character that has a meaning to the shell, whose scripts addresses
+// go to; else 0.
+int check_octet(std::string_view octet, Message& message);
 
 // Octet 1 to 4 of an address; empty when it has none.
 std::string_view octet_of(std::string_view address, int number);

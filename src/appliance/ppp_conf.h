@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <string_view>
 
-#include "framework/text.h"
+#include "appliance/addresses.h"
+#include "base/text.h"
 
 using SettingText = Text<80>;  // names, passwords, modem strings
 using PhoneText = Text<60>;
-using AddressText = Text<16>;  // a dotted quad
 
 // WAN access methods, the field Method.
 enum WanMethod : int { kNoMethod = 0, kDirect = 1, kPPPoE = 2, kSerial = 3 };

@@ -1,24 +1,10 @@
-// Texts made harmless for a page: "&", "<", ">" and both quotes become character references.
+// What a page has room for: its lists and logs stop where they would not fit any more.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
-
-// All of the text.
-std::string escape_html(std::string_view text);
-
-// Options of a list, a line each: the "<option>" at the beginning of a line stays.
-std::string escape_options(std::string_view text);
-
-// Rows of a table as the log has them: lines "<tr>", "<td nowrap>cell</td>" and "</tr>" stay, all
-// of a cell is escaped. In a line of another kind each "<BR>" stays.
-std::string escape_rows(std::string_view text);
-
-// The size of the text once all of it is escaped.
-std::size_t escaped_size(std::string_view text);
 
 // The characters that a page has room for in its lists or its log once they are escaped: with its
 // template it stays below its limit (parser.h) whatever is listed.

@@ -1,4 +1,4 @@
-#include "framework/format.h"
+#include "base/format.h"
 
 #include <array>
 

@@ -1,13 +1,16 @@
-#include "serial/ppp_conf.h"
+#include "appliance/ppp_conf.h"
 
 #include <optional>
 #include <string>
 #include <variant>
 
-#include "framework/files.h"
-#include "framework/log.h"
+#include "appliance/dns_fields.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/words.h"
 #include "framework/msgfile.h"
-#include "framework/paths.h"
 #include "framework/profile.h"
 
 namespace {

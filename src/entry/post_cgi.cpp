@@ -1,16 +1,16 @@
-#include "framework/post_cgi.h"
+#include "entry/post_cgi.h"
 
 #include <unistd.h>
 
 #include <algorithm>
 #include <string>
 
+#include "appliance/ppp_conf.h"
+#include "base/log.h"
+#include "entry/page_table.h"
 #include "framework/action_queue.h"
 #include "framework/html-lib.h"
-#include "framework/log.h"
 #include "framework/msgfile.h"
-#include "framework/page_table.h"
-#include "serial/ppp_conf.h"
 
 namespace {
 

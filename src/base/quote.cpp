@@ -1,4 +1,4 @@
-#include "framework/quote.h"
+#include "base/quote.h"
 
 namespace {
 

@@ -1,9 +1,10 @@
-#include "nat/address_fields.h"
+#include "appliance/addresses.h"
 
 #include <string>
 
-#include "framework/profile.h"
-#include "framework/quote.h"
+#include "base/quote.h"
+#include "base/words.h"
+#include "framework/msgfile.h"
 
 namespace {
 
@@ -38,3 +39,22 @@ void first_octet(AddressText& buffer, const char* octet) {
 void middle_octet(AddressText& buffer, const char* octet) { extend(buffer, octet, "."); }
 
 void last_octet(AddressText& buffer, const char* octet) { extend(buffer, octet, ""); }
+
+void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d) {
+    text = text.substr(0, text.find('\n'));
+    for (OctetText* octet : {&a, &b, &c, &d}) {
+        const std::size_t dot = text.find('.');
+        *octet = octet == &d ? text : text.substr(0, dot);
+        text.remove_prefix(dot == std::string_view::npos ? text.size() : dot + 1);
+    }
+}
+
+std::string join_octets(const Octets& octets) {
+    std::string text(octets[0]);
+    for (std::size_t i = 1; i < octets.size(); ++i) text.append(".").append(octets[i].view());
+    return text;
+}
+
+int check_octet(std::string_view octet, Message& message) {
+    return shell_character(octet) ? refuse(Msg::BadAddress, message) : 0;
+}

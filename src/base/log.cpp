@@ -1,4 +1,4 @@
-#include "framework/log.h"
+#include "base/log.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "framework/page_table.h"
+#include "entry/page_table.h"
 
 #include <iterator>
 

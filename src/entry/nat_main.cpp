@@ -11,16 +11,16 @@
 #include <exception>
 #include <optional>
 
+#include "appliance/ppp_conf.h"
+#include "base/log.h"
+#include "entry/page_table.h"
+#include "entry/post_cgi.h"
+#include "entry/request_guard.h"
 #include "framework/cgi-lib.h"
 #include "framework/html-lib.h"
-#include "framework/log.h"
 #include "framework/message.h"
 #include "framework/msgfile.h"
-#include "framework/page_table.h"
 #include "framework/parser.h"
-#include "framework/post_cgi.h"
-#include "framework/request_guard.h"
-#include "serial/ppp_conf.h"
 
 // What no page foresees ends the program. The library's own handler would first name the exception,
 // for which it brings a twentieth of the program's size along.

@@ -1,0 +1,118 @@
+#include "appliance/dns_fields.h"
+
+#include <algorithm>
+#include <array>
+
+#include "appliance/addresses.h"
+#include "base/files.h"
+#include "base/paths.h"
+#include "base/shell.h"
+#include "base/words.h"
+#include "framework/profile.h"
+
+namespace {
+
+constexpr int kServers = 3;
+constexpr int kOctets = 4;
+constexpr std::size_t kDnsLine = 79;
+constexpr std::array<std::string_view, 3> kDnsKeys = {DNSKey, DNSKey2, DNSKey3};
+
+DnsText shown_server;
+std::string_view not_yet_shown;  // the rest of it
+std::array<DnsText, kServers> built;
+
+std::string_view leading_digits(std::string_view text) {
+    return text.substr(0, text.find_first_not_of("0123456789"));
+}
+
+std::string_view dns_key(int n) { return n == 2 ? DNSKey2 : n == 3 ? DNSKey3 : DNSKey; }
+
+std::string_view dns_key_name(int n) {
+    std::string_view key = dns_key(n);
+    key.remove_suffix(1);  // the keys of the list end in "="
+    return key;
+}
+
+// Calls `use` with the value of each DNS server line until it returns false.
+template <class Use>
+void for_each_dns(Use use) {
+    LineReader in(QSCfgF, kDnsLine);
+    while (in.is_open() && in.next()) {
+        const std::string_view line = in.piece();
+        for (const std::string_view key : kDnsKeys)
+            if (line.starts_with(key) &&
+                !use(without_line_end(line.substr(key.size())).substr(0, DnsText::capacity)))
+                return;
+    }
+}
+
+}  // namespace
+
+void GetDNS(DnsText& out) {
+    out.clear();
+    for_each_dns([&](std::string_view server) {
+        out = server;
+        return false;
+    });
+}
+
+void GetWanDNS(std::span<char> out) {
+    std::string shown;
+    int seen = 0;
+    for_each_dns([&](std::string_view server) {
+        if (seen == 1) shown += "<BR>";
+        shown += server;
+        return ++seen < 2;
+    });
+    copy_text(out, shown);
+}
+
+void GetDNS_N(int n, DnsText& out) {
+    GetProfileString(dns_key_name(n), "", out, stream_of(Profile::open(QSCfgF)));
+}
+
+void SaveDNS_N(int n, std::string_view value) {
+    SetProfileString("network", dns_key_name(n), value, QSCfgF);
+}
+
+int show_dns_octet(int server, int octet, ValueText& value) {
+    if (octet == 1) {
+        GetDNS_N(server, shown_server);
+        not_yet_shown = shown_server;
+    } else {
+        const std::size_t dot = std::min(not_yet_shown.find('.'), not_yet_shown.size());
+        not_yet_shown.remove_prefix(std::min(dot + 1, not_yet_shown.size()));
+    }
+    value = leading_digits(not_yet_shown);
+    if (octet == kOctets) not_yet_shown = {};
+    return 0;
+}
+
+int store_dns_octet(int server, int octet, std::string_view value, Message& message) {
+    const int refused = check_octet(value, message);
+    if (refused) return refused;
+    DnsText& address = built[static_cast<std::size_t>(server - 1)];
+    if (octet == 1) {
+        address = leading_digits(value);
+    } else if (!address.empty()) {
+        address.append(".");
+        address.append(leading_digits(value));
+    }
+    if (octet < kOctets) return 0;
+    SaveDNS_N(server, address);
+    address.clear();
+    if (server == kServers) run_command("/usr/share/quillstead/network/NET_SetDNS > /dev/null");
+    return 0;
+}
+
+int get_dns_name(ValueText& value, LongText&, int&) {
+    DnsText server;
+    GetDNS(server);
+    value = server.view();
+    return 0;
+}
+
+int get_wan_dns(ValueText& value, LongText&, int&) {
+    GetWanDNS(value);
+    return 0;
+}

@@ -1,0 +1,82 @@
+#include "appliance/links.h"
+
+#include <string>
+
+#include "appliance/network_info.h"
+#include "appliance/ppp_conf.h"
+#include "base/files.h"
+#include "base/format.h"
+#include "base/paths.h"
+#include "base/quote.h"
+#include "base/shell.h"
+#include "framework/profile.h"
+
+namespace {
+
+constexpr std::size_t kScratchLine = 255;
+constexpr std::string_view kDialdRemote = "10.0.0.2";
+
+// A setting that becomes a word of a command; one that could not stand there counts as missing.
+template <std::size_t N>
+Text<N> command_word(std::string_view key, std::string_view fallback, const char* file) {
+    Text<N> value;
+    GetProfileString(key, fallback, value, stream_of(Profile::open(file)));
+    if (value.empty() || !is_harmless(value)) value = fallback;
+    return value;
+}
+
+bool sharing_is_on() {
+    Text<8> value;
+    GetProfileString("nat_enable", "no", value, stream_of(Profile::open(NatConfF)));
+    return value.view().starts_with('y');
+}
+
+}  // namespace
+
+void SaveAccessMethod(int method, int enable) {
+    SetFileString("nat_enable", enable ? "yes" : "no", NatConfF);
+    SetFileString("connect_method", std::to_string(method), NatConfF);
+}
+
+InterfaceText wan_interface() { return command_word<8>("nat_interface", "eth0", NatConfF); }
+
+InterfaceText lan_interface() { return command_word<8>("lan_interface", "eth1", QSCfgF); }
+
+Text<2> dynamic_setting() { return command_word<2>("dynamic", "0", QSCfgF); }
+
+void set_wan_if(int method) {
+    SetFileString("nat_interface", method == kPPPoE || method == kSerial ? "ppp0" : "eth0",
+                  NatConfF);
+}
+
+int IsRunning(const char* program) {
+    const std::string line = first_output_line(format_text("/sbin/pidof %s > /tmp/pid", program),
+                                               "/tmp/pid", kScratchLine)
+                                 .value_or("");
+    return line.size() > 1 && line[1] >= '0' && line[1] <= '9';
+}
+
+int IsInterface(const char* interface) { return sharing_is_on() && has_address(interface); }
+
+bool has_address(std::string_view interface) {
+    constexpr std::string_view kMark = "inet addr:";
+    const std::string line =
+        first_output_line(format_text("/sbin/ifconfig %s | grep \"inet addr\" > /tmp/t", interface),
+                          "/tmp/t", kScratchLine)
+            .value_or("");
+    const std::size_t mark = line.find(kMark);
+    if (mark == std::string::npos) return false;
+    const std::string_view behind = std::string_view(line).substr(mark + kMark.size());
+    const std::string_view address = behind.substr(0, behind.find_first_of(" \t\r"));
+    if (address.empty() || address.front() == '0') return false;
+    const bool is_ppp = interface.starts_with('p');
+    return !is_ppp || (address != kNotDialled && address != kDialdRemote);
+}
+
+void Run_ip_up() {
+    if (!sharing_is_on()) return;
+    const bool is_ppp = IsRunning("diald") || IsRunning("-x adsl-connect");
+    const InterfaceText interface = is_ppp ? InterfaceText("ppp0") : wan_interface();
+    if (IsInterface(interface.c_str()))
+        run_command(format_text("/etc/ppp/ip-up %s > /dev/null", interface.view()));
+}

@@ -1,0 +1,37 @@
+// The links of the appliance: which interface the WAN is on, what runs, whether a link is up, and
+// the scripts that run when it is.
+#pragma once
+
+#include <string_view>
+
+#include "base/text.h"
+
+// Writes "nat_enable" (nonzero: yes) and "connect_method" into the WAN settings file.
+void SaveAccessMethod(int method, int enable);
+
+// The interfaces named in the settings files, defaults "eth0" and "eth1"; a name that could not
+// stand in a command counts as missing.
+using InterfaceText = Text<8>;
+InterfaceText wan_interface();
+InterfaceText lan_interface();
+
+// The first character of "dynamic" in the appliance settings file: 1 DHCP, 0 (the default) fixed.
+Text<2> dynamic_setting();
+
+// Writes "nat_interface" into the WAN settings file: "ppp0" for methods 2 and 3, else "eth0".
+void set_wan_if(int method);
+
+// 1 when a program runs: "pidof" gives a pid of at least two digits for it. `program` is its name,
+// with "-x " before it for a script.
+int IsRunning(const char* program);
+
+// 1 when sharing is on and the interface has a usable address. On a PPP interface the placeholders
+// of a link that has not dialled yet do not count.
+int IsInterface(const char* interface);
+
+// Whether the interface itself has a usable address, whatever the sharing switch says.
+bool has_address(std::string_view interface);
+
+// Reruns the link-up script when sharing is on and the WAN interface has an address, so that the
+// scripts which it runs apply again.
+void Run_ip_up();

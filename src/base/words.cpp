@@ -1,0 +1,28 @@
+#include "base/words.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+std::string_view TrancateSpace(std::string_view text) {
+    const std::size_t last = text.find_last_not_of(" \t\r\n");
+    return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+}
+
+std::string_view without_line_end(std::string_view line) {
+    return line.substr(0, line.find_last_not_of("\r\n") + 1);
+}
+
+std::string_view take_word(std::string_view& rest, std::string_view separators) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
+    const std::string_view word = rest.substr(0, rest.find_first_of(separators));
+    rest.remove_prefix(word.size());
+    return word;
+}
+
+int to_int(std::string_view text) { return static_cast<int>(to_long(text)); }
+
+// Read in 64 bits, also where long has 32: what is too large for a field is cut alike everywhere.
+long to_long(std::string_view text) {
+    return static_cast<long>(std::strtoll(std::string(text).c_str(), nullptr, 10));
+}

@@ -1,0 +1,24 @@
+// Words and numbers in texts, as the appliance's files have them.
+#pragma once
+
+#include <string_view>
+
+// True for "0" to "9", whatever the locale.
+constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// The text without trailing spaces, tabs, line feeds and carriage returns.
+std::string_view TrancateSpace(std::string_view text);
+
+// The line without all carriage returns and line feeds at its end.
+std::string_view without_line_end(std::string_view line);
+
+// Takes the next word off the front of `rest`, words being separated by `separators`; empty: no
+// more.
+std::string_view take_word(std::string_view& rest, std::string_view separators = " \t\r\n");
+
+// The first word of a text; empty when it has none.
+inline std::string_view first_word(std::string_view text) { return take_word(text); }
+
+// A number as atoi (atol) reads it: leading blanks, a sign, digits; 0 when there are none.
+int to_int(std::string_view text);
+long to_long(std::string_view text);

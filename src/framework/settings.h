@@ -1,0 +1,35 @@
+// Space-separated settings files, as the filtering proxy has them: key, blank, value, and "#"
+// comments. Every rewrite replaces the file as a whole (files.h); a failed one leaves the old file.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+// Most characters of a line in a space-separated file.
+inline constexpr std::size_t kSettingLine = 8191;
+
+// The weekday names of the filter's schedule, Sunday first.
+inline constexpr std::array<std::string_view, 7> days = {
+    "Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+
+// The value of the first line whose first word is `key`: the rest of the line from its second word,
+// without trailing blanks. Returns the length copied; 0 when not found or not readable (`out` holds
+// the default), when the key has no value (`out` is empty) and when out has no room at all.
+int GetPrivateProfileString(const std::string& path, std::string_view key,
+                            std::string_view fallback, std::span<char> out);
+// Sets the value of every line with that key, or appends one; creates the file. 1 written, 0
+// failed.
+int WritePrivateProfileString(const std::string& path, std::string_view key,
+                              std::string_view value);
+int WriteProfileString(std::string_view key, std::string_view value);  // in the proxy's filter.conf
+int WritePrivateProfileInt(const std::string& path, std::string_view key, int value);
+int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag);
+// "Weekday a b"; weekday 0 (Sunday) to 6.
+int WritePrivateProfileDate(const std::string& path, std::string_view key, unsigned weekday, int a,
+                            int b);
+
+// True for an empty line and for one that begins with "#".
+bool is_comment(std::string_view line);
