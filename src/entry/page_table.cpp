@@ -1,6 +1,6 @@
 #include "entry/page_table.h"
 
-#include <iterator>
+#include <algorithm>
 
 #include "filter/ac_cfg.h"
 #include "filter/filterconf.h"
@@ -26,7 +26,7 @@
 
 namespace {
 
-constexpr std::array<CgiPage, kPages> kCgiTab = {{
+constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"nat_base.htm", get_nat_base, nullptr},
     {"nat_sap.htm", get_sap, set_sap},
     {"nat_conn.htm", get_nat_conn, set_nat_conn},
@@ -44,85 +44,84 @@ constexpr std::array<CgiPage, kPages> kCgiTab = {{
     {"wan_ppp.htm", get_wan_ppp, set_wan_ppp},
     {"filterlog.htm", get_filterlog, set_filter_log},
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
-}};
+});
 
-constexpr std::array<SaveGroup, kSaveGroups> kSaveTbl = {
-    {{1, 4}, {6, 7}, {11, 11}, {14, 14}, {9, 9}, {10, 10}, {0, 0}}};
+constexpr std::array kProcTab = std::to_array<ProcEntry>({
+    {kDelay, Delay1},
+    {kStopDiald, StopDiald},
+    {kStartDiald, StartDiald},
+    {kSaveDiald, SaveDiald},
+    {kSavePPPOn, SavePPPOn},
+    {kRestartNet, RestartNet},
+    {kSaveSecret, SaveSecret},
+    {kSaveTel, SaveTel},
+    {kSaveOptions, SaveOptions},
+    {kSaveAndRunVS, SaveAndRunVS},
+    {kReconfigFilter, ProcReconfigFilter},
+    {kRunWANConnect, RunWANConnect},
+    {kSaveFilter, SaveFilter},
+});
+static_assert(rows_are_in_order(kProcTab));
 
-constexpr std::array<ProcEntry, ProcNum> kProcTab = {{
-    {"Delay", 2, Delay1},
-    {"KDiald", 1, StopDiald},
-    {"SDiald", 3, StartDiald},
-    {"SaDiald", 0, SaveDiald},
-    {"SaPPPOn", 0, SavePPPOn},
-    {"RSNet", 2, RestartNet},
-    {"SaSecret", 0, SaveSecret},
-    {"SaTel", 0, SaveTel},
-    {"SaOption", 0, SaveOptions},
-    {"SaVS", 4, SaveAndRunVS},
-    {"RCFilter", 2, ProcReconfigFilter},
-    {"RSNat", 3, RunWANConnect},
-    {"SaFilter", 0, SaveFilter},
-}};
-
-constexpr bool is_page(int index, std::string_view name) {
-    return name == kCgiTab[static_cast<std::size_t>(index)].name;
-}
-
-constexpr bool is_group(std::size_t row, std::string_view first, std::string_view last) {
-    return is_page(kSaveTbl[row].first, first) && is_page(kSaveTbl[row].last, last);
-}
-
-constexpr bool is_action(Action action, std::string_view name) {
-    return name == kProcTab[action].name;
-}
-
-constexpr bool pages_are_unique() {
+constexpr int index_of(std::string_view name) {
     for (std::size_t i = 0; i < kCgiTab.size(); ++i)
-        for (std::size_t j = 0; j < i; ++j)
-            if (std::string_view(kCgiTab[i].name) == kCgiTab[j].name) return false;
-    return true;
+        if (name == kCgiTab[i].name) return static_cast<int>(i);
+    return -1;
 }
 
-constexpr bool levels_exist() {
-    for (const ProcEntry& entry : kProcTab)
-        if (entry.level >= kLevels) return false;
-    return true;
+// A name that no page has does not build.
+consteval SaveGroup group(std::string_view first, std::string_view last) {
+    const SaveGroup found = {index_of(first), index_of(last)};
+    if (found.first < 0 || found.last < found.first) throw "no group";
+    return found;
+}
+consteval SaveGroup group(std::string_view page) { return group(page, page); }
+
+constexpr SaveGroup kNatPages = group("nat_sap.htm", "nat_filter.htm");
+
+constexpr std::array kSaveTbl = std::to_array<SaveGroup>({
+    kNatPages,
+    group("sp_port.htm", "sp_int.htm"),
+    group("wan_dc.htm"),
+    group("wan_ppp.htm"),
+    group("sites_allow.htm"),
+    group("sites_ban.htm"),
+    group("nat_base.htm"),
+});
+
+// Pages whose setters answer other words than "save": a save from one of them stores nothing, or as
+// a status page the pages of the NAT group.
+constexpr std::array kNoGroup = std::to_array<std::string_view>(
+    {"sp_status.htm", "dc_status.htm", "ppp_status.htm", "filterlog.htm", "ac_cfg.htm"});
+
+constexpr bool is_saved_or_listed(int index) {
+    const CgiPage& page = kCgiTab[static_cast<std::size_t>(index)];
+    const bool saved = std::ranges::any_of(
+        kSaveTbl, [&](const SaveGroup& each) { return each.first <= index && index <= each.last; });
+    return !page.setter || saved != (std::ranges::count(kNoGroup, page.name) == 1);
 }
 
-static_assert(pages_are_unique());
-static_assert(is_group(0, "nat_sap.htm", "nat_filter.htm") &&
-              is_group(1, "sp_port.htm", "sp_int.htm") && is_group(2, "wan_dc.htm", "wan_dc.htm") &&
-              is_group(3, "wan_ppp.htm", "wan_ppp.htm") &&
-              is_group(4, "sites_allow.htm", "sites_allow.htm") &&
-              is_group(5, "sites_ban.htm", "sites_ban.htm") &&
-              is_group(6, "nat_base.htm", "nat_base.htm"));
-static_assert(is_page(2, Def_Htm) && is_page(3, "nat_vs.htm"));
-static_assert(is_page(12, StatusTab[0]) && is_page(13, StatusTab[1]) && is_page(8, StatusTab[2]));
-static_assert(levels_exist());
-static_assert(is_action(kDelay, "Delay") && is_action(kStopDiald, "KDiald") &&
-              is_action(kStartDiald, "SDiald") && is_action(kSaveDiald, "SaDiald") &&
-              is_action(kSavePPPOn, "SaPPPOn") && is_action(kRestartNet, "RSNet") &&
-              is_action(kSaveSecret, "SaSecret") && is_action(kSaveTel, "SaTel") &&
-              is_action(kSaveOptions, "SaOption") && is_action(kSaveAndRunVS, "SaVS") &&
-              is_action(kReconfigFilter, "RCFilter") && is_action(kRunWANConnect, "RSNat") &&
-              is_action(kSaveFilter, "SaFilter"));
+constexpr bool pages_are_unique_and_saved() {
+    for (int i = 0; i < static_cast<int>(kCgiTab.size()); ++i)
+        if (index_of(kCgiTab[static_cast<std::size_t>(i)].name) != i || !is_saved_or_listed(i))
+            return false;
+    return true;
+}
+static_assert(pages_are_unique_and_saved());
+static_assert(index_of(Def_Htm) >= 0 &&
+              std::ranges::all_of(StatusTab, [](const char* name) { return index_of(name) >= 0; }));
 
 }  // namespace
 
-constinit const std::array<CgiPage, kPages> CgiTab = kCgiTab;
-constinit const std::array<SaveGroup, kSaveGroups> save_tbl = kSaveTbl;
+constinit const std::span<const CgiPage> CgiTab = kCgiTab;
+constinit const std::span<const SaveGroup> save_tbl = kSaveTbl;
 constinit const std::array<ProcEntry, ProcNum> ProcTab = kProcTab;
 
 const char* status_page(int method) {
     return StatusTab[method == 1 || method == 2 ? static_cast<std::size_t>(method - 1) : 2];
 }
 
-int GetCgiTabIndex(const char* name) {
-    for (int index = 0; name && index < kPages; ++index)
-        if (is_page(index, name)) return index;
-    return -1;
-}
+int GetCgiTabIndex(const char* name) { return name ? index_of(name) : -1; }
 
 void get_cgi_range(const char* name, int& first, int& last, int& status) {
     first = 1;
@@ -137,8 +136,8 @@ void get_cgi_range(const char* name, int& first, int& last, int& status) {
     }
     for (std::size_t i = 0; name && i < StatusTab.size(); ++i) {
         if (std::string_view(StatusTab[i]) != name) continue;
-        first = 1;
-        last = 4;
+        first = kNatPages.first;
+        last = kNatPages.last;
         status = static_cast<int>(i) + 1;
         return;
     }

@@ -2,14 +2,22 @@
 #pragma once
 
 #include <array>
+#include <span>
 #include <string_view>
 
 #include "framework/action_queue.h"
 #include "framework/page.h"
 
-// The pages. save_tbl and setters refer to rows by their index, so the order is part of the system.
-inline constexpr int kPages = 17;
-extern const std::array<CgiPage, kPages> CgiTab;
+// The actions that setters queue, each at its number.
+using ActionBody = int (*)();  // 0 for success
+struct ProcEntry {
+    Action action;
+    ActionBody body;
+};
+extern const std::array<ProcEntry, ProcNum> ProcTab;
+
+// The pages. save_tbl and setters refer to rows by their index, so a new page comes last.
+extern const std::span<const CgiPage> CgiTab;
 
 // The page that a request without a form shows.
 inline constexpr char Def_Htm[] = "nat_conn.htm";
@@ -19,8 +27,7 @@ struct SaveGroup {
     int first;
     int last;
 };
-inline constexpr std::size_t kSaveGroups = 7;
-extern const std::array<SaveGroup, kSaveGroups> save_tbl;
+extern const std::span<const SaveGroup> save_tbl;
 
 // The status pages, each at the index of its WAN method less one.
 inline constexpr std::array<const char*, 3> StatusTab = {"dc_status.htm", "ppp_status.htm",

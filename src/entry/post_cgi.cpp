@@ -125,10 +125,10 @@ private:
 
     bool run_action(const ProcNode& node) {
         log_line("Process %s\n", node.name.view());
-        const int result = node.body();
+        const int result = ProcTab[node.action].body();
         if (result == 0) return true;
         log_line("Process return=%d", long{result});
-        if (node.name == ActionName(ProcTab[kReconfigFilter].name)) {
+        if (node.action == kReconfigFilter) {
             GetErrMsgByIndex(Msg::ProxyNotSignalled, notice_);
             return true;
         }

@@ -6,12 +6,12 @@ int AddProcToQueue(unsigned index, ProcHeads* heads, ProcFlags* queued, ProcTail
     if (index >= ProcNum) return -1;
     if (!heads || !tails) return -2;
     if ((*queued)[index]) return 0;
-    const ProcEntry& entry = ProcTab[index];
-    std::unique_ptr<ProcNode> node(new (std::nothrow) ProcNode{entry.name, entry.body, nullptr});
+    const ProcRow& row = kProcRows[index];
+    std::unique_ptr<ProcNode> node(new (std::nothrow) ProcNode{row.name, row.action, nullptr});
     if (!node) return -3;
     (*queued)[index] = 1;
-    ProcTail& tail = (*tails)[entry.level];
-    std::unique_ptr<ProcNode>& link = tail.count ? tail.last->next : (*heads)[entry.level];
+    ProcTail& tail = (*tails)[row.level];
+    std::unique_ptr<ProcNode>& link = tail.count ? tail.last->next : (*heads)[row.level];
     link = std::move(node);
     tail.last = link.get();
     ++tail.count;

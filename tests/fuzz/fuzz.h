@@ -1,9 +1,11 @@
 // What the targets share: each is a check() that ends the program when something does not hold.
 #pragma once
 
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "framework/profile.h"
+#include "base/words.h"
 
 void check(std::string_view input);
 
