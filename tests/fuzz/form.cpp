@@ -1,5 +1,5 @@
 // The form decoder: its list is sorted and, written out again, decodes to itself.
-#include "base/paths.h"
+#include "framework/cgi-lib.h"
 #include "fuzz.h"
 
 static std::string decode_and_write(std::string_view query) {
