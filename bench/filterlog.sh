@@ -14,7 +14,7 @@ enter=()
 
 rm -rf "$folder"
 mkdir -p "$root/tmp"
-cp -a lab/factory/. www/. "$root" # the page templates lie in the working directory, "/"
+cp -a lab/factory/. build/www/. "$root" # the page templates lie in the working directory, "/"
 cp "$program" "$root/nat.cgi"
 gcc -O2 -static -s -o "$folder/measure" bench/measure.c
 

@@ -13,7 +13,7 @@ enter=()
 rm -rf "$folder"
 mkdir -p "$root/www"
 cp -a lab/factory/. "$root"
-cp -a www/. "$root/www"
+cp -a build/www/. "$root/www"
 mkdir -p "$root/tmp"
 cp "$program" "$root/nat.cgi"
 

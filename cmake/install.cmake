@@ -17,7 +17,7 @@ install(DIRECTORY DESTINATION ${NAT_DOC_DIR}/docs)
 
 configure_file(deploy/install-factory.in install-factory @ONLY)
 install(PROGRAMS $<TARGET_FILE:nat.cgi> ${PROJECT_BINARY_DIR}/install-factory DESTINATION ${NAT_PROGRAM_DIR})
-install(DIRECTORY www/ DESTINATION ${NAT_STATE_DIR}/www)
+install(DIRECTORY ${page_folder}/ DESTINATION ${NAT_STATE_DIR}/www)
 # A web server that finds a file of this name in the page folder runs the program there.
 file(WRITE ${PROJECT_BINARY_DIR}/page/nat.cgi "")
 install(FILES ${PROJECT_BINARY_DIR}/page/nat.cgi DESTINATION ${NAT_STATE_DIR}/www)

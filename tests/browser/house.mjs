@@ -40,7 +40,7 @@ export async function house(server) {
     return output;
   };
   const commentary = run(`${project}lab/appliance.sh`,
-    ["--port", String(port), "--reset", root, process.env.NAT_PROGRAM ?? `${project}build/nat.cgi`, `${project}www`]);
+    ["--port", String(port), "--reset", root, process.env.NAT_PROGRAM ?? `${project}build/nat.cgi`, `${project}build/www`]);
   await until(() => commentary.join("").includes("is on:"));
 
   const site = { root, base: `http://127.0.0.1:${port}`, options: {} };

@@ -7,7 +7,7 @@ import { after, before, describe, test } from "node:test";
 import { house } from "./house.mjs";
 
 const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
-const www = new URL("../../www/", import.meta.url);
+const www = new URL("../../build/www/", import.meta.url);
 const PAGES = ["nat_base", "nat_conn", "nat_vs", "nat_sap", "nat_filter", "wan_dc", "wan_ppp", "sp_base", "sp_port", "sp_int",
   "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg"];
 const RECORD = "/etc/ppp/nat_ppp.con";

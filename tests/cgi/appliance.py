@@ -23,11 +23,12 @@ from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
 PROGRAM = Path(os.environ.get("NAT_PROGRAM") or PROJECT / "build/nat.cgi")
+WWW = PROJECT / "build/www"
 SYMBOLIZE = PROJECT / "tests/sanitize/symbolize"
 SANITIZED = bool(os.environ.get("NAT_SANITIZED"))
 CLONE_NEWUSER = 0x10000000
 
-MESSAGES = (line.split("-", 1) for line in (PROJECT / "www/cgi_err").read_text().splitlines())
+MESSAGES = (line.split("-", 1) for line in (WWW / "cgi_err").read_text().splitlines())
 MESSAGES = {int(number): text for number, text in MESSAGES}
 
 RECORD, WAN, SETTINGS = "/etc/ppp/nat_ppp.con", "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf"
@@ -160,8 +161,8 @@ def make_template(root):
     (root / "tmp").chmod(0o1777)
     for tool in TOOLS:
         (root / "bin" / tool).symlink_to("busybox")
-    for source, target in ("lab/factory", root), ("www", root / "www"):
-        shutil.copytree(PROJECT / source, target, dirs_exist_ok=True)
+    for source, target in (PROJECT / "lab/factory", root), (WWW, root / "www"):
+        shutil.copytree(source, target, dirs_exist_ok=True)
     for path in root.rglob("*"):  # a checkout keeps nothing of a mode but the right to run
         if path.is_file() and not path.is_symlink():
             is_secret, is_program = f"/{path.relative_to(root)}" in SECRETS, path.stat().st_mode & 0o100

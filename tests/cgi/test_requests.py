@@ -7,7 +7,7 @@ import threading
 
 import pytest
 
-from appliance import PROJECT, RECORD, WAN, plain, told
+from appliance import PROJECT, RECORD, WAN, WWW, plain, told
 
 FATAL = """<HTML>
 <HEAD>
@@ -35,7 +35,7 @@ nat_fs.htm
 >Back</a></td></tr></table></td></tr></table></center></div></body></html>
 """
 
-PAGES = [path.name for path in PROJECT.glob("www/*.htm") if "@message" in path.read_text() and path.name != "update.htm"]
+PAGES = [path.name for path in WWW.glob("*.htm") if "@message" in path.read_text() and path.name != "update.htm"]
 
 
 def seen(result):

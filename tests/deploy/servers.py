@@ -9,7 +9,7 @@ import socket
 import ssl
 import subprocess
 
-from appliance import INSTALLED, PROJECT, Appliance, free_ports, until
+from appliance import INSTALLED, PROJECT, WWW, Appliance, free_ports, until
 
 # The program is in a private root: an ordinary user may enter it in a namespace of its own.
 ENTER = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
@@ -42,7 +42,7 @@ class Server:
     def __init__(self, folder, template):
         self.folder, self.box = folder, Appliance(folder / "root", template)
         self.www = self.box.at("/www")
-        shutil.copytree(PROJECT / "www", self.www, dirs_exist_ok=True)
+        shutil.copytree(WWW, self.www, dirs_exist_ok=True)
         self.box.write("/www/nat.cgi", "")
         self.box.write("/www/Iniabcde.tmp", "scratch")
         self.hash = output("openssl", "passwd", "-6", "secret")

@@ -30,6 +30,7 @@ CONFIGURATION = {
 }
 PROGRAM = {"usr/lib/quillstead/nat.cgi": 0o755, INSTALL_FACTORY: 0o755} | dict.fromkeys(
     [f"{PAGES}/nat.cgi", f"{DOC}/README.md"]
+    + [f"{PAGES}/{file.name}" for file in (PROJECT / "pages").glob("*.htm")]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "www").iterdir()]
     + [f"{DOC}/docs/{file.name}" for file in (PROJECT / "docs").glob("*.md")]
     + [f"{SHARE}/{place}" for place in FACTORY],
@@ -74,7 +75,7 @@ def test_install_and_upgrade(tmp_path, umask):
     assert (etc / "rc.d/rc.service").read_text() == ""
     assert os.readlink(etc / "ppp/tel") == "/nowhere/tel"
     assert (etc / "quillstead/httpd.conf").read_text() == "# ours"
-    assert (root / PAGES / "nat_base.htm").read_bytes() == (PROJECT / "www/nat_base.htm").read_bytes()
+    assert (root / PAGES / "nat_base.htm").read_bytes() == (BUILD / "www/nat_base.htm").read_bytes()
 
 
 @pytest.fixture(scope="module")

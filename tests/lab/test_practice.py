@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from appliance import PROGRAM, PROJECT, free_ports, until
+from appliance import PROGRAM, PROJECT, WWW, free_ports, until
 
 COMMAND = PROJECT / "lab/appliance.sh"
 
@@ -18,7 +18,7 @@ class Practice:
     def __init__(self, folder, port):
         self.root, self.address = folder / "root", f"http://127.0.0.1:{port}/nat.cgi"
         self.output = folder / "output"
-        command = [COMMAND, "--port", str(port), self.root, PROGRAM, PROJECT / "www"]
+        command = [COMMAND, "--port", str(port), self.root, PROGRAM, WWW]
         with open(self.output, "w") as output:
             self.process = subprocess.Popen(command, stdout=output, stderr=subprocess.STDOUT)
         until(lambda: "log of commands" in self.said())
@@ -80,7 +80,7 @@ def test_ctrl_c_stops_everything(practice):
 
 def test_a_port_in_use_is_a_clear_error(practice, tmp_path):
     port = practice.address.split(":")[2].split("/")[0]
-    second = subprocess.run([COMMAND, "--port", port, tmp_path / "second", PROGRAM, PROJECT / "www"],
+    second = subprocess.run([COMMAND, "--port", port, tmp_path / "second", PROGRAM, WWW],
                             capture_output=True, text=True, timeout=20)
     assert (second.returncode, second.stdout) == (1, "")
     assert second.stderr == f"practice appliance: port {port} is in use; choose another with --port\n"
