@@ -63,6 +63,14 @@ def test_pages_bring_no_script_or_style_of_their_own(name):
     assert re.findall(r"(?:src|href)=\"\w*:", text) == []
 
 
+@pytest.mark.parametrize("name", TEMPLATES)
+def test_the_menu_marks_the_page_that_is_shown(name):
+    page = name.removesuffix(".htm")
+    entry = "nat_status" if page.endswith("_status") else page
+    marked = re.findall(r'next_file=(\w+).htm" aria-current="page"', TEMPLATES[name])
+    assert marked == ([] if page in ("nat_fs", "sp_fs") else [entry])
+
+
 def test_what_is_stored_is_shown_as_text(shipped):
     def post(page, todo, **fields):
         return shipped.post({"this_file": page, "todo": todo, "next_file": page, **fields})

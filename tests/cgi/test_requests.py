@@ -35,7 +35,7 @@ nat_fs.htm
 >Back</a></td></tr></table></td></tr></table></center></div></body></html>
 """
 
-PAGES = [path.name for path in WWW.glob("*.htm") if "@message" in path.read_text() and path.name != "update.htm"]
+PAGES = [path.name for path in WWW.glob("*.htm") if "@message" in path.read_text()]
 
 
 def seen(result):
