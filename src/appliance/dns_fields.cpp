@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "appliance/addresses.h"
 #include "base/files.h"
@@ -20,6 +21,7 @@ constexpr std::array<std::string_view, 3> kDnsKeys = {DNSKey, DNSKey2, DNSKey3};
 DnsText shown_server;
 std::string_view not_yet_shown;  // the rest of it
 std::array<DnsText, kServers> built;
+std::array<bool, kServers> completed{};
 
 std::string_view leading_digits(std::string_view text) {
     return text.substr(0, text.find_first_not_of("0123456789"));
@@ -68,11 +70,12 @@ void GetWanDNS(std::span<char> out) {
 }
 
 void GetDNS_N(int n, DnsText& out) {
-    GetProfileString(dns_key_name(n), "", out, stream_of(Profile::open(QSCfgF)));
+    out = setting<DnsText::capacity + 1>(QSCfgF, dns_key_name(n), "");
 }
 
-void SaveDNS_N(int n, std::string_view value) {
-    SetProfileString("network", dns_key_name(n), value, QSCfgF);
+Written SaveDNS_N(int n, std::string_view value) {
+    const Setting server = {dns_key_name(n), std::string(value)};
+    return set_settings("network", {&server, 1}, QSCfgF);
 }
 
 int show_dns_octet(int server, int octet, ValueText& value) {
@@ -98,10 +101,21 @@ int store_dns_octet(int server, int octet, std::string_view value, Message& mess
         address.append(".");
         address.append(leading_digits(value));
     }
-    if (octet < kOctets) return 0;
-    SaveDNS_N(server, address);
-    address.clear();
-    if (server == kServers) run_command("/usr/share/quillstead/network/NET_SetDNS > /dev/null");
+    if (octet == kOctets) completed[static_cast<std::size_t>(server - 1)] = true;
+    return 0;
+}
+
+int store_dns_servers() {
+    std::vector<Setting> servers;
+    for (int n = 1; n <= kServers; ++n)
+        if (const auto i = static_cast<std::size_t>(n - 1); completed[i])
+            servers.push_back({dns_key_name(n), std::string(built[i])});
+    if (servers.empty()) return 0;
+    const bool has_last = completed.back();
+    built = {};
+    completed = {};
+    if (set_settings("network", servers, QSCfgF) != Written::done) return 1;
+    if (has_last) run_command("/usr/share/quillstead/network/NET_SetDNS > /dev/null");
     return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "base/written.h"
 #include "framework/page.h"
 
 // An address of the DNS server list: fifteen characters and the NUL.
@@ -21,7 +22,7 @@ void GetWanDNS(std::span<char> out);
 // Server n: 2 and 3, any other n is server 1.
 void GetDNS_N(int n, DnsText& out);
 // Stores server n in section "network".
-void SaveDNS_N(int n, std::string_view value);
+Written SaveDNS_N(int n, std::string_view value);
 
 // ---- the form fields ----
 
@@ -37,8 +38,7 @@ int get_dns_ip(ValueText& value, LongText&, int&) {
     return show_dns_octet(Server, Octet, value);
 }
 
-// Adds an octet to the address that is being built, in both phases; the fourth stores it in the
-// appliance settings, and after server 3 the resolver gets the new list.
+// Adds an octet to the address that is being built; the fourth completes it.
 template <int Server, int Octet, class Record>
 int set_dns_ip(const char* value, int, Message& message, Record&) {
     return store_dns_octet(Server, Octet, value, message);
@@ -60,6 +60,20 @@ constexpr std::array dns_rows = std::to_array<KeyFun<Record>>({
     {"dns3_ip_3", get_dns_ip<3, 3>, set_dns_ip<3, 3>},
     {"dns3_ip_4", get_dns_ip<3, 4>, set_dns_ip<3, 4>},
 });
+
+// Stores the servers that have been completed, all in one rewrite, and gives the resolver the new
+// list when server 3 is one of them. 0, or 1 when they could not be stored.
+[[nodiscard]] int store_dns_servers();
+
+// save_fields for a page with the twelve rows. The servers are stored in both phases, as far as the
+// walk came: they count whether or not the rest is accepted.
+template <class Record, std::size_t N>
+int save_fields_and_dns(const std::array<KeyFun<Record>, N>& keys, const FormList* form, int mode,
+                        Message& message, Record& record, bool& any) {
+    const int refused = save_fields(keys, form, Present::also_empty, mode, message, record, any);
+    const int unstored = store_dns_servers();
+    return refused ? refused : unstored;
+}
 
 // The first DNS server, as the resolver uses it (the field "dns_name").
 int get_dns_name(ValueText& value, LongText& text, int& error);

@@ -1,13 +1,14 @@
 #include "appliance/links.h"
 
+#include <array>
 #include <string>
 
 #include "appliance/network_info.h"
 #include "appliance/ppp_conf.h"
-#include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/scratch.h"
 #include "base/shell.h"
 #include "framework/profile.h"
 
@@ -19,23 +20,19 @@ constexpr std::string_view kDialdRemote = "10.0.0.2";
 // A setting that becomes a word of a command; one that could not stand there counts as missing.
 template <std::size_t N>
 Text<N> command_word(std::string_view key, std::string_view fallback, const char* file) {
-    Text<N> value;
-    GetProfileString(key, fallback, value, stream_of(Profile::open(file)));
+    Text<N> value = setting<N>(file, key, fallback);
     if (value.empty() || !is_harmless(value)) value = fallback;
     return value;
 }
 
-bool sharing_is_on() {
-    Text<8> value;
-    GetProfileString("nat_enable", "no", value, stream_of(Profile::open(NatConfF)));
-    return value.view().starts_with('y');
-}
+bool sharing_is_on() { return setting<8>(NatConfF, "nat_enable", "no").view().starts_with('y'); }
 
 }  // namespace
 
-void SaveAccessMethod(int method, int enable) {
-    SetFileString("nat_enable", enable ? "yes" : "no", NatConfF);
-    SetFileString("connect_method", std::to_string(method), NatConfF);
+Written SaveAccessMethod(int method, int enable) {
+    const std::array settings = std::to_array<Setting>(
+        {{"nat_enable", enable ? "yes" : "no"}, {"connect_method", std::to_string(method)}});
+    return set_file_strings(settings, NatConfF);
 }
 
 InterfaceText wan_interface() { return command_word<8>("nat_interface", "eth0", NatConfF); }
@@ -44,9 +41,9 @@ InterfaceText lan_interface() { return command_word<8>("lan_interface", "eth1", 
 
 Text<2> dynamic_setting() { return command_word<2>("dynamic", "0", QSCfgF); }
 
-void set_wan_if(int method) {
-    SetFileString("nat_interface", method == kPPPoE || method == kSerial ? "ppp0" : "eth0",
-                  NatConfF);
+Written set_wan_if(int method) {
+    const bool is_ppp = method == kPPPoE || method == kSerial;
+    return SetFileString("nat_interface", is_ppp ? "ppp0" : "eth0", NatConfF);
 }
 
 int IsRunning(const char* program) {

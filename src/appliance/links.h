@@ -5,9 +5,10 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "base/written.h"
 
 // Writes "nat_enable" (nonzero: yes) and "connect_method" into the WAN settings file.
-void SaveAccessMethod(int method, int enable);
+Written SaveAccessMethod(int method, int enable);
 
 // The interfaces named in the settings files, defaults "eth0" and "eth1"; a name that could not
 // stand in a command counts as missing.
@@ -19,7 +20,7 @@ InterfaceText lan_interface();
 Text<2> dynamic_setting();
 
 // Writes "nat_interface" into the WAN settings file: "ppp0" for methods 2 and 3, else "eth0".
-void set_wan_if(int method);
+Written set_wan_if(int method);
 
 // 1 when a program runs: "pidof" gives a pid of at least two digits for it. `program` is its name,
 // with "-x " before it for a script.

@@ -169,12 +169,9 @@ constexpr PPPConf page_defaults() {
 
 constexpr PPPConf d_conf = page_defaults();
 
-void Init_PPPConf() {
-    if (!replace_file(PppConfFile, kNewFile, kSecretMode))
-        log_line("cannot create %s", PppConfFile);
-}
+void Init_PPPConf() { told(replace_file(PppConfFile, kNewFile, kSecretMode)); }
 
-int ReadPPPConfig(PPPConf* record) {
+int ReadPPPConfig(PPPConf* record) try {
     record->Changed = 0;
     std::optional<Profile> file = Profile::open(PppConfFile);
     if (!file) {
@@ -194,6 +191,8 @@ int ReadPPPConfig(PPPConf* record) {
     read_lines(*record, kLinesBehindUserServers, &*file);
     record->NatEnable = PortEnabled();
     return 0;
+} catch (const Unreadable&) {
+    return 1;
 }
 
 int read_record(PPPConf* record, Message& message) {
@@ -202,27 +201,24 @@ int read_record(PPPConf* record, Message& message) {
     return unreadable;
 }
 
-int SavePPPConf(PPPConf record, Message& message) {
+int store_record(const PPPConf& record, Message& message) {
     Replacement out(PppConfFile, PppTmpFile, kSecretMode);
-    if (!out.is_open()) {
-        GetErrMsgByIndex(Msg::CannotOpenFile, message, PppTmpFile);
-        return 1;
-    }
     write_lines(record, kLines, out);
     for (std::size_t i = 0; i < record.UD.size(); ++i) write_user_server(record.UD[i], i + 1, out);
     write_lines(record, kLinesBehindUserServers, out);
-    switch (out.install()) {
-        case Replaced::done:
-            break;
-        case Replaced::not_written:
-            GetErrMsgByIndex(Msg::CannotWriteFile, message, PppTmpFile);
-            return 1;
-        case Replaced::not_renamed:
-            message = format_text("Cannot rename %s to %s", PppTmpFile, PppConfFile);
-            return 3;
-    }
-    SetFileString("nat_enable", record.NatEnable ? "yes" : "no", NatConfF);
-    return 0;
+    const Written written = out.install();
+    if (written == Written::no_temporary)
+        GetErrMsgByIndex(Msg::CannotOpenFile, message, PppTmpFile);
+    else if (written == Written::not_renamed)
+        message = format_text("Cannot rename %s to %s", PppTmpFile, PppConfFile);
+    return code_of(written, kRecordCodes);
+}
+
+int SavePPPConf(const PPPConf& record, Message& message) {
+    const int unstored = store_record(record, message);
+    if (unstored) return unstored;
+    const Written written = SetFileString("nat_enable", record.NatEnable ? "yes" : "no", NatConfF);
+    return written == Written::missing ? 0 : code_of(written, kRecordCodes);
 }
 
 int PortEnabled() {
@@ -235,5 +231,6 @@ int PortEnabled() {
 
 int Nat_Method() {
     if (!PortEnabled()) return kNoMethod;
-    return GetProfileInt("Method", kNoMethod, stream_of(Profile::open(PppConfFile)));
+    const std::optional<Profile> file = Profile::open(PppConfFile);
+    return GetProfileInt("Method", kNoMethod, stream_of(file));
 }

@@ -99,13 +99,14 @@ extern const PPPConf d_conf;
 // Creates the file with its default lines. Does nothing when it cannot be created.
 void Init_PPPConf();
 
-// Fills the record from the file, which is created when missing; NatEnable from the WAN settings
-// file, DNS from the appliance settings file, Changed 0; the other fields that are not stored stay.
-// A missing key takes its default. 0, or 1 when there is no file (the record stays as it was).
-int ReadPPPConfig(PPPConf* record);
+// Fills the record from the file, which is created when missing (and only then); NatEnable from the
+// WAN settings file, DNS from the appliance settings file, Changed 0; the other fields that are not
+// stored stay. A missing key takes its default. 0, or 1 when one of these files cannot be read or
+// created (of the record nothing may be used then).
+[[nodiscard]] int ReadPPPConfig(PPPConf* record);
 
 // ReadPPPConfig for a page: on failure with message 13 in `message`.
-int read_record(PPPConf* record, Message& message);
+[[nodiscard]] int read_record(PPPConf* record, Message& message);
 
 // Stores a value in a field of the record and marks the record as changed when it differs; tells
 // whether it did.
@@ -117,11 +118,15 @@ bool store(Field& field, const Value& value, PPPConf& record) {
     return true;
 }
 
-// Writes the record through "/etc/ppp/nat_ppp.tmp" and then "nat_enable" of the WAN settings file.
-// 0; 1 the temporary file could not be created (or written), 3 it could not be renamed, then with a
-// text in `message`.
-int SavePPPConf(PPPConf record, Message& message);
+// Writes the record through "/etc/ppp/nat_ppp.tmp". 0; 1 the temporary file could not be created or
+// written, 3 it could not be renamed, then with a text in `message`.
+[[nodiscard]] int store_record(const PPPConf& record, Message& message);
 
+// store_record, then "nat_enable" of the WAN settings file; 1 also when that could not be written.
+[[nodiscard]] int SavePPPConf(const PPPConf& record, Message& message);
+
+// The two throw Unreadable (files.h) when a file of theirs is there but cannot be read.
+//
 // 1 when internet sharing is switched on: "nat_enable" of the WAN settings file is not "no...".
 int PortEnabled();
 

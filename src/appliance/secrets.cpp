@@ -1,52 +1,41 @@
 #include "appliance/secrets.h"
 
-#include <cerrno>
 #include <string>
+#include <utility>
 
-#include "appliance/writer_result.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/quote.h"
-
-namespace {
-
-// Copies a secrets file with the secret behind its tag line; true when there was such a line.
-bool copy_secrets(LineReader& in, std::string_view tag_line, const std::string& secret,
-                  Replacement& out) {
-    bool found = false;
-    while (in.next()) {
-        out.write(in.piece());
-        if (!in.piece().starts_with(tag_line)) continue;
-        found = true;
-        out.end_line();
-        out.write_line(secret);
-        in.next();  // the old secret
-    }
-    return found;
-}
-
-}  // namespace
 
 int save_secret(const char* file, const char* tmpfile, const char* user, const char* password,
                 const char* tag) {
     const std::string tag_line = format_text("#%s", tag);
     const std::string name = pppd_word(user);
     const std::string secret = pppd_word(password);
-    LineReader in(file);
-    if (!in.is_open() && errno != ENOENT) return kNotWritten;
-    Replacement out(file, tmpfile, kSecretMode);
-    if (!out.is_open()) return kNotWritten;
-    bool found = false;
-    if (!in.is_open()) {
+    if (!exists(file)) {
+        Replacement out(file, tmpfile, kSecretMode);
         out.write_line("#client\tserver\tsecret\tIP address");
-    } else {
-        found = copy_secrets(in, tag_line, format_text("%s\t\tppp0\t%s", name, secret), out);
-        if (in.failed()) return kNotWritten;
-    }
-    if (!found) {
-        out.end_line();
         out.write_line(tag_line);
         out.write_line(format_text("%s\tppp0\t%s", name, secret));
+        return code_of(out.install(), kDialFileCodes);
     }
-    return result_of(out.install());
+    bool found = false;
+    bool is_old_secret = false;
+    const Written written = rewrite_lines(
+        file, tmpfile, kSecretMode, IfMissing::fail,
+        [&](std::string_view line, Replacement& out) {
+            if (std::exchange(is_old_secret, false)) return;
+            out.write(line);
+            if (!line.starts_with(tag_line)) return;
+            found = is_old_secret = true;
+            out.end_line();
+            out.write_line(format_text("%s\t\tppp0\t%s", name, secret));
+        },
+        [&](Replacement& out) {
+            if (found) return;
+            out.end_line();
+            out.write_line(tag_line);
+            out.write_line(format_text("%s\tppp0\t%s", name, secret));
+        });
+    return code_of(written, kDialFileCodes);
 }

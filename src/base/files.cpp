@@ -4,77 +4,75 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
 
-#include "base/shell.h"
-
 namespace {
 
-std::string folder_of(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-}
+constexpr std::size_t kBlock = 16384;
 
 std::string hidden_name_beside(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    const std::size_t name = slash == std::string::npos ? 0 : slash + 1;
-    return path.substr(0, name) + "." + path.substr(name) + ".tmp";
+    return folder_of(path) + "." + name_of(path) + ".tmp";
 }
 
 // Opens a file that did not exist a moment ago: whatever stood there is removed, nothing is
 // followed.
-int open_anew(const std::string& path) {
-    if (unlink(path.c_str()) != 0 && errno != ENOENT) return -1;
-    return open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kSecretMode);
+Descriptor open_anew(const std::string& path) {
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) return Descriptor();
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    return Descriptor(open(path.c_str(), kFlags, kSecretMode));
 }
 
-// A name is on disk once its folder is. Where folders cannot be flushed there is nothing to do.
-void flush_folder(const std::string& path) {
-    const int fd = open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return;
-    (void)fsync(fd);
-    close(fd);
-}
-
-bool copy_bytes(int from, int to) {
-    std::array<char, 4096> block;
-    for (;;) {
-        const ssize_t got = read(from, block.data(), block.size());
-        if (got == 0) return true;
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return false;
-        for (ssize_t done = 0; done < got;) {
-            const ssize_t put =
-                write(to, block.data() + done, static_cast<std::size_t>(got - done));
-            if (put < 0 && errno == EINTR) continue;
-            if (put < 0) return false;
-            done += put;
-        }
+// Copies so many bytes from where `from` stands.
+bool copy_bytes(int from, int to, off_t size) {
+    std::array<char, kBlock> block;
+    while (size > 0) {
+        const auto wanted = static_cast<std::size_t>(std::min<off_t>(size, block.size()));
+        const ssize_t got = read_some(from, block.data(), wanted);
+        if (got <= 0 || !write_all(to, {block.data(), static_cast<std::size_t>(got)})) return false;
+        size -= got;
     }
+    return true;
+}
+
+// Only root may give files away; an ordinary user's files stay the user's.
+bool give(int fd, uid_t owner, gid_t group) {
+    return fchown(fd, owner, group) == 0 || errno == EPERM || errno == EINVAL;
 }
 
 // Copies a finished temporary file beside the target, with its owner and mode, flushed to disk.
 bool copy_beside(const std::string& temporary, const std::string& beside) {
-    const int from = open(temporary.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    if (from < 0) return false;
-    const int to = open_anew(beside);
+    const Descriptor from(open(temporary.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
-    bool good = to >= 0 && fstat(from, &status) == 0 && copy_bytes(from, to) &&
-                fchmod(to, status.st_mode & 07777) == 0;
-    if (good && fchown(to, status.st_uid, status.st_gid) != 0) good = errno == EPERM;
-    if (good) good = fsync(to) == 0;
-    if (to >= 0) good = close(to) == 0 && good;
-    close(from);
-    if (!good) unlink(beside.c_str());
-    return good;
+    if (!from.is_open() || fstat(from.get(), &status) != 0) return false;
+    Descriptor to = open_anew(beside);
+    const bool good = to.is_open() && copy_bytes(from.get(), to.get(), status.st_size) &&
+                      give(to.get(), status.st_uid, status.st_gid) &&
+                      fchmod(to.get(), status.st_mode & 07777) == 0 && fsync(to.get()) == 0;
+    if (to.reset() && good) return true;
+    unlink(beside.c_str());
+    return false;
+}
+
+Written noted(Written how, const std::string& path) {
+    note_failure(Failure::cannot_write, path);
+    return how;
 }
 
 }  // namespace
 
-LineReader::LineReader(const std::string& path, std::size_t limit)
-    : file_(std::fopen(path.c_str(), "re")), limit_(limit) {}
+// ---- reading ----
+
+LineReader::LineReader(const std::string& path, std::size_t limit) : path_(path), limit_(limit) {
+    Descriptor file = open_regular(path, O_RDONLY);
+    if (file.is_open())
+        file_.reset(fdopen(file.release(), "r"));
+    else if (means_missing(errno))
+        return;
+    if (!file_) fail_to_read(path);
+}
 
 bool LineReader::next() {
     piece_.clear();
@@ -83,6 +81,7 @@ bool LineReader::next() {
         piece_ += static_cast<char>(c);
         if (c == '\n') break;
     }
+    if (c == EOF && std::ferror(file_.get())) fail_to_read(path_);
     return !piece_.empty();
 }
 
@@ -92,7 +91,12 @@ std::string_view LineReader::text() const {
     return text;
 }
 
-bool LineReader::failed() const { return std::ferror(file_.get()) != 0; }
+bool exists(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0) return true;
+    if (!means_missing(errno)) fail_to_read(path);
+    return false;
+}
 
 std::optional<std::string> read_first_line(const std::string& path, std::size_t limit) {
     LineReader in(path, limit);
@@ -102,58 +106,55 @@ std::optional<std::string> read_first_line(const std::string& path, std::size_t 
 }
 
 std::optional<std::string> read_file(const std::string& path, std::size_t limit) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return std::nullopt;
+    const Descriptor file = open_regular(path, O_RDONLY);
+    if (!file.is_open()) {
+        if (means_missing(errno)) return std::nullopt;
+        fail_to_read(path);
+    }
     std::string text;
     std::array<char, 32768> block;  // any template comes in one piece
-    bool failed = false;
     while (text.size() < limit) {
-        const ssize_t got = read(fd, block.data(), std::min(block.size(), limit - text.size()));
-        if (got < 0 && errno == EINTR) continue;
-        failed = got < 0;
-        if (got <= 0) break;
+        const ssize_t got =
+            read_some(file.get(), block.data(), std::min(block.size(), limit - text.size()));
+        if (got < 0) fail_to_read(path);
+        if (got == 0) break;
         text.append(block.data(), static_cast<std::size_t>(got));
     }
-    close(fd);
-    if (failed) return std::nullopt;
     return text;
 }
+
+// ---- writing ----
 
 Replacement::Replacement(std::string target, std::string temporary, mode_t mode)
     : target_(std::move(target)),
       temporary_(std::move(temporary)),
+      hidden_(temporary_.empty()),
       mode_(mode),
       owner_(geteuid()),
       group_(getegid()) {
+    if (hidden_) temporary_ = hidden_name_beside(target_);
+    // A file that can be seen but not opened is replaced all the same: its bytes are not wanted.
     struct stat old {};
-    const bool replaces = stat(target_.c_str(), &old) == 0;
-    if (replaces) {
-        owner_ = old.st_uid;
-        group_ = old.st_gid;
+    if (stat(target_.c_str(), &old) != 0) {
+        if (!means_missing(errno)) state_ = fail(Written::unreadable);
+        if (mode_ == kKeepMode) mode_ = kPlainMode;
+        return;
     }
-    if (mode_ == kKeepMode) mode_ = replaces ? old.st_mode & 07777 : kPlainMode;
-    const int fd = open_anew(temporary_);
-    if (fd < 0) return;
-    removable_ = true;
-    file_ = fdopen(fd, "w");
-    if (!file_) close(fd);
-    state_ = file_ ? State::writing : State::failed;
-}
-
-Replacement::Replacement(const std::string& target, mode_t mode)
-    : Replacement(target, hidden_name_beside(target), mode) {
-    hidden_ = true;
+    owner_ = old.st_uid;
+    group_ = old.st_gid;
+    if (mode_ == kKeepMode) mode_ = old.st_mode & 07777;
+    old_ = open_regular(target_, O_RDONLY);
 }
 
 Replacement::~Replacement() {
-    if (file_) std::fclose(file_);
     if (removable_) unlink(temporary_.c_str());
 }
 
 void Replacement::write(std::string_view text) {
     if (text.empty()) return;
-    std::fwrite(text.data(), 1, text.size(), file_);
     line_open_ = text.back() != '\n';
+    pending_ += text;
+    if (pending_.size() >= kBlock) flush_pending();
 }
 
 void Replacement::write_line(std::string_view text) {
@@ -165,60 +166,102 @@ void Replacement::end_line() {
     if (line_open_) write("\n");
 }
 
-bool Replacement::close_flushed() {
-    const int fd = fileno(file_);
-    bool good = std::ferror(file_) == 0 && std::fflush(file_) == 0;
-    // Only root may give files away; an ordinary user's files stay the user's.
-    if (good && fchown(fd, owner_, group_) != 0) good = errno == EPERM || errno == EINVAL;
-    good = good && fchmod(fd, mode_) == 0 && fsync(fd) == 0;
-    good = std::fclose(file_) == 0 && good;
-    file_ = nullptr;
-    return good;
+// Hands on what was written: as long as the old file says the same, nowhere.
+void Replacement::flush_pending() {
+    if (state_ == Written::done && !file_.is_open()) {
+        if (equals_old_bytes()) {
+            equal_ += static_cast<off_t>(pending_.size());
+            pending_.clear();
+            return;
+        }
+        leave_old_bytes();
+    }
+    if (state_ == Written::done && !write_all(file_.get(), pending_))
+        state_ = fail(Written::not_written);
+    pending_.clear();
 }
 
-bool Replacement::finish() {
-    if (state_ == State::writing) state_ = close_flushed() ? State::finished : State::failed;
-    return state_ == State::finished;
+bool Replacement::equals_old_bytes() {
+    if (!old_.is_open()) return false;
+    std::string bytes(pending_.size(), '\0');
+    const ssize_t got = pread(old_.get(), bytes.data(), bytes.size(), equal_);
+    return got == static_cast<ssize_t>(bytes.size()) && bytes == pending_;
 }
 
-Replaced Replacement::install() {
-    if (!finish()) return Replaced::not_written;
-    bool renamed = std::rename(temporary_.c_str(), target_.c_str()) == 0;
+// Begins the temporary file with the bytes that were the same so far.
+void Replacement::leave_old_bytes() {
+    file_ = open_anew(temporary_);
+    removable_ = file_.is_open();
+    if (!file_.is_open())
+        state_ = fail(Written::no_temporary);
+    else if (equal_ > 0 &&
+             (lseek(old_.get(), 0, SEEK_SET) != 0 || !copy_bytes(old_.get(), file_.get(), equal_)))
+        state_ = fail(Written::not_written);
+    old_.reset();
+}
+
+Written Replacement::install() {
+    if (!pending_.empty()) flush_pending();
+    if (state_ != Written::done) return state_;
+    if (!file_.is_open()) {
+        struct stat old {};
+        if (old_.is_open() && fstat(old_.get(), &old) == 0 && old.st_size == equal_)
+            return adopt_mode();
+        leave_old_bytes();
+        if (state_ != Written::done) return state_;
+    }
+    return put_in_place();
+}
+
+// The content is what it was.
+Written Replacement::adopt_mode() {
+    struct stat old {};
+    if (fstat(old_.get(), &old) != 0) return fail(Written::unreadable);
+    if ((old.st_mode & 07777) == mode_ || fchmod(old_.get(), mode_) == 0) return Written::done;
+    return fail(Written::not_written);
+}
+
+Written Replacement::put_in_place() {
+    const int fd = file_.get();
+    const bool good = give(fd, owner_, group_) && fchmod(fd, mode_) == 0 && fsync(fd) == 0;
+    if (!file_.reset() || !good) return fail(Written::not_written);
+    bool renamed = rename(temporary_.c_str(), target_.c_str()) == 0;
     if (!renamed && errno == EXDEV) {
         const std::string beside = hidden_name_beside(target_);
-        if (!copy_beside(temporary_, beside)) return Replaced::not_written;
-        renamed = std::rename(beside.c_str(), target_.c_str()) == 0;
+        if (!copy_beside(temporary_, beside)) return fail(Written::not_written);
+        renamed = rename(beside.c_str(), target_.c_str()) == 0;
         const int reason = errno;
         unlink(renamed ? temporary_.c_str() : beside.c_str());
         errno = reason;
     }
     removable_ = !renamed && hidden_;
-    if (!renamed) return Replaced::not_renamed;
-    state_ = State::installed;
-    flush_folder(target_);
-    return Replaced::done;
+    if (!renamed) return fail(Written::not_renamed);
+    // The new file is there; whether a power cut would leave it there is not known.
+    if (!flush_folder(folder_of(target_))) note_failure(Failure::cannot_write, target_);
+    return Written::done;
 }
 
-bool replace_file(const std::string& target, std::string_view text, mode_t mode) {
+Written Replacement::fail(Written how) { return noted(how, target_); }
+
+Written replace_file(const std::string& target, std::string_view text, mode_t mode) {
     Replacement out(target, mode);
-    if (!out.is_open()) return false;
     out.write(text);
-    return out.install() == Replaced::done;
+    return out.install();
 }
 
-bool create_anew(const std::string& path) {
-    const int fd = open_anew(path);
-    return fd >= 0 && close(fd) == 0;
+Written empty_file(const std::string& path) {
+    Descriptor file = open_regular(path, O_WRONLY);
+    if (!file.is_open() && means_missing(errno)) return Written::missing;
+    const bool emptied = file.is_open() && ftruncate(file.get(), 0) == 0 && fsync(file.get()) == 0;
+    return file.reset() && emptied ? Written::done : noted(Written::not_written, path);
 }
 
-ScratchFile::ScratchFile(std::string path) : path_(std::move(path)), ready_(create_anew(path_)) {}
+Written remove_file(const std::string& path) {
+    if (unlink(path.c_str()) == 0 || means_missing(errno)) return Written::done;
+    return noted(Written::not_written, path);
+}
 
-ScratchFile::~ScratchFile() { unlink(path_.c_str()); }
-
-std::optional<std::string> first_output_line(const std::string& command, const std::string& path,
-                                             std::size_t limit) {
-    const ScratchFile scratch(path);
-    if (!scratch.ready()) return std::nullopt;
-    run_command(command);
-    return read_first_line(path, limit);
+Written set_mode(const std::string& path, mode_t mode) {
+    if (chmod(path.c_str(), mode) == 0) return Written::done;
+    return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
 }

@@ -1,5 +1,5 @@
-// Files read line by line, replaced as a whole, and scratch files that commands write their output
-// to. A file that stood whole before a request stands whole after it, old or new.
+// Files read line by line, and replaced as a whole: a file that stood whole before a request stands
+// whole after it, old or new. Every failure is noted (failures.h), whatever becomes of the result.
 #pragma once
 
 #include <sys/types.h>
@@ -12,9 +12,15 @@
 #include <string>
 #include <string_view>
 
+#include "base/failures.h"
+#include "base/io.h"
+#include "base/written.h"
+
 // Modes of new files.
 inline constexpr mode_t kPlainMode = 0644;
 inline constexpr mode_t kSecretMode = 0600;  // everything that passwords stand in or pass through
+
+// ---- reading; what is there and cannot be read throws Unreadable ----
 
 // Reads a text file in pieces: a line with its line end, or, where the line is longer than the
 // limit, so many characters of it at a time.
@@ -22,139 +28,122 @@ class LineReader {
 public:
     static constexpr std::size_t kWholeLines = std::numeric_limits<std::size_t>::max();
 
-    // Opens `path`; errno tells why when is_open() is false. `limit`: characters of a piece.
+    // Opens `path` (open_regular); not open: there is no such file. `limit`: characters of a piece.
     explicit LineReader(const std::string& path, std::size_t limit = kWholeLines);
 
     [[nodiscard]] bool is_open() const { return file_ != nullptr; }
-    // Reads the next piece; false at the end of the file or after a read error.
+    // Reads the next piece; false at the end of the file.
     bool next();
     // The piece, with its line end when it holds one.
     [[nodiscard]] const std::string& piece() const { return piece_; }
     // The piece without its line feed.
     [[nodiscard]] std::string_view text() const;
-    // True when the reading stopped because of an error, not at the end of the file.
-    [[nodiscard]] bool failed() const;
 
 private:
     struct Close {
         void operator()(FILE* file) const { std::fclose(file); }
     };
+    std::string path_;
     std::unique_ptr<FILE, Close> file_;
     std::size_t limit_;
     std::string piece_;
 };
 
+// True when there is such a file, whatever it is.
+bool exists(const std::string& path);
+
 // The first line of a file without its line feed, at most `limit` characters of it; nothing when
-// the file cannot be opened, an empty text when it is empty.
+// there is no such file, an empty text when it is empty.
 std::optional<std::string> read_first_line(const std::string& path, std::size_t limit);
 
-// Reads at most `limit` bytes of a file; nothing when it cannot be read.
+// At most `limit` bytes of a file; nothing when there is no such file.
 std::optional<std::string> read_file(const std::string& path,
                                      std::size_t limit = LineReader::kWholeLines);
 
-// How a replacement ended.
-enum class Replaced {
-    done,
-    not_written,  // a write failed, for one because the disk is full; the temporary file is gone
-    not_renamed,  // a temporary file that the caller named stays and holds the new content
-};
+// ---- writing ----
 
-// The new content of a file, written to a temporary file and put in the target's place in one step.
-// The temporary file is created anew with mode 0600 (a link in its place is not followed). The
-// target is flushed to disk before it takes its name, and keeps owner and mode of the file that it
-// replaces unless `mode` sets one. Where temporary file and target lie on different file systems
-// the content is first copied beside the target. Until the last step the old file is whole.
+// The new content of a file, put in the target's place in one step. Where it equals the old one,
+// byte for byte, the file stays as it is: nothing wears out the flash for nothing. Otherwise it
+// goes to a temporary file, created anew with mode 0600 (a link in its place is not followed), is
+// flushed to disk, gets owner and mode of the file that it replaces unless `mode` sets one, and is
+// renamed; then the folder is flushed. Where temporary file and target lie on different file
+// systems the content is first copied beside the target. Until the rename the old file is whole.
 class Replacement {
 public:
     // mode: kKeepMode, or the mode of the new file. A new file gets kPlainMode when the mode is
     // kept.
     static constexpr mode_t kKeepMode = static_cast<mode_t>(-1);
 
+    // An empty `temporary` stands for a hidden file beside the target.
     Replacement(std::string target, std::string temporary, mode_t mode = kKeepMode);
-    // With a hidden temporary file beside the target, which never outlives the replacement.
-    explicit Replacement(const std::string& target, mode_t mode = kKeepMode);
-    ~Replacement();  // removes what is left of the temporary file
+    explicit Replacement(std::string target, mode_t mode = kKeepMode)
+        : Replacement(std::move(target), "", mode) {}
+    ~Replacement();  // of a replacement that is not installed nothing stays
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
 
-    [[nodiscard]] bool is_open() const { return file_ != nullptr; }
-    // Appends text; an error shows in the result of finish() or install().
+    // Appends text; an error shows in the result of install().
     void write(std::string_view text);
     void write_line(std::string_view text);
     // Ends the last line written when it has no line end yet, so that a line can follow.
     void end_line();
-    // Flushes and closes the temporary file. False: not everything is on disk.
-    [[nodiscard]] bool finish();
-    // finish(), if not done yet, then the rename. errno tells why when it was not renamed.
-    [[nodiscard]] Replaced install();
+    // Puts the content in place. not_renamed: a temporary file that the caller named holds it.
+    Written install();
 
 private:
-    enum class State { writing, finished, failed, installed };
-    bool close_flushed();
+    void flush_pending();
+    bool equals_old_bytes();
+    void leave_old_bytes();
+    Written put_in_place();
+    Written adopt_mode();
+    Written fail(Written how);
 
     std::string target_;
     std::string temporary_;
+    bool hidden_;
     mode_t mode_;
     uid_t owner_;
     gid_t group_;
-    FILE* file_ = nullptr;
-    State state_ = State::failed;
-    bool removable_ = false;  // a temporary file is there, of no use to anybody
-    bool hidden_ = false;
+    Descriptor old_;       // while what was written equals its beginning
+    off_t equal_ = 0;      // so many bytes do
+    Descriptor file_;      // the temporary file, from the first difference on
+    std::string pending_;  // written, but not compared or flushed yet
     bool line_open_ = false;
+    bool removable_ = false;  // a temporary file is there, of no use to anybody
+    Written state_ = Written::done;
 };
 
-// Writes `text` as the whole content of `target` (Replacement). False when it could not be put
-// there.
-[[nodiscard]] bool replace_file(const std::string& target, std::string_view text,
-                                mode_t mode = Replacement::kKeepMode);
+// Writes `text` as the whole content of `target` (Replacement).
+Written replace_file(const std::string& target, std::string_view text,
+                     mode_t mode = Replacement::kKeepMode);
+
+enum class IfMissing { fail, create };
 
 // Rewrites a file line by line: `edit` gets each line with its line end and writes what takes its
-// place; `finish` writes what follows the last line. The result of reading, writing and renaming:
-enum class Rewritten { done, unreadable, no_temporary, not_written, not_renamed };
+// place; `finish` writes what follows the last line.
 template <class Edit, class Finish>
-[[nodiscard]] Rewritten rewrite_lines(const std::string& target, const std::string& temporary,
-                                      mode_t mode, Edit edit, Finish finish) {
+Written rewrite_lines(const std::string& target, const std::string& temporary, mode_t mode,
+                      IfMissing if_missing, Edit edit, Finish finish) try {
     LineReader in(target);
-    if (!in.is_open()) return Rewritten::unreadable;
+    if (!in.is_open() && if_missing == IfMissing::fail) return Written::missing;
     Replacement out(target, temporary, mode);
-    if (!out.is_open()) return Rewritten::no_temporary;
-    while (in.next()) edit(in.piece(), out);
-    if (in.failed()) return Rewritten::unreadable;
+    while (in.is_open() && in.next()) edit(in.piece(), out);
     finish(out);
-    switch (out.install()) {
-        case Replaced::done:
-            return Rewritten::done;
-        case Replaced::not_written:
-            return Rewritten::not_written;
-        case Replaced::not_renamed:
-            break;
-    }
-    return Rewritten::not_renamed;
+    return out.install();
+} catch (const Unreadable&) {
+    return Written::unreadable;
+}
+template <class Edit>
+Written rewrite_lines(const std::string& target, const std::string& temporary, mode_t mode,
+                      Edit edit) {
+    return rewrite_lines(target, temporary, mode, IfMissing::fail, edit, [](Replacement&) {});
 }
 
-// A scratch file with a fixed name for the output of a command: created anew before the command
-// runs, with mode 0600 and never through a link, and removed at the end of its life.
-class ScratchFile {
-public:
-    explicit ScratchFile(std::string path);
-    ~ScratchFile();
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
+// Cuts a file to no length, in one step, through the descriptor that was checked (open_regular).
+Written empty_file(const std::string& path);
 
-    // False when the file could not be created anew: the command must not run then.
-    [[nodiscard]] bool ready() const { return ready_; }
+// Removes a file; done also when there is none.
+Written remove_file(const std::string& path);
 
-private:
-    std::string path_;
-    bool ready_;
-};
-
-// Creates `path` anew and empty with mode 0600, removing what stood there; never follows a link.
-[[nodiscard]] bool create_anew(const std::string& path);
-
-// Runs a command that writes to the scratch file `path` and returns the first line of it, at most
-// `limit` characters, without its line feed. Nothing when the file could not be made or opened; an
-// empty text when the command wrote nothing.
-std::optional<std::string> first_output_line(const std::string& command, const std::string& path,
-                                             std::size_t limit);
+// Gives a file its mode.
+Written set_mode(const std::string& path, mode_t mode);

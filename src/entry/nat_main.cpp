@@ -49,7 +49,11 @@ int show(const char* name, const char* back_link, const FormList* form) {
 
 int view(const char* next_file) {
     const char* name = next_file ? next_file : Def_Htm;
-    if (std::string_view(name) == "nat_status.htm") name = status_page(Nat_Method());
+    if (std::string_view(name) == "nat_status.htm") {
+        int method = kNoMethod;
+        gather([&] { method = Nat_Method(); });
+        name = status_page(method);
+    }
     return show(name, "nat_fs.htm", nullptr);
 }
 

@@ -76,13 +76,20 @@ private:
     // Calls a page's setter; on a refusal that page becomes the next one, with a message.
     bool call_setter(const CgiPage& page, Mode mode) {
         message_.clear();
-        const bool accepted =
-            page.setter && page.setter(form_, &heads_, &queued_, &tails_, mode, message_) == 0;
-        if (accepted) return true;
+        if (page.setter && accepts(page.setter, mode)) return true;
         next_file_ = page.name;
-        if (message_.empty())
+        if (!message_.empty()) return false;
+        if (first_failure())
+            tell(*first_failure(), message_);
+        else
             GetErrMsgByIndex(mode == kCheck ? Msg::CheckRefused : Msg::SetRefused, message_,
                              page.name);
+        return false;
+    }
+
+    bool accepts(PageSetter setter, Mode mode) try {
+        return setter(form_, &heads_, &queued_, &tails_, mode, message_) == 0;
+    } catch (const Unreadable&) {
         return false;
     }
 
@@ -125,7 +132,7 @@ private:
 
     bool run_action(const ProcNode& node) {
         log_line("Process %s\n", node.name.view());
-        const int result = ProcTab[node.action].body();
+        const int result = result_of(ProcTab[node.action].body);
         if (result == 0) return true;
         log_line("Process return=%d", long{result});
         if (node.action == kReconfigFilter) {
@@ -134,6 +141,10 @@ private:
         }
         GetErrMsgByIndex(Msg::ActionFailed, message_, node.name.view());
         return false;
+    }
+
+    static int result_of(ActionBody body) try { return body(); } catch (const Unreadable&) {
+        return 1;
     }
 
     int show_failed_action() {
@@ -149,13 +160,16 @@ private:
         next_file_ = next_or_this();
         log_line("ret_html %s action=%s", or_null(next_file_), or_null(todo_));
         if (status_ != 0) follow_method();
+        // The settings are stored as far as pages refuse; what failed besides is told here.
+        if (first_failure()) tell(*first_failure(), notice_);
         const CgiPage& next = page(next_file_, "CHK3");
         return next.getter(notice_.empty() ? nullptr : notice_.c_str(), form_);
     }
 
     // A save from a status page ends on the status page of the method in force.
     void follow_method() {
-        const int method = Nat_Method();
+        int method = kNoMethod;
+        gather([&] { method = Nat_Method(); });
         if (method == 0 || method == status_) return;
         next_file_ = status_page(method);
         GetErrMsgByIndex(Msg::OtherMethodInForce, notice_);

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "appliance/addresses.h"
-#include "base/files.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/scratch.h"
 #include "filter/ac_lists.h"
 #include "filter/ac_script.h"
 #include "framework/msgfile.h"
@@ -42,7 +42,7 @@ Message mesg;  // what the setter has to say about a request that it accepted
 std::string ports_key() { return {'G', acc.number, 'P'}; }
 std::string hosts_key() { return {'G', acc.number, 'A'}; }
 
-// False when the settings cannot be read; the lists are empty then.
+// False when there are no settings; the lists are empty then.
 bool read_group() {
     const std::optional<Profile> settings = Profile::open(QSCfgF);
     GetProfileString(ports_key(), "", acc.ports, stream_of(settings));
@@ -55,10 +55,8 @@ bool store_list(const std::string& key, std::string_view list) {
     const std::size_t line = key.size() + 1 + list.size();
     if (line > kProfileLine)
         refuse(Msg::ListFull, mesg);
-    else if (SetProfileString(kSection, key, list, QSCfgF) != 0)
-        GetErrMsgByIndex(Msg::CannotWriteFile, mesg, QSCfgF);
     else
-        return true;
+        return SetProfileString(kSection, key, list, QSCfgF) == 0;
     return false;
 }
 
@@ -81,7 +79,7 @@ const Octets& lan_address() {
             first_output_line("/sbin/ifconfig eth1 | grep inet > /tmp/eth1", "/tmp/eth1", kLine);
         Text<kLine + 1> address;
         if (!line) {
-            GetProfileString("ip_addr", "", address, stream_of(Profile::open(QSCfgF)));
+            address = setting<kLine + 1>(QSCfgF, "ip_addr", "");
         } else if (const std::size_t at = line->find(kLabel); at != std::string::npos) {
             const std::string_view rest = std::string_view(*line).substr(at + kLabel.size());
             address = rest.substr(0, rest.find_first_not_of("0123456789."));
@@ -239,7 +237,7 @@ char group_number(std::string_view name) {
 }  // namespace
 
 int get_ac_cfg(const char* message, const FormList* form) {
-    read_group();
+    gather(read_group);
     if (!message && !mesg.empty()) message = mesg.c_str();
     return html_parser(kPage, key_fun_tab, {}, message, form);
 }

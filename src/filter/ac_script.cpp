@@ -57,8 +57,6 @@ private:
 bool update_change(char group, GroupBlock block, std::string_view list) {
     const std::optional<std::string> script = read_file(AccessControlF);
     if (!script) return false;
-    Replacement out(AccessControlF, kWorkFile, kScriptMode);
-    if (!out.is_open()) return false;
     Blocks blocks(*script);
     if (block == GroupBlock::hosts) {
         if (!blocks.set('G', group, w_ip(list))) return false;
@@ -68,8 +66,9 @@ bool update_change(char group, GroupBlock block, std::string_view list) {
         opposite.front() = list.starts_with(kBlockPorts) ? kAllowPorts : kBlockPorts;
         if (!blocks.set('B', group, w_port(opposite))) return true;
     }
+    Replacement out(AccessControlF, kWorkFile, kScriptMode);
     out.write(blocks.script());
-    if (out.install() != Replaced::done) return false;
+    if (out.install() != Written::done) return false;
     Run_ip_up();
     return true;
 }

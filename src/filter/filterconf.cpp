@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/files.h"
 #include "base/paths.h"
@@ -97,18 +99,22 @@ void parse_time24(std::string_view rest, const Moment& moment, FilterConf& recor
     record.*moment.minute = minute;
 }
 
-bool write_number(const Setting& setting, const FilterConf& record) {
-    return WritePrivateProfileInt(FilterConfF, setting.key, record.*setting.field) != 0;
+std::string moment_text(const Moment& moment, const FilterConf& record) {
+    return date_text(static_cast<unsigned>(record.*moment.day), record.*moment.hour,
+                     record.*moment.minute);
 }
 
-bool write_switch(const Setting& setting, const FilterConf& record) {
-    return WritePrivateProfileOnOff(FilterConfF, setting.key, record.*setting.field) != 0;
-}
-
-bool write_moment(const Moment& moment, const FilterConf& record) {
-    return WritePrivateProfileDate(FilterConfF, moment.key,
-                                   static_cast<unsigned>(record.*moment.day), record.*moment.hour,
-                                   record.*moment.minute) != 0;
+std::vector<SpacedSetting> settings_of(const FilterConf& record) {
+    std::vector<SpacedSetting> settings;
+    const auto add_number = [&](const Setting& each) {
+        settings.push_back({each.key, std::to_string(record.*each.field)});
+    };
+    add_number(kState);
+    for (const Moment& each : kMoments) settings.push_back({each.key, moment_text(each, record)});
+    for (const Setting& each : kSwitches)
+        settings.push_back({each.key, on_off_text(record.*each.field)});
+    add_number(kListKind);
+    return settings;
 }
 
 }  // namespace
@@ -124,15 +130,16 @@ void ParseLine(std::string_view line, FilterConf& record) {
         if (key == moment.key) parse_time24(line, moment, record);
 }
 
-int get_filter_info(FilterConf* record) {
+int get_filter_info(FilterConf* record) try {
     *record = FilterConf{};
     LineReader in(FilterConfF, kSettingLine);
     if (!in.is_open()) return kCannotOpen;
     FilterConf found;
     while (in.next()) ParseLine(in.text(), found);
-    if (in.failed()) return kCannotOpen;
     *record = found;
     return 0;
+} catch (const Unreadable&) {
+    return kCannotOpen;
 }
 
 int check_filter_info(const FilterConf& record) {
@@ -147,10 +154,5 @@ int check_filter_info(const FilterConf& record) {
 int set_filter_info(const FilterConf& record, bool write) {
     const int out_of_range = check_filter_info(record);
     if (out_of_range || !write) return out_of_range;
-    const auto moment = [&](const Moment& each) { return write_moment(each, record); };
-    const auto on_off = [&](const Setting& each) { return write_switch(each, record); };
-    const bool written =
-        write_number(kState, record) && std::all_of(kMoments.begin(), kMoments.end(), moment) &&
-        std::all_of(kSwitches.begin(), kSwitches.end(), on_off) && write_number(kListKind, record);
-    return written ? 0 : kCannotOpen;
+    return code_of(write_settings(FilterConfF, settings_of(record)), kEntryCodes);
 }

@@ -29,11 +29,12 @@ struct FilterConf {
 void ParseLine(std::string_view line, FilterConf& record);
 
 // Zeroes the record and fills it from the file. 0, or -37 when the file cannot be read.
-int get_filter_info(FilterConf* record);
+[[nodiscard]] int get_filter_info(FilterConf* record);
 
 // 0, or the number of the first value, from 1 in the order of the fields, that is out of range.
 int check_filter_info(const FilterConf& record);
 
-// Checks the record and, when `write` is set and it passes, writes it setting by setting; other
-// lines of the file stay. 0, what check_filter_info found, or -37 when a setting cannot be written.
-int set_filter_info(const FilterConf& record, bool write);
+// Checks the record and, when `write` is set and it passes, writes all settings in one
+// rewrite; other lines of the file stay. 0, what check_filter_info found, or -37 when the file
+// cannot be written.
+[[nodiscard]] int set_filter_info(const FilterConf& record, bool write);

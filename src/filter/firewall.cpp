@@ -6,9 +6,9 @@
 #include "appliance/links.h"
 #include "base/files.h"
 #include "base/format.h"
-#include "base/log.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/scratch.h"
 #include "base/shell.h"
 #include "base/words.h"
 #include "filter/firewall_records.h"
@@ -36,7 +36,8 @@ bool is_link_up() { return ppp_on() || IsRunEth0(); }
 // The firewall script without its application rules; 1 done, 0 not.
 int gen_disfw() {
     const std::optional<std::string> script = read_file(FirewallF);
-    return script && replace_file(DisFirewallF, with_records_off(*script), kScriptMode);
+    if (!script) return 0;
+    return replace_file(DisFirewallF, with_records_off(*script), kScriptMode) == Written::done;
 }
 
 // Switches a line of a script on (a blank in front) or off ("#" in front). A line that is in the
@@ -50,8 +51,8 @@ std::string switched(std::string_view line, bool on) {
 
 void set_sap_en(bool on) {
     bool has_dis_firewall = false;
-    const Rewritten result = rewrite_lines(
-        IPUPF, FirewallTmpF, kScriptMode,
+    const Written written = rewrite_lines(
+        IPUPF, FirewallTmpF, kScriptMode, IfMissing::fail,
         [&](std::string_view line, Replacement& out) {
             if (line.find("/rc.firewall") != line.npos) return out.write(switched(line, on));
             if (line.find("/dis_rc.firewall") == line.npos) return out.write(line);
@@ -63,11 +64,7 @@ void set_sap_en(bool on) {
             out.end_line();
             out.write_line(format_text("%s%s $1", on ? "#" : " ", DisFirewallF));
         });
-    if (result != Rewritten::done) {
-        log_line("cannot rewrite %s", IPUPF);
-        return;
-    }
-    act_change();
+    if (written == Written::done) act_change();
 }
 
 // Marks a module as in use elsewhere when unloading left it loaded with users.

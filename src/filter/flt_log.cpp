@@ -30,14 +30,16 @@ std::string log_path() {
 // Hands the records' lines to `use`, oldest first, until it returns false. 0, or -37 when the log
 // cannot be read.
 template <class Use>
-int for_each_record(Use use) {
+int for_each_record(Use use) try {
     LineReader in(log_path(), kSettingLine);
     if (!in.is_open()) return kCannotOpen;
     while (in.next()) {
         const std::string_view line = in.text();
         if (!line.empty() && !line.starts_with('#') && !use(line)) break;
     }
-    return in.failed() ? kCannotOpen : 0;
+    return 0;
+} catch (const Unreadable&) {
+    return kCannotOpen;
 }
 
 template <std::size_t N>
@@ -113,7 +115,9 @@ std::size_t get_filter_log_count() {
     return result < 0 ? 0 : count;
 }
 
-int clear_filter_log() { return RemoveAllEntries(log_path()); }
+int clear_filter_log() try { return RemoveAllEntries(log_path()); } catch (const Unreadable&) {
+    return kCannotOpen;
+}
 
 int get_filterlog(const char* message, const FormList* form) {
     return html_parser(kPage, key_fun_tab, {}, message, form);

@@ -22,7 +22,7 @@ int get_filter_log(std::size_t first, std::span<LogRecord> records);
 std::size_t get_filter_log_count();
 
 // Empties the log; a missing one stays missing. 0 or -37.
-int clear_filter_log();
+[[nodiscard]] int clear_filter_log();
 
 // Renders the page with the log's oldest records as table rows, as many as the page has room for.
 // Message 37 when the log cannot be read.

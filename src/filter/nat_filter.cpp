@@ -33,7 +33,8 @@ int save_filter_when(const char* value, int, Message&, FilterConf& record) {
                       : when == "between" ? kFilterBetween
                                           : kFilterNever;
     if (!change(record.filter_state, state, record)) return 0;
-    if (set_rc_service(state) != 0) log_line("set_rc_service failed");
+    // An appliance without the script has nothing to redirect.
+    if (set_rc_service(state) != 0 && first_failure()) return 1;
     if (state != kFilterNever && field_is(posted, "enable_dmz", "checked"))
         warn_no = Msg::FilterBesideDmz;
     return 0;

@@ -131,21 +131,16 @@ SapItem do_list(const FormList* form) {
 
 // ---- the actions ----
 
-bool rewrite_firewall(std::string_view script) {
-    Replacement out(FirewallF, FirewallTmpF, kScriptMode);
-    if (!out.is_open()) return false;
-    out.write(script);
-    const Replaced replaced = out.install();
-    if (replaced == Replaced::not_renamed) log_line("rename failed");
-    return replaced != Replaced::not_written;
+// The rest of an action: the new script takes effect, or the page says that it was not stored.
+void applied(Written written) {
+    if (written == Written::done) return act_change();
+    GetErrMsgByIndex(Msg::CannotWriteFile, mesg, FirewallF);
 }
 
-// The rest of an action: the new script takes effect, or the page says that it was not stored.
-void applied(bool stored) {
-    if (stored)
-        act_change();
-    else
-        GetErrMsgByIndex(Msg::CannotWriteFile, mesg, FirewallF);
+Written rewrite_firewall(std::string_view script) {
+    Replacement out(FirewallF, FirewallTmpF, kScriptMode);
+    out.write(script);
+    return out.install();
 }
 
 void add(std::string_view script, const SapItem& item) {
@@ -160,9 +155,9 @@ void remove(std::string_view script, const SapItem& item) {
 
 void update(std::string_view script, const SapItem& item) {
     std::string module_line;
-    const bool stored = rewrite_firewall(with_record_updated(script, item, module_line));
-    if (stored && !module_line.empty()) act_module(module_line);
-    applied(stored);
+    const Written written = rewrite_firewall(with_record_updated(script, item, module_line));
+    if (written == Written::done && !module_line.empty()) act_module(module_line);
+    applied(written);
 }
 
 struct SapAction {
@@ -196,8 +191,10 @@ void set_a_action(std::string_view todo, const SapItem& item) {
 int sap_main(const FormList* form, const char* message) {
     mesg.clear();
     const char* todo = find_val(form, "todo");
-    if (todo && !message) set_a_action(todo, do_list(form));
-    sap_fw = parse_firewall(read_file(FirewallF).value_or(""));
+    gather([&] {
+        if (todo && !message) set_a_action(todo, do_list(form));
+        sap_fw = parse_firewall(read_file(FirewallF).value_or(""));
+    });
     drop_what_has_no_room(sap_fw, size_in_lists);
     return render_page(kPage, {}, get_ary_tab, message ? message : mesg.c_str(), form);
 }

@@ -1,7 +1,5 @@
 #include "filter/site_list.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <optional>
 
@@ -55,11 +53,14 @@ std::vector<std::string_view> sites_in(std::string_view text) {
     }
 }
 
-int import_site(const char* path, const SiteList& list, std::size_t& added) {
+int import_site(const char* path, const SiteList& list, std::size_t& added) try {
     added = 0;
     const std::optional<std::string> upload = usable_upload(path);
     const std::optional<std::string> text = upload ? read_file(*upload) : std::nullopt;
     if (!text) return kImportUnreadable;
-    unlink(upload->c_str());
-    return AppendEntries(list.path(), sites_in(*text), added) == 0 ? 0 : kImportNotAdded;
+    const int result = AppendEntries(list.path(), sites_in(*text), added);
+    told(remove_file(*upload));
+    return result == 0 ? 0 : kImportNotAdded;
+} catch (const Unreadable&) {
+    return kImportUnreadable;
 }

@@ -14,10 +14,10 @@ struct SiteList {
     std::string_view standard_path;  // where the settings name none
 
     [[nodiscard]] std::string path() const;
-    int get(int first, int maximum, std::span<char> out) const;
-    int add(std::string_view entry) const;
-    int del(std::span<const std::string_view> entries) const;
-    int del_all() const;
+    [[nodiscard]] int get(int first, int maximum, std::span<char> out) const;
+    [[nodiscard]] int add(std::string_view entry) const;
+    [[nodiscard]] int del(std::span<const std::string_view> entries) const;
+    [[nodiscard]] int del_all() const;
 };
 
 inline constexpr SiteList kAllowList = {"access_file", "/usr/local/squid/etc/access.list"};
@@ -32,6 +32,6 @@ inline constexpr int kImportUnreadable = 30;
 std::vector<std::string_view> sites_in(std::string_view text);
 
 // Adds the sites of an uploaded file that are not listed yet, all or none; `added` is their number.
-// The file is deleted once it could be read. 0, kImportUnreadable (also for a path that no upload
-// has) or kImportNotAdded.
-int import_site(const char* path, const SiteList& list, std::size_t& added);
+// The file is deleted when it could be read, whatever comes of it. 0, kImportUnreadable (also for a
+// path that no upload has) or kImportNotAdded.
+[[nodiscard]] int import_site(const char* path, const SiteList& list, std::size_t& added);

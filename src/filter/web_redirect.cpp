@@ -18,19 +18,19 @@ constexpr std::size_t kShortestLine = 3;  // with its line end; a shorter one en
 int set_rc_service(int filter_state) {
     enum { before, inside, behind } place = before;
     const char mark = filter_state == kFilterNever ? '#' : ' ';
-    const Rewritten result = rewrite_lines(
-        ServiceFile, kTemporary, kScriptMode,
-        [&](std::string_view line, Replacement& out) {
-            if (place == inside && line.size() < kShortestLine) place = behind;
-            if (place == inside) {
-                out.write({&mark, 1});
-                line.remove_prefix(1);
-            }
-            if (place == before && line.starts_with(kHeader)) place = inside;
-            out.write(line);
-        },
-        [](Replacement&) {});
-    if (result != Rewritten::done) return 1;
+    const Written written = rewrite_lines(ServiceFile, kTemporary, kScriptMode,
+                                          [&](std::string_view line, Replacement& out) {
+                                              if (place == inside && line.size() < kShortestLine)
+                                                  place = behind;
+                                              if (place == inside) {
+                                                  out.write({&mark, 1});
+                                                  line.remove_prefix(1);
+                                              }
+                                              if (place == before && line.starts_with(kHeader))
+                                                  place = inside;
+                                              out.write(line);
+                                          });
+    if (written != Written::done) return 1;
     Run_ip_up();
     return 0;
 }

@@ -9,11 +9,13 @@ namespace {
 
 // The first line that begins with the number and a hyphen, from behind the hyphen, with its line
 // end.
-std::optional<std::string> find_message(const char* file, int number) {
+std::optional<std::string> find_message(const char* file, int number) try {
     const std::string prefix = std::to_string(number) + "-";
     LineReader in(file);
     while (in.is_open() && in.next())
         if (in.piece().starts_with(prefix)) return in.piece().substr(prefix.size());
+    return std::nullopt;
+} catch (const Unreadable&) {
     return std::nullopt;
 }
 
@@ -41,4 +43,13 @@ void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a, cons
 int refuse(int number, Message& message) {
     GetErrMsgByIndex(number, message);
     return number;
+}
+
+void tell(const Failure& failure, Message& message) {
+    constexpr auto number = [](Failure::What what) {
+        return what == Failure::cannot_read    ? Msg::CannotReadFile
+               : what == Failure::cannot_write ? Msg::CannotWriteFile
+                                               : Msg::CannotRunCommand;
+    };
+    GetErrMsgByIndex(number(failure.what), message, failure.name);
 }

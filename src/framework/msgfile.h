@@ -4,6 +4,7 @@
 
 #include <span>
 
+#include "base/failures.h"
 #include "base/format.h"
 #include "base/text.h"
 
@@ -60,6 +61,7 @@ enum : int {
     UnstorableCharacter = 62,
     BadHardwareAddress = 63,
     CannotWriteFile = 64,
+    CannotRunCommand = 65,
     ListFull = 68,
 };
 }  // namespace Msg
@@ -79,3 +81,6 @@ void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
 
 // Puts a message without arguments into `message` and returns its number: how a saver refuses.
 int refuse(int number, Message& message);
+
+// Puts the message that tells of a failure (failures.h) into `message`: 13, 64 or 65.
+void tell(const Failure& failure, Message& message);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/failures.h"
 #include "base/text.h"
 #include "framework/action_queue.h"
 #include "framework/cgi-lib.h"
@@ -58,4 +59,12 @@ int save_fields(const std::array<KeyFun<Record>, N>& keys, const FormList* form,
         if (refused) return refused;
     }
     return 0;
+}
+
+// Gathers what a page shows before it is rendered. What cannot be read stays empty; the page tells
+// which file that was.
+template <class Gather>
+void gather(Gather read) try {
+    read();
+} catch (const Unreadable&) {  // noted where it was thrown
 }

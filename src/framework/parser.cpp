@@ -26,6 +26,12 @@ std::string message_text(int number) {
     return text.c_str();
 }
 
+std::string failure_text(const Failure& failure) {
+    Message text;
+    tell(failure, text);
+    return text.c_str();
+}
+
 // The built-in warnings; the longer ones are spread over several numbered messages.
 std::string warning() {
     switch (warn_no) {
@@ -154,9 +160,11 @@ private:
         copy("#");
     }
 
+    // What failed comes before what is merely worth a warning.
     std::string message() const {
         if (message_) return message_;
-        return store_.empty() ? warning() : store_;
+        if (!store_.empty()) return store_;
+        return first_failure() ? failure_text(*first_failure()) : warning();
     }
 
     void resolve_key(const Marker& marker) {
@@ -174,21 +182,32 @@ private:
         ValueText value;
         LongText text;
         int error = 0;
-        if (getter(value, text, error) != 0) return failed(marker.name, error);
+        if (!succeeds([&] { return getter(value, text, error); }))
+            return failed(marker.name, error);
         show(text ? std::string_view(*text) : value.view(), marker);
     }
 
     void resolve_list(const Marker& marker) {
         LongText text;
         int error = 0;
-        if (GetArrayItem(marker.name, text, error) != 0) return failed(marker.name, error);
+        if (!succeeds([&] { return GetArrayItem(marker.name, text, error); }))
+            return failed(marker.name, error);
         if (text) show(*text, marker);
+    }
+
+    // A file that cannot be read fails its marker; which one it is, the message tells.
+    template <class Getter>
+    static bool succeeds(Getter getter) try {
+        return getter() == 0;
+    } catch (const Unreadable&) {
+        return false;
     }
 
     void failed(std::string_view name, int error) {
         last_failure_ = error;
         if (message_) return;
-        store_ = message_text(error);
+        store_ =
+            error == 0 && first_failure() ? failure_text(*first_failure()) : message_text(error);
         log_line("GetFun of %s error", name);
     }
 
@@ -200,6 +219,12 @@ private:
     std::optional<int> last_failure_;  // of the marker just resolved
     bool stopped_ = false;
 };
+
+std::optional<std::string> template_text(const char* path) try {
+    return read_file(path);
+} catch (const Unreadable&) {
+    return std::nullopt;
+}
 
 template <class Row>
 int index_of(std::span<const Row> rows, std::string_view Row::*name, std::string_view wanted) {
@@ -225,7 +250,7 @@ Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys
 
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form) {
-    const std::optional<std::string> text = read_file(path);
+    const std::optional<std::string> text = template_text(path);
     if (!text) {
         Message missing;
         GetErrMsgByIndex(Msg::UnknownPage, missing, path);

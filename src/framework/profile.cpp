@@ -1,19 +1,12 @@
 #include "framework/profile.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <unordered_map>
-#include <unordered_set>
+#include <vector>
 
 #include "base/files.h"
 #include "base/format.h"
-#include "base/paths.h"
 #include "base/words.h"
 
 namespace {
@@ -55,8 +48,16 @@ bool is_header_of(std::string_view line, std::string_view section) {
            line.substr(1, section.size()) == section;
 }
 
-std::string key_line(std::string_view key, std::string_view value) {
-    return format_text("%s=%s\n", key, value);
+// The line of a setting; nothing for one without a value.
+std::string key_line(const Setting& setting) {
+    return setting.value ? format_text("%s=%s\n", setting.key, *setting.value) : "";
+}
+
+// The setting whose line this is, or their number.
+std::size_t index_of_key(std::string_view line, std::span<const Setting> settings) {
+    const auto found = std::ranges::find_if(
+        settings, [&](const Setting& setting) { return has_key(line, setting.key); });
+    return static_cast<std::size_t>(found - settings.begin());
 }
 
 }  // namespace
@@ -112,45 +113,69 @@ std::string ini_temporary() {
     return "Ini" + padded.substr(0, 5) + ".tmp";
 }
 
-int SetProfileString(std::string_view section, std::string_view key, std::string_view value,
+Written set_settings(std::string_view section, std::span<const Setting> settings,
                      const std::string& path) {
-    enum { searching, inside, written } state = searching;
-    const Rewritten result = rewrite_lines(
-        path, ini_temporary(), Replacement::kKeepMode,
+    enum { before, inside, behind } place = before;
+    std::vector<bool> is_set(settings.size());
+    const auto write_rest = [&](Replacement& out) {
+        out.end_line();
+        for (std::size_t i = 0; i < settings.size(); ++i)
+            if (!is_set[i]) out.write(key_line(settings[i]));
+    };
+    const Written written = rewrite_lines(
+        path, ini_temporary(), Replacement::kKeepMode, IfMissing::fail,
         [&](std::string_view line, Replacement& out) {
-            if (state == searching && is_header_of(line, section)) {
-                state = inside;
-            } else if (state == inside && (line.starts_with('[') || has_key(line, key))) {
-                state = written;
-                out.write(key_line(key, value));
-                if (has_key(line, key)) return;
+            if (place == inside && line.starts_with('[')) {
+                place = behind;
+                write_rest(out);
+            } else if (place == inside) {
+                const std::size_t i = index_of_key(line, settings);
+                if (i < settings.size() && !is_set[i]) {
+                    is_set[i] = true;
+                    return out.write(key_line(settings[i]));
+                }
+            } else if (place == before && is_header_of(line, section)) {
+                place = inside;
             }
             out.write(line);
         },
         [&](Replacement& out) {
-            if (state == written) return;
+            if (place == behind) return;
             out.end_line();
-            if (state == searching) out.write(format_text("[%s]\n", section));
-            out.write(key_line(key, value));
+            if (place == before) out.write(format_text("[%s]\n", section));
+            write_rest(out);
         });
-    if (result == Rewritten::done) return 0;
-    return result == Rewritten::not_renamed ? -1 : 1;
+    if (written == Written::missing) note_failure(Failure::cannot_write, path);
+    return written;
 }
 
-bool SetFileString(std::string_view key, std::optional<std::string_view> value,
-                   const std::string& path) {
-    bool matched = false;
-    const Rewritten result = rewrite_lines(
-        path, kSetTmpF, Replacement::kKeepMode,
+int SetProfileString(std::string_view section, std::string_view key, std::string_view value,
+                     const std::string& path) {
+    const Setting setting = {key, std::string(value)};
+    return code_of(set_settings(section, {&setting, 1}, path), kProfileCodes);
+}
+
+Written set_file_strings(std::span<const Setting> settings, const std::string& path) {
+    std::vector<bool> is_set(settings.size());
+    return rewrite_lines(
+        path, kSetTmpF, Replacement::kKeepMode, IfMissing::fail,
         [&](std::string_view line, Replacement& out) {
-            if (!has_key(line, key)) return out.write(line);
-            matched = true;
-            if (value) out.write(key_line(key, *value));
+            const std::size_t i = index_of_key(line, settings);
+            if (i == settings.size()) return out.write(line);
+            is_set[i] = true;
+            out.write(key_line(settings[i]));
         },
         [&](Replacement& out) {
-            if (matched || !value) return;
-            out.end_line();
-            out.write(key_line(key, *value));
+            for (std::size_t i = 0; i < settings.size(); ++i) {
+                if (is_set[i] || !settings[i].value) continue;
+                out.end_line();
+                out.write(key_line(settings[i]));
+            }
         });
-    return result == Rewritten::done;
+}
+
+Written SetFileString(std::string_view key, std::optional<std::string_view> value,
+                      const std::string& path) {
+    const Setting setting = {key, value ? std::optional<std::string>(*value) : std::nullopt};
+    return set_file_strings({&setting, 1}, path);
 }

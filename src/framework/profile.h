@@ -1,16 +1,12 @@
-// Settings files of three shapes, each with its own matching rules:
-//
-// - key=value files, with or without "[section]" lines (network interface files, the WAN settings,
-//   the appliance settings). Readers find a key by its beginning and take the first line of the
-//   whole file that has it, so writers put a key before any longer key that begins with it.
-// - space-separated files: key, blank, value, and "#" comments (the filtering proxy's settings).
-// - entry lists: one entry a line, and "#" comments (the proxy's site lists).
+// Key=value files, with or without "[section]" lines (network interface files, the WAN settings,
+// the appliance settings, shell scripts). Readers find a key by its beginning and take the first
+// line of the whole file that has it, so writers put a key before any longer key that begins with
+// it.
 //
 // Out texts are spans of which at most size - 1 characters are filled, followed by a NUL.
 // Every rewrite replaces the file as a whole (files.h); a failed one leaves the old file.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -18,6 +14,7 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "base/written.h"
 
 // Most characters that the key=value readers take of a line.
 inline constexpr std::size_t kProfileLine = 275;
@@ -25,6 +22,7 @@ inline constexpr std::size_t kProfileLine = 275;
 // An open key=value file: its content at the moment of opening.
 class Profile {
 public:
+    // Nothing when there is no such file; one that cannot be read throws Unreadable (files.h).
     static std::optional<Profile> open(const std::string& path);
     [[nodiscard]] std::string_view content() const { return content_; }
 
@@ -38,7 +36,7 @@ inline const Profile* stream_of(const std::optional<Profile>& file) {
     return file ? &*file : nullptr;
 }
 
-// ---- key=value files ----
+// ---- reading ----
 
 // The value of the first line whose text before "=" begins with `key`, without its line feed (a
 // carriage return stays). 1 found; 0 not found or no stream: `out` gets the default.
@@ -53,17 +51,38 @@ long GetProfileLong(std::string_view key, long fallback, const Profile* stream);
 int GetStrByKey(std::string_view key, std::span<char> out, const Profile* stream);
 int GetIntByKey(std::string_view key, int* out, const Profile* stream);
 
-// Sets key=value in a section: in place of the section's line with that key, else as the section's
-// last line, else in a new section at the end of the file. The temporary file ("Ini", five digits,
-// ".tmp") lies in the working directory. 0 done; 1 the file is missing or nothing could be written;
-// otherwise the result of the rename.
-int SetProfileString(std::string_view section, std::string_view key, std::string_view value,
+// The value of a key in a file (GetProfileString); the default also when there is no such file.
+template <std::size_t N>
+Text<N> setting(const std::string& path, std::string_view key, std::string_view fallback) {
+    const std::optional<Profile> file = Profile::open(path);
+    Text<N> value;
+    GetProfileString(key, fallback, value, stream_of(file));
+    return value;
+}
+
+// ---- writing ----
+
+struct Setting {
+    std::string_view key;
+    std::optional<std::string> value;  // nothing: lines with that key are dropped
+};
+
+// Sets the keys of a section, all in one rewrite: each in place of the section's line with that
+// key, else as the section's last line; where there is no such section, in a new one at the end of
+// the file. The temporary file ("Ini", five digits, ".tmp") lies in the working directory. A
+// missing file is not created, which counts as a failure to write it.
+Written set_settings(std::string_view section, std::span<const Setting> settings,
                      const std::string& path);
+// The same for one key: kProfileCodes.
+[[nodiscard]] int SetProfileString(std::string_view section, std::string_view key,
+                                   std::string_view value, const std::string& path);
 
 // The name "Ini00000.tmp" with five pseudo-random digits.
 std::string ini_temporary();
 
-// Sets every line "key=..." of a file to the value, or appends one; without a value such lines are
-// dropped. A missing file is not created. Works through "/tmp/setstr.tmp". True when done.
-bool SetFileString(std::string_view key, std::optional<std::string_view> value,
-                   const std::string& path);
+// Sets every line "key=..." of a file without sections to its value, or appends one, all in one
+// rewrite. A missing file is not created. Works through "/tmp/setstr.tmp".
+Written set_file_strings(std::span<const Setting> settings, const std::string& path);
+// The same for one key.
+Written SetFileString(std::string_view key, std::optional<std::string_view> value,
+                      const std::string& path);

@@ -1,6 +1,7 @@
 #include "framework/settings.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "base/files.h"
 #include "base/format.h"
@@ -28,24 +29,34 @@ int GetPrivateProfileString(const std::string& path, std::string_view key,
     return 0;
 }
 
-int WritePrivateProfileString(const std::string& path, std::string_view key,
-                              std::string_view value) {
-    const auto setting = [&] { return format_text("%s %s\n", key, value); };
-    if (!LineReader(path).is_open() && !replace_file(path, "")) return 0;
-    bool matched = false;
-    const Rewritten result = rewrite_lines(
-        path, path + ".tmp", Replacement::kKeepMode,
+Written write_settings(const std::string& path, std::span<const SpacedSetting> settings) {
+    std::vector<bool> is_set(settings.size());
+    const auto line_of = [](const SpacedSetting& setting) {
+        return format_text("%s %s\n", setting.key, setting.value);
+    };
+    return rewrite_lines(
+        path, path + ".tmp", Replacement::kKeepMode, IfMissing::create,
         [&](std::string_view line, Replacement& out) {
-            const bool matches = !is_comment(line) && first_word(line) == key;
-            matched = matched || matches;
-            out.write(matches ? setting() : line);
+            const auto found = std::ranges::find_if(settings, [&](const SpacedSetting& setting) {
+                return !is_comment(line) && first_word(line) == setting.key;
+            });
+            if (found == settings.end()) return out.write(line);
+            is_set[static_cast<std::size_t>(found - settings.begin())] = true;
+            out.write(line_of(*found));
         },
         [&](Replacement& out) {
-            if (matched) return;
-            out.end_line();
-            out.write(setting());
+            for (std::size_t i = 0; i < settings.size(); ++i) {
+                if (is_set[i]) continue;
+                out.end_line();
+                out.write(line_of(settings[i]));
+            }
         });
-    return result == Rewritten::done;
+}
+
+int WritePrivateProfileString(const std::string& path, std::string_view key,
+                              std::string_view value) {
+    const SpacedSetting setting = {key, std::string(value)};
+    return write_settings(path, {&setting, 1}) == Written::done;
 }
 
 int WriteProfileString(std::string_view key, std::string_view value) {
@@ -57,11 +68,16 @@ int WritePrivateProfileInt(const std::string& path, std::string_view key, int va
 }
 
 int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag) {
-    return WritePrivateProfileString(path, key, flag ? "on" : "off");
+    return WritePrivateProfileString(path, key, on_off_text(flag));
 }
 
 int WritePrivateProfileDate(const std::string& path, std::string_view key, unsigned weekday, int a,
                             int b) {
-    return WritePrivateProfileString(
-        path, key, format_text("%s %d %d", days[weekday % days.size()], long{a}, long{b}));
+    return WritePrivateProfileString(path, key, date_text(weekday, a, b));
+}
+
+std::string on_off_text(int flag) { return flag ? "on" : "off"; }
+
+std::string date_text(unsigned weekday, int a, int b) {
+    return format_text("%s %d %d", days[weekday % days.size()], long{a}, long{b});
 }

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/written.h"
+
 // Most characters of a line in a space-separated file.
 inline constexpr std::size_t kSettingLine = 8191;
 
@@ -20,16 +22,27 @@ inline constexpr std::array<std::string_view, 7> days = {
 // the default), when the key has no value (`out` is empty) and when out has no room at all.
 int GetPrivateProfileString(const std::string& path, std::string_view key,
                             std::string_view fallback, std::span<char> out);
-// Sets the value of every line with that key, or appends one; creates the file. 1 written, 0
-// failed.
-int WritePrivateProfileString(const std::string& path, std::string_view key,
-                              std::string_view value);
-int WriteProfileString(std::string_view key, std::string_view value);  // in the proxy's filter.conf
-int WritePrivateProfileInt(const std::string& path, std::string_view key, int value);
-int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag);
-// "Weekday a b"; weekday 0 (Sunday) to 6.
-int WritePrivateProfileDate(const std::string& path, std::string_view key, unsigned weekday, int a,
-                            int b);
+// Sets keys, all in one rewrite: the value of every line with a key, or a new line at the end. A
+// missing file is created. The temporary file is the file's name with ".tmp" behind it.
+struct SpacedSetting {
+    std::string_view key;
+    std::string value;
+};
+Written write_settings(const std::string& path, std::span<const SpacedSetting> settings);
+
+// The same for one key. 1 written, 0 failed.
+[[nodiscard]] int WritePrivateProfileString(const std::string& path, std::string_view key,
+                                            std::string_view value);
+// In the proxy's filter.conf.
+[[nodiscard]] int WriteProfileString(std::string_view key, std::string_view value);
+[[nodiscard]] int WritePrivateProfileInt(const std::string& path, std::string_view key, int value);
+[[nodiscard]] int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag);
+[[nodiscard]] int WritePrivateProfileDate(const std::string& path, std::string_view key,
+                                          unsigned weekday, int a, int b);
+
+// Values as these functions write them: "on" or "off", and "Weekday a b" (weekday 0, Sunday, to 6).
+std::string on_off_text(int flag);
+std::string date_text(unsigned weekday, int a, int b);
 
 // True for an empty line and for one that begins with "#".
 bool is_comment(std::string_view line);

@@ -9,7 +9,6 @@
 #include <string>
 
 #include "appliance/secrets.h"
-#include "appliance/writer_result.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
@@ -73,15 +72,18 @@ std::string chat_script(const PPPConf& record) {
     return text + "CONNECT\nSAY \"\\n\"";
 }
 
+constexpr int kNoRecord = 1;
+constexpr int kNotWritten = 2;
+constexpr int kSecondNotWritten = 3;
+
 // Reads the record, builds a file's text from it and puts it in place through its temporary file.
 int write_from_record(const char* target, const char* temporary,
                       std::string (*text_of)(const PPPConf&)) {
     PPPConf record;
     if (ReadPPPConfig(&record) != 0) return kNoRecord;
     Replacement out(target, temporary);
-    if (!out.is_open()) return kNotWritten;
     out.write(text_of(record));
-    return result_of(out.install());
+    return code_of(out.install(), kDialFileCodes);
 }
 
 std::string telephone_file(const PPPConf& record) {
@@ -121,15 +123,10 @@ std::string with_timeout(std::string_view line, unsigned seconds) {
 
 }  // namespace
 
+// An appliance without this file has no dial-up at all, which its firmware must put right.
 int SaveDiald() {
-    PPPConf record;
-    if (ReadPPPConfig(&record) != 0) return kNoRecord;
-    Replacement out(DialdF, DialdTmpF);
-    if (!out.is_open()) return kNotWritten;
-    out.write(diald_conf(record));
-    if (!out.finish()) return kNotWritten;
-    if (std::remove(DialdF) != 0) cgi_err("", std::strerror(errno));
-    return result_of(out.install());
+    if (!exists(DialdF)) cgi_err("", std::strerror(ENOENT));
+    return write_from_record(DialdF, DialdTmpF, diald_conf);
 }
 
 int SavePPPOn() {
@@ -149,44 +146,45 @@ int SaveSecret() {
     const char* user = record.User.c_str();
     const char* password = record.Password.c_str();
     if (save_secret(PapF, PapTmpF, user, password, SerialTag) != 0) return kNotWritten;
-    if (save_secret(ChapF, ChapTmpF, user, password, SerialTag) != 0) return kNotRenamed;
+    if (save_secret(ChapF, ChapTmpF, user, password, SerialTag) != 0) return kSecondNotWritten;
     for (const char* file : {PapF, ChapF})
         run_command(format_text("chmod 0600 %s > /dev/null", file));
-    return kDone;
+    return 0;
 }
 
 int SaveFilter() {
     PPPConf record;
     if (ReadPPPConfig(&record) != 0) return kNoRecord;
-    if (!LineReader(FilterF).is_open())
-        run_command(format_text("cp -f %s %s > /dev/null", DefFilterF, FilterF));
-    return result_of(rewrite_lines(
-        FilterF, FilterTmpF, Replacement::kKeepMode,
-        [&](std::string_view line, Replacement& out) {
+    // A copy that broke off must not count as the filter from now on.
+    if (!exists(FilterF) &&
+        run_command(format_text("cp -f %s %s > /dev/null", DefFilterF, FilterF)) != 0)
+        told(remove_file(FilterF));
+    const Written written = rewrite_lines(
+        FilterF, FilterTmpF, Replacement::kKeepMode, [&](std::string_view line, Replacement& out) {
             const bool is_rule = line.starts_with("accept") || line.starts_with("keepup");
             out.write(is_rule ? with_timeout(line, idle_seconds(record)) : std::string(line));
-        },
-        [](Replacement&) {}));
+        });
+    return code_of(written, kDialFileCodes);
 }
 
 int SaveDNS() {
     PPPConf record;
     if (ReadPPPConfig(&record) != 0) return kNoRecord;
     const std::string server = format_text("nameserver %s\n", record.DNS.view());
-    if (!LineReader(DNSF).is_open()) return replace_file(DNSF, server) ? kDone : kNotWritten;
-    bool written = false;
-    return result_of(rewrite_lines(
-        DNSF, DNSTmpF, Replacement::kKeepMode,
+    bool found = false;
+    const Written written = rewrite_lines(
+        DNSF, DNSTmpF, Replacement::kKeepMode, IfMissing::create,
         [&](std::string_view line, Replacement& out) {
             if (!line.starts_with("nameserver")) return out.write(line);
-            if (!written) out.write(server);
-            written = true;
+            if (!found) out.write(server);
+            found = true;
         },
         [&](Replacement& out) {
-            if (written) return;
+            if (found) return;
             out.end_line();
             out.write(server);
-        }));
+        });
+    return code_of(written, kDialFileCodes);
 }
 
 int SaveAllConf(const PPPConf& record, Message& message) {

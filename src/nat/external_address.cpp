@@ -42,7 +42,7 @@ int get_isp_ip(ValueText& value, LongText&, int& error) {
     return show(value, address == kNotDialled ? kNotConnected : address.view());
 }
 
-int get_extif(ExternalInterface& out) {
+int get_extif(ExternalInterface& out) try {
     constexpr std::string_view kName = "nat_interface=";
     constexpr std::size_t kPiece = 127;
     LineReader in(NatConfF, kPiece);
@@ -54,6 +54,8 @@ int get_extif(ExternalInterface& out) {
         if (!name.empty() && is_harmless(name)) out = name;
     }
     return 0;
+} catch (const Unreadable&) {
+    return 1;
 }
 
 int get_extip(const char* ifname, ExternalAddress& out) {

@@ -132,9 +132,7 @@ int get_sitelist_type(ValueText& value, LongText&, int&) {
 // ---- the appliance settings ----
 
 int get_enable_ac(ValueText& value, LongText&, int&) {
-    Text<8> enabled;
-    GetProfileString("acc_en", "0", enabled, stream_of(Profile::open(CgiQSFile)));
-    return show_switch(value, enabled.view().starts_with('1'));
+    return show_switch(value, setting<8>(CgiQSFile, "acc_en", "0").view().starts_with('1'));
 }
 
 int get_true(ValueText& value, LongText&, int&) { return show(value, "true"); }

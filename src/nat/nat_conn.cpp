@@ -2,8 +2,6 @@
 // appliance offers to the outside, the special applications, access control and the DMZ host.
 #include "nat/nat_conn.h"
 
-#include <sys/stat.h>
-
 #include <optional>
 
 #include "appliance/addresses.h"
@@ -30,11 +28,7 @@ std::optional<bool> access_control;
 bool is(const char* value, std::string_view text) { return value == text; }
 
 // The appliance's own address comes from a DHCP server.
-bool DhcpClient() {
-    Text<80> value;
-    GetProfileString("bootproto", "", value, stream_of(Profile::open(CgiQSFile)));
-    return value == "dhcp";
-}
+bool DhcpClient() { return setting<80>(CgiQSFile, "bootproto", "") == "dhcp"; }
 
 int save_internet_access(const char* value, int mode, Message& message, PPPConf& record) {
     if (mode == kCheck) return 0;
@@ -128,16 +122,28 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
     {"dmz_ip_4", nullptr, save_dmz_ip_4},
 });
 
-void switch_access_control(bool on) {
-    SetFileString("acc_en", on ? "yes" : "no", AccessControlF);
-    SetProfileString("ACC_CTRL", "acc_en", on ? "1" : "0", CgiQSFile);
-    chmod(AccessControlF, 0755);
+Written switch_access_control(bool on) {
+    const Setting setting = {"acc_en", on ? "1" : "0"};
+    Written written = SetFileString("acc_en", on ? "yes" : "no", AccessControlF);
+    if (written == Written::done || written == Written::missing)
+        written = set_settings("ACC_CTRL", {&setting, 1}, CgiQSFile);
+    told(set_mode(AccessControlF, 0755));
+    return written;
 }
 
-// Everything that a changed record means, at once or queued.
+// Stores the record and all that follows from it at once.
+int store_all(const PPPConf& record, Message& message) {
+    if (access_control && switch_access_control(*access_control) != Written::done) return 1;
+    const int unstored = store_record(record, message);
+    if (unstored) return unstored;
+    const Written method = SaveAccessMethod(record.Method, record.NatEnable);
+    if (method != Written::done && method != Written::missing) return 1;
+    const Written services = SaveService(record);
+    return services != Written::done && services != Written::missing;
+}
+
+// What the stored settings mean for what runs, at once or queued.
 void put_into_force(const PPPConf& record, ProcHeads* heads, ProcFlags* queued, ProcTails* tails) {
-    SaveAccessMethod(record.Method, record.NatEnable);
-    SaveService(record);
     if (record.SrvWeb && record.SAP)
         en_sap();
     else
@@ -172,16 +178,15 @@ int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, Proc
     PPPConf record;
     const int unreadable = read_record(&record, message);
     if (unreadable) return unreadable;
-    if (!replace_file(UserF, record.User)) log_line("cannot write %s", UserF);
+    told(replace_file(UserF, record.User));
 
     bool any = false;
     const int refused =
         save_fields(key_fun_tab, form, Present::only_filled, mode, message, record, any);
     if (refused) return refused;
     if (!any || !record.Changed) return 0;
-    if (access_control) switch_access_control(*access_control);
-    const int unsaved = SavePPPConf(record, message);
-    if (unsaved) return unsaved;
+    const int unstored = store_all(record, message);
+    if (unstored) return unstored;
     put_into_force(record, heads, queued, tails);
     return 0;
 }

@@ -12,6 +12,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/scratch.h"
 #include "base/shell.h"
 #include "base/words.h"
 #include "framework/entries.h"
@@ -40,7 +41,7 @@ int Delay1() {
     return 0;
 }
 
-int GetPid(const char* name, PidText& pid) {
+int GetPid(const char* name, PidText& pid) try {
     const ScratchFile scratch(kPidScratch);
     if (!scratch.ready()) return 0;
     run_command(format_text("pidof %s > pid", name));
@@ -54,6 +55,8 @@ int GetPid(const char* name, PidText& pid) {
         return 0;
     }
     return 1;
+} catch (const Unreadable&) {
+    return 0;
 }
 
 int ReadPidFile(const char* path) {
@@ -107,31 +110,18 @@ int StartDiald() {
 }
 
 int SetIPV4(const char* value) {
-    const Rewritten result = rewrite_lines(
-        NetworkF, NetTmpF, Replacement::kKeepMode,
-        [&](std::string_view line, Replacement& out) {
-            if (is_forwarding_line(line))
-                out.write_line(format_text("%s=%s", Key, value));
-            else
-                out.write(line);
-        },
-        [](Replacement&) {});
-    switch (result) {
-        case Rewritten::done:
-            return 0;
-        case Rewritten::unreadable:
-            return 1;
-        case Rewritten::no_temporary:
-        case Rewritten::not_written:
-            return 2;
-        case Rewritten::not_renamed:
-            break;
-    }
-    return -1;
+    const Written written = rewrite_lines(NetworkF, NetTmpF, Replacement::kKeepMode,
+                                          [&](std::string_view line, Replacement& out) {
+                                              if (is_forwarding_line(line))
+                                                  out.write_line(format_text("%s=%s", Key, value));
+                                              else
+                                                  out.write(line);
+                                          });
+    return code_of(written, kForwardingCodes);
 }
 
 int RestartNet() {
-    SetIPV4(PortEnabled() ? Enable : Disable);
+    (void)SetIPV4(PortEnabled() ? Enable : Disable);  // the page tells of a failure
     for (const char* program : {SetTcpF, SetNetTalkF, SetDHCPF})
         run_command(format_text("%s > /dev/null", program));
     sync();

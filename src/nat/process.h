@@ -35,7 +35,7 @@ int StartDiald();
 
 // Sets the IP-forwarding line of "/etc/sysctl.conf" to "1" or "0"; a file without that line gets
 // none. The network programs apply the file. 0; 1 unreadable, 2 not written, -1 not renamed.
-int SetIPV4(const char* value);
+[[nodiscard]] int SetIPV4(const char* value);
 
 // Sets IP forwarding as internet sharing is switched and reruns the appliance's network programs;
 // 0. (Action "RSNet".)

@@ -1,5 +1,7 @@
 #include "nat/service_script.h"
 
+#include <algorithm>
+#include <optional>
 #include <string>
 
 #include "base/files.h"
@@ -25,49 +27,64 @@ constexpr Section kSections[] = {
     {"#@HTTP (WWW)", &PPPConf::SrvWeb, false},
 };
 
-// Copies lines up to and including one; false when the file ends before it.
-bool copy_through(LineReader& in, std::string_view last, Replacement& out) {
-    while (in.next()) {
-        out.write(in.piece());
-        if (in.piece() == last) return true;
-    }
-    return false;
+// Where the line behind the one that begins at `at` begins.
+std::size_t next_line(std::string_view text, std::size_t at) {
+    return std::min(text.find('\n', at), text.size() - 1) + 1;
 }
 
-// Copies a section with new marks up to and including its empty line; false when that is missing.
-bool mark_section(LineReader& in, char mark, bool act, Replacement& out) {
-    while (in.next()) {
-        std::string line = in.piece();
-        if (line == "\n") {
-            out.write(line);
-            return true;
-        }
-        line[0] = mark;
-        out.write(line);
-        if (act) act_module(line);
-        act = false;
+// Marks the lines of a section. False, and nothing is changed, when the script has no such section
+// or no empty line behind it. `first` gets the section's first line; empty: it has none.
+bool mark_section(std::string& script, std::string_view header, char mark, std::string& first) {
+    const std::string header_line = std::string(header) + "\n";
+    std::size_t at = 0;
+    while (at < script.size() && script.substr(at, next_line(script, at) - at) != header_line)
+        at = next_line(script, at);
+    if (at >= script.size()) return false;
+    const std::size_t begin = next_line(script, at);
+    std::string marked;
+    for (at = begin; at < script.size() && script[at] != '\n'; at = next_line(script, at)) {
+        marked += mark;
+        marked.append(script, at + 1, next_line(script, at) - at - 1);
     }
-    return false;
+    first = marked.substr(0, marked.find('\n') + 1);
+    if (at >= script.size()) return false;
+    script.replace(begin, marked.size(), marked);
+    return true;
+}
+
+// Installs the script and then acts on the kernel module, if a section has one.
+Written install_script(const char* file, std::string_view script) {
+    Replacement out(file, ini_temporary(), kServiceMode);
+    out.write(script);
+    const Written written = out.install();
+    if (written == Written::not_renamed) log_line("SetService: rename error");
+    return written;
 }
 
 }  // namespace
 
 int SetService(const char* header, char mark, const char* file, bool act) {
-    LineReader in(file);
-    if (!in.is_open()) return 1;
-    Replacement out(file, ini_temporary(), kServiceMode);
-    if (!out.is_open()) return 1;
-    const std::string header_line = std::string(header) + "\n";
-    if (!copy_through(in, header_line, out) || !mark_section(in, mark, act, out)) return 0;
-    while (in.next()) out.write(in.piece());
-    if (in.failed()) return 1;
-    const Replaced replaced = out.install();
-    if (replaced == Replaced::not_renamed) log_line("SetService: rename error");
-    return replaced == Replaced::not_written;
+    std::optional<std::string> script = read_file(file);
+    if (!script) return 1;
+    std::string first;
+    const bool found = mark_section(*script, header, mark, first);
+    if (found && install_script(file, *script) != Written::done) return 1;
+    if (act) act_module(first);
+    return 0;
 }
 
-void SaveService(const PPPConf& record) {
-    for (const Section& section : kSections)
-        SetService(section.header, record.*section.service ? ' ' : '#', ServiceFile,
-                   section.has_module);
+Written SaveService(const PPPConf& record) {
+    std::optional<std::string> script = read_file(ServiceFile);
+    if (!script) return Written::missing;
+    std::string module_line;
+    bool found = false;
+    for (const Section& section : kSections) {
+        std::string first;
+        const char mark = record.*section.service ? ' ' : '#';
+        found = mark_section(*script, section.header, mark, first) || found;
+        if (section.has_module) module_line = first;
+    }
+    const Written written = found ? install_script(ServiceFile, *script) : Written::done;
+    if (written == Written::done) act_module(module_line);
+    return written;
 }

@@ -1,6 +1,5 @@
 #include "nat/vs_script.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -95,9 +94,9 @@ void apply(int method) {
 int SaveAndRunVS() {
     PPPConf record;
     if (ReadPPPConfig(&record) != 0) return 1;
-    if (!replace_file(VSF, script(record))) return 2;
-    SetFileString("dmz", record.DMZ ? "\"yes\"" : "\"no\"", IPUPF);
-    chmod(IPUPF, 0755);
+    if (replace_file(VSF, script(record)) != Written::done) return 2;
+    told(SetFileString("dmz", record.DMZ ? "\"yes\"" : "\"no\"", IPUPF));
+    told(set_mode(IPUPF, 0755));
     sync();
     run_command("chmod +x /etc/rc.d/rc.ipvs > /dev/null");
     apply(record.Method);

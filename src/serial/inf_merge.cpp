@@ -74,13 +74,13 @@ int AddInitStr(std::span<InfModem> models, int* count) {
     *count = 0;
     const std::string temporary = ini_temporary();
     Merge merge(models);
-    const Rewritten result = rewrite_lines(
-        ModemFile, temporary, Replacement::kKeepMode,
+    const Written written = rewrite_lines(
+        ModemFile, temporary, Replacement::kKeepMode, IfMissing::fail,
         [&](std::string_view line, Replacement& out) { merge.line(line, out); },
         [&](Replacement& out) { merge.end(out); });
-    if (result == Rewritten::unreadable) log_line("Open %s  failed", ModemFile);
-    if (result == Rewritten::no_temporary) log_line("Open tmp file %s failed", temporary);
-    if (result != Rewritten::done) return result == Rewritten::not_renamed ? -1 : 1;
-    *count = static_cast<int>(models.size());
-    return 0;
+    if (written == Written::missing || written == Written::unreadable)
+        log_line("Open %s  failed", ModemFile);
+    if (written == Written::no_temporary) log_line("Open tmp file %s failed", temporary);
+    if (written == Written::done) *count = static_cast<int>(models.size());
+    return code_of(written, kModemListCodes);
 }

@@ -1,7 +1,5 @@
 #include "serial/inf_parser.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <new>
@@ -316,13 +314,11 @@ int TxTo1ByteFile(const std::string& path) {
     if (!content) return 1;
     std::erase(*content, '\0');
     Replacement out(path, ini_temporary());
-    if (!out.is_open()) return 1;
     out.write(*content);
-    const Replaced replaced = out.install();
-    return replaced == Replaced::done ? 0 : replaced == Replaced::not_renamed ? -1 : 1;
+    return code_of(out.install(), kModemListCodes);
 }
 
-int ParserInfFile(const char* path, int* count) {
+int ParserInfFile(const char* path, int* count) try {
     if (!path || !count) return kInfNotRenamed;
     *count = 0;
     const std::optional<std::string> file = usable_upload(path);
@@ -336,6 +332,8 @@ int ParserInfFile(const char* path, int* count) {
     if (result >= kNoManufacturer && result <= kInfMemory)
         log_line("%s", ErrMsg[static_cast<std::size_t>(result - 1)]);
     if (result == kInfDone) result = AddInitStr(models, count);
-    unlink(file->c_str());
+    told(remove_file(*file));
     return result;
+} catch (const Unreadable&) {
+    return kNoManufacturer;
 }

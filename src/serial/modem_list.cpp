@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "base/log.h"
-
 namespace {
 
 constexpr std::size_t kLine = 82;  // characters that are read of a line at a time
@@ -64,11 +62,11 @@ ModemList GetModemList0(LineReader& file, InitMode mode) {
 ModemList GetModemList(InitMode mode) {
     LineReader file(ModemFile, kLine);
     if (file.is_open()) return GetModemList0(file, mode);
-    if (!replace_file(ModemFile, kNewModemList)) log_line("cannot create %s", ModemFile);
+    told(replace_file(ModemFile, kNewModemList));
     return {{"_Standard Modem", kPlainInit}, {kOtherModem, "AT&FM0"}};
 }
 
-int get_init_by_modem(std::span<char> out, std::string_view name) {
+int get_init_by_modem(std::span<char> out, std::string_view name) try {
     LineReader file(ModemFile, kLine);
     if (!file.is_open()) return 1;
     bool inside = false;
@@ -84,4 +82,6 @@ int get_init_by_modem(std::span<char> out, std::string_view name) {
         }
     }
     return 3;
+} catch (const Unreadable&) {
+    return 1;
 }

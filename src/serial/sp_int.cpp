@@ -99,8 +99,7 @@ int save(const FormList* form, int mode, Message& message, bool& written) {
     const int unreadable = read_record(&conf, message);
     if (unreadable) return unreadable;
     bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::also_empty, mode, message, conf, any);
+    const int refused = save_fields_and_dns(key_fun_tab, form, mode, message, conf, any);
     if (refused || mode == kCheck || !any || !conf.Changed) return refused;
     written = true;
     return SavePPPConf(conf, message);

@@ -60,6 +60,9 @@ int text_of_modems(LongText& text, int& error) try {
     MList.clear();
     error = Msg::NoMemory;
     return 1;
+} catch (const Unreadable&) {
+    error = Msg::NoModems;
+    return 1;
 }
 
 int get_modemlist(ValueText&, LongText& text, int& error) {
@@ -85,7 +88,7 @@ int save_modem(const char* value, int mode, Message&, PPPConf& record) {
 }
 
 bool ensure_modem_file() {
-    return LineReader(ModemFile).is_open() || replace_file(ModemFile, kNewModemList);
+    return exists(ModemFile) || replace_file(ModemFile, kNewModemList) == Written::done;
 }
 
 // Behind nat_modem_list in the table, so that Modem is the chosen one.
@@ -153,7 +156,7 @@ int save(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* t
     PPPConf record;
     const int unreadable = read_record(&record, message);
     if (unreadable) return unreadable;
-    if (!replace_file(UserF, record.User)) log_line("cannot write %s", UserF);
+    told(replace_file(UserF, record.User));
     bool any = false;
     const int refused =
         save_fields(key_fun_tab, form, Present::only_filled, kSet, message, record, any);

@@ -5,10 +5,7 @@
 // the connect speed, and for the PPP link before its address.
 #include "serial/sp_st.h"
 
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -18,6 +15,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/scratch.h"
 #include "base/shell.h"
 #include "base/words.h"
 #include "framework/page_room.h"
@@ -34,8 +32,6 @@ constexpr std::string_view kUnknown = " ";
 bool ppp_on = false;  // pppd runs
 Text<20> ppp_ip;
 Text<32> cnt_rate;
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 int show(ValueText& value, std::string_view text) {
     value = text;
@@ -132,9 +128,8 @@ int dial() {
 int hangup() { return control_link("down", "StopDiald Error: %s"); }
 
 int clearlog() {
-    std::remove(Ppp1LogF);
-    std::remove(Ppp0LogF);
-    return truncate(PppdLogF, 0);
+    for (const char* path : {Ppp1LogF, Ppp0LogF}) told(remove_file(path));
+    return empty_file(PppdLogF) != Written::done;
 }
 
 struct Button {
@@ -151,8 +146,10 @@ constexpr std::array buttons = std::to_array<Button>({
 }  // namespace
 
 int get_status(const char* message, const FormList* form) {
-    for (const Button& button : buttons)
-        if (!message && field_is(form, "todo", button.todo)) button.press();
+    gather([&] {
+        for (const Button& button : buttons)
+            if (!message && field_is(form, "todo", button.todo)) button.press();
+    });
     return html_parser(kPage, get_fun_tab, get_ary_tab, message, form);
 }
 

@@ -9,6 +9,7 @@
 #include "appliance/network_info.h"
 #include "base/files.h"
 #include "base/paths.h"
+#include "base/words.h"
 #include "framework/profile.h"
 #include "wan/wanport.h"
 
@@ -47,7 +48,7 @@ bool is_direct(LineReader& settings) {
 bool has_lease() {
     const std::string in_use = read_first_line(DynaF, 1).value_or("");
     if (!in_use.empty()) return in_use != "0";
-    return GetProfileInt("dynamic", 0, stream_of(Profile::open(QSCfgF))) != 0;
+    return to_int(setting<16>(QSCfgF, "dynamic", "0")) != 0;
 }
 
 DirectStatus get_dc_st() {
@@ -90,7 +91,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 }  // namespace
 
 int get_dc_status(const char* message, const FormList* form) {
-    status = get_dc_st();
+    gather([] { status = get_dc_st(); });
     return html_parser(kPage, key_fun_tab, {}, message, form);
 }
 

@@ -12,9 +12,9 @@
 #include "appliance/network_info.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
-#include "base/log.h"
 #include "base/paths.h"
 #include "base/shell.h"
+#include "base/words.h"
 #include "framework/page_room.h"
 #include "framework/profile.h"
 #include "wan/wanport.h"
@@ -43,8 +43,7 @@ bool is_placeholder(std::string_view address) {
 
 PPPStatus get_p3_st() {
     PPPStatus found;
-    const int method = GetProfileInt("connect_method", 0, stream_of(Profile::open(NatConfF)));
-    if (method != kPPPoE) return found;
+    if (to_int(setting<16>(NatConfF, "connect_method", "0")) != kPPPoE) return found;
     const std::optional<Profile> port =
         network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0>/tmp/ifcfg");
     GetProfileString("HWADDR", kUnknown, found.hardware_address, stream_of(port));
@@ -95,14 +94,10 @@ void connect() {
     run_command("ping -c1 -q 10.112.112.113 > /dev/null &");
 }
 
-void clear_log() {
-    if (truncate(PppdLogF, 0) != 0) log_line("cannot empty %s", PppdLogF);
-}
-
 }  // namespace
 
 int get_ppp_status(const char* message, const FormList* form) {
-    status = get_p3_st();
+    gather([] { status = get_p3_st(); });
     return html_parser(kPage, key_fun_tab, {}, message, form);
 }
 
@@ -110,6 +105,6 @@ int set_ppp_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int
     if (mode != kSet) return 0;
     if (field_is(form, "todo", "ppp_connect")) connect();
     if (field_is(form, "todo", "ppp_disconnect")) RunPPPoeConnect();
-    if (field_is(form, "todo", "ppp_clearlog")) clear_log();
+    if (field_is(form, "todo", "ppp_clearlog")) told(empty_file(PppdLogF));
     return 0;
 }

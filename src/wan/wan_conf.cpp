@@ -1,15 +1,14 @@
 #include "wan/wan_conf.h"
 
-#include <sys/stat.h>
-
+#include <array>
 #include <optional>
+#include <vector>
 
 #include "appliance/addresses.h"
 #include "appliance/links.h"
 #include "appliance/secrets.h"
 #include "base/files.h"
 #include "base/format.h"
-#include "base/log.h"
 #include "base/paths.h"
 #include "base/quote.h"
 #include "base/words.h"
@@ -18,13 +17,7 @@
 
 namespace {
 
-void set_network(std::string_view key, std::string_view value) {
-    SetProfileString("network", key, value, QSCfgF);
-}
-
-void set_pppoe(std::string_view key, const std::string& value) {
-    SetFileString(key, value, PPPoeConfF);
-}
+constexpr int kFileMissing = 14;
 
 // The first three lines of the WAN settings file, as they stand, whatever they hold.
 std::array<std::string, 3> settings_to_keep() {
@@ -50,7 +43,7 @@ void extract_octets(std::string_view text, Octets& octets) {
 
 }  // namespace
 
-void SavePPPoeConf(const PPPoeConf& record) {
+Written SavePPPoeConf(const PPPoeConf& record) {
     std::string text;
     for (const std::string& line : settings_to_keep()) text += line + "\n";
     text += format_text("pppoe_username=%s\npppoe_password=%s\n", record.user.view(),
@@ -58,18 +51,21 @@ void SavePPPoeConf(const PPPoeConf& record) {
     text += format_text("idle=%d\npppoe_dyna=%d\n", record.idle, record.dynamic);
     text += record.address[0].empty() ? "pppoe_ip=\n" : "pppoe_ip=" + join_octets(record.address);
     Replacement out(NatConfF, NatConfTmpF, kSecretMode);
-    if (out.is_open()) {
-        out.write(text);
-        if (out.install() != Replaced::done) log_line("cannot replace %s", NatConfF);
-    }
-    SavePPPoeSecret(record);
+    out.write(text);
+    const Written stored = out.install();
+    if (stored != Written::done) return stored;
+    if (SavePPPoeSecret(record) != 0) return Written::not_written;
 
     const std::string timeout = std::to_string(record.idle * 60L);
-    set_pppoe("USER", shell_word(record.user));
-    set_pppoe("DEMAND", record.idle ? timeout : "no");
-    set_pppoe("PPPOE_TIMEOUT", timeout);
     const std::string service = shell_quoted_text(record.service);
-    set_pppoe("PPPOE_EXTRA", service.empty() ? "\"\"" : "\"-S " + service + "\"");
+    const std::array settings = std::to_array<Setting>({
+        {"USER", shell_word(record.user)},
+        {"DEMAND", record.idle ? timeout : "no"},
+        {"PPPOE_TIMEOUT", timeout},
+        {"PPPOE_EXTRA", service.empty() ? "\"\"" : "\"-S " + service + "\""},
+    });
+    const Written written = set_file_strings(settings, PPPoeConfF);
+    return written == Written::missing ? Written::done : written;
 }
 
 int SavePPPoeSecret(const PPPoeConf& record) {
@@ -77,17 +73,14 @@ int SavePPPoeSecret(const PPPoeConf& record) {
     const char* password = record.password.c_str();
     int result = save_secret(PapF, PapTmpF, user, password, "PPPoE");
     if (result == 0) result = save_secret(ChapF, ChapTmpF, user, password, "PPPoE");
-    chmod(PapF, kSecretMode);
-    chmod(ChapF, kSecretMode);
+    for (const char* file : {PapF, ChapF}) told(set_mode(file, kSecretMode));
     return result;
 }
 
-void SaveDirectConf(const DirectConf& record) {
+Written SaveDirectConf(const DirectConf& record) {
     const InterfaceText interface = wan_interface();
-    Replacement out(format_text("/etc/sysconfig/network-scripts/ifcfg-%s", interface.view()));
-    if (!out.is_open()) return;
-    out.write(interface_head(interface, record.dynamic ? "dhcp" : "none"));
-
+    std::string text = interface_head(interface, record.dynamic ? "dhcp" : "none");
+    std::vector<Setting> settings;
     struct Address {
         const char* setting;
         const char* variable;
@@ -97,23 +90,25 @@ void SaveDirectConf(const DirectConf& record) {
                                  {"wan_netmask", "NETMASK", record.netmask},
                                  {"wan_gateway", "GATEWAY", record.gateway}};
     for (const Address& address : addresses) {
-        const std::string text = record.dynamic ? "" : join_octets(address.octets);
-        set_network(address.setting, text);
-        if (!record.dynamic)
-            out.write_line(format_text("%s=%s", address.variable, shell_word(text)));
+        const std::string dotted = record.dynamic ? "" : join_octets(address.octets);
+        settings.push_back({address.setting, dotted});
+        if (!record.dynamic) text += format_text("%s=%s\n", address.variable, shell_word(dotted));
     }
     if (record.dynamic && !record.host_name.empty())
-        out.write_line(format_text("DHCP_HOSTNAME=%s", shell_word(record.host_name)));
-    set_network("wan_name", record.host_name);
-    set_network("dynamic", std::to_string(record.dynamic));
+        text += format_text("DHCP_HOSTNAME=%s\n", shell_word(record.host_name));
     if (record.hardware_address.view().size() > 2)
-        out.write_line("MACADDR=" + shell_word(with_colons(record.hardware_address)));
-    set_network("wan_hw_addr", record.hardware_address);
-    if (out.install() != Replaced::done) log_line("cannot replace the interface file");
+        text += format_text("MACADDR=%s\n", shell_word(with_colons(record.hardware_address)));
+    settings.push_back({"wan_name", std::string(record.host_name)});
+    settings.push_back({"dynamic", std::to_string(record.dynamic)});
+    settings.push_back({"wan_hw_addr", std::string(record.hardware_address)});
+
+    // The interface file first: settings that promise what is not in force would be worse.
+    const Written written = replace_file(
+        format_text("/etc/sysconfig/network-scripts/ifcfg-%s", interface.view()), text);
+    return written == Written::done ? set_settings("network", settings, QSCfgF) : written;
 }
 
-int GetPPPoeConf(PPPoeConf* record) {
-    constexpr int kFileMissing = 14;
+int GetPPPoeConf(PPPoeConf* record) try {
     if (!record) return 1;
     *record = PPPoeConf{};
     record->idle = 5;
@@ -141,29 +136,36 @@ int GetPPPoeConf(PPPoeConf* record) {
     service = TrancateSpace(service.substr(0, service.find('"')));
     record->service = shell_unquoted_text(service);
     return 0;
+} catch (const Unreadable&) {
+    return kFileMissing;
 }
 
-int GetDirectConf(DirectConf* record) {
-    constexpr int kFileMissing = 14;
-    if (!record) return 1;
-    *record = DirectConf{};
+bool read_direct_conf(DirectConf& record) {
+    record = DirectConf{};
     LineReader in(QSCfgF);
-    if (!in.is_open()) return kFileMissing;
+    if (!in.is_open()) return false;
     while (in.next()) {
         const std::string_view line = in.text();
-        if (const auto dynamic = value_behind(line, "dynamic=")) record->dynamic = to_int(*dynamic);
+        if (const auto dynamic = value_behind(line, "dynamic=")) record.dynamic = to_int(*dynamic);
         if (const auto name = value_behind(line, "wan_name="))
-            if (!name->empty()) record->host_name = *name;
+            if (!name->empty()) record.host_name = *name;
         if (const auto address = value_behind(line, "wan_ipaddr="))
-            extract_octets(*address, record->address);
+            extract_octets(*address, record.address);
         if (const auto netmask = value_behind(line, "wan_netmask="))
-            extract_octets(*netmask, record->netmask);
+            extract_octets(*netmask, record.netmask);
         if (const auto gateway = value_behind(line, "wan_gateway="))
-            extract_octets(*gateway, record->gateway);
+            extract_octets(*gateway, record.gateway);
         if (const auto hardware = value_behind(line, "wan_hw_addr="))
-            record->hardware_address = hardware->starts_with(' ') ? "" : *hardware;
+            record.hardware_address = hardware->starts_with(' ') ? "" : *hardware;
     }
-    return 0;
+    return true;
+}
+
+int GetDirectConf(DirectConf* record) try {
+    if (!record) return 1;
+    return read_direct_conf(*record) ? 0 : kFileMissing;
+} catch (const Unreadable&) {
+    return kFileMissing;
 }
 
 std::string with_colons(std::string_view hardware_address) {

@@ -8,6 +8,7 @@
 #include "appliance/addresses.h"
 #include "appliance/ppp_conf.h"
 #include "base/text.h"
+#include "base/written.h"
 
 // The direct connection, as the appliance settings and the interface file hold it.
 struct DirectConf {
@@ -32,19 +33,20 @@ struct PPPoeConf {
 
 // Rewrites the WAN settings file (its first three lines stay, every other line that is not PPPoE's
 // is lost; mode 0600), the secrets files and "/etc/ppp/pppoe.conf", which a shell script reads.
-void SavePPPoeConf(const PPPoeConf& record);
+Written SavePPPoeConf(const PPPoeConf& record);
 
 // The account's secret, tagged "PPPoE", in the PAP and CHAP secrets files, both mode 0600. 0, or
 // the result of save_secret; a failure of the first file skips the second.
-int SavePPPoeSecret(const PPPoeConf& record);
+[[nodiscard]] int SavePPPoeSecret(const PPPoeConf& record);
 
 // Writes the interface file "/etc/sysconfig/network-scripts/ifcfg-..." (a shell script reads it)
 // and the section "network" of the appliance settings file.
-void SaveDirectConf(const DirectConf& record);
+Written SaveDirectConf(const DirectConf& record);
 
-// Reads the records. 0; 1 no record; 14 a file is missing (the record holds what was read so far).
-int GetPPPoeConf(PPPoeConf* record);
-int GetDirectConf(DirectConf* record);
+// Reads the records. 0; 1 no record; 14 a file is missing or cannot be read (the record holds what
+// was read so far).
+[[nodiscard]] int GetPPPoeConf(PPPoeConf* record);
+[[nodiscard]] int GetDirectConf(DirectConf* record);
 
 // The first twelve characters of a hardware address as pairs joined by ":".
 std::string with_colons(std::string_view hardware_address);
@@ -52,3 +54,7 @@ std::string with_colons(std::string_view hardware_address);
 // The first lines of an interface file: device, no start at boot, and how the address is obtained
 // ("none" or "dhcp").
 std::string interface_head(std::string_view interface, const char* protocol);
+
+// GetDirectConf for one who is going to write: false without the file; one that cannot be read
+// throws Unreadable (files.h).
+[[nodiscard]] bool read_direct_conf(DirectConf& record);

@@ -8,8 +8,8 @@
 
 #include "appliance/addresses.h"
 #include "appliance/dns_fields.h"
-#include "base/files.h"
 #include "base/paths.h"
+#include "base/scratch.h"
 #include "framework/msgfile.h"
 #include "framework/profile.h"
 #include "wan/wan_conf.h"
@@ -30,11 +30,7 @@ DirectConf shown;
 
 // ---- the hardware address ----
 
-Text<80> stored_hardware_address() {
-    Text<80> stored;
-    GetProfileString("wan_hw_addr", "", stored, stream_of(Profile::open(QSCfgF)));
-    return stored;
-}
+Text<80> stored_hardware_address() { return setting<80>(QSCfgF, "wan_hw_addr", ""); }
 
 // The address that the port was made with.
 std::string own_hardware_address() {
@@ -56,22 +52,20 @@ bool is_hardware_address(std::string_view text) {
            text.size() >= kHardwareDigits;
 }
 
-void store_hardware_address(std::string_view address) {
-    SetProfileString("network", "wan_hw_addr", address, QSCfgF);
-}
-
-int take_back_hardware_address() {
-    store_hardware_address("");
-    SetFileString("MACADDR", std::nullopt, IfCfgEth0F);
-    return 0;
+// Stores an address, empty for the port's own, in the interface file and in the settings.
+int store_hardware_address(std::string_view address) {
+    const std::string pairs = with_colons(address);
+    const Written written = SetFileString(
+        "MACADDR", pairs.empty() ? std::nullopt : std::optional<std::string_view>(pairs),
+        IfCfgEth0F);
+    if (written != Written::done && written != Written::missing) return 1;
+    return SetProfileString("network", "wan_hw_addr", address, QSCfgF);
 }
 
 int change_hardware_address(const char* address, Message& message) {
     if (!address) return 0;
     if (!is_hardware_address(address)) return refuse(Msg::BadHardwareAddress, message);
-    store_hardware_address(address);
-    SetFileString("MACADDR", with_colons(address), IfCfgEth0F);
-    return 0;
+    return store_hardware_address(address);
 }
 
 int get_wan_mac_address(ValueText& value, LongText&, int&) {
@@ -123,9 +117,7 @@ int save_device_name(const char* value, int, Message& message, DirectConf& recor
 }
 
 int get_default_name(ValueText& value, LongText&, int&) {
-    Text<127> name;
-    GetProfileString("default_server_name", "", name, stream_of(Profile::open(QSCfgF)));
-    value = name.view();
+    value = setting<127>(QSCfgF, "default_server_name", "").view();
     return 0;
 }
 
@@ -174,15 +166,13 @@ int get_wan_dc(const char* message, const FormList* form) {
 
 int set_wan_dc(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
                Message& message) {
-    if (field_is(form, "todo", "default_wan_mac")) return take_back_hardware_address();
+    if (field_is(form, "todo", "default_wan_mac")) return store_hardware_address("");
     if (field_is(form, "todo", "change_wan_mac"))
         return change_hardware_address(find_val(form, "wan_mac_address"), message);
     if (!field_is(form, "todo", "save")) return 0;
     DirectConf record;
     bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::also_empty, mode, message, record, any);
-    if (refused) return refused;
-    if (mode == kSet && any) SaveDirectConf(record);
-    return 0;
+    const int refused = save_fields_and_dns(key_fun_tab, form, mode, message, record, any);
+    if (refused || mode == kCheck || !any) return refused;
+    return SaveDirectConf(record) != Written::done;
 }

@@ -117,9 +117,7 @@ int set_wan_ppp(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mo
     if (!field_is(form, "todo", "save")) return 0;
     PPPoeConf record;
     bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::also_empty, mode, message, record, any);
-    if (refused) return refused;
-    if (mode == kSet && any) SavePPPoeConf(record);
-    return 0;
+    const int refused = save_fields_and_dns(key_fun_tab, form, mode, message, record, any);
+    if (refused || mode == kCheck || !any) return refused;
+    return SavePPPoeConf(record) != Written::done;
 }

@@ -1,6 +1,5 @@
 #include "wan/wanport.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -10,6 +9,7 @@
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
+#include "base/scratch.h"
 #include "base/shell.h"
 #include "base/words.h"
 #include "nat/dial_files.h"
@@ -38,7 +38,7 @@ void stop_all_links() {
 // The proxy reads the resolver file as a user of its own, so it must be readable.
 bool start_squid_if_stopped() {
     if (IsRunning("squid")) return false;
-    chmod(DNSF, 0644);
+    told(set_mode(DNSF, 0644));
     run_command(format_text("%ssquid > /dev/null", SquidPath));
     return true;
 }
@@ -65,7 +65,7 @@ int RunModemConnect() {
     if (Nat_Method() != kSerial || IsRunning("diald")) return 0;
     stop_pppoe_if_running();
     stop_direct_if_up();
-    set_wan_if(kSerial);
+    told(set_wan_if(kSerial));
     RestartNet();
     if (start_squid_if_stopped()) sync();
     dial_start();
@@ -79,8 +79,8 @@ int RunModemConnect() {
 int RunPPPoeConnect() {
     if (Nat_Method() != kPPPoE) return 0;
     stop_all_links();
-    if (!replace_file(IfCfgEth0F, interface_head("eth0", "none"))) return 0;
-    set_wan_if(kPPPoE);
+    if (replace_file(IfCfgEth0F, interface_head("eth0", "none")) != Written::done) return 0;
+    told(set_wan_if(kPPPoE));
     RestartNet();
     start_squid_if_stopped();
     run_command("/usr/sbin/adsl-start > /dev/null");
@@ -90,10 +90,10 @@ int RunPPPoeConnect() {
 int RunDirectConnect() {
     if (Nat_Method() != kDirect) return 0;
     stop_all_links();
-    set_wan_if(kDirect);
+    told(set_wan_if(kDirect));
     DirectConf record;
-    GetDirectConf(&record);
-    SaveDirectConf(record);
+    (void)read_direct_conf(record);  // an appliance without settings gets a file without an address
+    told(SaveDirectConf(record));
     RestartNet();
     start_squid_if_stopped();
     run_command("/sbin/ifup eth0 &> /dev/null");

@@ -20,4 +20,4 @@ void StopDirectConnect();
 
 // Saves the modem method's files: record, chat script, secrets, pppd options. The first result that
 // is not 0.
-int SaveModemConf(const PPPConf& record);
+[[nodiscard]] int SaveModemConf(const PPPConf& record);

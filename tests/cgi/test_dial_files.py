@@ -53,7 +53,7 @@ def test_files_of_the_record(saved, path, record, text):
     (CHAP, "AT", "chap", "SaSecret"), (OPTIONS, "AT", "ttyS0", "SaOption"),
 ])
 def test_files_that_cannot_be_written(saved, path, init, temporary, action):
-    saved.change(RECORD, InitStr=init)
+    saved.change(RECORD, InitStr=init, Phone1=5, Idle=7)
     saved.block(f"/etc/ppp/{temporary}.tmp")
     assert path not in save(saved, told(12, action)).changed
 

@@ -32,7 +32,7 @@ void check(std::string_view input) {
     if (key.empty()) return;
     const std::string content(rest);
     std::vector<char> out(8192);
-    expect(replace_file(file, content));
+    expect(replace_file(file, content) == Written::done);
     const auto lines = foreign_lines(file, key);
     expect(SetProfileString("s", key, value, file) == 0);
     expect(foreign_lines(file, key) == lines);
@@ -40,7 +40,8 @@ void check(std::string_view input) {
         expect(GetStrByKey(key, out, stream_of(Profile::open(file))) == 0);
         expect(value.substr(0, kProfileLine - key.size() - 1) == out.data());
     }
-    expect(replace_file(file, content) && WritePrivateProfileString(file, key, value) == 1);
+    expect(replace_file(file, content) == Written::done &&
+           WritePrivateProfileString(file, key, value) == 1);
     expect(foreign_lines(file, key) == lines);
     GetPrivateProfileString(file, key, "&", out);
     expect(value == out.data());

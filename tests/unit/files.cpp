@@ -1,6 +1,6 @@
 // Temporary files while they are there, and targets on another file system.
 #include "base/files.h"
-#include "base/paths.h"
+#include "base/scratch.h"
 #include "root.h"
 
 #include <fcntl.h>
@@ -18,6 +18,7 @@ TEST_F(Root, TemporaryFilesAreForRootAlone) {
     ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
     {
         Replacement out(kTarget, kTemporary, 0755);
+        out.write(std::string(20000, 'x'));  // more than is gathered first
         EXPECT_EQ(mode_of(kTemporary), kSecretMode);
     }
     EXPECT_EQ(content(kTemporary), kNoFile);
@@ -43,14 +44,13 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     put_file(target, "old", 0640);
     {
         Replacement out(target, "/tmp/far.tmp");
-        out.write("new");
-        ASSERT_TRUE(out.finish());
+        out.write(std::string(20000, 'n'));  // in the temporary file already
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
         const rlimit full_disk = {1, before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &full_disk);
-        EXPECT_EQ(out.install(), Replaced::not_written);
+        EXPECT_EQ(out.install(), Written::not_written);
         setrlimit(RLIMIT_FSIZE, &before);
     }
     const std::string none = "(no file)(no file)";
@@ -58,7 +58,7 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
     Replacement out(target, "/tmp/far.tmp");
     out.write("new");
-    EXPECT_EQ(out.install(), Replaced::done);
+    EXPECT_EQ(out.install(), Written::done);
     EXPECT_EQ(content(target), "new");
     EXPECT_EQ(mode_of(target), 0640U);
     EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);

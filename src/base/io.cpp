@@ -1,0 +1,79 @@
+#include "base/io.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+bool others_may_write(const std::string& folder) {
+    struct stat status {};
+    if (stat(folder.c_str(), &status) != 0) return true;
+    return status.st_uid != geteuid() || (status.st_mode & 022) != 0;
+}
+
+bool may_be_a_strangers(const std::string& path, const struct stat& status) {
+    return path.starts_with("/tmp/") && status.st_uid != geteuid();
+}
+
+}  // namespace
+
+bool Descriptor::reset(int fd) {
+    const bool closed = fd_ < 0 || close(fd_) == 0;
+    fd_ = fd;
+    return closed;
+}
+
+Descriptor open_regular(const std::string& path, int flags) {
+    flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    Descriptor file(open(path.c_str(), flags | O_NOFOLLOW));
+    if (!file.is_open() && errno == ELOOP && !others_may_write(folder_of(path)))
+        file.reset(open(path.c_str(), flags));
+    if (!file.is_open()) return file;
+    struct stat status {};
+    int reason = 0;
+    if (fstat(file.get(), &status) != 0)
+        reason = errno;
+    else if (!S_ISREG(status.st_mode))
+        reason = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
+    else if (may_be_a_strangers(path, status))
+        reason = EPERM;
+    if (reason != 0) {
+        file.reset();
+        errno = reason;
+    }
+    return file;
+}
+
+bool means_missing(int error) { return error == ENOENT || error == ENOTDIR; }
+
+ssize_t read_some(int fd, char* out, std::size_t size) {
+    ssize_t got = -1;
+    do got = read(fd, out, size);
+    while (got < 0 && errno == EINTR);
+    return got;
+}
+
+bool write_all(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t put = write(fd, text.data(), text.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) return false;
+        text.remove_prefix(static_cast<std::size_t>(put));
+    }
+    return true;
+}
+
+std::string folder_of(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
+
+std::string name_of(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+bool flush_folder(const std::string& folder) {
+    const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return opened.is_open() && (fsync(opened.get()) == 0 || errno == EINVAL);
+}

@@ -1,0 +1,59 @@
+// Descriptors: a signal does not cut a call short, and what is opened by its name is what the name
+// promises.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// A descriptor that is closed at the end of its life.
+class Descriptor {
+public:
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    ~Descriptor() { reset(); }
+    Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        reset(other.release());
+        return *this;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] bool is_open() const { return fd_ >= 0; }
+    [[nodiscard]] int get() const { return fd_; }
+    // Closes it; false when that failed.
+    bool reset(int fd = -1);
+    // Gives it up unclosed.
+    int release() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd;
+    }
+
+private:
+    int fd_;
+};
+
+// Opens a regular file that exists, without waiting for anybody. In a folder that other users may
+// write, no link is followed, and in /tmp the file must be the program's own user's: a stranger may
+// have put it there. errno tells why it is not open.
+Descriptor open_regular(const std::string& path, int flags);
+
+// True when `error` says that there is no such file.
+bool means_missing(int error);
+
+// read(2), repeated after a signal: the number of bytes, 0 at the end, -1 on an error.
+ssize_t read_some(int fd, char* out, std::size_t size);
+
+// Writes all of the text; false on an error.
+[[nodiscard]] bool write_all(int fd, std::string_view text);
+
+// The path's folder with its slash ("./" for a bare name), and the rest.
+std::string folder_of(const std::string& path);
+std::string name_of(const std::string& path);
+
+// Flushes a folder, and with it the names in it. False on an error; true where folders cannot be
+// flushed.
+[[nodiscard]] bool flush_folder(const std::string& folder);

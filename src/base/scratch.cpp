@@ -1,0 +1,34 @@
+#include "base/scratch.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "base/files.h"
+#include "base/shell.h"
+
+bool create_anew(const std::string& path) {
+    Descriptor file;
+    if (unlink(path.c_str()) == 0 || errno == ENOENT)
+        file.reset(
+            open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kSecretMode));
+    const bool created = file.is_open() && file.reset();
+    if (!created) note_failure(Failure::cannot_write, path);
+    return created;
+}
+
+ScratchFile::ScratchFile(std::string path) : path_(std::move(path)), ready_(create_anew(path_)) {}
+
+ScratchFile::~ScratchFile() { told(remove_file(path_)); }
+
+std::optional<std::string> first_output_line(const std::string& command, const std::string& path,
+                                             std::size_t limit) try {
+    const ScratchFile scratch(path);
+    if (!scratch.ready()) return std::nullopt;
+    run_command(command);
+    return read_first_line(path, limit);
+} catch (const Unreadable&) {
+    return std::nullopt;
+}
