@@ -96,7 +96,7 @@ struct PPPConf {
 // What the serial page's "defaults" button offers. Differs from a new file's values on purpose.
 extern const PPPConf d_conf;
 
-// Creates the file with its default lines. Does nothing when it cannot be created.
+// Puts a file with the default lines in place.
 void Init_PPPConf();
 
 // Fills the record from the file, which is created when missing (and only then); NatEnable from the
@@ -118,8 +118,8 @@ bool store(Field& field, const Value& value, PPPConf& record) {
     return true;
 }
 
-// Writes the record through "/etc/ppp/nat_ppp.tmp". 0; 1 the temporary file could not be created or
-// written, 3 it could not be renamed, then with a text in `message`.
+// Writes the record through "/etc/ppp/nat_ppp.tmp". 0; 1 the temporary file could not be created
+// (message 14) or written (no message of its own), 3 it could not be renamed (with a text).
 [[nodiscard]] int store_record(const PPPConf& record, Message& message);
 
 // store_record, then "nat_enable" of the WAN settings file; 1 also when that could not be written.

@@ -81,9 +81,8 @@ int get_log_record(ValueText& value, LongText& text, int& error) try {
         return true;
     });
     if (result < 0) {
-        error = -result;
-        GetErrMsgByIndex(error, value);
-        return error;
+        GetErrMsgByIndex(Msg::LogUnreadable, value);
+        return error = Msg::LogUnreadable;
     }
     log_line("total %d log records", static_cast<long>(total));
     return 0;

@@ -21,7 +21,8 @@ inline constexpr int kEntryExists = -38;
 // pass over the list; `appended` is their number. 0, or kCannotOpen, and none is appended.
 [[nodiscard]] int AppendEntries(const std::string& path, std::span<const std::string_view> entries,
                                 std::size_t& appended);
-// Drops every line whose first word is one of the names, ignoring case, and every blank line.
+// Drops every line whose first word is one of the names, ignoring case, and every line of nothing
+// but blanks; comments and empty lines stay.
 // 0 or kCannotOpen.
 [[nodiscard]] int RemoveEntries(const std::string& path, std::span<const std::string_view> names);
 // Empties the list; a missing one stays missing. 0 or kCannotOpen.

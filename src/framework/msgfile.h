@@ -40,6 +40,7 @@ enum : int {
     BadServerHost = 32,
     AllowedUnreadable = 33,
     BannedUnreadable = 34,
+    LogUnreadable = 37,
     AddressFromDhcp = 39,
     SitesImported = 40,
     NoFilterSettings = 41,
@@ -55,8 +56,11 @@ enum : int {
     OutsideLan = 53,
     ModeSaved = 54,
     FilterBesideDmz = 55,
-    FtpServerBesideDmz = 56,
-    DmzBesideFtpServer = 58,
+    FtpServerBesideDmz = 56,  // with its second half
+    PassiveFtpFails = 57,
+    DmzBesideFtpServer = 58,  // with the two behind it
+    PortsGoToDmz = 59,
+    PassiveFtpMayFail = 60,
     ControlCharacter = 61,
     UnstorableCharacter = 62,
     BadHardwareAddress = 63,

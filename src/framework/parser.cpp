@@ -35,13 +35,14 @@ std::string failure_text(const Failure& failure) {
 // The built-in warnings; the longer ones are spread over several numbered messages.
 std::string warning() {
     switch (warn_no) {
-        case 52:
-        case 55:
+        case Msg::DmzBesideFilter:
+        case Msg::FilterBesideDmz:
             return message_text(warn_no);
-        case 56:
-            return message_text(56) + message_text(57);
-        case 58:
-            return message_text(58) + message_text(59) + message_text(60);
+        case Msg::FtpServerBesideDmz:
+            return message_text(warn_no) + message_text(Msg::PassiveFtpFails);
+        case Msg::DmzBesideFtpServer:
+            return message_text(warn_no) + message_text(Msg::PortsGoToDmz) +
+                   message_text(Msg::PassiveFtpMayFail);
         default:
             return "";
     }

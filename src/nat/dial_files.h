@@ -1,15 +1,15 @@
 // The writers of the files that the dial-up daemons read, each from the internet-sharing record as
 // it is on disk when the writer runs. They are the bodies of deferred actions.
 //
-// Result: 0 done; 1 the record could not be read; 2 the file could not be written; 3 it could not
-// be renamed. A file that could not be written stays as it was.
+// Result: 0 done; 1 the record could not be read; 2 the file could not be written; 3 its temporary
+// file holds the new text but could not be renamed. The file itself is then as it was.
 #pragma once
 
 #include "appliance/ppp_conf.h"
 #include "base/text.h"
 
-// "/etc/diald.conf" (diald-control). Its old version must be there to be removed: else the request
-// ends with the fatal error page. (Action "SaDiald".)
+// "/etc/diald.conf" (diald-control). Without an old version the request ends with the fatal error
+// page. (Action "SaDiald".)
 int SaveDiald();
 
 // The modem chat script "/etc/ppp/pppondialer". 2 also for an initialisation string with a single
@@ -34,4 +34,4 @@ int SaveFilter();
 int SaveDNS();
 
 // SavePPPConf, then SavePPPOn; the first result that is not 0.
-int SaveAllConf(const PPPConf& record, Message& message);
+[[nodiscard]] int SaveAllConf(const PPPConf& record, Message& message);
