@@ -4,7 +4,7 @@ import os
 
 import pytest
 
-from appliance import RECORD, SETTINGS, WAN, told
+from appliance import RECORD, SET_MODULE, SETTINGS, WAN, told
 
 ON = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
 
@@ -86,3 +86,34 @@ def test_words_of_commands_come_clean_from_the_settings(saved):
     result = save(saved, internet_access="unchecked")
     assert "/sbin/ifdown eth0 &> /dev/null" in result.commands
     assert "/etc/ppp/ip-down eth1 > /dev/null" in result.commands
+
+
+def test_what_commands_print_is_no_part_of_the_answer(saved):
+    saved.answer("pidof pppd", "812\n")
+    saved.change(RECORD, SrvFTP=0)
+    for option in "sf":
+        saved.answer(f"PUB_SetModule -m ip_masq_ftp -{option}", "one line\nand another\n")
+    result = save(saved, enable_ftp="checked")
+    assert SET_MODULE % ("ip_masq_ftp", "s") in result.commands
+    assert (result.page, result.stdout.split(b"\n")[0]) == ("nat_base.htm", b"Content-type: text/html")
+
+
+def test_nobody_is_waited_for(saved):
+    """A fifo where a file should be is told like any file that cannot be read."""
+    os.mkfifo(saved.at("/tmp/dyna"))
+    result = saved.view("dc_status.htm")
+    assert (result.shown["dc_wan_dhcp"], result.message) == ("no", told(13, "/tmp/dyna"))
+
+
+def test_a_log_that_is_a_link_is_neither_shown_nor_emptied(saved):
+    """Where others may write, anybody may have put it there."""
+    log = saved.at("/usr/local/squid/logs/access.log")
+    saved.write("/etc/victim", "precious words here\n")
+    log.unlink(missing_ok=True)
+    log.symlink_to("/etc/victim")
+    log.parent.chmod(0o777)
+    assert saved.view("filterlog.htm").message == told(37)
+    cleared = saved.post({"this_file": "filterlog.htm", "todo": "clear", "clear": "Clear Log"})
+    assert (cleared.message, saved.read("/etc/victim")) == (told(31), "precious words here\n")
+    log.parent.chmod(0o755)  # root's own folder: the link is root's
+    assert "precious" in saved.view("filterlog.htm").shown["log_record"]
