@@ -3,6 +3,7 @@
 #include "filter/nat_filter.h"
 
 #include <algorithm>
+#include <string>
 
 #include "base/format.h"
 #include "base/log.h"
@@ -16,7 +17,14 @@ namespace {
 
 constexpr char kPage[] = "nat_filter.htm";
 
-const FormList* posted;  // the form being saved, for savers that look at more than their own field
+// The settings as the form changes them.
+struct FilterEdit : FilterConf {
+    const FormList* form = nullptr;  // for savers that look at more than their own field
+};
+
+// The schedule as forms name it; whatever else a form says is "never".
+constexpr std::string_view kAlways = "always";
+constexpr std::string_view kBetween = "between";
 
 // Tells whether the value is another one than before.
 bool change(int& field, int value, FilterConf& record) {
@@ -27,40 +35,40 @@ bool change(int& field, int value, FilterConf& record) {
 }
 
 // A DMZ host takes the connections that the filter is to see; the page warns of it.
-int save_filter_when(const char* value, int, Message&, FilterConf& record) {
+int save_filter_when(const char* value, int, Message&, FilterEdit& record) {
     const std::string_view when = value;
-    const int state = when == "always"    ? kFilterAlways
-                      : when == "between" ? kFilterBetween
-                                          : kFilterNever;
+    const int state = when == kAlways    ? kFilterAlways
+                      : when == kBetween ? kFilterBetween
+                                         : kFilterNever;
     if (!change(record.filter_state, state, record)) return 0;
     // An appliance without the script has nothing to redirect.
     if (set_rc_service(state) != 0 && first_failure()) return 1;
-    if (state != kFilterNever && field_is(posted, "enable_dmz", "checked"))
+    if (state != kFilterNever && field_is(record.form, "enable_dmz", "checked"))
         warn_no = Msg::FilterBesideDmz;
     return 0;
 }
 
 template <int FilterConf::*Field>
-int save_day(const char* value, int, Message&, FilterConf& record) {
+int save_day(const char* value, int, Message&, FilterEdit& record) {
     const auto day = std::find(days.begin(), days.end(), value);
     change(record.*Field, day == days.end() ? 0 : static_cast<int>(day - days.begin()), record);
     return 0;
 }
 
 template <int FilterConf::*Field>
-int save_number(const char* value, int, Message&, FilterConf& record) {
+int save_number(const char* value, int, Message&, FilterEdit& record) {
     change(record.*Field, to_int(value), record);
     return 0;
 }
 
 template <int FilterConf::*Field>
-int save_switch(const char* value, int, Message&, FilterConf& record) {
+int save_switch(const char* value, int, Message&, FilterEdit& record) {
     change(record.*Field, std::string_view(value) == "checked", record);
     return 0;
 }
 
 // A list that is switched off keeps its kind.
-int save_sitelist_type(const char* value, int, Message&, FilterConf& record) {
+int save_sitelist_type(const char* value, int, Message&, FilterEdit& record) {
     const std::string_view type = value;
     if (type == "banned") change(record.custom_content_state, 0, record);
     if (type == "allowed") change(record.custom_content_state, 1, record);
@@ -68,23 +76,82 @@ int save_sitelist_type(const char* value, int, Message&, FilterConf& record) {
     return 0;
 }
 
-constexpr std::array key_fun_tab = std::to_array<KeyFun<FilterConf>>({
-    {"filter_when", nullptr, save_filter_when},
-    {"filter_daystart", nullptr, save_day<&FilterConf::from_day>},
-    {"filter_dayfinish", nullptr, save_day<&FilterConf::to_day>},
-    {"filter_starttime", nullptr, save_number<&FilterConf::from_hour>},
-    {"start_min", nullptr, save_number<&FilterConf::from_min>},
-    {"filter_finishtime", nullptr, save_number<&FilterConf::to_hour>},
-    {"finish_min", nullptr, save_number<&FilterConf::to_min>},
-    {"remove_java", nullptr, save_switch<&FilterConf::block_applet>},
-    {"remove_js", nullptr, save_switch<&FilterConf::block_script>},
-    {"remove_ax", nullptr, save_switch<&FilterConf::block_activex>},
-    {"remove_cookies", nullptr, save_switch<&FilterConf::block_cookies>},
-    {"enable_filter_log", nullptr, save_switch<&FilterConf::enable_log>},
-    {"sitelist_type", nullptr, save_sitelist_type},
+// ---- the values in force ----
+
+FilterConf shown_filter;
+
+int get_filter_when(ValueText& value, LongText&, int&) {
+    switch (shown_filter.filter_state) {
+        case kFilterAlways:
+            return show(value, kAlways);
+        case kFilterBetween:
+            return show(value, kBetween);
+        default:
+            return show(value, "never");
+    }
+}
+
+// A number that is out of range counts as 0; nothing but what is shown changes.
+int shown_or_0(int number, int most) { return number < 0 || number > most ? 0 : number; }
+
+template <int FilterConf::*Field>
+int get_day(ValueText& value, LongText&, int&) {
+    const int day = shown_or_0(shown_filter.*Field, static_cast<int>(days.size()) - 1);
+    return show(value, days[static_cast<std::size_t>(day)]);
+}
+
+template <int FilterConf::*Field, int Most>
+int get_two_digits(ValueText& value, LongText&, int&) {
+    const int number = shown_or_0(shown_filter.*Field, Most);
+    return show(value, (number < 10 ? "0" : "") + std::to_string(number));
+}
+
+template <int FilterConf::*Field>
+int get_filter_switch(ValueText& value, LongText&, int&) {
+    return show_switch(value, shown_filter.*Field != 0);
+}
+
+int get_sitelist_type(ValueText& value, LongText&, int&) {
+    if (!shown_filter.custom_filter_state) return show(value, "off");
+    return show(value, shown_filter.custom_content_state == 1 ? "allowed" : "banned");
+}
+
+using Row = KeyFun<FilterEdit>;
+
+template <int FilterConf::*Field>
+constexpr Row switch_row(std::string_view key) {
+    return {key, get_filter_switch<Field>, save_switch<Field>};
+}
+
+template <int FilterConf::*Field, int Most>
+constexpr Row clock_row(std::string_view key) {
+    return {key, get_two_digits<Field, Most>, save_number<Field>};
+}
+
+constexpr std::array filter_rows = std::to_array<Row>({
+    {"filter_when", get_filter_when, save_filter_when},
+    {"filter_daystart", get_day<&FilterConf::from_day>, save_day<&FilterConf::from_day>},
+    {"filter_dayfinish", get_day<&FilterConf::to_day>, save_day<&FilterConf::to_day>},
+    clock_row<&FilterConf::from_hour, 23>("filter_starttime"),
+    clock_row<&FilterConf::from_min, 59>("start_min"),
+    clock_row<&FilterConf::to_hour, 23>("filter_finishtime"),
+    clock_row<&FilterConf::to_min, 59>("finish_min"),
+    switch_row<&FilterConf::block_applet>("remove_java"),
+    switch_row<&FilterConf::block_script>("remove_js"),
+    switch_row<&FilterConf::block_activex>("remove_ax"),
+    switch_row<&FilterConf::block_cookies>("remove_cookies"),
+    switch_row<&FilterConf::enable_log>("enable_filter_log"),
+    {"sitelist_type", get_sitelist_type, save_sitelist_type},
 });
 
+constexpr std::array key_fun_tab = without_getters(filter_rows);
+constexpr std::array kFilterGetters = getters_of(filter_rows);
+
 }  // namespace
+
+constinit const std::span<const KeyGetter> filter_getters = kFilterGetters;
+
+int read_shown_filter() { return get_filter_info(&shown_filter); }
 
 int get_nat_filter(const char* message, const FormList* form) {
     return html_parser(kPage, key_fun_tab, {}, message, form);
@@ -92,9 +159,9 @@ int get_nat_filter(const char* message, const FormList* form) {
 
 int set_nat_filter(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                    int mode, Message& message) {
-    posted = form;
     if (!field_is(form, "todo", "save")) return 0;
-    FilterConf record;
+    FilterEdit record;
+    record.form = form;
     const int unreadable = get_filter_info(&record);
     if (unreadable) {
         GetErrMsgByIndex(Msg::NoFilterSettings, message);

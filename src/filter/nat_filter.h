@@ -1,6 +1,8 @@
 // The page of the content filter's settings, "nat_filter.htm".
 #pragma once
 
+#include <span>
+
 #include "framework/page.h"
 
 // Renders the page. Its fields echo a form; the settings in force are on the overview.
@@ -12,3 +14,8 @@ int get_nat_filter(const char* message, const FormList* form);
 // value that is out of range.
 int set_nat_filter(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                    int mode, Message& message);
+
+// The page's fields with the settings in force, for the overview, which reads them first: 0, or -37
+// when they cannot be read.
+extern const std::span<const KeyGetter> filter_getters;
+[[nodiscard]] int read_shown_filter();

@@ -38,6 +38,41 @@ constexpr auto join_rows(const std::array<KeyFun<Record>, N>&... parts) {
     return rows;
 }
 
+// Keys put together at compile time: joined<"vs_web", "_enable"> is "vs_web_enable".
+template <std::size_t N>
+struct Literal {
+    std::array<char, N> text{};
+    consteval Literal() = default;
+    consteval Literal(const char (&from)[N]) { std::copy_n(from, N, text.begin()); }  // NOLINT
+};
+template <Literal First, Literal Second>
+consteval auto join_literals() {
+    Literal<First.text.size() + Second.text.size() - 1> all;
+    const auto middle = std::copy_n(First.text.begin(), First.text.size() - 1, all.text.begin());
+    std::copy_n(Second.text.begin(), Second.text.size(), middle);
+    return all;
+}
+template <Literal First, Literal Second>
+inline constexpr auto joined_literal = join_literals<First, Second>();
+template <Literal First, Literal Second>
+inline constexpr std::string_view joined = joined_literal<First, Second>.text.data();
+
+// A key table without its getters: so a page shows what was posted, or nothing.
+template <class Record, std::size_t N>
+constexpr auto without_getters(std::array<KeyFun<Record>, N> rows) {
+    for (KeyFun<Record>& row : rows) row.getter = nullptr;
+    return rows;
+}
+
+// How getters show a text and a switch.
+inline int show(ValueText& value, std::string_view text) {
+    value = text;
+    return 0;
+}
+inline int show_switch(ValueText& value, bool on) {
+    return show(value, on ? "checked" : "unchecked");
+}
+
 // A page whose getters and savers share no record.
 struct NoRecord {};
 

@@ -62,12 +62,18 @@ extern int warn_no;
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form);
 
+// The getters of a key table.
+template <class Record, std::size_t N>
+constexpr std::array<KeyGetter, N> getters_of(const std::array<KeyFun<Record>, N>& keys) {
+    std::array<KeyGetter, N> getters;
+    for (std::size_t i = 0; i < N; ++i) getters[i] = {keys[i].key, keys[i].getter};
+    return getters;
+}
+
 template <class Record, std::size_t N>
 int html_parser(const char* path, const std::array<KeyFun<Record>, N>& keys,
                 std::span<const ArrayFun> arrays, const char* message, const FormList* form) {
-    std::array<KeyGetter, N> getters;
-    for (std::size_t i = 0; i < N; ++i) getters[i] = {keys[i].key, keys[i].getter};
-    return render_page(path, getters, arrays, message, form);
+    return render_page(path, getters_of(keys), arrays, message, form);
 }
 
 // The finished page, or the number of the message that says why there is none.

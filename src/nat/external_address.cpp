@@ -9,16 +9,12 @@
 #include "base/paths.h"
 #include "base/quote.h"
 #include "framework/msgfile.h"
+#include "framework/page.h"
 #include "framework/profile.h"
 
 namespace {
 
 constexpr std::string_view kNotConnected = "Unknown - not connected";
-
-int show(ValueText& value, std::string_view text) {
-    value = text;
-    return 0;
-}
 
 int fail(int& error) { return error = Msg::NoExternalAddress; }
 

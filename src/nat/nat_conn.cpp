@@ -8,6 +8,7 @@
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
 #include "appliance/ppp_conf.h"
+#include "appliance/record_fields.h"
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
@@ -20,17 +21,22 @@ namespace {
 
 constexpr char kPage[] = "nat_conn.htm";
 
-const FormList* posted;  // the form being saved, for savers that look at more than their own field
+// The access methods as forms name them; whatever else a form says is the serial port.
+constexpr char kDirectLabel[] = "WAN Port - Direct Connection";
+constexpr char kPPPoELabel[] = "WAN Port - PPPoE";
 
-// What the access-control switch becomes, once no field has been refused.
-std::optional<bool> access_control;
+// The record as the form changes it, and what its savers need besides.
+struct ServiceEdit : PPPConf {
+    const FormList* form = nullptr;      // for savers that look at more than their own field
+    std::optional<bool> access_control;  // what its switch becomes, once no field has been refused
+};
 
 bool is(const char* value, std::string_view text) { return value == text; }
 
 // The appliance's own address comes from a DHCP server.
 bool DhcpClient() { return setting<80>(CgiQSFile, "bootproto", "") == "dhcp"; }
 
-int save_internet_access(const char* value, int mode, Message& message, PPPConf& record) {
+int save_internet_access(const char* value, int mode, Message& message, ServiceEdit& record) {
     if (mode == kCheck) return 0;
     const bool on = !is(value, "unchecked");
     if (on && DhcpClient()) return refuse(Msg::AddressFromDhcp, message);
@@ -44,22 +50,22 @@ int save_internet_access(const char* value, int mode, Message& message, PPPConf&
 }
 
 // Behind internet_access in the table, so that NatEnable is the posted state.
-int save_access_method(const char* value, int mode, Message&, PPPConf& record) {
+int save_access_method(const char* value, int mode, Message&, ServiceEdit& record) {
     if (mode == kCheck) return 0;
-    const int method = is(value, "WAN Port - Direct Connection") ? kDirect
-                       : is(value, "WAN Port - PPPoE")           ? kPPPoE
-                                                                 : kSerial;
+    const int method = is(value, kDirectLabel)  ? kDirect
+                       : is(value, kPPPoELabel) ? kPPPoE
+                                                : kSerial;
     if (store(record.Method, method, record) && record.NatEnable) record.NetChanged = 1;
     return 0;
 }
 
 template <int PPPConf::*Service>
-int save_service(const char* value, int mode, Message&, PPPConf& record) {
+int save_service(const char* value, int mode, Message&, ServiceEdit& record) {
     if (mode == kSet) store(record.*Service, int{!is(value, "unchecked")}, record);
     return 0;
 }
 
-int save_enable_ac(const char* value, int mode, Message&, PPPConf& record) {
+int save_enable_ac(const char* value, int mode, Message&, ServiceEdit& record) {
     if (mode == kCheck) return 0;
     const std::optional<Profile> settings = Profile::open(CgiQSFile);
     if (!settings) return 0;
@@ -67,29 +73,29 @@ int save_enable_ac(const char* value, int mode, Message&, PPPConf& record) {
     Text<8> current;
     GetProfileString("acc_en", "0", current, &*settings);
     if (current.view().starts_with(on ? '1' : '0')) return 0;
-    access_control = on;
+    record.access_control = on;
     record.Changed = 1;
     return 0;
 }
 
 // A DMZ host hides the FTP server and the filter from the outside world; the page warns of it.
-void warn_of_dmz() {
-    const char* filter = find_val(posted, "filter_when");
-    if (field_is(posted, "vs_ftp_enable", "checked"))
+void warn_of_dmz(const FormList* form) {
+    const char* filter = find_val(form, "filter_when");
+    if (field_is(form, "vs_ftp_enable", "checked"))
         warn_no = Msg::DmzBesideFtpServer;
     else if (filter && !is(filter, "never"))
         warn_no = Msg::DmzBesideFilter;
 }
 
-int save_enable_dmz(const char* value, int mode, Message&, PPPConf& record) {
+int save_enable_dmz(const char* value, int mode, Message&, ServiceEdit& record) {
     if (mode == kCheck || !store(record.DMZ, int{is(value, "checked")}, record)) return 0;
     record.VSChanged = 1;
-    if (record.DMZ) warn_of_dmz();
+    if (record.DMZ) warn_of_dmz(record.form);
     return 0;
 }
 
 template <void (*AddOctet)(AddressText&, const char*)>
-int save_dmz_octet(const char* value, int mode, Message& message, PPPConf& record) {
+int save_dmz_octet(const char* value, int mode, Message& message, ServiceEdit& record) {
     if (mode == kCheck) return 0;
     if (!octet_fits(value)) {
         refuse(Msg::BadDmzHost, message);
@@ -99,28 +105,50 @@ int save_dmz_octet(const char* value, int mode, Message& message, PPPConf& recor
     return 0;
 }
 
-int save_dmz_ip_4(const char* value, int mode, Message& message, PPPConf& record) {
+int save_dmz_ip_4(const char* value, int mode, Message& message, ServiceEdit& record) {
     const int refused = save_dmz_octet<last_octet>(value, mode, message, record);
     if (refused || mode == kCheck) return refused;
     if (store(record.DMZ_IP, record.DMZIPBuf, record)) record.VSChanged = 1;
     return 0;
 }
 
-constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
-    {"internet_access", nullptr, save_internet_access},
-    {"access_method", nullptr, save_access_method},
-    {"enable_web_access", nullptr, save_service<&PPPConf::SrvWeb>},
-    {"enable_sp_apps", nullptr, save_service<&PPPConf::SAP>},
-    {"enable_email", nullptr, save_service<&PPPConf::SrvEMail>},
-    {"enable_ftp", nullptr, save_service<&PPPConf::SrvFTP>},
-    {"enable_telnet", nullptr, save_service<&PPPConf::SrvTelNet>},
-    {"enable_ac", nullptr, save_enable_ac},
-    {"enable_dmz", nullptr, save_enable_dmz},
-    {"dmz_ip_1", nullptr, save_dmz_octet<first_octet>},
-    {"dmz_ip_2", nullptr, save_dmz_octet<middle_octet>},
-    {"dmz_ip_3", nullptr, save_dmz_octet<middle_octet>},
-    {"dmz_ip_4", nullptr, save_dmz_ip_4},
+// ---- the values in force ----
+
+int get_access_method(ValueText& value, LongText&, int&) {
+    switch (shown_record.Method) {
+        case kDirect:
+            return show(value, kDirectLabel);
+        case kPPPoE:
+            return show(value, kPPPoELabel);
+        default:
+            return show(value, "Serial Port");
+    }
+}
+
+int get_enable_ac(ValueText& value, LongText&, int&) {
+    return show_switch(value, setting<8>(CgiQSFile, "acc_en", "0").view().starts_with('1'));
+}
+
+constexpr std::array service_rows = std::to_array<KeyFun<ServiceEdit>>({
+    {"internet_access", get_switch<&PPPConf::NatEnable>, save_internet_access},
+    {"access_method", get_access_method, save_access_method},
+    {"enable_web_access", get_switch<&PPPConf::SrvWeb>, save_service<&PPPConf::SrvWeb>},
+    {"enable_sp_apps", get_switch<&PPPConf::SAP>, save_service<&PPPConf::SAP>},
+    {"enable_email", get_switch<&PPPConf::SrvEMail>, save_service<&PPPConf::SrvEMail>},
+    {"enable_ftp", get_switch<&PPPConf::SrvFTP>, save_service<&PPPConf::SrvFTP>},
+    {"enable_telnet", get_switch<&PPPConf::SrvTelNet>, save_service<&PPPConf::SrvTelNet>},
+    {"enable_ac", get_enable_ac, save_enable_ac},
+    {"enable_dmz", get_switch<&PPPConf::DMZ>, save_enable_dmz},
+    {"dmz_ip_1", get_octet<&PPPConf::DMZ_IP, 1>, save_dmz_octet<first_octet>},
+    {"dmz_ip_2", get_octet<&PPPConf::DMZ_IP, 2>, save_dmz_octet<middle_octet>},
+    {"dmz_ip_3", get_octet<&PPPConf::DMZ_IP, 3>, save_dmz_octet<middle_octet>},
+    {"dmz_ip_4", get_octet<&PPPConf::DMZ_IP, 4>, save_dmz_ip_4},
 });
+
+constexpr std::array key_fun_tab = without_getters(service_rows);
+constexpr std::array kServiceGetters = getters_of(service_rows);
+
+// ---- storing ----
 
 Written switch_access_control(bool on) {
     const Setting setting = {"acc_en", on ? "1" : "0"};
@@ -132,8 +160,9 @@ Written switch_access_control(bool on) {
 }
 
 // Stores the record and all that follows from it at once.
-int store_all(const PPPConf& record, Message& message) {
-    if (access_control && switch_access_control(*access_control) != Written::done) return 1;
+int store_all(const ServiceEdit& record, Message& message) {
+    if (record.access_control && switch_access_control(*record.access_control) != Written::done)
+        return 1;
     const int unstored = store_record(record, message);
     if (unstored) return unstored;
     const Written method = SaveAccessMethod(record.Method, record.NatEnable);
@@ -165,6 +194,8 @@ int check(const FormList* form, Message& message) {
 
 }  // namespace
 
+constinit const std::span<const KeyGetter> service_getters = kServiceGetters;
+
 int get_nat_conn(const char* message, const FormList* form) {
     return html_parser(kPage, key_fun_tab, {}, message, form);
 }
@@ -173,9 +204,8 @@ int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, Proc
                  int mode, Message& message) {
     if (mode == kCheck) return check(form, message);
     if (!field_is(form, "todo", "save")) return 0;
-    posted = form;
-    access_control.reset();
-    PPPConf record;
+    ServiceEdit record;
+    record.form = form;
     const int unreadable = read_record(&record, message);
     if (unreadable) return unreadable;
     told(replace_file(UserF, record.User));

@@ -1,6 +1,8 @@
 // The services and DMZ page, "nat_conn.htm".
 #pragma once
 
+#include <span>
+
 #include "framework/page.h"
 
 // Renders the page; none of its keys has a value of its own, so it shows what was posted or
@@ -13,3 +15,6 @@ int get_nat_conn(const char* message, const FormList* form);
 // the record's.
 int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                  int mode, Message& message);
+
+// The page's fields with the values in force (record_fields.h), for the overview.
+extern const std::span<const KeyGetter> service_getters;

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "appliance/addresses.h"
 #include "appliance/ppp_conf.h"
+#include "appliance/record_fields.h"
 #include "base/words.h"
 #include "framework/msgfile.h"
 #include "nat/external_address.h"
@@ -15,12 +17,11 @@ namespace {
 
 constexpr char kPage[] = "nat_vs.htm";
 
-const FormList* posted;  // the form being saved, for savers that look at more than their own field
-
-// The ports of the enabled servers met so far in the form being saved. Each port field claims one
-// at most, and the form has ten of them.
-std::array<std::uint32_t, 14> used_ports;
-std::size_t ports_used;
+// The record as the form changes it, and what its savers need besides.
+struct ServerEdit : PPPConf {
+    const FormList* form = nullptr;       // for savers that look at more than their own field
+    std::vector<std::uint32_t> usedport;  // the ports of the enabled servers met so far
+};
 
 // ---- the servers: where the record keeps one, and how a refusal names it ----
 
@@ -78,22 +79,22 @@ bool is_checked(std::string_view value) { return value == "checked"; }
 bool is_not_unchecked(std::string_view value) { return value != "unchecked"; }
 
 template <class Server, bool (*IsOn)(std::string_view)>
-int save_enable(const char* value, int mode, Message&, PPPConf& record) {
+int save_enable(const char* value, int mode, Message&, ServerEdit& record) {
     if (mode == kSet) store(Server::enabled(record), int{IsOn(value)}, record);
     return 0;
 }
 
 // A DMZ host takes the ports that passive FTP transfers use; the page warns of it.
-int save_ftp_enable(const char* value, int mode, Message& message, PPPConf& record) {
+int save_ftp_enable(const char* value, int mode, Message& message, ServerEdit& record) {
     const bool was_on = record.Ftp != 0;
     save_enable<Ftp, is_checked>(value, mode, message, record);
-    if (record.Ftp && !was_on && field_is(posted, "enable_dmz", "checked"))
+    if (record.Ftp && !was_on && field_is(record.form, "enable_dmz", "checked"))
         warn_no = Msg::FtpServerBesideDmz;
     return 0;
 }
 
 template <class Server, void (*AddOctet)(AddressText&, const char*)>
-int save_octet(const char* value, int, Message& message, PPPConf& record) {
+int save_octet(const char* value, int, Message& message, ServerEdit& record) {
     if (!octet_fits(value)) {
         GetErrMsgByIndex(Server::kRefusal, message, Server::kLabel);
         return 1;
@@ -103,7 +104,7 @@ int save_octet(const char* value, int, Message& message, PPPConf& record) {
 }
 
 template <class Server>
-int save_last_octet(const char* value, int mode, Message& message, PPPConf& record) {
+int save_last_octet(const char* value, int mode, Message& message, ServerEdit& record) {
     const int refused = save_octet<Server, last_octet>(value, mode, message, record);
     const AddressText& host = Server::buffer(record);
     if (refused || host == Server::host(record)) return refused;
@@ -112,23 +113,24 @@ int save_last_octet(const char* value, int mode, Message& message, PPPConf& reco
     return 0;
 }
 
-bool claim(std::uint32_t port) {
-    const auto end = used_ports.begin() + static_cast<std::ptrdiff_t>(ports_used);
-    if (std::find(used_ports.begin(), end, port) != end) return false;
-    used_ports[ports_used++] = port;
+bool claim(std::uint32_t port, std::vector<std::uint32_t>& usedport) {
+    if (std::ranges::count(usedport, port) > 0) return false;
+    usedport.push_back(port);
     return true;
 }
 
 // Stored as typed; only a port that another enabled server has is refused.
 template <class Server>
-int save_port(const char* value, int, Message& message, PPPConf& record) {
+int save_port(const char* value, int, Message& message, ServerEdit& record) {
     const auto port = static_cast<std::uint32_t>(to_long(value));
     store(Server::port(record), port, record);
-    return !Server::enabled(record) || claim(port) ? 0 : refuse(Msg::PortInUse, message);
+    return !Server::enabled(record) || claim(port, record.usedport)
+               ? 0
+               : refuse(Msg::PortInUse, message);
 }
 
 template <class Server>
-int save_name(const char* value, int mode, Message&, PPPConf& record) {
+int save_name(const char* value, int mode, Message&, ServerEdit& record) {
     if (mode == kCheck) return 0;
     const Text<UserServer::kNameSize> name = value;
     UserServer& server = Server::server(record);
@@ -138,72 +140,84 @@ int save_name(const char* value, int mode, Message&, PPPConf& record) {
     return 0;
 }
 
-constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
-    {"isp_IP_address", get_isp_ip, nullptr},
-    {"vs_web_enable", nullptr, save_enable<Web, is_checked>},
-    {"vs_web_1", nullptr, save_octet<Web, first_octet>},
-    {"vs_web_2", nullptr, save_octet<Web, middle_octet>},
-    {"vs_web_3", nullptr, save_octet<Web, middle_octet>},
-    {"vs_web_4", nullptr, save_last_octet<Web>},
-    {"vs_web_portno", nullptr, save_port<Web>},
-    {"vs_pop3_enable", nullptr, save_enable<Pop3, is_checked>},
-    {"vs_pop3_1", nullptr, save_octet<Pop3, first_octet>},
-    {"vs_pop3_2", nullptr, save_octet<Pop3, middle_octet>},
-    {"vs_pop3_3", nullptr, save_octet<Pop3, middle_octet>},
-    {"vs_pop3_4", nullptr, save_last_octet<Pop3>},
-    {"vs_pop3_portno", nullptr, save_port<Pop3>},
-    {"vs_smtp_enable", nullptr, save_enable<Smtp, is_checked>},
-    {"vs_smtp_1", nullptr, save_octet<Smtp, first_octet>},
-    {"vs_smtp_2", nullptr, save_octet<Smtp, middle_octet>},
-    {"vs_smtp_3", nullptr, save_octet<Smtp, middle_octet>},
-    {"vs_smtp_4", nullptr, save_last_octet<Smtp>},
-    {"vs_smtp_portno", nullptr, save_port<Smtp>},
-    {"vs_ftp_enable", nullptr, save_ftp_enable},
-    {"vs_ftp_1", nullptr, save_octet<Ftp, first_octet>},
-    {"vs_ftp_2", nullptr, save_octet<Ftp, middle_octet>},
-    {"vs_ftp_3", nullptr, save_octet<Ftp, middle_octet>},
-    {"vs_ftp_4", nullptr, save_last_octet<Ftp>},
-    {"vs_ftp_portno_ctrl", nullptr, save_port<Ftp>},
-    {"vs_ftp_portno_data", nullptr, save_port<FtpData>},
-    {"vs_https_enable", nullptr, save_enable<Https, is_not_unchecked>},
-    {"vs_ud1_enable", nullptr, save_enable<User<1>, is_not_unchecked>},
-    {"vs_ud1_name", nullptr, save_name<User<1>>},
-    {"vs_ud1_1", nullptr, save_octet<User<1>, first_octet>},
-    {"vs_ud1_2", nullptr, save_octet<User<1>, middle_octet>},
-    {"vs_ud1_3", nullptr, save_octet<User<1>, middle_octet>},
-    {"vs_ud1_4", nullptr, save_last_octet<User<1>>},
-    {"vs_ud1_portno", nullptr, save_port<User<1>>},
-    {"vs_ud2_enable", nullptr, save_enable<User<2>, is_not_unchecked>},
-    {"vs_ud2_name", nullptr, save_name<User<2>>},
-    {"vs_ud2_1", nullptr, save_octet<User<2>, first_octet>},
-    {"vs_ud2_2", nullptr, save_octet<User<2>, middle_octet>},
-    {"vs_ud2_3", nullptr, save_octet<User<2>, middle_octet>},
-    {"vs_ud2_4", nullptr, save_last_octet<User<2>>},
-    {"vs_ud2_portno", nullptr, save_port<User<2>>},
-    {"vs_ud3_enable", nullptr, save_enable<User<3>, is_not_unchecked>},
-    {"vs_ud3_name", nullptr, save_name<User<3>>},
-    {"vs_ud3_1", nullptr, save_octet<User<3>, first_octet>},
-    {"vs_ud3_2", nullptr, save_octet<User<3>, middle_octet>},
-    {"vs_ud3_3", nullptr, save_octet<User<3>, middle_octet>},
-    {"vs_ud3_4", nullptr, save_last_octet<User<3>>},
-    {"vs_ud3_portno", nullptr, save_port<User<3>>},
-    {"vs_ud4_enable", nullptr, save_enable<User<4>, is_not_unchecked>},
-    {"vs_ud4_name", nullptr, save_name<User<4>>},
-    {"vs_ud4_1", nullptr, save_octet<User<4>, first_octet>},
-    {"vs_ud4_2", nullptr, save_octet<User<4>, middle_octet>},
-    {"vs_ud4_3", nullptr, save_octet<User<4>, middle_octet>},
-    {"vs_ud4_4", nullptr, save_last_octet<User<4>>},
-    {"vs_ud4_portno", nullptr, save_port<User<4>>},
-    {"vs_ud5_enable", nullptr, save_enable<User<5>, is_not_unchecked>},
-    {"vs_ud5_name", nullptr, save_name<User<5>>},
-    {"vs_ud5_1", nullptr, save_octet<User<5>, first_octet>},
-    {"vs_ud5_2", nullptr, save_octet<User<5>, middle_octet>},
-    {"vs_ud5_3", nullptr, save_octet<User<5>, middle_octet>},
-    {"vs_ud5_4", nullptr, save_last_octet<User<5>>},
-    {"vs_ud5_portno", nullptr, save_port<User<5>>},
+// ---- the values in force ----
+
+template <class Server>
+int get_enable(ValueText& value, LongText&, int&) {
+    return show_switch(value, Server::enabled(shown_record) != 0);
+}
+
+template <class Server>
+int get_name(ValueText& value, LongText&, int&) {
+    return show(value, Server::server(shown_record).Name());
+}
+
+template <class Server, int Number>
+int get_part(ValueText& value, LongText&, int&) {
+    return show(value, octet_of(Server::host(shown_record), Number));
+}
+
+template <class Server>
+int get_port(ValueText& value, LongText&, int&) {
+    return show(value, std::to_string(Server::port(shown_record)));
+}
+
+// ---- the rows of a server; all of its fields have names that begin alike ----
+
+using Row = KeyFun<ServerEdit>;
+
+template <Literal Begin, class Server>
+constexpr std::array kSwitch = std::to_array<Row>({
+    {joined<Begin, "_enable">, get_enable<Server>, save_enable<Server, is_checked>},
+});
+template <Literal Begin, class Server>
+constexpr std::array kSwitchUnlessOff = std::to_array<Row>({
+    {joined<Begin, "_enable">, get_enable<Server>, save_enable<Server, is_not_unchecked>},
+});
+template <Literal Begin, class Server>
+constexpr std::array kHost = std::to_array<Row>({
+    {joined<Begin, "_1">, get_part<Server, 1>, save_octet<Server, first_octet>},
+    {joined<Begin, "_2">, get_part<Server, 2>, save_octet<Server, middle_octet>},
+    {joined<Begin, "_3">, get_part<Server, 3>, save_octet<Server, middle_octet>},
+    {joined<Begin, "_4">, get_part<Server, 4>, save_last_octet<Server>},
+});
+template <Literal Key, class Server>
+constexpr std::array kPort = std::to_array<Row>({
+    {joined<Key, "">, get_port<Server>, save_port<Server>},
+});
+template <Literal Begin, class Server>
+constexpr std::array kName = std::to_array<Row>({
+    {joined<Begin, "_name">, get_name<Server>, save_name<Server>},
 });
 
+template <Literal Begin, class Server>
+constexpr auto kFixedServer = join_rows(kSwitch<Begin, Server>, kHost<Begin, Server>,
+                                        kPort<joined_literal<Begin, "_portno">, Server>);
+template <Literal Begin, class Server>
+constexpr auto kUserServer = join_rows(kSwitchUnlessOff<Begin, Server>, kName<Begin, Server>,
+                                       kHost<Begin, Server>,
+                                       kPort<joined_literal<Begin, "_portno">, Server>);
+
+constexpr std::array ftp_switch = std::to_array<Row>({
+    {"vs_ftp_enable", get_enable<Ftp>, save_ftp_enable},
+});
+
+// The order is that of checking: a port is compared with those of the servers before it.
+constexpr std::array server_rows = join_rows(
+    kFixedServer<"vs_web", Web>, kFixedServer<"vs_pop3", Pop3>, kFixedServer<"vs_smtp", Smtp>,
+    ftp_switch, kHost<"vs_ftp", Ftp>, kPort<"vs_ftp_portno_ctrl", Ftp>,
+    kPort<"vs_ftp_portno_data", FtpData>, kSwitchUnlessOff<"vs_https", Https>,
+    kUserServer<"vs_ud1", User<1>>, kUserServer<"vs_ud2", User<2>>, kUserServer<"vs_ud3", User<3>>,
+    kUserServer<"vs_ud4", User<4>>, kUserServer<"vs_ud5", User<5>>);
+
+constexpr std::array address_row = std::to_array<Row>({{"isp_IP_address", get_isp_ip, nullptr}});
+
+constexpr std::array key_fun_tab = join_rows(address_row, without_getters(server_rows));
+constexpr std::array kServerGetters = getters_of(server_rows);
+
 }  // namespace
+
+constinit const std::span<const KeyGetter> server_getters = kServerGetters;
 
 int get_vs(const char* message, const FormList* form) {
     PPPConf record;
@@ -214,10 +228,9 @@ int get_vs(const char* message, const FormList* form) {
 
 int set_vs(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails, int mode,
            Message& message) {
-    posted = form;
-    ports_used = 0;
     if (!field_is(form, "todo", "save")) return 0;
-    PPPConf record;
+    ServerEdit record;
+    record.form = form;
     const int unreadable = read_record(&record, message);
     if (unreadable) return unreadable;
     bool any = false;

@@ -1,6 +1,8 @@
 // The virtual servers page, "nat_vs.htm".
 #pragma once
 
+#include <span>
+
 #include "framework/page.h"
 
 // Renders the page: the external address, and what was posted or nothing in every other field.
@@ -12,3 +14,6 @@ int get_vs(const char* message, const FormList* form);
 // enabled on disk, the storing among those that are enabled then.
 int set_vs(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails, int mode,
            Message& message);
+
+// The servers' fields with the values in force (record_fields.h), for the overview.
+extern const std::span<const KeyGetter> server_getters;

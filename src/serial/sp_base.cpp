@@ -14,11 +14,6 @@ constexpr char kPage[] = "sp_base.htm";
 
 PPPConf conf;
 
-int show(ValueText& value, std::string_view text) {
-    value = text;
-    return 0;
-}
-
 template <auto Field>
 int get_text(ValueText& value, LongText&, int&) {
     return show(value, conf.*Field);

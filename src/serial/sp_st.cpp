@@ -33,11 +33,6 @@ bool ppp_on = false;  // pppd runs
 Text<20> ppp_ip;
 Text<32> cnt_rate;
 
-int show(ValueText& value, std::string_view text) {
-    value = text;
-    return 0;
-}
-
 std::string_view or_unknown(std::string_view text) { return text.empty() ? kUnknown : text; }
 
 int show_link(ValueText& value, bool up) { return show(value, up ? "Established" : "Off Line"); }
