@@ -1,6 +1,7 @@
 // The merge of imported models into the modem list.
+#include <algorithm>
 #include <string>
-#include <unordered_map>
+#include <vector>
 
 #include "base/files.h"
 #include "base/format.h"
@@ -14,11 +15,10 @@ namespace {
 
 class Merge {
 public:
-    explicit Merge(std::span<InfModem> models) : models_(models) {
-        for (InfModem& model : models_) {
-            model.Done = false;
-            by_name_.emplace(model.Name, &model);
-        }
+    explicit Merge(std::span<const InfModem> models) : models_(models) {
+        by_name_.reserve(models.size());
+        for (const InfModem& model : models) by_name_.push_back({&model});
+        std::ranges::sort(by_name_, {}, &Target::name);
     }
 
     // Writes what takes the place of a line of the list.
@@ -27,9 +27,9 @@ public:
         if (awaits_init_ && line.starts_with(InitKey)) return write_init(out);
         if (const std::optional<std::string_view> name = header_name(line)) {
             if (awaits_init_) write_init(out);
-            const auto found = by_name_.find(*name);
-            awaits_init_ = found == by_name_.end() ? nullptr : found->second;
-            if (awaits_init_) awaits_init_->Done = true;
+            Target* const target = find(*name);
+            awaits_init_ = target ? target->model : nullptr;
+            if (target) target->Done = true;
         }
         out.write(line);
     }
@@ -38,13 +38,24 @@ public:
     void end(Replacement& out) {
         if (awaits_init_) write_init(out);
         for (const InfModem& model : models_) {
-            if (model.Done) continue;
+            if (find(model.Name)->Done) continue;
             out.end_line();
             out.write(format_text("[%s]\n", model.Name) + init_line(model));
         }
     }
 
 private:
+    struct Target {
+        const InfModem* model;
+        bool Done = false;  // stands in the merged list
+        [[nodiscard]] std::string_view name() const { return model->Name; }
+    };
+
+    Target* find(std::string_view name) {
+        const auto found = std::ranges::lower_bound(by_name_, name, {}, &Target::name);
+        return found != by_name_.end() && found->name() == name ? &*found : nullptr;
+    }
+
     // Unlike the readers of the list this knows a header without a line feed too: it may be the
     // last line of a list that the administrator has edited.
     static std::optional<std::string_view> header_name(std::string_view line) {
@@ -53,7 +64,7 @@ private:
     }
 
     static std::string init_line(const InfModem& model) {
-        return format_text("%s=%s\n\n", InitKey0, model.Init);
+        return format_text("%s=%s\n\n", InitKey0, *model.Init);
     }
 
     void write_init(Replacement& out) {
@@ -62,14 +73,15 @@ private:
         awaits_init_ = nullptr;
     }
 
-    std::span<InfModem> models_;
-    std::unordered_map<std::string_view, InfModem*> by_name_;
-    InfModem* awaits_init_ = nullptr;  // the model whose section has not shown its init string yet
+    std::span<const InfModem> models_;
+    std::vector<Target> by_name_;
+    // The model whose section has not shown its init string yet.
+    const InfModem* awaits_init_ = nullptr;
 };
 
 }  // namespace
 
-int AddInitStr(std::span<InfModem> models, int* count) {
+int AddInitStr(std::span<const InfModem> models, int* count) {
     if (models.empty() || !count) return 1;
     *count = 0;
     const std::string temporary = ini_temporary();

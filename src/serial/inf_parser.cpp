@@ -1,36 +1,34 @@
 #include "serial/inf_parser.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <new>
 #include <optional>
-#include <unordered_map>
-#include <unordered_set>
+#include <vector>
 
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/scratch.h"
 #include "base/words.h"
 #include "framework/parser.h"
 #include "framework/profile.h"
 #include "framework/upload.h"
+#include "serial/inf_file.h"
 
 namespace {
 
-constexpr std::size_t kLine = 275;  // characters that are read of a line at a time
-constexpr std::size_t kLayers = 10;
+constexpr int kLayers = 10;
 constexpr std::size_t kRegistrySections = 10;
 constexpr std::size_t kRegistryName = 29;
 constexpr std::size_t kKeySize = 83;
-constexpr std::size_t kInitSize = decltype(InfModem::Init)::capacity;
 
 constexpr std::array<const char*, 4> ErrMsg = {
     "Can not find [Manufacturer] section", "Find install section name failed",
     "Can not find [Strings] section", "Memory allocate failed"};
-
-std::string_view without_leading_spaces(std::string_view text) {
-    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
-}
 
 // The text without the characters at its end that are in the set.
 std::string_view without_trailing(std::string_view text, std::string_view set) {
@@ -54,87 +52,26 @@ bool take(std::string_view& text, std::string_view word) {
     return true;
 }
 
-// Lines that begin with a name between two marks, "[name]" or "%name%", by that name. The name may
-// hold the closing mark itself.
-class NameIndex {
-public:
-    struct Line {
-        std::string_view text;
-        std::size_t number;
-    };
-
-    explicit NameIndex(char close) : close_(close) {}
-
-    void add(const Line& line) {
-        const std::string_view text = line.text;
-        for (auto end = text.find(close_, 1); end != text.npos; end = text.find(close_, end + 1))
-            first_.try_emplace(text.substr(1, end - 1), line);
-    }
-
-    // The first line with that name, or null.
-    [[nodiscard]] const Line* find(std::string_view name) const {
-        const auto found = first_.find(name);
-        return found == first_.end() ? nullptr : &found->second;
-    }
-
-private:
-    char close_;
-    std::unordered_map<std::string_view, Line> first_;
-};
-
-struct Section {
-    std::span<const std::string_view> lines;
-    bool is_last;  // nothing follows it
-};
-
-// A description as lines, without comments and empty lines, and its sections by their names.
-class InfFile {
-public:
-    explicit InfFile(std::string_view text) {
-        while (!text.empty()) {
-            const std::size_t length = std::min({text.find('\n'), kLine - 1, text.size() - 1}) + 1;
-            const std::string_view line = text.substr(0, length);
-            text.remove_prefix(length);
-            if (line.front() == '\r' || line.front() == '\n' || line.front() == ';') continue;
-            if (line.front() == '[') headers_.add({line, lines_.size()});
-            lines_.push_back(line);
-        }
-    }
-
-    // The lines behind the first header with that name, up to the next header.
-    [[nodiscard]] std::optional<Section> FindSection(std::string_view name) const {
-        const NameIndex::Line* header = headers_.find(name);
-        if (!header) return std::nullopt;
-        const auto rest = std::span(lines_).subspan(header->number + 1);
-        const auto end =
-            std::ranges::find_if(rest, [](std::string_view line) { return line.starts_with('['); });
-        return Section{{rest.begin(), end}, end == rest.end()};
-    }
-
-private:
-    std::vector<std::string_view> lines_;
-    NameIndex headers_{']'};
-};
-
 struct Manufacturer {
     std::optional<std::string_view> key;  // what stands for its name
     std::string_view models;              // the section of its models
 };
 
 int find_manufacturer(const InfFile& file, Manufacturer& found) {
-    const std::optional<Section> section = file.FindSection("Manufacturer");
+    const std::optional<std::size_t> section = file.FindSection("Manufacturer");
     if (!section) return kNoManufacturer;
-    for (const std::string_view line : section->lines) {
-        const std::size_t first = line.find('%');
-        const std::size_t second = first == line.npos ? first : line.find('%', first + 1);
-        if (second == line.npos) continue;
-        found.key = line.substr(first + 1, second - first - 1);
-        const std::size_t equals = line.find('=', second);
-        if (equals == line.npos) continue;
-        found.models = without_trailing(without_leading_spaces(line.substr(equals + 1)), "\r\n ");
+    std::string_view rest = file.behind(*section);
+    while (const auto line = take_section_line(rest)) {
+        const std::size_t first = line->find('%');
+        const std::size_t second = first == line->npos ? first : line->find('%', first + 1);
+        if (second == line->npos) continue;
+        found.key = line->substr(first + 1, second - first - 1);
+        const std::size_t equals = line->find('=', second);
+        if (equals == line->npos) continue;
+        found.models = without_trailing(without_leading_spaces(line->substr(equals + 1)), "\r\n ");
         return found.models.empty() ? kNoInstallSection : kInfDone;
     }
-    return section->is_last ? kInfDone : kNoInstallSection;
+    return rest.empty() ? kInfDone : kNoInstallSection;
 }
 
 // A model by the key that stands for its display name.
@@ -143,117 +80,154 @@ struct Candidate {
     std::string_view name;
 };
 
-std::vector<Candidate> list_models(const Section& strings, const Manufacturer& maker) {
-    std::vector<Candidate> models;
-    for (const std::string_view line : strings.lines) {
-        if (maker.key && line.starts_with(*maker.key)) continue;
-        const std::size_t equals = line.find('=');
-        if (line.starts_with("ClassName") || equals == line.npos) continue;
-        const std::size_t quote = line.find('"', equals);
-        if (quote == line.npos) continue;
-        const std::string_view key = without_trailing(line.substr(0, equals), " ");
-        const std::string_view name = up_to(line.substr(quote + 1), "\"\r\n");
-        if (!name.empty()) models.push_back({key.substr(0, kKeySize), name});
+// The candidates of the [Strings] section, one after the other.
+class Candidates {
+public:
+    Candidates(std::string_view strings, const Manufacturer& maker)
+        : rest_(strings), maker_(maker) {}
+
+    std::optional<Candidate> next() {
+        while (const auto line = take_section_line(rest_)) {
+            if (maker_.key && line->starts_with(*maker_.key)) continue;
+            const std::size_t equals = line->find('=');
+            if (line->starts_with("ClassName") || equals == line->npos) continue;
+            const std::size_t quote = line->find('"', equals);
+            if (quote == line->npos) continue;
+            const std::string_view key = without_trailing(line->substr(0, equals), " ");
+            const std::string_view name = up_to(line->substr(quote + 1), "\"\r\n");
+            if (!name.empty())
+                return Candidate{key.substr(0, kKeySize), name.substr(0, InfModem::kNameSize)};
+        }
+        return std::nullopt;
     }
-    return models;
+
+    // How many are left.
+    [[nodiscard]] std::size_t number() const {
+        std::size_t number = 0;
+        for (Candidates left = *this; left.next();) ++number;
+        return number;
+    }
+
+private:
+    std::string_view rest_;
+    const Manufacturer& maker_;
+};
+
+// A piece of an init string.
+struct Layer {
+    int number;
+    std::string_view text;
+};
+using Layers = std::vector<Layer>;
+
+// A later layer takes the place of an earlier one of its number.
+void lay_over(Layers& layers, const Layer& layer) {
+    const auto same = std::ranges::find(layers, layer.number, &Layer::number);
+    if (same == layers.end())
+        layers.push_back(layer);
+    else
+        *same = layer;
+}
+
+// Reads a line such as: HKR, Init, 1,, "AT&F<cr>"
+void read_layer(std::string_view line, Layers& layers) {
+    if (!take(line, "HKR,") || !take(line, "Init,")) return;
+    line = without_leading_spaces(line);
+    if (line.size() < 3 || line.substr(1, 2) != ",,") return;
+    const int layer = to_int(line.substr(0, 1));
+    if (layer < 1) return log_line("INF file init string with wrong layer %d", long{layer});
+    line.remove_prefix(3);
+    if (take(line, "\""))
+        lay_over(layers, {layer, up_to(line, "\"<\r\n").substr(0, InitText::capacity)});
+}
+
+// The layers as one command: only the first begins with AT.
+InitText assembled(const Layers& layers) {
+    InitText init;
+    for (int number = 1; number <= kLayers; ++number) {
+        const auto layer = std::ranges::find(layers, number, &Layer::number);
+        if (layer == layers.end()) continue;
+        const bool repeats = !init.empty() && StrCmpi(layer->text.substr(0, 2), "at") == 0;
+        init.append(layer->text.substr(repeats ? 2 : 0));
+    }
+    return init;
 }
 
 // The init strings of install sections. Models share install sections, and those share the sections
 // of registry lines, so each is read only once.
 class InitStrings {
 public:
-    explicit InitStrings(const InfFile& file) : file_(file) {}
+    // The texts of the init strings go to `inits`.
+    InitStrings(const InfFile& file, std::deque<InitText>& inits)
+        : file_(file), inits_(inits), installs_(file.sections()), registries_(file.sections()) {}
 
     // Fills the init string. 0; 1 no such section, 2 no "AddReg" line in it, 3 one without a name,
     // 4 no init line in the sections that it names.
-    int FindInitStr(std::string_view install, InfModem& model) {
-        const auto [place, is_new] = installs_.try_emplace(install);
-        if (is_new) place->second.result = read_install(install, place->second.init);
-        model.Init = place->second.init;
-        return place->second.result;
+    int FindInitStr(std::string_view name, InfModem& model) {
+        const std::optional<std::size_t> section = file_.FindSection(name);
+        if (!section) return 1;
+        const Install*& install = installs_[*section];
+        if (!install) install = &read_installs_.emplace_back(read_install(file_.behind(*section)));
+        model.Init = install->init;
+        return install->result;
     }
 
 private:
-    using Init = decltype(InfModem::Init);
-    using Layers = std::array<std::optional<std::string_view>, kLayers>;
-
     struct Install {
-        int result = 0;
-        Init init;
+        int result;
+        const InitText* init = nullptr;
     };
 
-    int read_install(std::string_view install, Init& init) {
-        const std::optional<Section> section = file_.FindSection(install);
-        if (!section) return 1;
-        const auto add_reg = std::ranges::find_if(section->lines, [](std::string_view line) {
-            return take(line, "AddReg") && line.find('=') != line.npos;
-        });
-        if (add_reg == section->lines.end()) return 2;
-        std::string_view names = add_reg->substr(add_reg->find('=') + 1);
+    Install read_install(std::string_view section) {
+        while (auto line = take_section_line(section)) {
+            if (!take(*line, "AddReg") || line->find('=') == line->npos) continue;
+            return read_registries(line->substr(line->find('=') + 1));
+        }
+        return {2};
+    }
+
+    Install read_registries(std::string_view names) {
         Layers layers;
         std::size_t named = 0;
         while (!names.empty() && named < kRegistrySections) {
             const std::string_view name = GetRealData(take_word(names, ",\r\n"));
             if (name.empty()) continue;
             ++named;
-            lay_over(layers, registry(name.substr(0, kRegistryName)));
+            for (const Layer& layer : registry(name.substr(0, kRegistryName)))
+                lay_over(layers, layer);
         }
-        if (named == 0) return 3;
-        init = assembled(layers);
-        return std::ranges::any_of(layers, [](const auto& layer) { return layer.has_value(); }) ? 0
-                                                                                                : 4;
+        if (named == 0) return {3};
+        if (layers.empty()) return {4};
+        return {0, &inits_.emplace_back(assembled(layers))};
     }
 
     const Layers& registry(std::string_view name) {
-        const auto [place, is_new] = registries_.try_emplace(name);
-        const std::optional<Section> section = is_new ? file_.FindSection(name) : std::nullopt;
-        if (section)
-            for (const std::string_view line : section->lines) read_layer(line, place->second);
-        return place->second;
-    }
-
-    // Reads a line such as: HKR, Init, 1,, "AT&F<cr>"
-    static void read_layer(std::string_view line, Layers& layers) {
-        if (!take(line, "HKR,") || !take(line, "Init,")) return;
-        line = without_leading_spaces(line);
-        if (line.size() < 3 || line.substr(1, 2) != ",,") return;
-        const int layer = to_int(line.substr(0, 1));
-        if (layer < 1) return log_line("INF file init string with wrong layer %d", long{layer});
-        line.remove_prefix(3);
-        if (take(line, "\""))
-            layers[static_cast<std::size_t>(layer - 1)] =
-                up_to(line, "\"<\r\n").substr(0, kInitSize);
-    }
-
-    static void lay_over(Layers& layers, const Layers& above) {
-        for (std::size_t i = 0; i < kLayers; ++i)
-            if (above[i]) layers[i] = above[i];
-    }
-
-    // The layers as one command: only the first begins with AT.
-    static Init assembled(const Layers& layers) {
-        Init init;
-        for (const auto& layer : layers) {
-            const std::string_view text = layer.value_or("");
-            const bool repeats = !init.empty() && StrCmpi(text.substr(0, 2), "at") == 0;
-            init.append(text.substr(repeats ? 2 : 0));
+        static const Layers kNone;
+        const std::optional<std::size_t> section = file_.FindSection(name);
+        if (!section) return kNone;
+        const Layers*& known = registries_[*section];
+        if (!known) {
+            Layers layers;
+            std::string_view rest = file_.behind(*section);
+            while (const auto line = take_section_line(rest)) read_layer(*line, layers);
+            known = layers.empty() ? &kNone : &read_registries_.emplace_back(std::move(layers));
         }
-        return init;
+        return *known;
     }
 
     const InfFile& file_;
-    std::unordered_map<std::string_view, Install> installs_;
-    std::unordered_map<std::string_view, Layers> registries_;
+    std::deque<InitText>& inits_;
+    std::vector<const Install*> installs_;  // by their sections; null until read
+    std::vector<const Layers*> registries_;
+    std::deque<Install> read_installs_;
+    std::deque<Layers> read_registries_;
 };
 
-// The lines of the models section by their keys.
-NameIndex index_models(const Section& section) {
-    NameIndex by_key('%');
-    for (const std::string_view line : section.lines) {
-        const std::string_view text = without_leading_spaces(line);
-        if (text.starts_with('%')) by_key.add({text, 0});
-    }
-    return by_key;
+// Takes the next line of a section, without the spaces before it.
+std::optional<std::string_view> take_model_line(std::string_view& section) {
+    std::optional<std::string_view> line = take_section_line(section);
+    if (line) line = without_leading_spaces(*line);
+    return line;
 }
 
 // The install section that a line of the models section names.
@@ -262,48 +236,57 @@ std::string_view install_of(std::string_view line, std::string_view key) {
     return up_to(line.substr(std::min(line.find_first_not_of(" ="), line.size())), ",\r\n");
 }
 
-void find_inits(const InfFile& file, const Section& section,
-                const std::vector<Candidate>& candidates, std::vector<InfModem>& models) {
-    const NameIndex by_key = index_models(section);
-    InitStrings inits(file);
-    for (const Candidate& candidate : candidates) {
-        const NameIndex::Line* line = by_key.find(candidate.key);
+void find_inits(const InfFile& file, const NameIndex& by_key, Candidates candidates,
+                InfModels& models) {
+    models.list.reserve(candidates.number());
+    InitStrings inits(file, models.inits);
+    while (const auto candidate = candidates.next()) {
+        const std::optional<std::size_t> line = by_key.find(candidate->key);
         if (!line) continue;
-        InfModem model{candidate.name, {}};
-        if (inits.FindInitStr(install_of(line->text, candidate.key), model) != 0) {
+        InfModem model{candidate->name};
+        if (inits.FindInitStr(install_of(by_key[*line], candidate->key), model) != 0) {
             log_line("Can not find init str of modem");
-            log_line("%s", model.Name.view());
+            log_line("%s", model.Name);
         }
-        if (!model.Init.empty()) models.push_back(model);
+        if (model.Init && !model.Init->empty()) models.list.push_back(model);
     }
 }
 
+// One sort for both orders.
+void sort(std::vector<InfModem>& models, bool (*precedes)(const InfModem&, const InfModem&)) {
+    std::ranges::sort(models, precedes);
+}
+
+bool have_one_name(const InfModem& a, const InfModem& b) { return a.Name == b.Name; }
+
 // Of several models with one name keeps the last.
 void drop_earlier_namesakes(std::vector<InfModem>& models) {
-    std::unordered_set<std::string_view> later;
-    for (auto model = models.rbegin(); model != models.rend(); ++model)
-        if (!later.insert(model->Name).second) model->Init.clear();
-    std::erase_if(models, [](const InfModem& model) { return model.Init.empty(); });
+    sort(models, [](const InfModem& a, const InfModem& b) { return comes_before(b.Name, a.Name); });
+    models.erase(std::unique(models.begin(), models.end(), have_one_name), models.end());
+    sort(models,
+         [](const InfModem& a, const InfModem& b) { return a.Name.data() < b.Name.data(); });
 }
 
 }  // namespace
 
-int find_models(std::string_view description, std::vector<InfModem>& models) try {
+int find_models(std::string_view description, InfModels& models) try {
     const InfFile file(description);
     Manufacturer maker;
     const int failed = find_manufacturer(file, maker);
     if (failed) return failed;
-    const std::optional<Section> strings = file.FindSection("Strings");
+    const std::optional<std::size_t> strings = file.FindSection("Strings");
     if (!strings) return kNoStrings;
-    const std::vector<Candidate> candidates = list_models(*strings, maker);
-    const std::optional<Section> section = file.FindSection(maker.models);
+    const Candidates candidates(file.behind(*strings), maker);
+    const std::optional<std::size_t> section = file.FindSection(maker.models);
     if (!section) {
-        for (std::size_t i = 0; i < candidates.size(); ++i)
+        const std::size_t number = candidates.number();
+        for (std::size_t i = 0; i < number; ++i)
             log_line("Can not find [%s] section\n", maker.models);
-        return candidates.empty() ? kInfDone : kNoModels;
+        return number == 0 ? kInfDone : kNoModels;
     }
-    find_inits(file, *section, candidates, models);
-    drop_earlier_namesakes(models);
+    const NameIndex by_key('%', '%', file.behind(*section), take_model_line);
+    find_inits(file, by_key, candidates, models);
+    drop_earlier_namesakes(models.list);
     return kInfDone;
 } catch (const std::bad_alloc&) {
     return kInfMemory;
@@ -312,10 +295,12 @@ int find_models(std::string_view description, std::vector<InfModem>& models) try
 int TxTo1ByteFile(const std::string& path) {
     std::optional<std::string> content = read_file(path);
     if (!content) return 1;
-    std::erase(*content, '\0');
-    Replacement out(path, ini_temporary());
-    out.write(*content);
-    return code_of(out.install(), kModemListCodes);
+    if (std::erase(*content, '\0') == 0) return 0;
+    if (!create_anew(path)) return 1;
+    Descriptor file = open_regular(path, O_WRONLY);
+    if (file.is_open() && write_all(file.get(), *content) && file.reset()) return 0;
+    note_failure(Failure::cannot_write, path);
+    return 1;
 }
 
 int ParserInfFile(const char* path, int* count) try {
@@ -326,12 +311,12 @@ int ParserInfFile(const char* path, int* count) try {
     int result = TxTo1ByteFile(*file);
     const std::optional<std::string> description = read_file(*file);
     if (!description) return kNoManufacturer;
-    std::vector<InfModem> models;
+    InfModels models;
     const int failed = find_models(*description, models);
     if (failed) result = failed;
     if (result >= kNoManufacturer && result <= kInfMemory)
         log_line("%s", ErrMsg[static_cast<std::size_t>(result - 1)]);
-    if (result == kInfDone) result = AddInitStr(models, count);
+    if (result == kInfDone) result = AddInitStr(models.list, count);
     told(remove_file(*file));
     return result;
 } catch (const Unreadable&) {

@@ -2,6 +2,7 @@
 // registry lines of its install section spell, and its section in the modem list.
 #pragma once
 
+#include <deque>
 #include <span>
 #include <string>
 #include <string_view>
@@ -9,10 +10,19 @@
 
 #include "base/text.h"
 
+using InitText = Text<80>;
+
 struct InfModem {
-    Text<80> Name;      // display name, and the section's name in the modem list
-    Text<80> Init;      // init string
-    bool Done = false;  // stands in the merged list
+    static constexpr std::size_t kNameSize = 79;
+
+    std::string_view Name;           // display name, and the section's name in the modem list
+    const InitText* Init = nullptr;  // init string
+};
+
+// The models of a description. A small file can list many, so what they consist of is elsewhere.
+struct InfModels {
+    std::vector<InfModem> list;  // the names are parts of the description,
+    std::deque<InitText> inits;  // the init strings are these
 };
 
 // How an import ends.
@@ -31,14 +41,17 @@ enum InfResult : int {
 // list is as it was.
 int ParserInfFile(const char* path, int* count);
 
-// Rewrites a file without its NUL bytes, which makes plain text of UTF-16. 0, 1 or -1.
+// Rewrites a file without its NUL bytes, which makes plain text of UTF-16; one without any stays as
+// it is. The file is as short-lived as before: it is not flushed to disk. 0; 1 when it cannot be
+// read or written.
 int TxTo1ByteFile(const std::string& path);
 
 // The models of a description that have an init string, in its order; of several with one name the
-// last. Whatever the size of the description, it is gone through once. InfResult 0 to 5.
-int find_models(std::string_view description, std::vector<InfModem>& models);
+// last. Time grows with the size of the description, and memory is at most ten times as much,
+// whatever it consists of. InfResult 0 to 5.
+int find_models(std::string_view description, InfModels& models);
 
 // Puts the models into the modem list: new init strings for the modems that it knows, new sections
 // for the others. `count` gets the number of models. 0; 1 nothing to merge or a file that could not
 // be opened or written, -1 not renamed.
-int AddInitStr(std::span<InfModem> models, int* count);
+int AddInitStr(std::span<const InfModem> models, int* count);

@@ -1,10 +1,11 @@
 """The modem page: the modem list, saving, the defaults, and the import of driver descriptions."""
 
 import re
+import resource
 
 import pytest
 
-from appliance import PROJECT, RECORD, USER, octets, plain, told
+from appliance import PROJECT, RECORD, SANITIZED, USER, Appliance, octets, plain, told
 
 LIST, DIALD, DIALER = "/etc/ppp/modem.ini", "/etc/diald.conf", "/etc/ppp/pppondialer"
 NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
@@ -163,8 +164,10 @@ def test_merge(saved, before, after):
     ('HKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"\n', "ATE0V1"),
     ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\nHKR, Init, 2,, ATX\nHKR,init,2,,"ATX"', "AT"),
     ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
-    (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79), ('HKR, Init, 2,, "A<cr>"', "ATA"),
-    ('[R]\nHKR, Init, 3,, "ATX"', "AT"), (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"),  # the rest of a long line is one
+    (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
+    (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77), ('HKR, Init, 2,, "A<cr>"', "ATA"),
+    ('[R]\nHKR, Init, 3,, "ATX"', "AT"), ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
+    (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"),  # the rest of a long line is one
 ])
 def test_init_strings(saved, more, init):
     assert sections(upload(saved, small(more=more)).changed[LIST])[1:] == [("New", init)]
@@ -203,7 +206,7 @@ def test_paths_that_are_no_upload(saved, path):
 
 
 def test_a_failing_merge_leaves_the_list(saved):
-    saved.write("/www/Ini84693.tmp/x", "")  # in the way of the second temporary file
+    saved.write("/www/Ini18042.tmp/x", "")  # in the way of the temporary file
     result = upload(saved, small())
     assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
 
@@ -221,3 +224,14 @@ def test_ten_thousand_models(saved, install, installs, length):
     result = upload(saved, content, modems)
     assert result.message == told(21, "10000")
     assert result.changed[LIST] == modems.replace("=X\n", "=AT\n\n")
+
+
+@pytest.mark.skipif(SANITIZED, reason="sanitizers have memory of their own")
+@pytest.mark.parametrize("line", ['="x\n', "%%\n", "[]\n", "x\n", "[{}]]]]]]]]\n"])
+def test_a_long_description_takes_ten_times_its_size(saved, monkeypatch, line):
+    lines = "".join(line.format(n) for n in range(2**20 // len(line)))
+    limit = 10 * len(lines) + 2**21  # the program itself
+    monkeypatch.setattr(saved, "enter", lambda: (
+        Appliance.enter(saved), resource.setrlimit(resource.RLIMIT_AS, (limit, limit))))
+    content = small().replace("[S]", lines + "[S]") if "=" in line else small() + "[S]\n" + lines
+    assert upload(saved, content).message == told(21, "1")

@@ -12,11 +12,11 @@ static constexpr std::string_view kPieces =
 void check(std::string_view input) {
     std::string text = with_pieces(input.substr(0, 2000), kPieces);
     std::erase(text, '\0');
-    std::vector<InfModem> models;
+    InfModels models;
     std::set<std::string_view> names;
     find_models(text, models);
-    for (const InfModem& model : models) {
-        expect(names.insert(model.Name).second && !model.Name.empty() && !model.Init.empty());
-        expect(model.Init.view().find_first_of("\"<\r\n") == std::string::npos);
+    for (const InfModem& model : models.list) {
+        expect(names.insert(model.Name).second && !model.Name.empty() && !model.Init->empty());
+        expect(model.Init->view().find_first_of("\"<\r\n") == std::string::npos);
     }
 }
