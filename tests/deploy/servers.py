@@ -8,6 +8,7 @@ import shutil
 import socket
 import ssl
 import subprocess
+import sys
 
 from appliance import INSTALLED, PROJECT, WWW, Appliance, free_ports, until
 
@@ -39,6 +40,8 @@ def login(password):
 
 
 class Server:
+    inside = []  # what enters the place where it runs
+
     def __init__(self, folder, template):
         self.folder, self.box = folder, Appliance(folder / "root", template)
         self.www = self.box.at("/www")
@@ -46,12 +49,15 @@ class Server:
         self.box.write("/www/nat.cgi", "")
         self.box.write("/www/Iniabcde.tmp", "scratch")
         self.hash = output("openssl", "passwd", "-6", "secret")
-        self.port, self.plain_port = free_ports(OWN, 2)
+        self.port, self.plain_port = self.ports()
         self.host = f"{OWN}:{self.port}"
         with open(folder / "errors", "w") as errors:
-            self.process = subprocess.Popen(self.command(), stdin=subprocess.DEVNULL, stderr=errors,
+            self.process = subprocess.Popen([*self.inside, *self.command()], stdin=subprocess.DEVNULL, stderr=errors,
                                             env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LEAK": "1"})
         until(lambda: self.listens(OWN))
+
+    def ports(self):
+        return free_ports(OWN, 2)
 
     def listens(self, address):
         assert self.process.poll() is None, (self.folder / "errors").read_text()
@@ -97,13 +103,15 @@ class Lighttpd(Server):
         (private / "enter").write_text(f"#!/bin/bash\nenv > {private}/environment\n"
                                        f'exec {" ".join(ENTER)} --root={root} --wd="${{PWD#{root}}}" /{INSTALLED}\n')
         (private / "enter").chmod(0o755)
-        values = {"address": OWN, "https": self.port, "http": self.plain_port, "pages": self.www,
-                  "program": private / "enter", "private": private}
+        values = self.site() | {"pages": self.www, "program": private / "enter", "private": private}
         (private / "conf").write_text(adapted(
             "lighttpd.conf", {f"var.{name} ": f'var.{name} = "{value}"' for name, value in values.items()}))
         command = ["/usr/sbin/lighttpd", "-f", private / "conf"]
         assert output(*command, "-tt") == ""
         return [*command, "-D"]
+
+    def site(self):
+        return {"address": OWN, "lan": OWN, "https": self.port, "http": self.plain_port}
 
     def connect(self, source=OWN):
         context = ssl.create_default_context(cafile=self.folder / "certificate")
@@ -111,6 +119,55 @@ class Lighttpd(Server):
         context.maximum_version = ssl.TLSVersion.TLSv1_2  # a later one leaves something unread when a client hangs up
         return http.client.HTTPSConnection(OWN, self.port, timeout=30, source_address=(source, 0),
                                            context=context)
+
+
+class LighttpdInItsPlace(Lighttpd):
+    """On the LAN for which it is shipped; a stranger on the line of the WAN sends packets for its address there, too."""
+    address = "192.168.1.1"
+
+    def __init__(self, folder, template):
+        self.holders = []
+        self.inside = self.hold(["unshare", *ENTER[1:], "--net"])
+        self.outside = self.hold([*self.inside, "unshare", "--net"])
+        for within, commands in (self.inside, [
+                f"link add wan type veth peer name line netns {self.holders[1].pid}",
+                f"address add {self.address}/24 dev lo", "address add 203.0.113.1/24 dev wan",
+                "link set lo up", "link set wan up"]), (self.outside, [
+                "address add 203.0.113.2/24 dev line", "link set line up", f"route add {self.address} via 203.0.113.1"]):
+            subprocess.run([*within, "ip", "-batch", "-"], input="\n".join(commands), text=True, check=True)
+        super().__init__(folder, template)
+
+    def hold(self, command):
+        """Makes a network namespace, which lives as long as a process in it, and tells how to enter it."""
+        holder = subprocess.Popen([*command, "sh", "-c", "echo; exec sleep 600"], stdout=subprocess.PIPE)
+        self.holders.append(holder)
+        holder.stdout.readline()
+        user = ["--user", "--preserve-credentials"] if os.getuid() else []
+        return ["nsenter", "-t", str(holder.pid), "--net", *user]
+
+    def ports(self):
+        return 443, 80
+
+    def site(self):
+        return {}
+
+    def listens(self, _):
+        assert self.process.poll() is None, (self.folder / "errors").read_text()
+        return self.status(self.inside, "HTTPS")
+
+    def status(self, within, scheme):
+        """The status of an answer without a password; nothing when none comes."""
+        program = ("import http.client, ssl\nssl._create_default_https_context = ssl._create_unverified_context\n"
+                   f"to = http.client.{scheme}Connection('{self.address}', timeout=20)\n"
+                   "to.request('GET', '/style.css')\nprint(to.getresponse().status)")
+        command = [*within, sys.executable, "-c", program]
+        return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout.strip()
+
+    def stop(self):
+        super().stop()
+        for holder in self.holders:
+            holder.kill()
+            holder.wait()
 
 
 class Busybox(Server):
