@@ -2,6 +2,7 @@
 
 import io
 import os
+import re
 import shutil
 import stat
 import subprocess
@@ -29,10 +30,10 @@ CONFIGURATION = {
     for place in FACTORY
 }
 PROGRAM = {"usr/lib/quillstead/nat.cgi": 0o755, INSTALL_FACTORY: 0o755} | dict.fromkeys(
-    [f"{PAGES}/nat.cgi", f"{DOC}/README.md"]
+    [f"{PAGES}/nat.cgi"]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "pages").glob("*.htm")]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "www").iterdir()]
-    + [f"{DOC}/docs/{file.name}" for file in (PROJECT / "docs").glob("*.md")]
+    + [f"{DOC}/{name}.md" for name in ("installing", "servers", "files", "templates")]
     + [f"{SHARE}/{place}" for place in FACTORY],
     0o644,
 )
@@ -59,7 +60,10 @@ def test_install_and_upgrade(tmp_path, umask):
 
     assert install() == PROGRAM | CONFIGURATION
     folders = modes(root, lambda path: path.is_dir() and str(path.relative_to(root)) not in SYSTEM)
-    assert set(folders.values()) == {0o755}
+    assert folders.pop(PAGES) == 0o700 and set(folders.values()) == {0o755}
+    for text in (root / DOC).iterdir():  # what they name is there
+        links = re.findall(r"\]\((?!http)([^)#]*)|src=\"(.*?)\"", text.read_text())
+        assert "./dev" not in text.read_text() and all((root / DOC / (a or b)).is_file() for a, b in links), text.name
 
     etc = root / "etc"
     (etc / "ppp/CGI_nat.conf").write_text("nat_enable=yes\n")
@@ -98,7 +102,8 @@ def test_packages(packages, tmp_path):
             members = tar.getmembers()
         assert {each.name.removeprefix("./"): each.mode for each in members if each.isfile()} == PROGRAM
         assert {(each.uid, each.gid, each.uname, each.gname) for each in members} == {(0, 0, "root", "root")}
-        assert {each.mode for each in members if each.isdir()} == {0o755}
+        assert {each.name.removeprefix("./") for each in members if each.isdir() and each.mode != 0o755} == {PAGES}
+        assert {each.mode for each in members if each.name.removeprefix("./") == PAGES} == {0o700}
     with tarfile.open(archive) as tar:
         # Folders that the appliance has already would take over mode and owner from the archive.
         assert [each.name for each in tar if each.isdir() and "/quillstead" not in each.name] == []
