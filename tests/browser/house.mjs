@@ -80,7 +80,8 @@ async function behindLighttpd(site, folder, run) {
   writeFileSync(`${folder}/passwd`, `admin:${String(execFileSync("openssl", ["passwd", "-6", "secret"])).trim()}\n`);
   const enter = `unshare ${process.getuid() ? "--user --map-root-user " : ""}--root=${site.root} --wd=/www`;
   writeFileSync(`${folder}/nat.cgi`, `#!/bin/sh\nexec ${enter} /usr/lib/quillstead/nat.cgi\n`, { mode: 0o755 });
-  const own = { address: "127.0.0.1", lan: "127.0.0.0/8", https, http, pages: `${site.root}/www`, program: `${folder}/nat.cgi`, private: folder };
+  const own = { address: "127.0.0.1", lan: "127.0.0.0/8", https, http, pages: `${site.root}/www`,
+    program: `${folder}/nat.cgi`, private: folder };
   let text = readFileSync(`${project}deploy/lighttpd.conf`, "utf8");
   for (const [name, value] of Object.entries(own))
     text = text.replace(new RegExp(`^(var\\.${name}\\s*=\\s*)".*?"`, "m"), `$1"${value}"`);

@@ -52,8 +52,9 @@ class Server:
         self.port, self.plain_port = self.ports()
         self.host = f"{OWN}:{self.port}"
         with open(folder / "errors", "w") as errors:
-            self.process = subprocess.Popen([*self.inside, *self.command()], stdin=subprocess.DEVNULL, stderr=errors,
-                                            env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LEAK": "1"})
+            self.process = subprocess.Popen(
+                [*self.inside, *self.command()], stdin=subprocess.DEVNULL, stderr=errors,
+                env={"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LEAK": "1"})
         until(lambda: self.listens(OWN))
 
     def ports(self):
@@ -122,28 +123,34 @@ class Lighttpd(Server):
 
 
 class LighttpdInItsPlace(Lighttpd):
-    """On the LAN for which it is shipped; a stranger on the line of the WAN sends packets for its address there, too."""
-    address = "192.168.1.1"
+    """On the LAN for which it is shipped. A stranger on the line of the WAN sends packets for its
+    address on the LAN to the appliance."""
+    address, wan, stranger = "192.168.1.1", "203.0.113.1", "203.0.113.2"
 
     def __init__(self, folder, template):
         self.holders = []
         self.inside = self.hold(["unshare", *ENTER[1:], "--net"])
         self.outside = self.hold([*self.inside, "unshare", "--net"])
-        for within, commands in (self.inside, [
-                f"link add wan type veth peer name line netns {self.holders[1].pid}",
-                f"address add {self.address}/24 dev lo", "address add 203.0.113.1/24 dev wan",
-                "link set lo up", "link set wan up"]), (self.outside, [
-                "address add 203.0.113.2/24 dev line", "link set line up", f"route add {self.address} via 203.0.113.1"]):
-            subprocess.run([*within, "ip", "-batch", "-"], input="\n".join(commands), text=True, check=True)
+        self.configure(self.inside, "link set lo up", f"address add {self.address}/24 dev lo",
+                       f"link add wan type veth peer name line netns {self.holders[1].pid}",
+                       f"address add {self.wan}/24 dev wan", "link set wan up")
+        self.configure(self.outside, f"address add {self.stranger}/24 dev line", "link set line up",
+                       f"route add {self.address} via {self.wan}")
         super().__init__(folder, template)
 
     def hold(self, command):
-        """Makes a network namespace, which lives as long as a process in it, and tells how to enter it."""
-        holder = subprocess.Popen([*command, "sh", "-c", "echo; exec sleep 600"], stdout=subprocess.PIPE)
+        """Makes a network namespace, which ends with its process, and tells how to enter it."""
+        holder = subprocess.Popen([*command, "sh", "-c", "echo; exec sleep 600"],
+                                  stdout=subprocess.PIPE)
         self.holders.append(holder)
         holder.stdout.readline()
         user = ["--user", "--preserve-credentials"] if os.getuid() else []
         return ["nsenter", "-t", str(holder.pid), "--net", *user]
+
+    @staticmethod
+    def configure(within, *commands):
+        command = [*within, "ip", "-batch", "-"]
+        subprocess.run(command, input="\n".join(commands), text=True, check=True)
 
     def ports(self):
         return 443, 80
@@ -157,11 +164,12 @@ class LighttpdInItsPlace(Lighttpd):
 
     def status(self, within, scheme):
         """The status of an answer without a password; nothing when none comes."""
-        program = ("import http.client, ssl\nssl._create_default_https_context = ssl._create_unverified_context\n"
-                   f"to = http.client.{scheme}Connection('{self.address}', timeout=20)\n"
-                   "to.request('GET', '/style.css')\nprint(to.getresponse().status)")
-        command = [*within, sys.executable, "-c", program]
-        return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout.strip()
+        verify = ", context=ssl._create_unverified_context()" if scheme == "HTTPS" else ""
+        program = ("import http.client, ssl\n"
+                   f"to = http.client.{scheme}Connection('{self.address}', timeout=20{verify})\n"
+                   "to.request('GET', '/style.css')\nprint(to.getresponse().status, end='')")
+        return subprocess.run([*within, sys.executable, "-c", program], stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL, text=True).stdout
 
     def stop(self):
         super().stop()
