@@ -1,0 +1,355 @@
+"""Lets every system call of every acting request fail, and kills and interrupts the program at it.
+
+Whatever happens: a file is as it was or as it was wanted, passwords stay secret, no temporary file
+stays, and unless the page tells of a failure every file is as wanted. strace counts and disturbs
+the program's own calls from outside its private root; the commands that it runs are left in peace.
+"""
+
+import argparse
+import os
+import re
+import stat
+import subprocess
+import sys
+import tempfile
+import zlib
+from collections import Counter, defaultdict
+from concurrent.futures import ProcessPoolExecutor
+from dataclasses import dataclass
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cgi"))
+
+from appliance import (  # noqa: E402
+    HARNESS, INSTALLED, MESSAGES, PROJECT, RECORD, SECRETS, SETTINGS, Appliance, Result,
+    become_root, make_template)
+from table import CASES, SECRET  # noqa: E402
+
+ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
+MEMORY = "/dev/shm"  # roots are quickest there
+UNSEEN = {HARNESS, "bin", "sbin", "dev", "usr/lib/quillstead"}
+TWO_DAYS = 2 * 24 * 3600
+
+READ_ONLY, NO_ROOM = ("EIO", "EROFS"), ("EIO", "EROFS", "ENOSPC")
+ERRORS = {call: errors for calls, errors in {  # what each call can fail with
+    "open openat": (*NO_ROOM, "EMFILE"), "dup dup2 dup3 pipe pipe2": ("EMFILE",),
+    "rename renameat renameat2 link linkat mkdir mkdirat": NO_ROOM,
+    "unlink unlinkat rmdir chmod fchmod fchmodat chown fchown lchown truncate ftruncate": READ_ONLY,
+    "write fsync fdatasync": ("EIO", "ENOSPC"), "clone clone3 fork vfork": ("EAGAIN",),
+    "read close stat fstat lstat newfstatat statx getdents64": ("EIO",),
+}.items() for call in calls.split()}
+TRACED = ",".join(f"?{call}" for call in (*ERRORS, "sync"))
+CHANGE_NOTHING = re.compile("read|.*stat|getdents|close|dup|pipe")
+SIGNALS = "HUP", "PIPE", "TERM"
+SIGNALLED = ("nat_conn on, PPPoE", "wan_dc save", "sp_int save", "sites_ban import_file",
+             "nat_sap nat_add_sap")
+
+# Texts that tell of no failure: what was done, and warnings.
+OTHERS = "|".join(re.escape(MESSAGES[n]).replace("%s", ".*") for n in (21, 40, 45, *range(52, 61)))
+NO_FAILURE = re.compile(f"(?:{OTHERS}|Warning: .*)?")
+
+# How often a save may wait for the disk, and who may replace the settings twice before its actions
+# run: DNS servers are stored in both phases.
+FSYNCS = {"wan_dc": 12, "nat_filter": 8, "nat_conn": 24}
+DNS_PAGES = "wan_dc", "wan_ppp", "sp_int"
+
+
+@dataclass
+class Call:
+    """A system call of the undisturbed request: the n-th of its name."""
+
+    name: str
+    number: int
+    text: str
+
+    def __str__(self):
+        return f"{self.name} #{self.number} {self.text[:60]}"
+
+    @property
+    def writes_answer(self):
+        return self.name == "write" and self.text.startswith(("1<", "2<"))
+
+    @property
+    def only_reads(self):
+        return self.name.startswith("open") and not re.search("O_CREAT|O_WRONLY|O_RDWR", self.text)
+
+    @property
+    def changes_files(self):
+        harmless = self.only_reads or self.writes_answer or CHANGE_NOTHING.match(self.name)
+        return self.name != "sync" and not harmless
+
+    @property
+    def errors(self):
+        return ("EIO", "EMFILE") if self.only_reads else ERRORS.get(self.name, ())
+
+    @property
+    def paths(self):
+        """From where to where a file is renamed."""
+        names = re.findall('"([^"]*)"', self.text) if self.name.startswith("rename") else ()
+        return [str(Path("/www", name)) for name in names]
+
+
+class Disturbed(Appliance):
+    """An appliance whose requests run under strace, and which can be put back as it was."""
+
+    def __init__(self, root, template):
+        super().__init__(root, template)
+        self.known = {}  # path: a mark that changes with the file, and the file's mode and content
+        self.strace = []
+        self.log = Path(f"{root}.log")
+
+    def request(self, env, body):
+        words = [*self.strace, ENTER, self.root, f"/{INSTALLED}"]
+        env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", **env}
+        return Result(subprocess.run(words, env=env, input=body, capture_output=True, timeout=60),
+                      [], {}, {})
+
+    def traced(self, case, *options):
+        self.strace = ["strace", "-o", self.log, *options]
+        result = case.send(self)
+        self.strace = []
+        return result, self.log.read_text()
+
+    def disturb(self, case, call, what):
+        inject = f"inject={call.name}:{what}:when={call.number}"
+        result, log = self.traced(case, "-e", f"trace={call.name}", "-e", inject)
+        reached = re.search(r"\(INJECTED\)|--- SIG(?!CHLD)|\+\+\+ killed", log)
+        assert reached, f"{case.name}: {call}: no {what}"
+        return result
+
+    def record(self, case):
+        """An undisturbed request and its calls."""
+        result, log = self.traced(case, "-y", "-s", "16", "-e", f"trace={TRACED}")
+        log = re.sub(f"AT_FDCWD<[^>]*>, |{re.escape(str(self.root))}", "", log)
+        numbers = Counter()
+        calls = []
+        for name, text in re.findall(r"(?m)^(\w+)\((.*)\)\s+= ", log):
+            numbers[name] += 1
+            calls.append(Call(name, numbers[name], text))
+        return result, calls
+
+    def state(self):
+        """The mode and content of everything; only what has changed is read."""
+        found, folders = {}, [""]
+        for folder in folders:
+            for entry in os.scandir(self.root / folder):
+                path = f"{folder}/{entry.name}".lstrip("/")
+                if path in UNSEEN:
+                    continue
+                status = entry.stat(follow_symlinks=False)
+                mark = status.st_ino, status.st_ctime_ns, status.st_size, status.st_mode
+                if entry.is_dir(follow_symlinks=False):
+                    folders.append(path)
+                    self.known[path] = mark, (status.st_mode, None)
+                elif self.known.get(path, [None])[0] != mark:
+                    is_link = entry.is_symlink()
+                    content = os.readlink(entry).encode() if is_link else Path(entry).read_bytes()
+                    self.known[path] = mark, (status.st_mode, content)
+                found[f"/{path}"] = self.known[path][1]
+        return found
+
+    def restore(self, wanted, keep=()):
+        """Puts every file back as it was; those to keep stay as they are."""
+        found = self.state()
+        for path in sorted(found.keys() - wanted.keys() - set(keep), reverse=True):
+            (self.at(path).rmdir if found[path][1] is None else self.at(path).unlink)()
+        for path, (mode, content) in wanted.items():
+            if found.get(path) != (mode, content):
+                self.at(path).unlink(missing_ok=True)
+                self.write(path, content, stat.S_IMODE(mode))
+
+
+def told(result):
+    """The text with which an answer tells of a failure."""
+    if result.page is None:
+        refused = result.headers.get("Status", "").startswith("403")
+        is_failure = refused or re.search(r"(?m)<TITLE>Error!|^Failure$", str(result.body))
+        return result.body if is_failure else ""
+    lines = result.message.splitlines()
+    return "" if all(NO_FAILURE.fullmatch(line) for line in lines) else result.message
+
+
+def content(state, path):
+    return state.get(path, (0, None))[1]
+
+
+def differences(state, wanted, left=()):
+    """The files in which two states differ, scratch files and those that are left aside."""
+    return sorted(path for path in (state.keys() | wanted.keys()) - set(left)
+                  if state.get(path) != wanted.get(path) and not path.startswith("/tmp/"))
+
+
+class Trial:
+    """A request and an appliance of its own, on which it is tried again and again."""
+
+    def __init__(self, case, folder, proxy):
+        self.case = case
+        self.appliance = Disturbed(folder / re.sub(r"\W+", "_", case.name), folder / "template")
+        case.prepare(self.appliance, proxy)
+        self.before = self.appliance.state()
+        self.answer, self.calls = self.appliance.record(case)
+        self.wanted = self.appliance.state()
+        self.answer_again = case.send(self.appliance)  # it has been done already
+        self.again = self.appliance.state()
+        self.between = self.contents_between()
+
+    def contents_between(self):
+        """What a file holds on its way, when a request writes it more than once."""
+        found, times = defaultdict(set), self.costs()[1]
+        for call in self.calls:
+            for path in call.paths[1:]:
+                if times[path] > 1:
+                    self.appliance.restore(self.before)
+                    self.appliance.disturb(self.case, call, "signal=KILL")
+                    found[path].add(content(self.appliance.state(), path))
+        return found
+
+    def damaged(self, state, *others):
+        """Files that are neither old nor new, and passwords for everybody to read."""
+        for path in differences(state, self.wanted, self.left(state)):
+            allowed = {content(each, path) for each in (self.before, self.wanted, *others)}
+            if content(state, path) not in allowed | self.between[path]:
+                yield f"{path} is {'neither old nor new' if content(state, path) else 'lost'}"
+        for path, (mode, text) in state.items():
+            if mode & 0o077 and (path in (*SECRETS, RECORD) or text and SECRET.encode() in text):
+                yield f"{path} has mode {stat.S_IMODE(mode):o}"
+
+    def left(self, state):
+        return sorted(state.keys() - self.before.keys() - self.wanted.keys())
+
+    def may_stay(self, path, text, call):
+        """One that could not be removed, or not be renamed and is whole and not hidden."""
+        if path not in call.paths[:1] or Path(path).name.startswith("."):
+            return call.name.startswith("unlink")
+        return text in self.between[call.paths[1]] | {content(self.wanted, call.paths[1])}
+
+    def fail(self, call, error):
+        result = self.appliance.disturb(self.case, call, f"error={error}")
+        state = self.appliance.state()
+        yield from self.damaged(state)
+        for path in self.left(state):
+            if not self.may_stay(path, content(state, path), call):
+                yield f"{path} stays"
+        if call.writes_answer:
+            return
+        if result.status != 0:
+            yield f"ends with status {result.status}"
+        if told(result) in ("", told(self.answer)) and differences(state, self.wanted):
+            yield f"silent: {' '.join(differences(state, self.wanted))}"
+
+    def kill(self, call):
+        """The next request of the kind succeeds, and removes what is left of what it writes."""
+        self.appliance.disturb(self.case, call, "signal=KILL")
+        state = self.appliance.state()
+        yield from self.damaged(state)
+        for path in self.left(state):
+            old = self.appliance.at(path).stat().st_mtime - TWO_DAYS
+            os.utime(self.appliance.at(path), (old, old))
+        failure = told(self.case.send(self.appliance))
+        if failure not in ("", told(self.answer), told(self.answer_again)):
+            yield f"the next one fails: {failure.strip()}"
+        state = self.appliance.state()
+        yield from self.damaged(state, self.again)
+        if self.left(state):  # perhaps there was nothing left to write
+            self.appliance.restore(self.before, keep=self.left(state))
+            self.case.send(self.appliance)
+            state = self.appliance.state()
+            left = self.left(state)
+            yield from (f"{path} stays after the next one" for path in left)
+            wrong = differences(state, self.wanted, left)
+            yield from (f"{path} differs after the next one" for path in wrong)
+
+    def interrupt(self, call, name):
+        result = self.appliance.disturb(self.case, call, f"signal={name}")
+        unfinished = differences(self.appliance.state(), self.wanted)
+        if unfinished or result.status != 0:
+            yield f"ends with status {result.status}, not done: {' '.join(unfinished)}"
+
+    def points(self):
+        for call in self.calls:
+            yield from ((call, error, self.fail(call, error)) for error in call.errors)
+            if call.changes_files:
+                yield call, "SIGKILL", self.kill(call)
+            if self.case.name in SIGNALLED and call.errors:
+                yield from ((call, f"SIG{name}", self.interrupt(call, name)) for name in SIGNALS)
+
+    def costs(self):
+        """How often each file is replaced before the actions run, and in all; the fsyncs."""
+        names = [call.name for call in self.calls]
+        actions = names.index("sync") if "sync" in names else len(names)
+        early, replaced = (Counter(path for call in calls for path in call.paths[1:])
+                           for calls in (self.calls[:actions], self.calls))
+        return early, replaced, names.count("fsync")
+
+    def undisturbed(self):
+        """Complaints about the request when nothing happens to it."""
+        if bool(differences(self.before, self.wanted)) != self.case.stores:
+            yield f"stores something: {not self.case.stores}"
+        early, _, fsyncs = self.costs()
+        for path, times in early.items():
+            if times > 1 + (path == SETTINGS and self.case.page in DNS_PAGES):
+                yield f"{path} is replaced {times} times"
+        if fsyncs > FSYNCS.get(self.case.page, fsyncs):
+            yield f"waits {fsyncs} times for the disk"
+
+    def run(self, every):
+        """The number of points tried, the complaints and the costs."""
+        tried, complaints = 0, list(self.undisturbed())
+        start = zlib.crc32(self.case.name.encode()) % every
+        for number, (call, what, outcome) in enumerate(self.points()):
+            if number % every == start:
+                self.appliance.restore(self.before)
+                complaints += [f"{call}: {what}: {text}" for text in outcome]
+                tried += 1
+        return tried, complaints, self.costs()
+
+
+def start_worker(folder, proxy):
+    os.umask(0o022)
+    become_root()
+    try_case.place = Path(folder) / str(os.getpid()), proxy
+    make_template(try_case.place[0] / "template")
+
+
+def try_case(case, every):
+    return Trial(case, *try_case.place).run(every)
+
+
+def try_all(cases, every):
+    """Each case with what came of it, in their order."""
+    trap = "trap '' HUP TERM; exec -a squid sleep 1d"  # a proxy that survives what it is told
+    with (tempfile.TemporaryDirectory(dir=MEMORY if os.access(MEMORY, os.W_OK) else None) as folder,
+          subprocess.Popen(["bash", "-c", trap]) as proxy):
+        try:
+            with ProcessPoolExecutor(2, None, start_worker, (folder, proxy.pid)) as pool:
+                yield from zip(cases, pool.map(try_case, cases, [every] * len(cases)))
+        finally:
+            proxy.kill()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--every", type=int, default=1, help="try one point in so many")
+    parser.add_argument("request", nargs="*", help="how the names of requests begin (default: all)")
+    options = parser.parse_args()
+    cases = [case for case in CASES if case.name.startswith(tuple(options.request) or "")]
+    tried, failed, costs = Counter(), Counter(), []
+    for case, (points, complaints, (early, replaced, fsyncs)) in try_all(cases, options.every):
+        tried[case.page] += points
+        failed[case.page] += len(complaints)
+        print(f"{case.name}: {points} points, {len(complaints)} complaints", flush=True)
+        for complaint in complaints:
+            print(f"  {case.name}: {complaint}", flush=True)
+        files = ", ".join(f"{times} {path} ({early[path]})" for path, times in replaced.items())
+        if files:
+            costs.append(f"{case.name}: {fsyncs} fsyncs, {replaced.total()} replacements: {files}")
+    print("\nCosts of a request; in brackets: before its actions run", *costs, sep="\n")
+    print("\nPoints tried and complaints")
+    for page in tried:
+        print(f"{page:12}{tried[page]:7}{failed[page]:7}")
+    print(f"{'all':12}{tried.total():7}{failed.total():7}")
+    return failed.total() > 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
