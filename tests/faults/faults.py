@@ -208,8 +208,9 @@ class Trial:
         """Files that are neither old nor new, and passwords for everybody to read."""
         for path in differences(state, self.wanted, self.left(state)):
             allowed = {content(each, path) for each in (self.before, self.wanted, *others)}
-            if content(state, path) not in allowed | self.between[path]:
-                yield f"{path} is {'neither old nor new' if content(state, path) else 'lost'}"
+            found = content(state, path)
+            if found not in allowed | self.between[path]:
+                yield f"{path} is {'lost' if found is None else 'neither old nor new'}"
         for path, (mode, text) in state.items():
             if mode & 0o077 and (path in (*SECRETS, RECORD) or text and SECRET.encode() in text):
                 yield f"{path} has mode {stat.S_IMODE(mode):o}"
@@ -234,8 +235,9 @@ class Trial:
             return
         if result.status != 0:
             yield f"ends with status {result.status}"
-        if told(result) in ("", told(self.answer)) and differences(state, self.wanted):
-            yield f"silent: {' '.join(differences(state, self.wanted))}"
+        unlike = differences(state, self.wanted, self.left(state))
+        if unlike and told(result) in ("", told(self.answer)):
+            yield f"silent: {' '.join(unlike)}"
 
     def kill(self, call):
         """The next request of the kind succeeds, and removes what is left of what it writes."""
