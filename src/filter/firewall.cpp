@@ -33,11 +33,11 @@ bool IsRunEth0() {
 
 bool is_link_up() { return ppp_on() || IsRunEth0(); }
 
-// The firewall script without its application rules; 1 done, 0 not.
-int gen_disfw() {
+// Writes the firewall script without its application rules.
+Written gen_disfw() {
     const std::optional<std::string> script = read_file(FirewallF);
-    if (!script) return 0;
-    return replace_file(DisFirewallF, with_records_off(*script), kScriptMode) == Written::done;
+    if (!script) return Written::missing;
+    return replace_file(DisFirewallF, with_records_off(*script), kScriptMode);
 }
 
 // Switches a line of a script on (a blank in front) or off ("#" in front). A line that is in the
@@ -49,7 +49,7 @@ std::string switched(std::string_view line, bool on) {
     return (on ? " " : "#") + std::string(line.substr(mark));
 }
 
-void set_sap_en(bool on) {
+Written set_sap_en(bool on) {
     bool has_dis_firewall = false;
     const Written written = rewrite_lines(
         IPUPF, FirewallTmpF, kScriptMode, IfMissing::fail,
@@ -65,6 +65,7 @@ void set_sap_en(bool on) {
             out.write_line(format_text("%s%s $1", on ? "#" : " ", DisFirewallF));
         });
     if (written == Written::done) act_change();
+    return written;
 }
 
 // Marks a module as in use elsewhere when unloading left it loaded with users.
@@ -82,10 +83,11 @@ void report_busy_module(const std::string& module) {
 
 }  // namespace
 
-void en_sap() { set_sap_en(true); }
+Written en_sap() { return set_sap_en(true); }
 
-void dis_sap() {
-    if (gen_disfw()) set_sap_en(false);
+Written dis_sap() {
+    const Written copied = gen_disfw();
+    return copied == Written::done ? set_sap_en(false) : copied;
 }
 
 void act_change() {

@@ -4,12 +4,14 @@
 
 #include <string_view>
 
+#include "base/written.h"
+
 // Switches the special applications on: "/etc/ppp/ip-up" runs the firewall script.
-void en_sap();
+Written en_sap();
 
 // Switches them off: "/etc/ppp/ip-up" runs "/etc/rc.d/dis_rc.firewall" in its place, a copy without
 // any application's rules. Nothing changes when the copy cannot be made.
-void dis_sap();
+Written dis_sap();
 
 // Runs the link-up scripts again when a link is up.
 void act_change();

@@ -150,11 +150,13 @@ constexpr std::array kServiceGetters = getters_of(service_rows);
 
 // ---- storing ----
 
+// A script that an appliance does not have needs no switching.
+bool failed(Written written) { return written != Written::done && written != Written::missing; }
+
 Written switch_access_control(bool on) {
     const Setting setting = {"acc_en", on ? "1" : "0"};
     Written written = SetFileString("acc_en", on ? "yes" : "no", AccessControlF);
-    if (written == Written::done || written == Written::missing)
-        written = set_settings("ACC_CTRL", {&setting, 1}, CgiQSFile);
+    if (!failed(written)) written = set_settings("ACC_CTRL", {&setting, 1}, CgiQSFile);
     told(set_mode(AccessControlF, 0755));
     return written;
 }
@@ -165,18 +167,13 @@ int store_all(const ServiceEdit& record, Message& message) {
         return 1;
     const int unstored = store_record(record, message);
     if (unstored) return unstored;
-    const Written method = SaveAccessMethod(record.Method, record.NatEnable);
-    if (method != Written::done && method != Written::missing) return 1;
-    const Written services = SaveService(record);
-    return services != Written::done && services != Written::missing;
+    if (failed(SaveAccessMethod(record.Method, record.NatEnable))) return 1;
+    if (failed(SaveService(record))) return 1;
+    return failed(record.SrvWeb && record.SAP ? en_sap() : dis_sap());
 }
 
 // What the stored settings mean for what runs, at once or queued.
 void put_into_force(const PPPConf& record, ProcHeads* heads, ProcFlags* queued, ProcTails* tails) {
-    if (record.SrvWeb && record.SAP)
-        en_sap();
-    else
-        dis_sap();
     log_line("nat_conn: add process");
     if (record.NetChanged)
         AddProcToQueue(kRunWANConnect, heads, queued, tails);
