@@ -69,7 +69,7 @@ if ! { mknod -m 666 "$null" c 1 3 && : >"$null"; } 2>/dev/null; then
 fi
 
 # A machine that was just switched on: no link, no process, no scratch file.
-rm -rf "$root/var/lib/practice" "$root/tmp" "$root/usr/local/squid/logs/squid.pid" "$root/etc/diald/diald.ctl"
+rm -rf "$root/var/lib/practice" "$root/proc" "$root/tmp" "$root/usr/local/squid/logs/squid.pid" "$root/etc/diald/diald.ctl"
 mkdir -p "$root/var/lib"
 mkdir -m 1777 "$root/tmp"
 

@@ -34,8 +34,9 @@ def saved(appliance):
 @pytest.fixture
 def proxy(appliance):
     """A process that the appliance takes for its web proxy."""
-    with subprocess.Popen(["sleep", "60"]) as process:
+    with subprocess.Popen(["squid", "60"], executable="/bin/sleep") as process:
         appliance.write("/usr/local/squid/logs/squid.pid", f"{process.pid}\n")
+        appliance.meet(process.pid)
         yield process
         process.kill()
 

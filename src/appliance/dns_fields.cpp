@@ -4,7 +4,6 @@
 #include <array>
 #include <vector>
 
-#include "appliance/addresses.h"
 #include "base/files.h"
 #include "base/paths.h"
 #include "base/shell.h"
@@ -91,9 +90,7 @@ int show_dns_octet(int server, int octet, ValueText& value) {
     return 0;
 }
 
-int store_dns_octet(int server, int octet, std::string_view value, Message& message) {
-    const int refused = check_octet(value, message);
-    if (refused) return refused;
+int store_dns_octet(int server, int octet, std::string_view value) {
     DnsText& address = built[static_cast<std::size_t>(server - 1)];
     if (octet == 1) {
         address = leading_digits(value);

@@ -29,8 +29,8 @@ Written SaveDNS_N(int n, std::string_view value);
 // Octet 1 to 4 of DNS server 1 to 3, for the getters below.
 int show_dns_octet(int server, int octet, ValueText& value);
 
-// Adds an octet to DNS server 1 to 3, for the savers below. Refusal: 19.
-int store_dns_octet(int server, int octet, std::string_view value, Message& message);
+// Adds the leading digits of an octet to DNS server 1 to 3, for the savers below; 0.
+int store_dns_octet(int server, int octet, std::string_view value);
 
 // Shows an octet.
 template <int Server, int Octet>
@@ -40,8 +40,8 @@ int get_dns_ip(ValueText& value, LongText&, int&) {
 
 // Adds an octet to the address that is being built; the fourth completes it.
 template <int Server, int Octet, class Record>
-int set_dns_ip(const char* value, int, Message& message, Record&) {
-    return store_dns_octet(Server, Octet, value, message);
+int set_dns_ip(const char* value, int, Message&, Record&) {
+    return store_dns_octet(Server, Octet, value);
 }
 
 // The twelve rows of a page's key table.

@@ -6,6 +6,14 @@ constexpr std::string_view kHarmless =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_@:/+,=%";
 constexpr std::string_view kShellCharacters = " ;&|<>()$`\\\"'*?[]{}~#!";
 
+// What a reader misreads somewhere in a word that stands bare.
+constexpr std::string_view kMisreadByShell = " \t\n;&|<>()$`\\\"'*?[{~#";
+constexpr std::string_view kMisreadByPppd = " \t\n\v\f\r\"'#\\";
+
+bool holds_any(std::string_view text, std::string_view characters) {
+    return text.find_first_of(characters) != std::string_view::npos;
+}
+
 std::string with_backslash_before(std::string_view text, std::string_view special) {
     std::string out;
     for (const char c : text) {
@@ -27,7 +35,7 @@ char shell_character(std::string_view text) {
 }
 
 std::string shell_word(std::string_view text) {
-    if (is_harmless(text)) return std::string(text);
+    if (!holds_any(text, kMisreadByShell)) return std::string(text);
     std::string out = "'";
     for (const char c : text) {
         if (c == '\'')
@@ -52,6 +60,6 @@ std::string shell_unquoted_text(std::string_view text) {
 }
 
 std::string pppd_word(std::string_view text) {
-    if (is_harmless(text)) return std::string(text);
+    if (!text.empty() && !holds_any(text, kMisreadByPppd)) return std::string(text);
     return "\"" + with_backslash_before(text, "\\\"") + "\"";
 }

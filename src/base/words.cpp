@@ -4,6 +4,15 @@
 #include <cstdlib>
 #include <string>
 
+namespace {
+
+// Read in 64 bits, also where long has 32: what is too large for a field is cut alike everywhere.
+long long number_in(std::string_view text) {
+    return std::strtoll(std::string(text).c_str(), nullptr, 10);
+}
+
+}  // namespace
+
 std::string_view TrancateSpace(std::string_view text) {
     const std::size_t last = text.find_last_not_of(" \t\r\n");
     return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
@@ -20,9 +29,11 @@ std::string_view take_word(std::string_view& rest, std::string_view separators) 
     return word;
 }
 
-int to_int(std::string_view text) { return static_cast<int>(to_long(text)); }
+int to_int(std::string_view text) { return static_cast<int>(number_in(text)); }
 
-// Read in 64 bits, also where long has 32: what is too large for a field is cut alike everywhere.
-long to_long(std::string_view text) {
-    return static_cast<long>(std::strtoll(std::string(text).c_str(), nullptr, 10));
+long to_long(std::string_view text) { return static_cast<long>(number_in(text)); }
+
+bool is_within(std::string_view number, int least, int most) {
+    const long long value = number_in(number);
+    return value >= least && value <= most;
 }

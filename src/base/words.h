@@ -22,3 +22,7 @@ inline std::string_view first_word(std::string_view text) { return take_word(tex
 // A number as atoi (atol) reads it: leading blanks, a sign, digits; 0 when there are none.
 int to_int(std::string_view text);
 long to_long(std::string_view text);
+
+// True when the number that to_int reads is from `least` to `most`; one that is too large for an
+// int is not.
+bool is_within(std::string_view number, int least, int most);

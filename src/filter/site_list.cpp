@@ -47,8 +47,9 @@ std::vector<std::string_view> sites_in(std::string_view text) {
             std::search(text.begin(), text.end(), SiteHead.begin(), SiteHead.end(), folds_to);
         if (head == text.end()) return sites;
         text.remove_prefix(static_cast<std::size_t>(head - text.begin()) + SiteHead.size());
-        const std::string_view site = text.substr(0, text.find_first_of(separator));
+        std::string_view site = text.substr(0, text.find_first_of(separator));
         text.remove_prefix(site.size());
+        site = site.substr(0, site.find('\0'));
         if (!site.empty()) sites.push_back(site);
     }
 }

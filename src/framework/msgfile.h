@@ -67,6 +67,7 @@ enum : int {
     CannotWriteFile = 64,
     CannotRunCommand = 65,
     ListFull = 68,
+    BadIdleTime = 69,
 };
 }  // namespace Msg
 

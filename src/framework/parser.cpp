@@ -163,7 +163,7 @@ private:
 
     // What failed comes before what is merely worth a warning.
     std::string message() const {
-        if (message_) return message_;
+        if (message_ && *message_) return message_;
         if (!store_.empty()) return store_;
         return first_failure() ? failure_text(*first_failure()) : warning();
     }

@@ -1,15 +1,21 @@
 #include "nat/process.h"
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <string>
 
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/format.h"
+#include "base/io.h"
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/scratch.h"
@@ -25,6 +31,31 @@ constexpr std::size_t kPidLine = 79;
 constexpr int kCannotSignal = -36;
 
 void log_errno(std::string_view format) { log_line(format, std::strerror(errno)); }
+
+// A pid file of another user is believed about that user's own processes.
+bool may_name(uid_t owner, int pid) {
+    struct stat process {};
+    return owner == geteuid() ||
+           (stat(format_text("/proc/%d", pid).c_str(), &process) == 0 && owner == process.st_uid);
+}
+
+// The beginning of a file; empty when it cannot be read, which is nothing to tell anybody.
+std::string beginning_of(const Descriptor& file, std::size_t size) {
+    std::string text(size, '\0');
+    text.resize(
+        static_cast<std::size_t>(std::max(read_some(file.get(), text.data(), size), ssize_t{0})));
+    return text;
+}
+
+// Told by the name of the process's executable or of its first argument, as by pidof.
+bool is_program(int pid, std::string_view name) {
+    const std::string process = format_text("/proc/%d/", pid);
+    std::array<char, PATH_MAX> executable{};  // stays NUL-terminated
+    readlink((process + "exe").c_str(), executable.data(), executable.size() - 1);
+    const Descriptor file = open_regular(process + "cmdline", O_RDONLY);
+    const std::string arguments = beginning_of(file, PATH_MAX);  // each with its NUL
+    return name_of(executable.data()) == name || name_of(arguments.c_str()) == name;
+}
 
 // True for a line "net.ipv4.ip_forward =", with or without blanks before the "=".
 bool is_forwarding_line(std::string_view line) {
@@ -61,14 +92,18 @@ int GetPid(const char* name, PidText& pid) try {
 
 int ReadPidFile(const char* path) {
     if (!path || std::string_view(path) == "none") return kCannotOpen;
-    const std::optional<std::string> line = read_first_line(path, kPidLine);
-    return line ? to_int(*line) : -1;
+    const Descriptor file = open_regular(path, O_RDONLY | O_NOFOLLOW);
+    struct stat status {};
+    if (fstat(file.get(), &status) != 0) return -1;  // of no file either
+    const int pid = to_int(beginning_of(file, kPidLine));
+    return may_name(status.st_uid, pid) ? pid : -1;
 }
 
 int SquidPid() {
     Text<kSettingLine + 1> path;
     GetPrivateProfileString(SquidConfF, "pid_filename", SquidPidF, path);
-    return ReadPidFile(path.c_str());
+    const int pid = ReadPidFile(path.c_str());
+    return pid < 2 || is_program(pid, "squid") ? pid : 0;
 }
 
 int StartSquid() {

@@ -12,11 +12,14 @@ int Delay1();
 // copied, when the scratch file "pid" in the working directory cannot be opened.
 int GetPid(const char* name, PidText& pid);
 
-// Reads a daemon's pid file: the number in it, 0 when it holds none, -1 when it cannot be opened,
-// -37 when there is no path or it is "none".
+// Reads a daemon's pid file: the number in it, 0 when it holds none, -37 when there is no path or
+// it is "none", -1 when it cannot be opened or is not to be believed: a link, no regular file, or
+// one that belongs neither to the user that this program runs as nor to that of the process it
+// names.
 int ReadPidFile(const char* path);
 
-// The pid of the running proxy, by the pid file that its own settings name; below 2: none.
+// The pid of the running proxy, by the pid file that its own settings name; below 2: none, also
+// when the process of that number is another program or "/proc" does not tell what it is.
 int SquidPid();
 
 // Starts the proxy unless it runs; 0.
@@ -42,5 +45,5 @@ int StartDiald();
 int RestartNet();
 
 // Makes the proxy read its settings again: a hang-up signal to the pid in its pid file. 0, or -36
-// when it does not run. (Action "RCFilter".)
+// when none runs. (Action "RCFilter".)
 int ProcReconfigFilter();

@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "appliance/account_fields.h"
 #include "appliance/addresses.h"
 #include "appliance/dns_fields.h"
 #include "appliance/ppp_conf.h"
@@ -38,8 +39,26 @@ int save_text(const char* value, int mode, Message&, PPPConf& record) {
     return 0;
 }
 
-int save_idle(const char* value, int mode, Message&, PPPConf& record) {
-    if (mode == kSet) store(record.Idle, to_int(value), record);
+int save_ac_pwd(const char* value, int mode, Message& message, PPPConf& record) {
+    if (mode == kCheck) return check_password(value, message);
+    return save_text<&PPPConf::Password>(value, mode, message, record);
+}
+
+constexpr char kFirstNumber[] = "Telephone number";
+constexpr char kSecondNumber[] = "Second number";
+constexpr char kThirdNumber[] = "Third number";
+
+// The dial script's shell reads the numbers as they are typed.
+template <auto Field, const char* Label>
+int save_telephone(const char* value, int mode, Message& message, PPPConf& record) {
+    constexpr std::string_view kMeansSomethingThere = ";$&|<>()'\"\\`";
+    if (mode == kCheck) return check_characters(value, kMeansSomethingThere, Label, message);
+    return save_text<Field>(value, mode, message, record);
+}
+
+int save_idle(const char* value, int mode, Message& message, PPPConf& record) {
+    if (mode == kCheck) return check_idle_time(value, message);
+    store(record.Idle, to_int(value), record);
     return 0;
 }
 
@@ -72,11 +91,12 @@ int save_ip4(const char* value, int mode, Message& message, PPPConf& record) {
 constexpr std::array account_rows = std::to_array<KeyFun<PPPConf>>({
     {"dns_name", get_dns, save_nothing},
     {"nat_ac_name", nullptr, required<Msg::NoUserName, save_text<&PPPConf::User>>},
-    {"nat_ac_pwd", nullptr, save_text<&PPPConf::Password>},
+    {"nat_ac_pwd", nullptr, save_ac_pwd},
     {"nat_ac_pwd_v", nullptr, save_nothing},
-    {"nat_tel01", nullptr, required<Msg::NoTelephone, save_text<&PPPConf::Phone1>>},
-    {"nat_tel02", nullptr, save_text<&PPPConf::Phone2>},
-    {"nat_tel03", nullptr, save_text<&PPPConf::Phone3>},
+    {"nat_tel01", nullptr,
+     required<Msg::NoTelephone, save_telephone<&PPPConf::Phone1, kFirstNumber>>},
+    {"nat_tel02", nullptr, save_telephone<&PPPConf::Phone2, kSecondNumber>},
+    {"nat_tel03", nullptr, save_telephone<&PPPConf::Phone3, kThirdNumber>},
     {"nat_idle_time", nullptr, required<Msg::NoIdleTime, save_idle>},
     {"nat_isp_ip_radio", nullptr, save_dynamic_ip},
     {"nat_isp_ip01", nullptr, save_octet<first_octet>},

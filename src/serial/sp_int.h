@@ -9,6 +9,6 @@ int get_sp_int(const char* message, const FormList* form);
 
 // "save": checks the fields, and stores the DNS servers, in both phases; set: the other fields in
 // the internet-sharing record, and when one changed queues the writers of the dial-up files.
-// Refusals: 13, 15, 16, 17, 19, or the record's.
+// Refusals: 13, 15, 16, 17, 19, 62, 69, or the record's.
 int set_sp_int(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                int mode, Message& message);

@@ -6,6 +6,7 @@
 #include <new>
 #include <string>
 
+#include "appliance/account_fields.h"
 #include "appliance/ppp_conf.h"
 #include "base/escape.h"
 #include "base/files.h"
@@ -94,11 +95,9 @@ bool ensure_modem_file() {
 // Behind nat_modem_list in the table, so that Modem is the chosen one.
 int save_initstr(const char* value, int mode, Message& message, PPPConf& record) {
     if (mode == kCheck) return 0;
-    constexpr char kQuote = '\'';  // the chat script has the string between two of them
-    if (std::string_view(value).find(kQuote) != std::string_view::npos) {
-        GetErrMsgByIndex(Msg::UnstorableCharacter, message, "Init string", long{kQuote});
-        return 1;
-    }
+    constexpr std::string_view kQuote = "'";  // the chat script has the string between two of them
+    const int refused = check_characters(value, kQuote, "Init string", message);
+    if (refused) return refused;
     if (!ensure_modem_file()) {
         GetErrMsgByIndex(Msg::CannotOpenFile, message, ModemFile);
         return 1;

@@ -47,9 +47,15 @@ std::string own_hardware_address() {
     return address.substr(0, kHardwareDigits);
 }
 
-bool is_hardware_address(std::string_view text) {
-    return text.find_first_not_of("0123456789abcdefABCDEF") >= kHardwareDigits &&
-           text.size() >= kHardwareDigits;
+// An address is typed with colons, with hyphens or with neither.
+std::string without_separators(std::string address) {
+    std::erase_if(address, [](char c) { return c == ':' || c == '-'; });
+    return address;
+}
+
+bool is_hardware_address(std::string_view digits) {
+    return digits.size() == kHardwareDigits &&
+           digits.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
 }
 
 // Stores an address, empty for the port's own, in the interface file and in the settings.
@@ -64,8 +70,10 @@ int store_hardware_address(std::string_view address) {
 
 int change_hardware_address(const char* address, Message& message) {
     if (!address) return 0;
-    if (!is_hardware_address(address)) return refuse(Msg::BadHardwareAddress, message);
-    return store_hardware_address(address);
+    const std::string digits = without_separators(address);
+    if (!digits.empty() && !is_hardware_address(digits))
+        return refuse(Msg::BadHardwareAddress, message);
+    return store_hardware_address(digits);
 }
 
 int get_wan_mac_address(ValueText& value, LongText&, int&) {

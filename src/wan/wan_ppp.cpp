@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "appliance/account_fields.h"
 #include "appliance/addresses.h"
 #include "appliance/dns_fields.h"
 #include "appliance/ppp_conf.h"
@@ -36,13 +37,19 @@ int save_ppp_ac_name(const char* value, int mode, Message& message, PPPoeConf& r
     return save_text<&PPPoeConf::user>(value, mode, message, record);
 }
 
+int save_ppp_ac_pwd(const char* value, int mode, Message& message, PPPoeConf& record) {
+    if (mode == kCheck) return check_password(value, message);
+    return save_text<&PPPoeConf::password>(value, mode, message, record);
+}
+
 int get_ppp_idle_time(ValueText& value, LongText&, int&) {
     value = std::to_string(shown.idle);
     return 0;
 }
 
 int save_ppp_idle_time(const char* value, int mode, Message& message, PPPoeConf& record) {
-    if (mode == kCheck) return *value ? 0 : refuse(Msg::NoIdleTime, message);
+    if (mode == kCheck && !*value) return refuse(Msg::NoIdleTime, message);
+    if (mode == kCheck) return check_idle_time(value, message);
     record.idle = to_int(value);
     return 0;
 }
@@ -72,19 +79,16 @@ int save_isp_ip_type(const char* value, int mode, Message&, PPPoeConf& record) {
     return 0;
 }
 
-// The name stands between double quotes, and its reader takes it up to the next one.
+// The name stands between double quotes, and its reader takes it up to the next one; a blank would
+// part it into options of the PPPoE program.
 int save_service_name(const char* value, int mode, Message& message, PPPoeConf& record) {
-    constexpr char kQuote = '"';
-    if (std::string_view(value).find(kQuote) != std::string_view::npos) {
-        GetErrMsgByIndex(Msg::UnstorableCharacter, message, "Service name", long{kQuote});
-        return Msg::UnstorableCharacter;
-    }
+    if (mode == kCheck) return check_characters(value, " \"", "Service name", message);
     return save_text<&PPPoeConf::service>(value, mode, message, record);
 }
 
 constexpr std::array account_rows = std::to_array<KeyFun<PPPoeConf>>({
     {"ppp_ac_name", get_text<&PPPoeConf::user>, save_ppp_ac_name},
-    {"ppp_ac_pwd", get_text<&PPPoeConf::password>, save_text<&PPPoeConf::password>},
+    {"ppp_ac_pwd", get_text<&PPPoeConf::password>, save_ppp_ac_pwd},
     {"ppp_ac_pwd_v", get_text<&PPPoeConf::password>, nullptr},
     {"ppp_idle_time", get_ppp_idle_time, save_ppp_idle_time},
     {"nat_isp_ip01", get_ip<1>, save_ip<1>},

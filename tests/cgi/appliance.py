@@ -280,6 +280,12 @@ class Appliance:
         """Prepares what a stubbed program prints and returns when called with exactly these words."""
         self.write(f"/{HARNESS}/answers/{call.replace('/', '%')}", f"{status}\n{text}")
 
+    def meet(self, pid):
+        """Puts what the kernel tells of a process into the root's /proc."""
+        until(lambda: Path(f"/proc/{pid}/cmdline").read_bytes())  # while it starts it has none
+        self.write(f"/proc/{pid}/cmdline", Path(f"/proc/{pid}/cmdline").read_bytes())
+        self.at(f"/proc/{pid}/exe").symlink_to(os.readlink(f"/proc/{pid}/exe"))
+
     def stub_scripts(self):
         """Makes the scripts below /etc (ip-up, rc.ipvs, ...) stubs too; otherwise they really run."""
         self.write(f"/{HARNESS}/scripts_are_stubs", "")

@@ -68,7 +68,7 @@ def test_options(page, text, shown):
 def import_text(page, text):
     name, appliance, *_ = page
     body = field("this_file", name).encode() + field("todo", "import_file").encode()
-    body += upload("upload_file", "x.html", "\0").encode().replace(b"\0", text) + END.encode()
+    body += upload("upload_file", "x.html", "TEXT").encode().replace(b"TEXT", text) + END.encode()
     return appliance.post(body, env={"CONTENT_TYPE": TYPE})
 
 
@@ -79,6 +79,7 @@ def import_text(page, text):
     (b"http://new http://a.com/ http://A.com http://new", ["new", "A.com"]),
     (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]), (b'"http://q.com">Q', ['q.com">Q']),
     (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]), (b"http://a\xffb http://c", ["a"]),
+    (b"http://a\0http://b http://\0c http://d\0", ["a", "d"]),
 ])
 def test_import(page, proxy, text, added):
     _, appliance, path, *_ = page

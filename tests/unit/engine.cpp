@@ -51,7 +51,11 @@ TEST(Format, KnowsItsDirectivesAndCopiesTheRest) {
                {format_text("%u %d %s", -1L, "many", 7L), "4294967295 many 7"},
                {format_text("%s%s%s%s", "a", "b", "c"), "abc%s"},
                {format_text("100%% %%s %%%s", "x"), "100% %s %x"},
-               {format_text("%n %x %5d %-s %1$s %*s %", "x", 1L), "%n %x %5d %-s %1$s %*s %"},
+               {format_text("%n %5d %05x %1$s %*s %-5.d %1000s %", "x", 1L),
+                "%n %5d %05x %1$s %*s %-5.d %1000s %"},
+               {format_text("%.2s|%-5s|%8.3s", "abc", "abc", "abcde"), "ab|abc  |     abc"},
+               {format_text("%.s|%-s|%2s", "abc", "abc", "abc"), "|abc|abc"},
+               {format_text("%i %x %x", -3L, 255L, "text"), "-3 ff text"},
                {format_text("%s-%s %s", "%s%n", "%%"), "%s%n-%% %s"}})
         EXPECT_EQ(text, expected);
 }

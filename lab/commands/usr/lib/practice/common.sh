@@ -105,20 +105,23 @@ on_hup() { :; }
 on_term() { :; }
 
 # Leaves a background process NAME behind. It holds none of the caller's pipes,
-# or the page that started it would never be complete.
+# or the page that started it would never be complete. What the appliance's kernel
+# would tell of it stands in /proc: the command that it was started by.
 serve() { # NAME
     local ear=$state/run/$1.ear word
     rm -f "$ear"
     mkfifo "$ear"
     (
         exec </dev/null >/dev/null 2>&1 3<>"$ear"
-        trap 'trap : TERM INT; on_term; rm -f "$ear" "$state/run/$1"; exit 0' TERM INT
+        trap 'trap : TERM INT; on_term; rm -rf "$ear" "$state/run/$1" "/proc/$BASHPID"; exit 0' TERM INT
         trap on_hup HUP
         on_start
         while :; do
             if read -r -t 30 -u 3 word; then on_word "$word"; else on_idle; fi
         done
     ) &
+    mkdir -p "/proc/$!"
+    printf '%s\0' "$0" >"/proc/$!/cmdline"
     printf '%s\n' "$!" >"$state/run/$1"
 }
 
