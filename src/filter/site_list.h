@@ -28,7 +28,7 @@ inline constexpr int kImportNotAdded = 29;
 inline constexpr int kImportUnreadable = 30;
 
 // The sites of a text, in its order: what stands behind each "http://" up to a blank, a line end,
-// "/" or "?", or rather up to a NUL in it. An octet 0xFF ends the text.
+// "/" or "?". A NUL cuts a site short; an octet 0xFF ends the text.
 std::vector<std::string_view> sites_in(std::string_view text);
 
 // Adds the sites of an uploaded file that are not listed yet, all or none; `added` is their number.

@@ -55,11 +55,11 @@ struct KeyGetter {
 // The warning that a page's code wants shown when there is no other message: 52, 55, 56, 58 or 0.
 extern int warn_no;
 
-// Renders the template to standard output, behind its HTTP header. `message` may be null; an
-// empty one makes room for the warning, but not for the reasons of markers that fail. `form` may be
-// null, else its fields fill the keys that no getter fills. Returns 0. A missing template, a
-// page over the limit and a marker that fails at the very end of the template end the process with
-// the fatal error page.
+// Renders the template to standard output, behind its HTTP header. `message` may be null. An
+// empty one is none either, except that a marker that fails then does not tell why. `form` may be
+// null, else its fields fill the keys that no getter fills. Returns 0. A missing template, a page
+// over the limit and a marker that fails at the very end of the template end the process with the
+// fatal error page.
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form);
 

@@ -38,7 +38,6 @@ def chat(init, dial):
     (DIALER, {"DialType": 3, "InitStr": "AT"}, chat("AT", "")),
     (TEL, {"Phone2": "555"}, "Total=1\nNext=1\nPhone1=555\nPhone2=\nPhone3=\n"),
     (TEL, {"Phone1": "1", "Phone3": "3 w"}, "Total=2\nNext=1\nPhone1=1\nPhone2=3 w\nPhone3=\n"),
-    (OPTIONS, {}, 'idle 120\nname ""\nremotename ppp0\nnoipdefault\n'),
     (OPTIONS, {"User": "joe@isp"}, "idle 120\nname joe@isp\nremotename ppp0\nnoipdefault\n"),
     (OPTIONS, {"User": 'joe#1 "x"', "Idle": 0, "DynamicIP": 0}, 'idle 0\nname "joe#1 \\"x\\""\nremotename ppp0\n'),
 ])

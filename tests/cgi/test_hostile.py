@@ -26,9 +26,13 @@ def test_refused(saved, page, field, value, message):
     assert (result.message, result.did_nothing) == (message, True)
 
 
-def test_a_telephone_number_keeps_what_dials(saved):
-    saved.save(ISP, nat_tel01="*#0W,+49 -./:=!@")
-    assert "Phone1=*#0W,+49 -./:=!@\n" in saved.read("/etc/ppp/tel")
+@pytest.mark.parametrize("field, value, path, line", [
+    ("nat_tel01", "*#0W,+49 -./:=!@", "/etc/ppp/tel", "Phone1=*#0W,+49 -./:=!@"),
+    ("nat_ac_pwd", "x", "/etc/ppp/options.ttyS0", 'name ""'),  # or pppd takes the next word for the name
+])
+def test_stored(saved, field, value, path, line):
+    saved.save(ISP, **{field: value})
+    assert line in saved.read(path).splitlines()
 
 
 # ---- signals ----
