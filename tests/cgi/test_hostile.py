@@ -9,15 +9,16 @@ from appliance import told
 
 # ---- values that another program would misread ----
 
-ISP, PPP, PHONES = "sp_int.htm", "wan_ppp.htm", ("Telephone number", "Second number", "Third number")
+ISP, PPP = "sp_int.htm", "wan_ppp.htm"
+PHONES = "Telephone number", "Second number", "Third number"
 
 
 @pytest.mark.parametrize("page, field, value, message", [
     (ISP, "nat_ac_pwd", "@/etc/shadow", told(62, "Password", "@")),
     (PPP, "ppp_ac_pwd", "@/etc/shadow", told(62, "Password", "@")),
     (PPP, "service_name", "x -D /etc/passwd", told(62, "Service name", " ")),
-    *((page, field, value, told(69)) for value in ("71582789", "-1", "10000", "4294967296", "9" * 30)
-      for page, field in ((ISP, "nat_idle_time"), (PPP, "ppp_idle_time"))),
+    *((page, field, value, told(69)) for page, field in ((ISP, "nat_idle_time"), (PPP, "ppp_idle_time"))
+      for value in ("71582789", "-1", "10000", "4294967296", "9" * 30)),
     *((ISP, f"nat_tel0{1 + n % 3}", f"5{bad}reboot", told(62, PHONES[n % 3], bad))
       for n, bad in enumerate(";$&|<>()'\"\\`")),
 ])
@@ -28,7 +29,7 @@ def test_refused(saved, page, field, value, message):
 
 @pytest.mark.parametrize("field, value, path, line", [
     ("nat_tel01", "*#0W,+49 -./:=!@", "/etc/ppp/tel", "Phone1=*#0W,+49 -./:=!@"),
-    ("nat_ac_pwd", "x", "/etc/ppp/options.ttyS0", 'name ""'),  # or pppd takes the next word for the name
+    ("nat_ac_pwd", "x", "/etc/ppp/options.ttyS0", 'name ""'),  # or pppd takes the next word
 ])
 def test_stored(saved, field, value, path, line):
     saved.save(ISP, **{field: value})
@@ -78,8 +79,8 @@ NEEDS_ROOT = pytest.mark.skipif(os.getuid() != 0, reason="gives files away")
 
 @pytest.mark.parametrize("named, is_told", [
     (of_another_program, False), (without_proc, False), (by_a_link, False), (by_a_fifo, False),
-    pytest.param(by_a_stranger, False, marks=NEEDS_ROOT), pytest.param(by_its_user, True, marks=NEEDS_ROOT),
-    (of_a_renamed_one, True),
+    (of_a_renamed_one, True), pytest.param(by_a_stranger, False, marks=NEEDS_ROOT),
+    pytest.param(by_its_user, True, marks=NEEDS_ROOT),
 ])
 def test_only_the_proxy_gets_its_signals(saved, proxy, named, is_told):
     """Whatever its pid file names."""

@@ -50,7 +50,7 @@ def account_line(appliance, path, tag):
 
 
 def pppd_words(line):
-    """A line's words as pppd has them: blanks part them, # begins a comment, " ' and \\ take meanings away."""
+    """As pppd has them: blanks part them, # begins a comment, " ' and \\ take meanings away."""
     reader = shlex.shlex(line, posix=True, punctuation_chars=False)
     reader.whitespace_split, reader.escapedquotes = True, "\"'"
     return list(reader)

@@ -163,7 +163,8 @@ def test_access_control(saved, value, before, after):
 @pytest.mark.parametrize("fields, numbers", [
     ({"enable_dmz": "checked"}, []), ({"enable_dmz": "checked", "filter_when": "never"}, []),
     ({"enable_dmz": "checked", "filter_when": "always"}, [52]),
-    ({"enable_dmz": "checked", "filter_when": "always", "next_file": "nat_sap.htm"}, [52]), ({"enable_dmz": "unchecked", "filter_when": "x"}, []),
+    ({"enable_dmz": "checked", "filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
+    ({"enable_dmz": "unchecked", "filter_when": "x"}, []),
     ({"enable_dmz": "checked", "vs_ftp_enable": "checked", "filter_when": "always"}, [58, 59, 60]),
 ])
 def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, fields, numbers):
