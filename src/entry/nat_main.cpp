@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "appliance/ppp_conf.h"
+#include "base/escape.h"
 #include "base/log.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
@@ -42,7 +43,7 @@ int show(const char* name, const char* back_link, const FormList* form) {
     const int index = GetCgiTabIndex(name);
     if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(nullptr, form);
     Message message;
-    GetErrMsgByIndex(Msg::UnknownPage, message, name);
+    GetErrMsgByIndex(Msg::UnknownPage, message, escape_html(name));
     HtmlMsg(message, back_link, 0);
     return 0;
 }
@@ -63,11 +64,11 @@ int main() {
     static std::array<char, kPageSize + BUFSIZ> output;  // the answer leaves in one piece
     std::setvbuf(stdout, output.data(), _IOFBF, output.size());
     log_line("Enter MAIN");
-    // A server that ignores its children would hide the commands' results, and one that ends its
-    // program when the sender hangs up would end it in the middle of a save. A handler, because
-    // daemons would inherit an ignored signal.
+    // A server that ignores its children would hide the commands' results. One that ends its
+    // program, hangs up or reads no further would end it in the middle of a save; a handler,
+    // because daemons would inherit an ignored signal.
     signal(SIGCHLD, SIG_DFL);
-    signal(SIGTERM, [](int) {});
+    for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
     warn_no = 0;
     std::optional<FormList> form;
     if (!is_form_empty()) form = cgi_input_parse();
@@ -77,7 +78,7 @@ int main() {
     if (!todo) return view(find_val(&*form, "next_file"));
     if (!comes_from_own_page())
         refuse_request();
-    else if (std::string_view(todo) == "upload")
+    else if (std::string_view(todo) == "upload" && !entry_with_control(*form))
         show("sp_port.htm", "sp_fs.htm", &*form);
     else
         PostCgi(*form);

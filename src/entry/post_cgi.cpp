@@ -6,6 +6,7 @@
 #include <string>
 
 #include "appliance/ppp_conf.h"
+#include "base/escape.h"
 #include "base/log.h"
 #include "entry/page_table.h"
 #include "framework/action_queue.h"
@@ -39,7 +40,7 @@ private:
     // The page with that name; without one the fatal error page with message 10.
     const CgiPage& page(const char* name, const char* mark) {
         if (GetCgiTabIndex(name) < 0)
-            GetErrMsgByIndex(Msg::UnknownPage, message_, name ? name : "");
+            GetErrMsgByIndex(Msg::UnknownPage, message_, escape_html(name ? name : ""));
         return page_or_message(name, mark);
     }
 
@@ -53,10 +54,8 @@ private:
 
     // A text that could break a line of a settings file never reaches a setter.
     bool holds_control_character() {
-        const auto& entries = form_->nodes;
-        const auto entry = std::find_if(entries.begin(), entries.end(),
-                                        [](const FormEntry& e) { return e.has_control; });
-        if (entry == entries.end()) return false;
+        const FormEntry* entry = entry_with_control(*form_);
+        if (!entry) return false;
         next_file_ = this_file_;
         GetErrMsgByIndex(Msg::ControlCharacter, message_, field_label(entry->key));
         return true;

@@ -256,6 +256,12 @@ void list_print(const FormList* list) {
     put("</DL>\n");
 }
 
+const FormEntry* entry_with_control(const FormList& list) {
+    return FindEntryData(list, true, [](bool wanted, const FormEntry& entry) {
+        return entry.has_control == wanted;
+    });
+}
+
 std::string_view field_text(const FormList* list, std::string_view key) {
     const char* found = find_val(list, key);
     return found ? found : "";

@@ -74,6 +74,9 @@ void list_clear(FormList& list);
 // Prints the list as an HTML definition list.
 void list_print(const FormList* list);
 
+// The first field whose value was posted with a control character in it, or null.
+const FormEntry* entry_with_control(const FormList& list);
+
 // The value of a field, empty when it is absent.
 std::string_view field_text(const FormList* list, std::string_view key);
 

@@ -1,5 +1,6 @@
 #include "framework/upload.h"
 
+#include <dirent.h>
 #include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,11 +8,16 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
+#include <memory>
 #include <vector>
 
 namespace {
 
-constexpr char kPattern[] = "/tmp/upload.XXXXXX";
+constexpr char kFolder[] = "/tmp/";
+constexpr std::string_view kName = "upload.";
+constexpr std::string_view kRandom = "XXXXXX";
+constexpr std::time_t kLongestRequest = 3600;  // seconds, with room to spare
 
 std::vector<std::string>& stored() {
     static std::vector<std::string> paths;
@@ -20,6 +26,22 @@ std::vector<std::string>& stored() {
 
 void remove_stored() {
     for (const std::string& path : stored()) unlink(path.c_str());
+}
+
+bool is_abandoned(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_uid == geteuid() && status.st_mtime < std::time(nullptr) - kLongestRequest;
+}
+
+void remove_abandoned() {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(kFolder), closedir);
+    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name.size() != kName.size() + kRandom.size() || !name.starts_with(kName)) continue;
+        const std::string path = std::string(kFolder).append(name);
+        if (is_abandoned(path)) unlink(path.c_str());
+    }
 }
 
 bool write_all(int fd, std::string_view content) {
@@ -41,17 +63,19 @@ std::optional<std::string> resolved(const char* path) {
 
 bool lies_below(std::string_view path, const char* folder) {
     const std::optional<std::string> real = resolved(folder);
-    // A program that runs in "/" has no folder of its own.
-    return real && *real != "/" && path.starts_with(*real + "/");
+    return real && path.starts_with(*real + "/");
 }
 
 }  // namespace
 
 std::optional<std::string> store_upload(std::string_view content) {
-    std::string path = kPattern;
+    std::string path = std::string(kFolder).append(kName).append(kRandom);
     const int fd = mkstemp(path.data());  // mode 0600, new, not through a link
     if (fd < 0) return std::nullopt;
-    if (stored().empty()) std::atexit(remove_stored);
+    if (stored().empty()) {
+        std::atexit(remove_stored);
+        remove_abandoned();
+    }
     stored().push_back(path);
     const bool written = write_all(fd, content);
     if (close(fd) != 0 || !written) return std::nullopt;
@@ -63,7 +87,7 @@ std::optional<std::string> usable_upload(const char* path) {
     if (!path || lstat(path, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     std::optional<std::string> real = resolved(path);
     if (!real) return std::nullopt;
-    for (const char* folder : {"/tmp", "/var/tmp", "."})
+    for (const char* folder : {"/tmp", "/var/tmp"})
         if (lies_below(*real, folder)) return real;
     return std::nullopt;
 }

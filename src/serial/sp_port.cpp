@@ -181,9 +181,9 @@ int get_sp_port(const char* message, const FormList* form) {
         return html_parser(kPage, key_fun_tab, get_ary_tab, message, &defaults);
     }
     Message text;
-    if (field_is(form, "todo", "upload")) {
+    if (!message && field_is(form, "todo", "upload")) {
         import_modems(form, text);
-        if (!message) message = text.c_str();
+        message = text.c_str();
     }
     Message failure;
     if (read_record(&conf, failure) != 0 && !message) message = failure.c_str();

@@ -70,7 +70,7 @@ export BASH_ENV=/.harness/bashrc
 [[ $1 == -c && $2 == -- ]] && set -- -c "${@:3}"
 if [[ $1 == -c && ! -v WITHIN ]]; then
     printf '%s\\0' "$2" >> /.harness/commands
-    export WITHIN=
+    export WITHIN=$PPID
     command=$2
     set --
     eval "$command"

@@ -1,11 +1,68 @@
-"""Attacks that must not work."""
+"""Attacks that must not work: what strangers have sent, and what would end a request half done."""
 
+import html
 import os
 import shutil
+import time
 
 import pytest
 
-from appliance import told
+from appliance import PROJECT, told
+from test_requests import FATAL, MESSAGE_PAGE
+from test_uploads import END, TYPE, field, upload
+
+SCRIPT = "<script>alert(document.cookie)</script>&\"'"
+
+
+@pytest.mark.parametrize("form, page", [
+    ({"next_file": SCRIPT}, MESSAGE_PAGE),
+    *(({"todo": "x", **form}, FATAL.replace("{}", "", 1)) for form in (
+        {"this_file": SCRIPT}, {"this_file": "wan_dc.htm", "next_file": SCRIPT},
+        {"this_file": SCRIPT, "todo": "save"}, {"this_file": "wan_dc.htm", "todo": "save", "next_file": SCRIPT})),
+])
+def test_the_name_of_an_unknown_page_is_text(appliance, form, page):
+    text = told(10, html.escape(SCRIPT).replace("&#x27;", "&#39;"))[:127]
+    assert appliance.post(form).body.rstrip() == page.format(text).replace("\n\n", "\n").rstrip()
+
+
+def test_an_upload_with_a_control_character_imports_nothing(saved):
+    saved.write("/tmp/m.inf", (PROJECT / "tests/data/tarnbrook.inf").read_bytes())
+    result = saved.post("this_file=sp_port.htm&todo=upload&load_file=/tmp/m.inf&typed=a%0a")
+    assert (result.page, result.message, result.did_nothing) == ("sp_port.htm", told(61, "typed"), True)
+
+
+@pytest.mark.parametrize("form, message", [
+    ({"todo": "upload", "load_file": "{}"}, told(22)),
+    ({"this_file": "sites_ban.htm", "todo": "import_file", "upload_file": "{}"}, told(29)),
+])
+@pytest.mark.parametrize("path", ["nat_conn.htm", "/www/cgi_err", "/tmp/../www/nat_conn.htm"])
+def test_no_page_is_taken_for_an_upload(saved, form, message, path):
+    result = saved.post({key: value.format(path) for key, value in form.items()})
+    assert (result.message, result.did_nothing) == (message, True)
+
+
+def test_what_a_killed_upload_left_goes_with_the_next_one(appliance):
+    hours = {"upload.aaaaaa": 2, "upload.bbbbbb": 0.5, "upload.cccccccc": 2, "download.aaaa": 2}
+    for name, age in hours.items():
+        appliance.write(f"/tmp/{name}", "")
+        os.utime(appliance.at(f"/tmp/{name}"), (0, time.time() - 3600 * age))
+    appliance.at("/tmp/upload.dddddd").symlink_to("/etc/passwd")
+    appliance.at("/tmp/upload.eeeeee").mkdir()
+    os.utime(appliance.at("/tmp/upload.eeeeee"), (0, 0))
+    body = field("this_file", "wan_dc.htm") + field("todo", "x") + upload("typed", "m.inf", "x") + END
+    result = appliance.post(body, env={"CONTENT_TYPE": TYPE})
+    assert (result.removed, result.changed) == ({"/tmp/upload.aaaaaa"}, {})
+    assert appliance.exists("/tmp/upload.eeeeee")
+
+
+@pytest.mark.parametrize("name", ["TERM", "HUP", "PIPE"])
+def test_no_signal_of_the_servers_ends_a_save(saved, name):
+    saved.write("/usr/sbin/adsl-start", None)
+    saved.write("/usr/sbin/adsl-start", "#!/bin/bash\nenable kill\n"
+                f"kill -{name} $WITHIN && echo > /etc/sent\n", 0o755)
+    result = saved.save("nat_conn.htm", internet_access="checked", access_method="WAN Port - PPPoE")
+    assert (result.page, result.changed.get("/etc/sent")) == ("nat_base.htm", "\n")
+
 
 # ---- values that another program would misread ----
 
@@ -13,26 +70,26 @@ ISP, PPP = "sp_int.htm", "wan_ppp.htm"
 PHONES = "Telephone number", "Second number", "Third number"
 
 
-@pytest.mark.parametrize("page, field, value, message", [
+@pytest.mark.parametrize("page, key, value, message", [
     (ISP, "nat_ac_pwd", "@/etc/shadow", told(62, "Password", "@")),
     (PPP, "ppp_ac_pwd", "@/etc/shadow", told(62, "Password", "@")),
     (PPP, "service_name", "x -D /etc/passwd", told(62, "Service name", " ")),
-    *((page, field, value, told(69)) for page, field in ((ISP, "nat_idle_time"), (PPP, "ppp_idle_time"))
+    *((page, key, value, told(69)) for page, key in ((ISP, "nat_idle_time"), (PPP, "ppp_idle_time"))
       for value in ("71582789", "-1", "10000", "4294967296", "9" * 30)),
     *((ISP, f"nat_tel0{1 + n % 3}", f"5{bad}reboot", told(62, PHONES[n % 3], bad))
       for n, bad in enumerate(";$&|<>()'\"\\`")),
 ])
-def test_refused(saved, page, field, value, message):
-    result = saved.save(page, **{field: value})
+def test_refused(saved, page, key, value, message):
+    result = saved.save(page, **{key: value})
     assert (result.message, result.did_nothing) == (message, True)
 
 
-@pytest.mark.parametrize("field, value, path, line", [
+@pytest.mark.parametrize("key, value, path, line", [
     ("nat_tel01", "*#0W,+49 -./:=!@", "/etc/ppp/tel", "Phone1=*#0W,+49 -./:=!@"),
     ("nat_ac_pwd", "x", "/etc/ppp/options.ttyS0", 'name ""'),  # or pppd takes the next word
 ])
-def test_stored(saved, field, value, path, line):
-    saved.save(ISP, **{field: value})
+def test_stored(saved, key, value, path, line):
+    saved.save(ISP, **{key: value})
     assert line in saved.read(path).splitlines()
 
 
