@@ -71,14 +71,16 @@ int main() {
     for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
     warn_no = 0;
     std::optional<FormList> form;
-    if (!is_form_empty()) form = cgi_input_parse();
+    if (!is_form_empty()) {
+        if (is_foreign_post()) return refuse_request();
+        form = cgi_input_parse();
+    }
     wait_for_turn();  // now that the form is complete: a slow sender keeps nobody waiting
     if (!form || list_count(&*form) == 0) return view(nullptr);
     const char* todo = find_val(&*form, "todo");
     if (!todo) return view(find_val(&*form, "next_file"));
-    if (!comes_from_own_page())
-        refuse_request();
-    else if (std::string_view(todo) == "upload" && !entry_with_control(*form))
+    if (!comes_from_own_page()) return refuse_request();
+    if (std::string_view(todo) == "upload" && !entry_with_control(*form))
         show("sp_port.htm", "sp_fs.htm", &*form);
     else
         PostCgi(*form);

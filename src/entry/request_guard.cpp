@@ -33,6 +33,14 @@ std::optional<Authority> split_authority(std::string_view text, std::string_view
     return found;
 }
 
+// Whether a URL is one of the appliance's own. Over TLS none is that goes without.
+bool is_own(std::string_view url) {
+    constexpr std::string_view kTls = "https:";
+    const bool over_tls = StrCmpi(variable("HTTPS").value_or(""), "on") == 0;
+    if (over_tls && StrniCmp(url, kTls, kTls.size()) != 0) return false;
+    return names_host(url, variable("HTTP_HOST").value_or(""));
+}
+
 }  // namespace
 
 bool names_host(std::string_view url, std::string_view host) {
@@ -50,23 +58,26 @@ bool names_host(std::string_view url, std::string_view host) {
 }
 
 bool comes_from_own_page() {
-    const std::string_view host = variable("HTTP_HOST").value_or("");
     const Header origin = variable("HTTP_ORIGIN");
     const Header site = variable("HTTP_SEC_FETCH_SITE");
-    if (origin && !names_host(*origin, host)) return false;
+    if (origin && !is_own(*origin)) return false;
     if (site && *site != "same-origin" && *site != "none") return false;
     if (origin || site) return true;
+    const std::string_view referer = variable("HTTP_REFERER").value_or("");
+    if (!referer.empty()) return is_own(referer);
     // Browsers name no origin for links, nor do they over plain HTTP say from which site one is.
-    const bool link = variable("REQUEST_METHOD") == "GET" &&
-                      variable("HTTP_USER_AGENT").value_or("").starts_with("Mozilla/");
-    return !link || names_host(variable("HTTP_REFERER").value_or(""), host);
+    return variable("REQUEST_METHOD") != "GET" ||
+           !variable("HTTP_USER_AGENT").value_or("").starts_with("Mozilla/");
 }
 
-void refuse_request() {
+bool is_foreign_post() { return variable("REQUEST_METHOD") == "POST" && !comes_from_own_page(); }
+
+int refuse_request() {
     put("Status: 403 Forbidden\n");
     mime_header("text/html");
     html_begin("Forbidden", "");
     h1("Forbidden");
     h2("This request was not sent from one of the appliance's own pages, so nothing was changed.");
     html_end();
+    return 0;
 }

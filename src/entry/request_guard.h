@@ -10,9 +10,14 @@
 bool names_host(std::string_view url, std::string_view host);
 
 // False when the headers of the request (CGI variables, RFC 3875) show that another site has
-// started it, or when a browser follows a link and they do not show that none has. Programs that
-// send no such headers are trusted: nobody can make them send a request.
+// started it, or when a browser follows a link and they do not show that none has. Over TLS a site
+// without it is another one. Programs that send no such headers are trusted: nobody can make them
+// send a request.
 bool comes_from_own_page();
 
-// Answers with status 403 and a page that says why.
-void refuse_request();
+// True for a form in a body that does not come from an own page. Only a body that has been read
+// tells whether it acts, but no other site has reason to send one, not even for a view.
+bool is_foreign_post();
+
+// Answers with status 403 and a page that says why; 0, the program's exit status.
+int refuse_request();

@@ -3,12 +3,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <cstring>
 #include <new>
 
+#include "base/text.h"
 #include "framework/html-lib.h"
 #include "framework/multipart.h"
 #include "framework/upload.h"
@@ -38,11 +40,6 @@ std::string_view variable(const char* name) {
 
 bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
 
-std::string up_to_nul(std::string text) {
-    text.resize(std::min(text.find('\0'), text.size()));
-    return text;
-}
-
 bool read_exactly(char* out, std::size_t length) {
     while (length > 0) {
         const ssize_t got = read(STDIN_FILENO, out, length);
@@ -54,14 +51,53 @@ bool read_exactly(char* out, std::size_t length) {
     return true;
 }
 
-FormEntry make_entry(std::string key, std::string value) {
-    // A NUL ends a text everywhere in the system, so it does here; the entry remembers it.
-    const bool has_control = std::any_of(value.begin(), value.end(), is_control);
-    return {up_to_nul(std::move(key)), up_to_nul(std::move(value)), has_control};
+// Memory for so many characters and a NUL.
+std::unique_ptr<char[]> new_text(std::size_t size) {
+    return std::unique_ptr<char[]>(new char[size + 1]);
 }
 
-void insert(FormList& list, FormEntry entry) {
-    if (!InsertEntry(list, std::move(entry))) cgi_err("Error!", "Error adding to list!");
+// A NUL ends a text everywhere in the system, so it does in a value; the entry remembers it.
+void set_value(FormEntry& entry, std::span<char> value) {
+    entry.value = value.data();
+    entry.has_control = std::any_of(value.begin(), value.end(), is_control);
+    value.data()[value.size()] = '\0';
+}
+
+void add(FormList& list, const FormEntry& entry) {
+    if (!AddEntry(list, entry)) cgi_err("Error!", "Error adding to list!");
+}
+
+// Decodes a text in place; returns its new size.
+std::size_t unescape(std::span<char> text) {
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            text[size++] = text[i];
+            continue;
+        }
+        std::array<char, 3> digits{};
+        copy_text(digits, {text.data() + i + 1, text.size() - i - 1});
+        const std::size_t taken = std::min(text.size() - i - 1, digits.size() - 1);
+        if (taken > 0) text[size++] = static_cast<char>(std::strtoul(digits.data(), nullptr, 16));
+        i += taken;
+    }
+    return size;
+}
+
+// Splits a form and decodes it in place. The character behind it is a NUL.
+void parse_fields(std::span<char> text, FormList& list) {
+    // Before anything is decoded, so that an encoded plus stays one.
+    std::replace(text.begin(), text.end(), '+', ' ');
+    while (!text.empty()) {
+        const auto end = static_cast<std::size_t>(std::ranges::find(text, '&') - text.begin());
+        if (end > 0) {
+            FormEntry entry;
+            parse_data_keyvalue(entry, text.first(end));
+            add(list, entry);
+        }
+        text = text.subspan(std::min(end + 1, text.size()));
+    }
+    SortEntries(list);
 }
 
 // The value of a field for a file: the path where the file is now, empty when none was chosen.
@@ -72,48 +108,43 @@ std::string take_file(const FormPart& part) {
     return *path;
 }
 
-void parse_multipart(std::string_view body, FormList& list) {
+void parse_parts(std::span<char> body, FormList& list) {
     std::vector<FormPart> parts;
-    if (!split_multipart(variable("CONTENT_TYPE"), body, parts))
+    if (!split_multipart(variable("CONTENT_TYPE"), {body.data(), body.size()}, parts))
         cgi_err("Error!", "Error Reading Data");
-    for (FormPart& part : parts)
-        insert(list, make_entry(std::move(part.name),
-                                part.is_file ? take_file(part) : std::string(part.content)));
+    for (const FormPart& part : parts) {
+        FormEntry entry{.key = list.keep(part.name)};
+        const auto at = static_cast<std::size_t>(part.content.data() - body.data());
+        if (part.is_file)
+            entry.value = list.keep(take_file(part));
+        else
+            set_value(entry, body.subspan(at, part.content.size()));
+        add(list, entry);
+    }
+    SortEntries(list);
 }
 
 void parse_body(FormList& list) {
     const char* content_length = std::getenv("CONTENT_LENGTH");
     if (!content_length) cgi_err("Error!", "CONTENT_LENGTH is NULL");
     const long length = std::strtol(content_length, nullptr, 10);
-    if (length < 0 || length > kMaxBody) cgi_err("Error!", kNoMemory);
+    const bool with_files = is_multipart(variable("CONTENT_TYPE"));
     const auto size = static_cast<std::size_t>(length);
-    const std::unique_ptr<char[]> body(new (std::nothrow) char[size + 1]);
-    if (!body) cgi_err("Error!", kNoMemory);
-    if (!read_exactly(body.get(), size)) cgi_err("Error!", "Error Reading Data");
-    const std::string_view text(body.get(), size);
-    if (is_multipart(variable("CONTENT_TYPE")))
-        parse_multipart(text, list);
+    if (length < 0 || size > (with_files ? kMaxFormWithFiles : kMaxForm))
+        cgi_err("Error!", kNoMemory);
+    const std::span<char> body(list.texts.emplace_back(new_text(size)).get(), size);
+    if (!read_exactly(body.data(), size)) cgi_err("Error!", "Error Reading Data");
+    body.data()[size] = '\0';
+    if (with_files)
+        parse_parts(body, list);
     else
-        parse_data_record(text, list);
+        parse_fields(body, list);
 }
 
-int compare_text(std::string_view a, std::string_view b) {
-    const int order = a.compare(b);
-    return (order > 0) - (order < 0);
-}
-
-const char* value_of(const FormEntry& entry) {
-    return entry.value ? entry.value->c_str() : nullptr;
-}
-
-std::size_t find_multi(const FormList* list, const FormPattern& pattern,
-                       std::vector<const char*>& out, const char* (*part)(const FormEntry&)) {
-    out.clear();
-    if (list)
-        TraverseList(*list, [&](const FormEntry& entry) {
-            if (Match(pattern, entry)) out.push_back(part(entry));
-        });
-    return out.size();
+// The fields with that key: they stand side by side.
+auto fields_of(const FormList& list, std::string_view key) {
+    return std::ranges::equal_range(
+        list.nodes, key, {}, [](const FormEntry& entry) { return std::string_view(entry.key); });
 }
 
 int delete_multi(FormList& list, const FormPattern& pattern) {
@@ -122,17 +153,23 @@ int delete_multi(FormList& list, const FormPattern& pattern) {
 
 }  // namespace
 
+char* FormList::keep(std::string_view text) {
+    char* copy = texts.emplace_back(new_text(text.size())).get();
+    copy_text({copy, text.size() + 1}, text);
+    return copy;
+}
+
 int Compare(const FormEntry& a, const FormEntry& b) {
-    const int order = compare_text(a.key, b.key);
+    const int order = std::strcmp(a.key, b.key);
     if (order != 0) return order;
-    if (!a.value || !b.value) return a.value.has_value() - b.value.has_value();
-    return compare_text(*a.value, *b.value);
+    if (!a.value || !b.value) return (a.value != nullptr) - (b.value != nullptr);
+    return std::strcmp(a.value, b.value);
 }
 
 bool Match(const FormPattern& pattern, const FormEntry& entry) {
-    if (pattern.key)
-        return entry.key == *pattern.key && (!pattern.value || entry.value == pattern.value);
-    return entry.value == pattern.value;
+    const bool is_value = entry.value ? pattern.value == entry.value : !pattern.value;
+    if (pattern.key) return *pattern.key == entry.key && (!pattern.value || is_value);
+    return is_value;
 }
 
 int is_form_empty() {
@@ -142,12 +179,13 @@ int is_form_empty() {
     return 0;
 }
 
-std::optional<FormList> cgi_input_parse() {
-    FormList list = CreateList<FormEntry>(0, Compare);
+std::optional<FormList> cgi_input_parse() try {
+    FormList list;
     const std::string_view method = request_method();
     if (method == "GET") {
         const std::string_view query = variable("QUERY_STRING");
         if (query.empty()) return std::nullopt;
+        if (query.size() > kMaxForm) cgi_err("Error!", kNoMemory);
         parse_data_record(query, list);
     } else if (method == "POST") {
         parse_body(list);
@@ -155,55 +193,34 @@ std::optional<FormList> cgi_input_parse() {
         cgi_err("CGI Error!", "Unsupported REQUEST_METHOD");
     }
     return list;
+} catch (const std::bad_alloc&) {
+    cgi_err("Error!", kNoMemory);
 }
 
-FormList& parse_data_record(std::string_view text, FormList& list) {
-    std::string copy;
-    try {
-        copy = text;
-    } catch (const std::bad_alloc&) {
-        cgi_err("Error!", "Could not allocate enought memory for parsing.");
-    }
-    // Before anything is decoded, so that an encoded plus stays one.
-    std::replace(copy.begin(), copy.end(), '+', ' ');
-    std::string_view rest = copy;
-    while (!rest.empty()) {
-        const std::string_view piece = rest.substr(0, rest.find('&'));
-        rest.remove_prefix(std::min(piece.size() + 1, rest.size()));
-        if (piece.empty()) continue;
-        FormEntry entry;
-        parse_data_keyvalue(entry, piece);
-        insert(list, std::move(entry));
-    }
+FormList& parse_data_record(std::string_view text, FormList& list) try {
+    parse_fields({list.keep(text), text.size()}, list);
     return list;
+} catch (const std::bad_alloc&) {
+    cgi_err("Error!", "Could not allocate enought memory for parsing.");
 }
 
-void parse_data_keyvalue(FormEntry& entry, std::string_view text) {
-    const std::size_t equals = text.find('=');
-    try {
-        std::string key = unescape_url(text.substr(0, equals));
-        if (equals == std::string_view::npos)
-            entry = {up_to_nul(std::move(key)), std::nullopt, false};
-        else
-            entry = make_entry(std::move(key), unescape_url(text.substr(equals + 1)));
-    } catch (const std::bad_alloc&) {
-        cgi_err("Error!", "Could not allocated enough memory.");
+void parse_data_keyvalue(FormEntry& entry, std::span<char> piece) {
+    const auto equals = static_cast<std::size_t>(std::ranges::find(piece, '=') - piece.begin());
+    const std::span<char> key = piece.first(equals);
+    entry = {.key = key.data()};
+    if (equals < piece.size()) {
+        const std::span<char> value = piece.subspan(equals + 1);
+        set_value(entry, value.first(unescape(value)));
     }
+    key.data()[unescape(key)] = '\0';
 }
 
-std::string unescape_url(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            out += text[i];
-            continue;
-        }
-        const std::string digits(text.substr(i + 1, 2));
-        if (!digits.empty()) out += static_cast<char>(std::strtoul(digits.c_str(), nullptr, 16));
-        i += digits.size();
-    }
+std::string unescape_url(std::string_view text) try {
+    std::string out(text);
+    out.resize(unescape(out));
     return out;
+} catch (const std::bad_alloc&) {
+    cgi_err("Error!", "Could not allocated enough memory.");
 }
 
 std::size_t num_encoded_data_items(std::string_view text) {
@@ -211,24 +228,32 @@ std::size_t num_encoded_data_items(std::string_view text) {
 }
 
 const char* find_val(const FormList* list, std::string_view key) {
-    const FormEntry* entry = list ? FindEntryData(*list, FormPattern{key, {}}, Match) : nullptr;
-    return entry ? value_of(*entry) : nullptr;
+    if (!list) return nullptr;
+    const auto fields = fields_of(*list, key);
+    return fields.empty() ? nullptr : fields.front().value;
 }
 
 const char* find_key(const FormList* list, std::string_view value) {
     const FormEntry* entry = list ? FindEntryData(*list, FormPattern{{}, value}, Match) : nullptr;
-    return entry ? entry->key.c_str() : nullptr;
+    return entry ? entry->key : nullptr;
 }
 
 std::size_t find_val_multi(const FormList* list, std::string_view key,
                            std::vector<const char*>& out) {
-    return find_multi(list, {key, {}}, out, value_of);
+    out.clear();
+    if (list)
+        for (const FormEntry& entry : fields_of(*list, key)) out.push_back(entry.value);
+    return out.size();
 }
 
 std::size_t find_key_multi(const FormList* list, std::string_view value,
                            std::vector<const char*>& out) {
-    return find_multi(list, {{}, value}, out,
-                      [](const FormEntry& entry) { return entry.key.c_str(); });
+    out.clear();
+    if (list)
+        TraverseList(*list, [&](const FormEntry& entry) {
+            if (Match({{}, value}, entry)) out.push_back(entry.key);
+        });
+    return out.size();
 }
 
 int list_delete_entry(FormList& list, std::string_view key, std::string_view value) {
@@ -245,13 +270,18 @@ int list_delete_val_multi(FormList& list, std::string_view value) {
 
 std::size_t list_count(const FormList* list) { return list ? GetCount(*list) : 0; }
 
-void list_clear(FormList& list) { list.nodes.clear(); }
+void list_clear(FormList& list) {
+    list.nodes.clear();
+    list.texts.clear();
+}
 
 void list_print(const FormList* list) {
     put("<DL>\n");
     if (list)
         TraverseList(*list, [](const FormEntry& entry) {
-            put("<DT><B>" + entry.key + "</B>\n<DD>" + entry.value.value_or("") + "\n");
+            for (const char* text :
+                 {"<DT><B>", entry.key, "</B>\n<DD>", entry.value ? entry.value : "", "\n"})
+                put(text);
         });
     put("</DL>\n");
 }

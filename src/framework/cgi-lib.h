@@ -2,20 +2,26 @@
 // forms into an ordered list of key and value.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "framework/list-lib.h"
 
-// The longest request body that is read, in bytes.
-inline constexpr long kMaxBody = 16L * 1024 * 1024;
+// The longest forms that are read, in bytes, and the most fields of one.
+inline constexpr std::size_t kMaxForm = 2 * 1024 * 1024;            // URL-encoded
+inline constexpr std::size_t kMaxFormWithFiles = 16 * 1024 * 1024;  // multipart/form-data
+inline constexpr std::size_t kMaxFields = 20'000;
 
+// A field. Its texts stand in the list's own memory.
 struct FormEntry {
-    std::string key;
-    std::optional<std::string> value;  // nothing when the field had no "="
-    bool has_control = false;          // the value was posted with a control character in it
+    const char* key = "";
+    const char* value = nullptr;  // null when the field had no "="
+    bool has_control = false;     // the value was posted with a control character in it
 };
 
 // What to look for: a key, a value or both.
@@ -24,12 +30,19 @@ struct FormPattern {
     std::optional<std::string_view> value;
 };
 
-// Sorted by Compare. So of several fields with one key the value that sorts first is found first,
-// not the one that was sent first.
-using FormList = EntryList<FormEntry>;
-
 // By key, then by value, byte-wise; a missing value sorts before any other.
 int Compare(const FormEntry& a, const FormEntry& b);
+
+// Sorted by Compare. So of several fields with one key the value that sorts first is found first,
+// not the one that was sent first. A form is kept as it came, once, and decoded in place.
+struct FormList : EntryList<FormEntry> {
+    FormList() : EntryList(CreateList<FormEntry>(kMaxFields, Compare)) {}
+
+    // Copies a text into the list's memory, with a NUL behind it.
+    char* keep(std::string_view text);
+
+    std::vector<std::unique_ptr<char[]>> texts;
+};
 
 // With a key in the pattern: the entry's key equals it and, if the pattern has a value, its value
 // too. Without: the values are equal or both missing.
@@ -40,14 +53,16 @@ bool Match(const FormPattern& pattern, const FormEntry& entry);
 int is_form_empty();
 
 // The request's form; nothing for a GET without a query string. Reads standard input for a POST.
-// Every failure ends the process with the fatal error page.
+// Every failure ends the process with the fatal error page: a form over the limits, one that is cut
+// off, memory that runs out.
 std::optional<FormList> cgi_input_parse();
 
 // Splits `text` at "&" and inserts every piece that is not empty into `list`.
 FormList& parse_data_record(std::string_view text, FormList& list);
 
-// Fills one entry from a piece "key=value" or "key".
-void parse_data_keyvalue(FormEntry& entry, std::string_view text);
+// Fills one entry from a piece "key=value" or "key". The entry's texts are in the piece, decoded in
+// place; they may need the character behind it for their NUL.
+void parse_data_keyvalue(FormEntry& entry, std::span<char> piece);
 
 // `text` with each "%" and its two hexadecimal digits replaced by the byte they spell. What is not
 // a digit ends the number; a "%" cut short by the end of the text takes what is there.

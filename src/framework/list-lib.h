@@ -2,10 +2,11 @@
 // on it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <new>
-#include <set>
 #include <utility>
+#include <vector>
 
 // Orders two entries: below 0, 0 or above 0 as the first sorts before, equal to or after the
 // second.
@@ -13,32 +14,48 @@ template <class T>
 using Comparison = int (*)(const T&, const T&);
 
 template <class T>
-struct SortsBefore {
-    Comparison<T> compare;
-    bool operator()(const T& a, const T& b) const { return compare(a, b) < 0; }
-};
-
-template <class T>
 struct EntryList {
     std::size_t limit;  // most entries that it takes, 0 for no limit
-    std::multiset<T, SortsBefore<T>> nodes;
+    Comparison<T> compare;
+    std::vector<T> nodes;  // in order
 };
 
 template <class T>
 EntryList<T> CreateList(std::size_t limit, Comparison<T> compare) {
-    return {limit, std::multiset<T, SortsBefore<T>>(SortsBefore<T>{compare})};
+    return {limit, compare, {}};
 }
 
-// Inserts `entry` in order, behind entries equal to it. Returns 1, or 0 when the limit is reached
-// or memory runs out.
 template <class T>
-int InsertEntry(EntryList<T>& list, T entry) {
+auto sorts_before(const EntryList<T>& list) {
+    return [&list](const T& a, const T& b) { return list.compare(a, b) < 0; };
+}
+
+// Puts `entry` behind all others, whatever their order: for many at once, with SortEntries() when
+// all are there. Returns 1, or 0 when the limit is reached or memory runs out.
+template <class T>
+int AddEntry(EntryList<T>& list, T entry) {
     if (list.limit != 0 && list.nodes.size() >= list.limit) return 0;
     try {
-        list.nodes.insert(std::move(entry));
+        list.nodes.push_back(std::move(entry));
     } catch (const std::bad_alloc&) {
         return 0;
     }
+    return 1;
+}
+
+// Puts the entries in order; those equal to each other stay in theirs.
+template <class T>
+void SortEntries(EntryList<T>& list) {
+    std::stable_sort(list.nodes.begin(), list.nodes.end(), sorts_before(list));
+}
+
+// Inserts `entry` in order, behind entries equal to it. The same results.
+template <class T>
+int InsertEntry(EntryList<T>& list, T entry) {
+    if (!AddEntry(list, std::move(entry))) return 0;
+    const auto last = list.nodes.end() - 1;
+    std::rotate(std::upper_bound(list.nodes.begin(), last, *last, sorts_before(list)), last,
+                list.nodes.end());
     return 1;
 }
 

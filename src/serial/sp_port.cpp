@@ -128,9 +128,9 @@ constexpr ArrayFun get_ary_tab[] = {{"a_init", get_array1}};
 
 // The record as a form that was posted.
 FormList form_of(const PPPConf& record) {
-    FormList form = CreateList<FormEntry>(0, Compare);
+    FormList form;
     const auto add = [&](const char* key, std::string_view value) {
-        InsertEntry(form, FormEntry{key, std::string(value)});
+        InsertEntry(form, FormEntry{key, form.keep(value)});
     };
     add("nat_serspeed_list", std::to_string(record.BaudRate));
     add("nat_modem_list", record.Modem);

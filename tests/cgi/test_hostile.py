@@ -2,12 +2,14 @@
 
 import html
 import os
+import resource
 import shutil
 import time
 
 import pytest
 
-from appliance import PROJECT, told
+from appliance import PROJECT, SANITIZED, told
+from test_guard import FORBIDDEN, HOST, ORIGIN, REFERER, SITE
 from test_requests import FATAL, MESSAGE_PAGE
 from test_uploads import END, TYPE, field, upload
 
@@ -16,9 +18,8 @@ SCRIPT = "<script>alert(document.cookie)</script>&\"'"
 
 @pytest.mark.parametrize("form, page", [
     ({"next_file": SCRIPT}, MESSAGE_PAGE),
-    *(({"todo": "x", **form}, FATAL.replace("{}", "", 1)) for form in (
-        {"this_file": SCRIPT}, {"this_file": "wan_dc.htm", "next_file": SCRIPT},
-        {"this_file": SCRIPT, "todo": "save"}, {"this_file": "wan_dc.htm", "todo": "save", "next_file": SCRIPT})),
+    *(({"todo": todo, **form}, FATAL.replace("{}", "", 1)) for todo in ("x", "save") for form in (
+        {"this_file": SCRIPT}, {"this_file": "wan_dc.htm", "next_file": SCRIPT})),
 ])
 def test_the_name_of_an_unknown_page_is_text(appliance, form, page):
     text = told(10, html.escape(SCRIPT).replace("&#x27;", "&#39;"))[:127]
@@ -28,7 +29,8 @@ def test_the_name_of_an_unknown_page_is_text(appliance, form, page):
 def test_an_upload_with_a_control_character_imports_nothing(saved):
     saved.write("/tmp/m.inf", (PROJECT / "tests/data/tarnbrook.inf").read_bytes())
     result = saved.post("this_file=sp_port.htm&todo=upload&load_file=/tmp/m.inf&typed=a%0a")
-    assert (result.page, result.message, result.did_nothing) == ("sp_port.htm", told(61, "typed"), True)
+    assert (result.page, result.message) == ("sp_port.htm", told(61, "typed"))
+    assert result.did_nothing
 
 
 @pytest.mark.parametrize("form, message", [
@@ -41,6 +43,46 @@ def test_no_page_is_taken_for_an_upload(saved, form, message, path):
     assert (result.message, result.did_nothing) == (message, True)
 
 
+@pytest.mark.parametrize("is_own, env", [
+    (False, {ORIGIN: "http://evil"}), (False, {SITE: "cross-site"}),
+    (False, {REFERER: "http://evil/a"}), (True, {REFERER: "http://box/a"}), (True, {REFERER: ""}),
+    *((url[4] in "sS", {"HTTPS": tls, header: url}) for tls in ("on", "ON")
+      for header in (ORIGIN, REFERER)
+      for url in ("http://box", "http://box:80", "https://box", "HTTPS://box:443")),
+    (True, {"HTTPS": "off", ORIGIN: "http://box"}),
+])
+def test_a_post_of_another_site_is_refused_unread(appliance, is_own, env):
+    post = {"REQUEST_METHOD": "POST", "CONTENT_LENGTH": "99", HOST: "box", **env}
+    result = appliance.request(post, b"next_file=nat_vs.htm")
+    unread = FORBIDDEN.partition("\n\n")[2]
+    assert result.body == (FATAL.format("Error!", "Error Reading Data") if is_own else unread)
+
+
+@pytest.mark.parametrize("size, start, end, content_type", [
+    (2 << 20, "next_file=nat_vs.htm&typed=", "", "application/x-www-form-urlencoded"),
+    (16 << 20, field("next_file", "nat_vs.htm") + field("typed", "")[:-2], "\r\n" + END, TYPE),
+])
+def test_the_longest_forms(appliance, size, start, end, content_type):
+    for more, page in (0, "nat_vs.htm"), (1, None):
+        body = start.ljust(size - len(end) + more, "x") + end
+        assert appliance.post(body, env={"CONTENT_TYPE": content_type}).page == page
+
+
+def test_the_fields_of_a_form_are_numbered(appliance):
+    form = b"next_file=nat_vs.htm" + b"&a" * 19_999
+    assert appliance.post(form).page == "nat_vs.htm"
+    assert appliance.post(form + b"&a").body == FATAL.format("Error!", "Error adding to list!")
+
+
+@pytest.mark.skipif(SANITIZED, reason="the sanitizer takes memory of its own")
+def test_a_form_takes_little_more_memory_than_its_size(appliance):
+    enter, limit = appliance.enter, (2 << 20) * 2 + (4 << 20)
+    appliance.enter = lambda: (enter(), resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+    fields = (b"&%d=%095d" % (n * 7919 % 19_999, n) for n in range(19_999))
+    form = b"next_file=nat_vs.htm" + b"".join(fields)
+    assert appliance.post(form).page == "nat_vs.htm" and len(form) < 2 << 20
+
+
 def test_what_a_killed_upload_left_goes_with_the_next_one(appliance):
     hours = {"upload.aaaaaa": 2, "upload.bbbbbb": 0.5, "upload.cccccccc": 2, "download.aaaa": 2}
     for name, age in hours.items():
@@ -49,8 +91,8 @@ def test_what_a_killed_upload_left_goes_with_the_next_one(appliance):
     appliance.at("/tmp/upload.dddddd").symlink_to("/etc/passwd")
     appliance.at("/tmp/upload.eeeeee").mkdir()
     os.utime(appliance.at("/tmp/upload.eeeeee"), (0, 0))
-    body = field("this_file", "wan_dc.htm") + field("todo", "x") + upload("typed", "m.inf", "x") + END
-    result = appliance.post(body, env={"CONTENT_TYPE": TYPE})
+    body = field("this_file", "wan_dc.htm") + field("todo", "x") + upload("typed", "m", "x")
+    result = appliance.post(body + END, env={"CONTENT_TYPE": TYPE})
     assert (result.removed, result.changed) == ({"/tmp/upload.aaaaaa"}, {})
     assert appliance.exists("/tmp/upload.eeeeee")
 

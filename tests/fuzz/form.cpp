@@ -3,7 +3,7 @@
 #include "fuzz.h"
 
 static std::string decode_and_write(std::string_view query) {
-    FormList list = CreateList<FormEntry>(0, Compare);
+    FormList list;
     std::string out;
     const FormEntry* before = nullptr;
     const auto write = [&](std::string_view text) {
@@ -13,8 +13,8 @@ static std::string decode_and_write(std::string_view query) {
     TraverseList(parse_data_record(query, list), [&](const FormEntry& entry) {
         expect(!before || Compare(*before, entry) <= 0);
         before = &entry;
-        write(entry.key.empty() ? std::string(1, '\0') : entry.key);  // an empty piece is no entry
-        if (entry.value) write((out += '=', *entry.value));
+        write(*entry.key ? entry.key : std::string_view("\0", 1));  // an empty piece is no entry
+        if (entry.value) write((out += '=', entry.value));
         out += '&';
     });
     return out;

@@ -12,7 +12,7 @@
 namespace {
 
 FormList form_of(std::string_view query) {
-    FormList list = CreateList<FormEntry>(0, Compare);
+    FormList list;
     parse_data_record(query, list);
     return list;
 }
@@ -21,7 +21,7 @@ FormList form_of(std::string_view query) {
 std::string shown(const FormList& list) {
     std::string text;
     TraverseList(list, [&](const FormEntry& entry) {
-        text += entry.key + (entry.value ? "=" + *entry.value : "") + "|";
+        text += entry.key + (entry.value ? std::string("=") + entry.value : "") + "|";
     });
     return text;
 }
