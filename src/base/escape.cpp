@@ -9,15 +9,6 @@ constexpr std::string_view kSpecial = "&<>\"'";
 constexpr std::array<std::string_view, kSpecial.size()> kReferences = {"&amp;", "&lt;", "&gt;",
                                                                        "&quot;", "&#39;"};
 
-// The size of each character once it is escaped.
-constexpr auto kSizes = [] {
-    std::array<std::size_t, 256> sizes{};
-    sizes.fill(1);
-    for (std::size_t i = 0; i < kSpecial.size(); ++i)
-        sizes[static_cast<unsigned char>(kSpecial[i])] = kReferences[i].size();
-    return sizes;
-}();
-
 void append_escaped(std::string& page, std::string_view text) {
     for (auto at = text.find_first_of(kSpecial); at != text.npos;
          at = text.find_first_of(kSpecial)) {
@@ -90,9 +81,3 @@ std::string escape_html(std::string_view text) {
 std::string escape_options(std::string_view text) { return escape_lines(text, append_option); }
 
 std::string escape_rows(std::string_view text) { return escape_lines(text, append_row); }
-
-std::size_t escaped_size(std::string_view text) {
-    std::size_t size = 0;
-    for (const char c : text) size += kSizes[static_cast<unsigned char>(c)];
-    return size;
-}

@@ -1,7 +1,6 @@
 // Texts made harmless for a page: "&", "<", ">" and both quotes become character references.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,6 +13,3 @@ std::string escape_options(std::string_view text);
 // Rows of a table as the log has them: lines "<tr>", "<td nowrap>cell</td>" and "</tr>" stay, all
 // of a cell is escaped. In a line of another kind each "<BR>" stays.
 std::string escape_rows(std::string_view text);
-
-// The size of the text once all of it is escaped.
-std::size_t escaped_size(std::string_view text);

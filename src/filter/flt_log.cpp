@@ -4,7 +4,6 @@
 
 #include <new>
 
-#include "base/escape.h"
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
@@ -20,6 +19,9 @@ constexpr char kPage[] = "filterlog.htm";
 constexpr char kStandardLog[] = "/usr/local/squid/logs/access.log";
 
 constexpr std::size_t kLoggedRecords = 3;
+constexpr std::size_t kTableSize = 36864;  // characters of the rows, before they are escaped
+
+std::size_t shown = 0;  // records on the page
 
 std::string log_path() {
     Text<kSettingLine + 1> path;
@@ -63,36 +65,40 @@ std::string row_of(const LogRecord& record) {
 
 int get_log_record(ValueText& value, LongText& text, int& error) try {
     std::string& rows = text.emplace();
-    const std::size_t markup = row_of({}).size();
     ListRoom room;
-    std::size_t total = 0;
+    shown = 0;
     const int result = for_each_record([&](std::string_view line) {
         LogRecord record;
         fill_record(line, record);
-        if (total < kLoggedRecords) {
+        if (shown < kLoggedRecords) {
             log_line("get_filter_log return=%d\n", 1L);
             log_line("%s\t%s\t%s\n", record.first, record.second, record.third);
         }
-        if (!room.take(markup + escaped_size(record.first) + escaped_size(record.second) +
-                       escaped_size(record.third)))
-            return false;
-        rows += row_of(record);
-        ++total;
+        const std::string row = row_of(record);
+        if (rows.size() + row.size() > kTableSize || !room.take(row)) return false;
+        rows += row;
+        ++shown;
         return true;
     });
     if (result < 0) {
         GetErrMsgByIndex(Msg::LogUnreadable, value);
         return error = Msg::LogUnreadable;
     }
-    log_line("total %d log records", static_cast<long>(total));
+    log_line("total %d log records", static_cast<long>(shown));
     return 0;
 } catch (const std::bad_alloc&) {
     error = Msg::NoMemory;
     return 1;
 }
 
+int get_log_left_out(ValueText& value, LongText&, int&) {
+    value = left_out(shown, get_filter_log_count(), "records");
+    return 0;
+}
+
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"log_record", get_log_record, nullptr},
+    {"log_left_out", get_log_left_out, nullptr},
 });
 
 }  // namespace

@@ -24,8 +24,10 @@ namespace {
 constexpr char kPage[] = "nat_sap.htm";
 constexpr mode_t kScriptMode = 0755;
 
-std::vector<SapItem> sap_fw;  // what the page lists
-Message mesg;                 // what an action has to tell
+std::vector<SapItem> sap_fw;   // what the page lists
+std::size_t applications = 0;  // those that it has no room for included
+bool room_is_divided = false;
+Message mesg;  // what an action has to tell
 
 // ---- the lists ----
 
@@ -63,6 +65,7 @@ struct List {
     std::string_view name;
     std::string (*cell)(const SapItem& item);
     std::string_view separator;
+    std::string (*escape)(std::string_view text) = escape_html;
 };
 constexpr std::array lists = std::to_array<List>({
     {"a_sap_enable", enable_cell, ","},
@@ -72,17 +75,25 @@ constexpr std::array lists = std::to_array<List>({
     {"a_port2in", port_cell<&SapItem::in, &SapRules::port2>, ","},
     {"a_port1out", port_cell<&SapItem::out, &SapRules::port1>, ","},
     {"a_port2out", port_cell<&SapItem::out, &SapRules::port2>, ","},
-    {"nat_sap_list", name_option, ""},
+    {"nat_sap_list", name_option, "", escape_options},
 });
 
 std::size_t size_in_lists(const SapItem& item) {
     std::size_t size = 0;
-    for (const List& list : lists) size += list.separator.size() + escaped_size(list.cell(item));
+    for (const List& list : lists)
+        size += list.separator.size() + list.escape(list.cell(item)).size();
     return size;
+}
+
+// For all lists, by the first that the page shows.
+void divide_room() {
+    if (!room_is_divided) drop_what_has_no_room(sap_fw, size_in_lists);
+    room_is_divided = true;
 }
 
 template <std::size_t Number>
 int get_list(LongText& text, int&) {
+    divide_room();
     if (sap_fw.empty()) return -1;
     text.emplace();
     for (const SapItem& item : sap_fw) {
@@ -97,6 +108,14 @@ constexpr std::array<ArrayFun, lists.size()> getters_of(std::index_sequence<Numb
     return {{{lists[Number].name, get_list<Number>}...}};
 }
 constexpr std::array get_ary_tab = getters_of(std::make_index_sequence<lists.size()>());
+
+int get_left_out(ValueText& value, LongText&, int&) {
+    value = left_out(sap_fw.size(), applications, "applications");
+    return 0;
+}
+constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
+    {"applications_left_out", get_left_out, nullptr},
+});
 
 // ---- the form ----
 
@@ -195,8 +214,9 @@ int sap_main(const FormList* form, const char* message) {
         if (todo && !message) set_a_action(todo, do_list(form));
         sap_fw = parse_firewall(read_file(FirewallF).value_or(""));
     });
-    drop_what_has_no_room(sap_fw, size_in_lists);
-    return render_page(kPage, {}, get_ary_tab, message ? message : mesg.c_str(), form);
+    applications = sap_fw.size();
+    room_is_divided = false;
+    return html_parser(kPage, key_fun_tab, get_ary_tab, message ? message : mesg.c_str(), form);
 }
 
 }  // namespace

@@ -31,6 +31,15 @@ int SiteList::get(int first, int maximum, std::span<char> out) const {
     return GetEntries(path(), first, maximum, out);
 }
 
+std::size_t SiteList::count() const try {
+    LineReader in(path(), kSettingLine);
+    std::size_t count = 0;
+    while (in.is_open() && in.next()) count += !is_comment(in.text());
+    return count;
+} catch (const Unreadable&) {
+    return 0;
+}
+
 int SiteList::add(std::string_view entry) const { return AppendEntry(path(), entry); }
 
 int SiteList::del(std::span<const std::string_view> entries) const {

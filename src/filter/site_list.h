@@ -15,6 +15,7 @@ struct SiteList {
 
     [[nodiscard]] std::string path() const;
     [[nodiscard]] int get(int first, int maximum, std::span<char> out) const;
+    [[nodiscard]] std::size_t count() const;  // 0 when it cannot be read
     [[nodiscard]] int add(std::string_view entry) const;
     [[nodiscard]] int del(std::span<const std::string_view> entries) const;
     [[nodiscard]] int del_all() const;

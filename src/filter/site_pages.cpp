@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "base/escape.h"
 #include "base/log.h"
 #include "filter/site_list.h"
 #include "framework/msgfile.h"
@@ -56,6 +55,8 @@ constexpr SitePage kBanPage = {
     .import_failed = "",
 };
 
+std::size_t shown = 0;  // entries on the page
+
 // An entry that is too long to be shown ends the options.
 template <const SitePage& Page>
 int get_options(ValueText&, LongText& text, int& error) try {
@@ -68,13 +69,12 @@ int get_options(ValueText&, LongText& text, int& error) try {
     text.emplace();
     ListRoom room;
     std::string_view rest = entries;
-    for (int shown = 0; shown < count; ++shown) {
+    for (shown = 0; shown < static_cast<std::size_t>(count); ++shown) {
         const std::string_view entry = rest.substr(0, rest.find('\0'));
         if (entry.size() > kLongestShown) break;
         rest.remove_prefix(entry.size() + 1);
         const std::string option = std::string("<option>").append(entry).append("\n");
-        if (text->size() + option.size() > kOptionsSize ||
-            !room.take(option.size() - entry.size() + escaped_size(entry))) {
+        if (text->size() + option.size() > kOptionsSize || !room.take(option)) {
             log_line(Page.too_many);
             break;
         }
@@ -87,8 +87,15 @@ int get_options(ValueText&, LongText& text, int& error) try {
 }
 
 template <const SitePage& Page>
+int get_left_out(ValueText& value, LongText&, int&) {
+    value = left_out(shown, Page.list.count(), "sites");
+    return 0;
+}
+
+template <const SitePage& Page>
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {Page.key, get_options<Page>, nullptr},
+    {"sites_left_out", get_left_out<Page>, nullptr},
 });
 
 // ---- what the buttons do ----

@@ -142,9 +142,10 @@ void parse_body(FormList& list) {
 }
 
 // The fields with that key: they stand side by side.
-auto fields_of(const FormList& list, std::string_view key) {
-    return std::ranges::equal_range(
-        list.nodes, key, {}, [](const FormEntry& entry) { return std::string_view(entry.key); });
+std::span<const FormEntry> fields_of(const FormList& list, std::string_view key) {
+    const auto key_of = [](const FormEntry& entry) { return std::string_view(entry.key); };
+    const auto first = std::ranges::lower_bound(list.nodes, key, {}, key_of);
+    return {first, std::ranges::upper_bound(first, list.nodes.end(), key, {}, key_of)};
 }
 
 int delete_multi(FormList& list, const FormPattern& pattern) {

@@ -1,4 +1,5 @@
-// What a page has room for: its lists and logs stop where they would not fit any more.
+// What a page has room for: its lists and logs stop where they would not fit any more, and the page
+// says so.
 #pragma once
 
 #include <algorithm>
@@ -6,11 +7,9 @@
 #include <string_view>
 #include <vector>
 
-// The characters that a page has room for in its lists or its log once they are escaped: with its
-// template it stays below its limit (parser.h) whatever is listed.
-inline constexpr std::size_t kListRoom = 36864;
+#include "framework/parser.h"
 
-// What is left of that room.
+// What is left of the room for the marker that is being resolved.
 class ListRoom {
 public:
     // Takes the room for so many characters; false, and none is taken, when they do not fit.
@@ -19,9 +18,10 @@ public:
         left_ -= characters;
         return true;
     }
+    bool take(std::string_view text) { return take(size_on_page(text)); }
 
 private:
-    std::size_t left_ = kListRoom;
+    std::size_t left_ = room_on_page();
 };
 
 // The lines at the beginning of a text that a page has room for.
@@ -36,3 +36,9 @@ void drop_what_has_no_room(std::vector<Item>& items, SizeOf size_of) {
                                       [&](const Item& item) { return !room.take(size_of(item)); });
     items.erase(dropped, items.end());
 }
+
+// What stands beside a list or log: "The first 213 of 247 records."; empty when all are shown.
+ValueText left_out(std::size_t shown, std::size_t total, std::string_view what);
+
+// The octets of a file, 0 when there is none.
+std::size_t file_size(const char* path);

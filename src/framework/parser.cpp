@@ -72,11 +72,17 @@ Marker marker_of(std::string_view text) {
     return {text, nullptr};
 }
 
+// What a getter is reckoned to give before it is asked: the longest short value, and each of its
+// characters one that takes most room when it is escaped.
+std::string longest_value() { return std::string(ValueText::capacity, '"'); }
+
 // One run over a template.
 class Expander {
 public:
-    Expander(std::string_view text, const char* message, const FormList* form)
-        : rest_(text), message_(message), form_(form) {}
+    // A run that measures asks no getter.
+    Expander(std::string_view text, const char* message, const FormList* form,
+             bool measures = false)
+        : rest_(text), message_(message), form_(form), measures_(measures) {}
 
     Expansion run() {
         page_.reserve(kPageSize);
@@ -86,6 +92,18 @@ public:
         }
         if (stopped_) last_failure_ = Msg::PageTooLarge;
         return {std::move(page_), last_failure_};
+    }
+
+    // What is left of the page when the rest of the template follows.
+    std::size_t room() const {
+        const Expansion rest = Expander(rest_, message_, form_, true).run();
+        const std::size_t used = page_.size() + rest.page.size();
+        return rest.error || used >= kPageSize ? 0 : kPageSize - 1 - used;
+    }
+
+    // The size of a text at the marker that is being resolved.
+    std::size_t size_of(std::string_view text) const {
+        return resolved_.escape ? resolved_.escape(text).size() : text.size();
     }
 
 private:
@@ -164,6 +182,7 @@ private:
     // What failed comes before what is merely worth a warning.
     std::string message() const {
         if (message_ && *message_) return message_;
+        if (measures_) return warning() + longest_value();
         if (!store_.empty()) return store_;
         return first_failure() ? failure_text(*first_failure()) : warning();
     }
@@ -180,6 +199,8 @@ private:
                 log_line("key=%s val=NULL", marker.name);
             return;
         }
+        if (measures_) return show(longest_value(), marker);
+        resolved_ = marker;
         ValueText value;
         LongText text;
         int error = 0;
@@ -189,6 +210,8 @@ private:
     }
 
     void resolve_list(const Marker& marker) {
+        if (measures_) return;
+        resolved_ = marker;
         LongText text;
         int error = 0;
         if (!succeeds([&] { return GetArrayItem(marker.name, text, error); }))
@@ -215,6 +238,8 @@ private:
     std::string_view rest_;
     const char* message_;
     const FormList* form_;
+    const bool measures_;
+    Marker resolved_{};
     std::string page_;
     std::string store_;                // why the last marker that failed did
     std::optional<int> last_failure_;  // of the marker just resolved
@@ -226,6 +251,9 @@ std::optional<std::string> template_text(const char* path) try {
 } catch (const Unreadable&) {
     return std::nullopt;
 }
+
+// The run that makes the page, for its getters.
+const Expander* page_in_work = nullptr;
 
 template <class Row>
 int index_of(std::span<const Row> rows, std::string_view Row::*name, std::string_view wanted) {
@@ -246,7 +274,17 @@ Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys
                           const FormList* form) {
     KeyFunTab = keys;
     ArrayFunTab = arrays;
-    return Expander(text, message, form).run();
+    Expander page(text, message, form);
+    page_in_work = &page;
+    Expansion result = page.run();
+    page_in_work = nullptr;
+    return result;
+}
+
+std::size_t room_on_page() { return page_in_work ? page_in_work->room() : 0; }
+
+std::size_t size_on_page(std::string_view text) {
+    return page_in_work ? page_in_work->size_of(text) : text.size();
 }
 
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,

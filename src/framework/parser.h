@@ -77,6 +77,14 @@ int html_parser(const char* path, const std::array<KeyFun<Record>, N>& keys,
     return render_page(path, getters_of(keys), arrays, message, form);
 }
 
+// For getters and generators: the characters that the page has left for the text of the marker that
+// is being resolved, and those that a text takes there, escaped by the marker's filter. Room is
+// kept for the rest of the template, the posted fields that it echoes, the message, and the longest
+// short value for each getter to come; none for lists to come, so that of several parallel lists
+// the first divides the room.
+std::size_t room_on_page();
+std::size_t size_on_page(std::string_view text);
+
 // The finished page, or the number of the message that says why there is none.
 struct Expansion {
     std::string page;

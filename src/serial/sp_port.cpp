@@ -37,17 +37,19 @@ std::string string_of(const Modem& modem) {
 }
 
 std::size_t size_in_lists(const Modem& modem) {
-    return escaped_size(option_of(modem)) + escaped_size(string_of(modem));
+    return escape_options(option_of(modem)).size() + escape_html(string_of(modem)).size();
 }
 
 // Read by the first list of the page that needs it, and kept for the other.
 ModemList MList;
+std::size_t modems = 0;  // those that the page has no room for included
 
 // Builds a text of all modems.
 template <std::string (*TextOf)(const Modem&)>
 int text_of_modems(LongText& text, int& error) try {
     if (MList.empty()) {
         MList = GetModemList(InitMode::script);
+        modems = MList.size();
         drop_what_has_no_room(MList, size_in_lists);
     }
     if (MList.empty()) {
@@ -74,6 +76,11 @@ int get_array1(LongText& text, int& error) {
     const int failed = text_of_modems<string_of>(text, error);
     if (!failed) text->erase(text->size() - 2);
     return failed;
+}
+
+int get_left_out(ValueText& value, LongText&, int&) {
+    value = left_out(MList.size(), modems, "modems");
+    return 0;
 }
 
 int save_nothing(const char*, int, Message&, PPPConf&) { return 0; }
@@ -118,6 +125,7 @@ int save_dialtype(const char* value, int mode, Message&, PPPConf& record) {
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
     {"show_modemlist", get_modemlist, save_nothing},
+    {"modems_left_out", get_left_out, nullptr},
     {"nat_serspeed_list", nullptr, save_speed},
     {"nat_modem_list", nullptr, save_modem},
     {"nat_init_string", nullptr, save_initstr},

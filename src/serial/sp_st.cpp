@@ -32,6 +32,7 @@ constexpr std::string_view kUnknown = " ";
 bool ppp_on = false;  // pppd runs
 Text<20> ppp_ip;
 Text<32> cnt_rate;
+std::size_t log_shown = 0;  // characters on the page
 
 std::string_view or_unknown(std::string_view text) { return text.empty() ? kUnknown : text; }
 
@@ -80,13 +81,23 @@ int get_phone_speed(ValueText& value, LongText&, int&) {
     return 0;
 }
 
+constexpr std::array kLogs = {Ppp1LogF, Ppp0LogF, PppdLogF};
+
 int get_log(LongText& text, int&) {
     text.emplace();
-    for (const char* path : {Ppp1LogF, Ppp0LogF, PppdLogF}) {
+    for (const char* path : kLogs) {
         const std::string log = read_file(path, kLogShown - text->size()).value_or("");
         text->append(log, 0, log.find('\0'));
     }
     text->resize(lines_with_room(*text).size());
+    log_shown = text->size();
+    return 0;
+}
+
+int get_log_left_out(ValueText& value, LongText&, int&) {
+    std::size_t total = 0;
+    for (const char* path : kLogs) total += file_size(path);
+    value = left_out(log_shown, total, "characters");
     return 0;
 }
 
@@ -95,6 +106,7 @@ constexpr std::array get_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"nat_ppp_link", get_ppp_link, nullptr},
     {"nat_ppp_ip", get_ppp_ip, nullptr},
     {"nat_serial_speed", get_serial_speed, nullptr},
+    {"nat_log_left_out", get_log_left_out, nullptr},
     {"nat_phone_speed", get_phone_speed, nullptr},
     {"wan_dns", get_wan_dns, nullptr},
 });

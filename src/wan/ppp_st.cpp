@@ -35,6 +35,7 @@ struct PPPStatus {
 };
 
 PPPStatus status;
+std::size_t log_shown = 0;  // characters on the page
 
 // A link that has not dialled yet has a placeholder.
 bool is_placeholder(std::string_view address) {
@@ -75,6 +76,12 @@ int get_ppp_link_status(ValueText& value, LongText&, int&) {
 int get_ppp_wan_log(ValueText&, LongText& text, int&) {
     const std::string log = read_file(PppdLogF, kLogShown).value_or("");
     text.emplace(lines_with_room(log.c_str()));  // up to the first NUL
+    log_shown = text->size();
+    return 0;
+}
+
+int get_ppp_log_left_out(ValueText& value, LongText&, int&) {
+    value = left_out(log_shown, file_size(PppdLogF), "characters");
     return 0;
 }
 
@@ -84,6 +91,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"ppp_ip_address", get_text<&PPPStatus::address>, nullptr},
     {"ppp_mask", get_text<&PPPStatus::netmask>, nullptr},
     {"ppp_wan_log", get_ppp_wan_log, nullptr},
+    {"ppp_log_left_out", get_ppp_log_left_out, nullptr},
     {"wan_dns", get_wan_dns, nullptr},
 });
 

@@ -1,6 +1,5 @@
 """The content filter's settings, its switch in the services script, and the filter log."""
 
-import html
 import re
 import signal
 
@@ -137,12 +136,10 @@ def test_the_log_as_rows(appliance, log, shown):
     assert (result.shown["log_record"], result.message) == (shown, "")
 
 
-@pytest.mark.parametrize("cells", ["h" * 31 + " " + "a" * 79, '"' * 31 + " " + "&<>" * 26])
-def test_a_log_is_read_no_further_than_it_is_shown(appliance, cells):
+def test_a_log_is_read_no_further_than_it_is_shown(appliance):
     """Its oldest lines, until the next row does not fit."""
-    lines = [f"{number} {cells}" for number in range(400)]
-    escaped = [html.escape(line).split() for line in lines]
-    shown = next(number for number in range(400) if len(rows(*escaped[:number + 1])) > 36864)
+    lines = [f"{number} {'h' * 31} {'a' * 79}" for number in range(400)]
+    shown = next(n for n in range(400) if len(rows(*map(str.split, lines[:n + 1]))) > 36864)
     appliance.write(LOG, "\n".join(lines))
     assert appliance.view("filterlog.htm").shown["log_record"] == rows(*map(str.split, lines[:shown]))
 

@@ -117,7 +117,6 @@ def test_status(appliance, pid, interface, diald, log, expected):
     ((None, None, "p" * 9000), "p" * 7999, "p" * 7999), ((None, None, "on\0e"), "on", "on"),
     (("1" * 3000, "0" * 4000, "p" * 1000), "1" * 3000 + "0" * 4000 + "p" * 999, "p" * 1000),
     (("1" * 9000, "0", None), "1" * 7999, ""),
-    ((None, None, '"""""""""\n' * 900), *['"""""""""\n' * 670] * 2),  # the room of a page, in whole lines
 ])
 def test_log(appliance, logs, text, pppoe):
     """The PPPoE page shows the one of pppd alone."""

@@ -100,22 +100,40 @@ def test_what_was_typed_is_echoed_as_text(shipped):
     assert {"nat_conn.htm", "nat_filter.htm", "nat_vs.htm", "sp_int.htm", "sp_port.htm"} <= echoing
 
 
-@pytest.mark.parametrize("page, path, record, shown", [  # the beginnings of the records on the page, then all of them
+@pytest.mark.parametrize("page, path, record, shown, left_out", [
+    # the beginnings of the records on the page, then all of them
     ("sites_ban.htm", "/usr/local/squid/etc/deny.list", "s{:06}\"&'<>&&&&&&\n",
-     [r"<option>s(\d+)", "s(\\d{6})\"&'<>&&&&&&\n"]),
+     [r"<option>s(\d+)", "s(\\d{6})\"&'<>&&&&&&\n"], "sites_left_out sites"),
     ("filterlog.htm", LOG, "t{:06} \"\"\"&&& <<<>>>\n",
-     [r"<tr>\n<td nowrap>t(\d+)", "t(\\d{6})</td>\n<td nowrap>\"\"\"&&&</td>\n<td nowrap><<<>>></td>\n</tr>\n"]),
+     [r"<tr>\n<td nowrap>t(\d+)", "t(\\d{6})</td>\n<td nowrap>\"\"\"&&&</td>\n<td nowrap><<<>>></td>\n</tr>\n"],
+     "log_left_out records"),
     ("sp_port.htm", MODEMS, "[m{0:06}<&>]\nInitString=AT{0:06}&\\\"\n",
-     [r"<option>m(\d+)", r"<option>m(\d{6})<&>\n", r"'AT(\d+)", r"""'AT(\d{6})&\\\\"'"""]),
+     [r"<option>m(\d+)", r"<option>m(\d{6})<&>\n", r"'AT(\d+)", r"""'AT(\d{6})&\\\\"'"""],
+     "modems_left_out modems"),
     ("nat_sap.htm", "/etc/rc.d/rc.firewall", "#@n{0:06}\"&'\n ipchains -A input -p tcp 1{0:05}:2{0:05}\n\n",
-     [r"<option> n(\d+)", r"<option> n(\d{6})\"&'", r'"1(\d{5})"', r'"2(\d{5})"']),
-    ("sp_status.htm", "/var/log/pppd.log", 'p{:06}"""""""""""""""""""""""""""""""""\n', [r"p(\d+)", 'p(\\d{6})"{33}\n']),
-    ("ppp_status.htm", "/var/log/pppd.log", 'p{:06}"""""""""""""""""""""""""""""""""\n', [r"p(\d+)", 'p(\\d{6})"{33}\n']),
+     [r"<option> n(\d+)", r"<option> n(\d{6})\"&'", r'"1(\d{5})"', r'"2(\d{5})"'],
+     "applications_left_out applications"),
+    *((page, "/var/log/pppd.log", "p{:06}" + '"' * 400 + "\n", [r"p(\d+)", 'p(\\d{6})"{400}\n'],
+       f"{key} characters") for page, key in (
+        ("sp_status.htm", "nat_log_left_out"), ("ppp_status.htm", "ppp_log_left_out"))),
 ])
-def test_a_page_shows_so_many_records_as_it_can_hold(shipped, page, path, record, shown):
-    """Whole ones, from the first on, and as many of them in each of its lists."""
-    shipped.write(path, "".join(map(record.format, range(100_000))))
-    body = shipped.view(page).body
-    assert body.endswith("</html>\n") and 36864 - 200 < len(body.encode()) < 51200
-    numbers = [[int(number) for number in re.findall(pattern, html.unescape(body))] for pattern in shown]
-    assert len(numbers[0]) > 100 and numbers == [list(range(len(numbers[0])))] * len(shown)
+def test_a_page_shows_so_many_records_as_it_can_hold(shipped, page, path, record, shown, left_out):
+    """Whole ones, from the first on, as many of them in each of its lists, and it tells of the rest."""
+    key, what = left_out.split()
+    size = len(record.format(0)) if what == "characters" else 1
+    marker = "@message|html#"
+    shipped.write(f"/www/{page}", TEMPLATES[page].replace(marker, f"<q>@{key}|html#</q>{marker}"))
+    for total in 100_000, 10:
+        shipped.write(path, "".join(map(record.format, range(total))))
+        body = shipped.view(page).body
+        assert body.endswith("</html>\n") and len(body.encode()) < 51200
+        texts = html.unescape(body)
+        numbers = [[int(number) for number in re.findall(pattern, texts)] for pattern in shown]
+        count = len(numbers[0])
+        assert numbers == [list(range(count))] * len(shown)
+        told = f"The first {count * size} of {total * size} {what}." if count < total else ""
+        assert f"<q>{told}</q>" in body
+        # the longest short value in both the sentence and the message, and the next record, do not fit
+        longest_record = 7 * len(record) + 60
+        assert count == total or len(body.encode()) > 51199 - 2 * 6 * 127 - longest_record
+    assert count == total

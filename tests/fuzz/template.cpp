@@ -29,7 +29,7 @@ std::string unescaped(std::string text) {
 void check_filter(std::string_view text, std::string (*escape)(std::string_view),
                   std::initializer_list<std::string_view> own_markup) {
     std::string page = escape(text);
-    expect(unescaped(page) == text && escaped_size(text) >= page.size());
+    expect(unescaped(page) == text);
     for (const std::string_view markup : own_markup) replace_all(page, markup, "");
     expect(page.find_first_of("<>\"'") == page.npos);
 }

@@ -100,11 +100,14 @@ std::string expand(const std::string& text, const char* message = nullptr) {
     const auto list = [](LongText& shown, int&) { return (shown = "<li>@ok#", 0); };
     const auto no_list = [](LongText&, int& error) { return error = 9; };
     const auto marks = [](ValueText&, LongText& shown, int&) { return (shown = kMarks, 0); };
+    const auto room = [](ValueText&, LongText& shown, int&) {
+        return (shown = std::string(room_on_page() / size_on_page("&"), '&'), 0);
+    };
     const auto mark_list = [](LongText& shown, int&) { return (shown = kMarks, 0); };
     const KeyGetter keys[] = {
         {"ok", ok},         {"long", longer},     {"bad", fail_with<7>}, {"worse", fail_with<8>},
         {"plain", nullptr}, {"ok", fail_with<7>}, {name126.c_str(), ok}, {"marks", marks},
-        {"ok|bar", ok}};
+        {"ok|bar", ok},     {"room", room}};
     const ArrayFun lists[] = {{"ok", list},
                               {"empty", [](LongText&, int&) { return 0; }},
                               {"bad", no_list},
@@ -157,6 +160,26 @@ TEST_F(Root, TemplatesExpand) {
     EXPECT_EQ(expand("@message#", "told"), "told");
     EXPECT_EQ(expand("@bad#@message#"), "seven\n");
     warn_no = 0;
+}
+
+// What fills all the room that it has leaves so much of the page to what follows.
+TEST_F(Root, AGetterKnowsTheRoomOfItsPage) {
+    put_file("cgi_err", "52-b\n");
+    warn_no = 0;
+    const std::size_t full = kPageSize - 1, value = ValueText::capacity;
+    const std::pair<std::string, std::size_t> cases[] = {
+        {"abc@room#", full},
+        {"@ok#@room#//@empty#d@#/@ok#@" + std::string(200, 'n'), full},
+        {"@room#@plain#@typed#@unknown#", full},
+        {"@room#@typed|html#@mark|html#", full},
+        {"@room|html#", full - full % 5},
+        {"@room#@ok#//@marks#", full - value + 5 + sizeof kMarks - 1},
+        {"@room#@ok|html#", full - 6 * value + 5},
+        {"@room#@message#", full - value},
+        {"@room#@room#", full}};
+    for (const auto& [text, size] : cases) EXPECT_EQ(expand(text).size(), size) << text;
+    EXPECT_EQ(expand("@room#@message#", "told").size(), full);
+    EXPECT_EQ(room_on_page(), 0U);
 }
 
 TEST(Queue, KeepsTheFirstRequestOfEachAction) {
