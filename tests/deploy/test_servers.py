@@ -19,7 +19,7 @@ from servers import OTHER, OWN, SECRET, Busybox, Lighttpd, LighttpdInItsPlace, l
 LIST = "/usr/local/squid/etc/deny.list"
 ACT = "this_file=sites_ban.htm&todo=del_all&next_file=sites_ban.htm"  # empties the list
 PAGE = "/nat.cgi"
-LIMIT = 16 * 1024 * 1024
+LIMIT, FORM_LIMIT = 16 * 1024 * 1024, 2 * 1024 * 1024
 FORM = {"Content-Type": "application/x-www-form-urlencoded"}
 CHUNKED = FORM | {"Transfer-Encoding": "chunked"}
 BROWSER, EVIL = {"User-Agent": "Mozilla/5.0"}, {"Origin": "http://evil.example"}
@@ -52,7 +52,9 @@ REQUESTS = [
     (403, 403, "POST", PAGE, FORM | EVIL, ACT),
     (403, 403, "POST", PAGE, FORM | {"Sec-Fetch-Site": "cross-site"}, ACT),
     ("done", "shown", "POST", PAGE, CHUNKED, [ACT.encode()]),
-    ("done", "done", "POST", PAGE, FORM, (ACT + "&x=").ljust(LIMIT, "a")),
+    ("done", "done", "POST", PAGE, FORM, (ACT + "&x=").ljust(FORM_LIMIT, "a")),
+    ("fatal", "fatal", "POST", PAGE, FORM, (ACT + "&x=").ljust(LIMIT, "a")),
+    (403, 403, "POST", PAGE, FORM | EVIL, ACT.ljust(LIMIT, "a")),
     (413, "fatal", "POST", PAGE, FORM, (ACT + "&x=").ljust(LIMIT + 1, "a")),
     (413, "shown", "POST", PAGE, CHUNKED, [ACT.encode(), b"&x=", LIMIT * b"a"]),
     *((status, "fatal", method, PAGE, FORM, ACT) for status, method in [
