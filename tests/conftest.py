@@ -5,7 +5,8 @@ from pathlib import Path
 
 import pytest
 
-sys.path.insert(0, str(Path(__file__).parent / "cgi"))
+for folder in ("cgi", "faults"):
+    sys.path.insert(0, str(Path(__file__).parent / folder))
 
 from appliance import Appliance, make_template  # noqa: E402
 

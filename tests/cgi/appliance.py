@@ -284,6 +284,7 @@ class Appliance:
         """Puts what the kernel tells of a process into the root's /proc."""
         until(lambda: Path(f"/proc/{pid}/cmdline").read_bytes())  # while it starts it has none
         self.write(f"/proc/{pid}/cmdline", Path(f"/proc/{pid}/cmdline").read_bytes())
+        self.write(f"/proc/{pid}/exe", None)
         self.at(f"/proc/{pid}/exe").symlink_to(os.readlink(f"/proc/{pid}/exe"))
 
     def stub_scripts(self):
