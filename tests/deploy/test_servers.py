@@ -13,7 +13,7 @@ from pathlib import Path
 
 import pytest
 
-from appliance import until
+from appliance import RECORD, until
 from servers import OTHER, OWN, SECRET, Busybox, Lighttpd, LighttpdInItsPlace, login, output
 
 LIST = "/usr/local/squid/etc/deny.list"
@@ -118,6 +118,19 @@ def test_the_start_leads_to_the_overview(server):
     status, headers, text = server.ask(path="/")
     assert status == 307 and headers["Location"] == PAGE + "?next_file=nat_base.htm" or (
         status == 200 and text == (server.www / "nat_fs.htm").read_text())
+
+
+def test_what_commands_print_does_not_reach_the_browser(server):
+    """A service is switched while a link is up, and what loads its module is talkative."""
+    server.box.answer("pidof pppd", "812\n")
+    server.box.answer("PUB_SetModule -m ip_masq_ftp -s", "one line\nand another\n")
+    server.box.view("nat_base.htm")
+    server.box.change(RECORD, SrvFTP=0)
+    form = "this_file=nat_conn.htm&todo=save&enable_ftp=checked"
+    status, headers, page = server.ask("POST", PAGE, FORM, form)
+    assert server.box.keys(RECORD)["SrvFTP"] == "1"
+    assert (status, headers["Content-type"]) == (200, "text/html")
+    assert page.startswith("<!DOCTYPE html>") and page.rstrip().endswith("</html>")
 
 
 @pytest.mark.parametrize("reset", [False, True])
