@@ -1,319 +1,223 @@
 // What the pages do by themselves. Without it every page is still a form that works: the overviews are
 // filled in by the appliance, and the appliance checks whatever is sent. The markup says what is wanted:
 //
+//   body   data-uses     further scripts of this page
 //   main   data-source   page that holds the values in force (pages that cannot show them themselves)
-//          data-refresh  seconds after which the parts marked data-live are fetched again
-//   form   data-done     page to ask for as the sign that everything was accepted
+//          data-refresh  seconds after which the page is looked at again
+//   form   data-settings edits what is in force: says what changes, asks before it is sent
+//          data-despite  words of messages that do not concern it
+//          data-done     page to ask for as the sign that everything was accepted
 //          data-said     what to say after a success
+//          data-list     list whose entries show what became of it
+//          data-deletes  the chosen entries shall be gone from it then
+//          data-good     words of a message that is good news
+//          data-fills    form that gets the values of the answer, not yet saved
+//          data-shows    chooses what the page shows, which is this; its choice is sent at once and kept in the address
+//          data-method   access method whose settings these are
 //   item   data-item     name of a setting that is made of several fields, such as a switch and an address
+//          data-join     what stands between the parts of a value
+//          data-need     "name=value|value": must be filled while that field has one of the values, else it does not count
+//          data-with     the same for what may be left blank
 //   field  data-word     what stands before its value in the list of changes
-//          data-need     "name=value": must be filled while that field has that value
 //          data-same     name of the field that it repeats
 //          data-from     name of the first field of a range of which it is the last
+//          data-port     cannot be that of another server that is on
 //          data-typed    empty again after a success
-//   text   data-warn     "name=value name!=value name": shown before a save when all hold (a bare name: was changed)
+//          data-strip    what is left of it when more was pasted: the "host" of an address, the digits of a "mac"
+//          data-hosts    gets a list of the hosts of the LAN to choose from
+//   octets data-mask     is a netmask
+//          data-beside   address and netmask of the network that this gateway must be in
+//          data-lan      "in" or "out": where this address should be, seen from the LAN
+//   text   data-warn     "name=value name!=value name": shown while all hold (a bare name: was changed), told before a save
+//   part   data-live     is taken from the newest answer, by its id
+//          data-told     what is said here is told before a save
+//          data-unscripted, data-scripted  is there without, or only with scripts
 //   button data-confirm  question to ask first
+//          data-goal     "up" or "down": what the link shall be then
+//          data-empties  id of the part that shall be empty then
+//          data-silent   says nothing after a success
+import { all, ask, choose, during, forms, get, inForce, isBusy, isReady, lock, main, make, messageOf, nameOf, one,
+  patiently, post, say, sourceName, step, textOf, view, wanted } from "./page.js";
+import { follow, mark, showMistake, strayOf } from "./rules.js";
+import { before, builders, changesOf, fieldsOf, fill, freshen, isChanged, isEdited, newest, setNewest, settings,
+  take, teller, valueOf, valuesOf, warningsOf, write } from "./values.js";
 
-const NOT_CONNECTED = "10.112.112.112"; // the address of a link that is not up
-const STATE_SECONDS = 60;
-const SEARCH_FROM = 8; // entries from which a list gets a search field
-
-const all = (selector, root = document) => [...root.querySelectorAll(selector)];
-const one = (selector, root = document) => root.querySelector(selector);
-const main = () => one("main");
-const view = (page) => `nat.cgi?next_file=${page}`;
-
-function make(tag, attributes = {}, ...children) {
-  const element = document.createElement(tag);
-  for (const [name, value] of Object.entries(attributes)) {
-    if (typeof value === "function") element.addEventListener(name, value);
-    else if (value !== false) element.setAttribute(name, value === true ? "" : value);
-  }
-  element.append(...children);
-  return element;
-}
-
-async function fetchPage(address, options) {
-  const answer = await fetch(address, { cache: "no-store", ...options });
-  return new DOMParser().parseFromString(await answer.text(), "text/html");
-}
-
-// ---- fields and their values ----
-
-const isSwitch = (field) => field.type === "checkbox" && field.value === "checked";
-const fieldsOf = (root) =>
-  all("input[name], select[name]", root).filter((field) => !["hidden", "file", "submit"].includes(field.type));
-const valueOf = (field) => (isSwitch(field) ? (field.checked ? "checked" : "unchecked") : field.value);
-
-function fill(field, value) {
-  if (isSwitch(field)) {
-    field.checked = value === "checked";
-    return;
-  }
-  if (field.tagName === "SELECT" && !all("option", field).some((option) => option.value === value))
-    field.prepend(make("option", { value }, value));
-  field.value = value;
-}
-
-const named = (name, root) => fieldsOf(root).find((field) => field.name === name);
-const settings = () => all("form", main()).filter((form) => one("input[name=todo][value=save]", form));
-
-let source = null; // the page with the values in force
-const before = new WeakMap(); // field: its value in force
-
-// The value of a field: as it stands on this page, or else as it is in force.
-function current(name, form) {
-  const field = named(name, form) ?? named(name, main()) ?? (source && named(name, one("main", source)));
-  return field ? valueOf(field) : "";
-}
-
-const isChanged = (field) => before.has(field) && valueOf(field) !== before.get(field);
-
-// ---- changes, in words ----
-
-const labelOf = (field) => field.getAttribute("aria-label") ?? one("span", field.closest(".field")).textContent;
-
-function wordOf(field, get) {
-  const value = get(field);
-  if (field.tagName !== "SELECT") return isSwitch(field) ? (value === "checked" ? "on" : "off") : value || "empty";
-  return all("option", field).find((option) => option.value === value)?.text ?? value;
-}
-
-// "off", "192.168.1.9, port 80" or, where the parts of something that is off are to be told, "off (192.168.1.9)".
-function describe(item, get, whole) {
-  const parts = [];
-  let off = false;
-  let joined = null;
-  for (const field of fieldsOf(item)) {
-    const group = field.closest("[data-join]");
-    if (isSwitch(field)) off = get(field) !== "checked";
-    else if (group && group === joined) parts[parts.length - 1] += group.dataset.join + get(field);
-    else if (group || get(field)) parts.push(group ? get(field) : `${field.dataset.word ?? ""} ${wordOf(field, get)}`.trim());
-    joined = group;
-  }
-  const text = parts.map((part) => (/^\.*$/.test(part) ? "no address" : part)).join(", ");
-  if (!off) return text || "on";
-  return whole && text ? `off (${text})` : "off";
-}
-
-function changesOf(form) {
-  const changes = [];
-  const seen = new Set();
-  for (const field of fieldsOf(form).filter(isChanged)) {
-    const item = field.closest("[data-item]");
-    if (seen.has(item ?? field)) continue;
-    seen.add(item ?? field);
-    if (field.type === "password") {
-      if (!field.dataset.same) changes.push([labelOf(field), "changed"]);
-      continue;
-    }
-    const was = (each) => before.get(each);
-    if (!item) {
-      changes.push([labelOf(field), wordOf(field, was), wordOf(field, valueOf)]);
-      continue;
-    }
-    const same = describe(item, was) === describe(item, valueOf);
-    changes.push([item.dataset.item, describe(item, was, same), describe(item, valueOf, same)]);
-  }
-  return changes;
-}
-
-const inWords = ([label, was, now]) => `${label}: ${was}${now === undefined ? "" : ` to ${now}`}`;
-
-function warningsOf(form) {
-  const holds = (condition) => {
-    const [, name, sign, value] = /^(\w+)(!?=)?(.*)$/.exec(condition);
-    if (!sign) return Boolean(named(name, form) && isChanged(named(name, form)));
-    return (current(name, form) === value) === (sign === "=");
-  };
-  return all("[data-warn]", form).filter((text) => {
-    const conditions = text.dataset.warn.split(" ");
-    const fields = conditions.map((each) => named(/^\w+/.exec(each)[0], form));
-    return conditions.every(holds) && fields.some((field) => field && isChanged(field));
-  });
-}
-
-// ---- mistakes ----
-
-// A field is needed while another one has a certain value, or what it belongs to is switched on.
-function isNeeded(element, form) {
-  const [name, value] = (element.dataset.need ?? "").split("=");
-  if (name) return current(name, form) === value;
-  const item = element.matches("[data-port], .octets") && element.closest("[data-item]");
-  const isOn = item && fieldsOf(item).find(isSwitch);
-  return Boolean(isOn?.checked);
-}
-
-// What is wrong with a field, in words; nothing when it is right.
-function mistakeOf(field, form) {
-  const group = field.closest(".octets");
-  const { min, max } = field;
-  const range = max ? `a whole number from ${min} to ${max}` : `a whole number, ${min} or more`;
-  if (field.validity.badInput || field.validity.stepMismatch) return `Enter ${range}.`;
-  if (group) {
-    const octets = fieldsOf(group);
-    const filled = octets.filter((octet) => octet.value);
-    if (!field.value && (filled.length || field.required || isNeeded(group, form)))
-      return "Enter all four parts of the address.";
-  }
-  if (field.validity.valueMissing || (!field.value && isNeeded(field, form))) return "Fill this in.";
-  if (field.validity.rangeUnderflow || field.validity.rangeOverflow) return `Enter ${range}.`;
-  if (field.validity.patternMismatch) return `Enter ${group ? "a number from 0 to 255" : field.title}.`;
-  if (field.dataset.same && field.value !== named(field.dataset.same, form).value)
-    return "The two passwords are not the same.";
-  if (field.dataset.from && field.value && Number(field.value) < Number(named(field.dataset.from, form).value))
-    return "The last of a range cannot come before the first.";
-  return field.hasAttribute("data-port") ? clashOf(field, form) : "";
-}
-
-// Two virtual servers that are on cannot have one port.
-function clashOf(field, form) {
-  if (!isNeeded(field, form)) return "";
-  if (Number(field.value) === 0) return "Enter a whole number from 1 to 65535.";
-  const others = all("[data-port]", form).filter((other) => isNeeded(other, form));
-  const taken = others.slice(0, others.indexOf(field)).find((other) => Number(other.value) === Number(field.value));
-  const name = taken?.closest("[data-item]").dataset.item;
-  return taken ? `Port ${field.value} is taken by ${name}. Give each server a port of its own.` : "";
-}
-
-function showMistake(field, text, isTold = true) {
-  const id = `error-${field.name}`;
-  one(`#${id}`)?.remove();
-  field.removeAttribute("aria-invalid");
-  field.removeAttribute("aria-describedby");
-  if (!text) return;
-  field.setAttribute("aria-invalid", "true");
-  if (!isTold) return;
-  field.setAttribute("aria-describedby", id);
-  const place = field.closest("td, .field");
-  place[place.tagName === "TD" ? "append" : "after"](make("p", { class: "error", id }, text));
-}
-
-// Marks what is wrong, an address only once; returns the first field that is.
-function mark(form, fields) {
-  let first = null;
-  let told = null;
-  for (const field of fields) {
-    const text = mistakeOf(field, form);
-    const group = field.closest(".octets");
-    showMistake(field, text, !group || group !== told);
-    if (text) told = group;
-    if (text) first ??= field;
-  }
-  return first;
-}
-
-// A mistake goes while it is mended, not when the field is left: then the button that is pressed would move away.
-function mend({ target }) {
-  const fields = fieldsOf(target.closest("[data-item], .octets") ?? target.parentElement);
-  if (fields.some((field) => field.hasAttribute("aria-invalid"))) mark(target.form, fields);
-}
-
-// ---- telling and asking ----
-
-function say(text, kind = "") {
-  const line = one(".message", main());
-  line.dataset.kind = kind;
-  line.textContent = text;
-  if (text) line.scrollIntoView({ block: "nearest" });
-}
-
-// What destroys something is not a mere press of the Enter key away.
-function ask(title, lists, yes, isGrave = false) {
-  const dialog = make("dialog", { "aria-labelledby": "question" }, make("h2", { id: "question" }, title));
-  for (const [kind, texts] of Object.entries(lists))
-    if (texts.length) dialog.append(make("ul", { class: kind }, ...texts.map((text) => make("li", {}, text))));
-  const answer = (value, label, look, isFirst) =>
-    make("button", { type: "button", class: look, autofocus: isFirst, click: () => dialog.close(value) }, label);
-  dialog.append(make("div", { class: "buttons" },
-    answer("yes", yes, isGrave ? "danger" : "", !isGrave), answer("", "Go back", "quiet", isGrave)));
-  document.body.append(dialog);
-  dialog.showModal();
-  return new Promise((resolve) => {
-    dialog.addEventListener("close", () => {
-      dialog.remove();
-      resolve(dialog.returnValue === "yes");
-    });
-  });
-}
-
-async function agree(form, button) {
-  const lost = settings().some((other) => other !== form && changesOf(other).length)
-    ? ["Changes in other sections of this page are not saved with it and will be lost."]
-    : [];
-  if (button.dataset.confirm) return ask(button.dataset.confirm, { warnings: lost }, button.textContent, true);
-  if (!settings().includes(form))
-    return !lost.length || ask("Go on without saving?", { warnings: lost }, button.textContent);
-  const changes = changesOf(form).map(inWords);
-  const warnings = warningsOf(form).map((text) => text.textContent).concat(lost);
-  if (!changes.length) return ask("Nothing was changed. Save all the same?", { warnings }, "Save");
-  return ask("Save these changes?", { changes, warnings }, "Save");
-}
+// What a page brings along: how it prepares its content, what became of a request, what is to be done after one.
+const uses = await Promise.all((document.body.dataset.uses ?? "").split(" ").filter(Boolean).map((name) => import(`./${name}.js`)));
 
 // ---- sending ----
-
-const isBusy = () => "busy" in document.body.dataset;
 
 async function submit(event) {
   event.preventDefault();
   const form = event.target;
-  const button = event.submitter ?? one("button", form);
-  const wrong = button.formNoValidate ? null : mark(form, fieldsOf(form));
-  wrong?.focus();
-  if (wrong || isBusy() || !(await agree(form, button))) return;
-  document.body.dataset.busy = "";
-  button.setAttribute("aria-busy", "true");
-  button.disabled = true;
-  try {
-    await send(form, button);
-  } catch {
-    say("The appliance did not answer. It may be starting its network anew: wait a moment, then try again.", "bad");
-  } finally {
-    delete document.body.dataset.busy;
-    button.removeAttribute("aria-busy");
-    button.disabled = false;
-  }
-}
-
-async function send(form, button) {
-  const data = new FormData(form);
-  if (button.name) data.set(button.name, button.value);
-  const { done } = form.dataset;
-  if (done) data.set("next_file", done);
-  const isUpload = form.enctype === "multipart/form-data";
-  const page = await fetchPage(form.getAttribute("action"), {
-    method: "POST",
-    body: isUpload ? data : new URLSearchParams(data),
-  });
-  const message = (one(".message", page) ?? page.body).textContent.trim();
-  if (!page.body.dataset.page || (done && page.body.dataset.page !== done)) {
-    say(message, "bad"); // refused: what was typed stays
+  const button = event.submitter ?? one("button", form) ?? make("button"); // a choice needs none
+  if (isBusy() || !isReady()) return;
+  say("");
+  if (isWrong(form, button)) return;
+  const was = await during("Looking up what is in force.", button, () => lookUp(form));
+  if (!was) return;
+  if (troubleOf(form, was)) return say(troubleOf(form, was), "bad");
+  const clashes = form.matches("[data-settings]") && nameOf(was) === sourceName() ? take(form, was) : [];
+  if (isWrong(form, button)) return;
+  const answer = await agree(form, button, clashes).catch((error) => say(error.message, "bad"));
+  if (!answer) {
+    if (form.dataset.shows) back(form);
     return;
   }
-  const at = all("form").indexOf(form);
-  await renew(done ? await fetchPage(view(document.body.dataset.page)) : page);
-  all("form").forEach((each, index) => {
-    if (!message || index !== at) all("[data-typed]", each).forEach((field) => (field.value = ""));
+  const isTaken = await during("Saving. Connecting may take a minute.", button, () => send(form, button, was));
+  if (isTaken) uses.forEach((part) => part.answered?.(form, answer));
+}
+
+// A button that leaves the fields alone needs only what it is meant for.
+function isWrong(form, button) {
+  all("[data-strip]", form).forEach(strip);
+  follow(form);
+  const wrong = mark(form, fieldsOf(form).filter((field) => !button.formNoValidate || field.type === "radio"));
+  wrong?.focus();
+  return Boolean(wrong);
+}
+
+// What is in force is asked for again, so that what others did meanwhile is neither undone nor hidden.
+function lookUp(form) {
+  if (form.matches("[data-settings]")) return inForce();
+  if (!form.dataset.list) return newest();
+  return main().dataset.source ? get(nameOf(document)) : inForce();
+}
+
+// A page that could not read its settings shows others; what the form holds is none of theirs then.
+function troubleOf(form, page) {
+  const text = form.matches("[data-settings]") && nameOf(page) === sourceName() ? messageOf(page) : "";
+  return form.dataset.despite && text.includes(form.dataset.despite) ? "" : text;
+}
+
+// Asks about what the form is about to do; nothing when it is not to be done.
+async function agree(form, button, clashes) {
+  const label = textOf(button);
+  if (button.dataset.confirm) return ask(button.dataset.confirm, {}, [["yes", label]], true);
+  if (form.dataset.shows && forms().some(isEdited))
+    return ask("Go on without saving?", { warnings: ["What was changed on this page is lost then."] }, [["yes", "Go on"]], true);
+  if (!form.matches("[data-settings]")) return "yes";
+  const changes = changesOf(form);
+  const warnings = [...warningsOf(form), ...all("[data-told]", form).map(textOf).filter(Boolean), ...await strayOf(form),
+    ...clashes.map((name) => `${name}: somebody else has changed this too. What stands here replaces it.`)];
+  const answers = await uses.find((part) => part.answers)?.answers(form) ?? [["yes", label]];
+  return ask(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, { changes, warnings }, answers);
+}
+
+// Returns whether the appliance took what was sent.
+async function send(form, button, was) {
+  const data = new FormData(form);
+  if (button.name) data.set(button.name, button.value);
+  const { done, said = "Saved." } = form.dataset;
+  if (done) data.set("next_file", done);
+  const page = await post(data);
+  const text = messageOf(page);
+  const seen = one("[name=seen]", page);
+  if (seen && form.elements.seen) form.elements.seen.value = seen.value;
+  const isRefused = done && nameOf(page) !== done;
+  const result = isRefused ? { text, kind: "bad" }
+    : uses.map(({ outcome }) => outcome?.({ form, button, was, page, text, said, data })).find(Boolean) ??
+      { text: text || said, kind: text ? "" : said && "good" };
+  const isTaken = result.kind !== "bad";
+  if (isTaken) await settle(form, page);
+  say(result.text || (isTaken ? messageOf(newest()) : ""), result.kind);
+  return isTaken;
+}
+
+// Takes what is in force after a request: its answer tells it, or else it is asked for.
+async function settle(form, page) {
+  all("[data-typed]", form).forEach((field) => before.set(field, (field.value = "")));
+  if (form.dataset.shows) await renew(page);
+  else if (form.dataset.fills) fillFrom(page, document.getElementById(form.dataset.fills));
+  else {
+    freshen(page, form);
+    if (form.matches("[data-settings]") && nameOf(page) !== sourceName()) freshen(await reload(), form);
+    forms().forEach(follow);
+  }
+  uses.forEach(({ settled }) => settled?.(true));
+}
+
+const reload = () => inForce().catch(() => { throw new Error("Saved. What is in force now could not be fetched: reload the page."); });
+
+function fillFrom(page, form) {
+  const tell = teller(form, page);
+  valuesOf(form).forEach((field) => fill(field, tell(field.name)));
+  follow(form);
+}
+
+// ---- what forms do ----
+
+// A mistake goes while it is mended, not when the field is left: then the button that is pressed would move away.
+function mend({ target }) {
+  const { form } = target;
+  if (!form) return;
+  follow(form);
+  if (!isBusy()) say("");
+  const fields = fieldsOf(target.closest("[data-item], .octets, .moment, .checks, tbody") ?? target.parentElement);
+  if (fields.some((field) => field.hasAttribute("aria-invalid"))) mark(form, fields);
+}
+
+// How much is not saved yet stands beside the button that saves it.
+function watch(form) {
+  const count = make("output", { class: "count" });
+  const undo = make("button", { type: "button", class: "quiet", click: () => back(form) }, "Undo");
+  one(".actions, .buttons", form).append(count, undo);
+  form.addEventListener("followed", () => {
+    const { length } = changesOf(form);
+    count.textContent = length === 1 ? "1 change not saved" : `${length} changes not saved`;
+    count.hidden = undo.hidden = !length;
   });
-  const told = message || one(".message", main()).textContent.trim(); // the new content may have something to tell, too
-  const success = form.dataset.said ?? (data.get("todo") === "save" ? "Saved." : "Done.");
-  say(told || success, told ? "" : "good");
-  showState();
 }
 
-// Takes the content of a page that was fetched.
-async function renew(page) {
-  main().replaceWith(one("main", page));
-  await prepare();
+function back(form) {
+  for (const field of valuesOf(form).filter(isChanged)) {
+    fill(field, before.get(field));
+    showMistake(field, "");
+  }
+  follow(form);
 }
 
-// ---- making the page ready ----
+// What was pasted with more around it.
+function strip(field) {
+  const text = field.value.trim();
+  const host = /^(?:[a-z][a-z\d+.-]*:\/\/)?(?:[^@/]*@)?([^/?#:]*)/i;
+  field.value = field.dataset.strip === "mac" ? text.replace(/[^\da-z]/gi, "") : host.exec(text)[1];
+}
+
+// An address may be pasted whole; a dot or the third digit goes on to the next number.
+function octets(group) {
+  const fields = fieldsOf(group);
+  group.addEventListener("paste", (event) => {
+    const parts = /^(\d{1,3})\.(\d{1,3})\.(\d{1,3})\.(\d{1,3})(?:[/:].*)?$/.exec(event.clipboardData.getData("text").trim());
+    if (!parts) return;
+    event.preventDefault();
+    write(fields, parts.slice(1).map(Number));
+    fields.at(-1).focus();
+  });
+  group.addEventListener("input", ({ target, data }) => {
+    const isDone = /^(\d+\.|\d{3})$/.test(target.value);
+    target.value = target.value.replace(/\D/g, "");
+    if (data && isDone) fields[fields.indexOf(target) + 1]?.select();
+  });
+  group.addEventListener("change", ({ target }) => (target.value = target.value.replace(/^0+(?=\d)/, ""))); // no octal number
+  group.addEventListener("keydown", (event) => {
+    const { key, target } = event;
+    const at = fields.indexOf(target);
+    if (key === "Backspace" && !target.value) fields[at - 1]?.focus();
+    if (key !== ".") return;
+    event.preventDefault();
+    if (target.value && target.selectionStart > 0) fields[at + 1]?.select(); // not from one that was just come to
+  });
+}
+
+// ---- the content of the page ----
 
 // A switch that had to be a list, because a page without values cannot be filled in, becomes a switch.
 function switchFor(list) {
   const label = list.getAttribute("aria-label") ?? false;
-  const field = make("input", { type: "checkbox", name: list.name, value: "checked", "aria-label": label, "data-blank": !list.value });
+  const field = make("input", { type: "checkbox", role: "switch", name: list.name, value: "checked", "aria-label": label });
   field.checked = list.value === "checked";
+  before.set(field, list.value ? "" : "unchecked");
   list.replaceWith(make("input", { type: "hidden", name: list.name, value: "unchecked" }), field);
 }
 
@@ -325,200 +229,83 @@ function tidy(list) {
   if (twin || first?.value === "") first.remove();
 }
 
-async function takeValues() {
-  const name = main().dataset.source;
-  source = name ? await fetchPage(view(name)).catch(() => null) : null;
-  const values = source && one("main", source);
-  for (const form of settings()) {
-    for (const field of fieldsOf(form)) {
-      const shown = values && named(field.name, values);
-      if (shown) {
-        const isBlank = isSwitch(field) ? field.hasAttribute("data-blank") : !field.value;
-        const typed = valueOf(field);
-        fill(field, valueOf(shown));
-        before.set(field, valueOf(field));
-        if (!isBlank) fill(field, typed);
-      } else {
-        before.set(field, valueOf(field));
-      }
-    }
-  }
-  if (name && !values) say("The values in force could not be fetched. Reload the page before you change anything.", "bad");
-}
-
-// How much is not saved yet stands beside the button that saves it.
-function watch(form) {
-  const bar = one(".actions", form);
-  const count = make("output", { class: "count" });
-  const undo = make("button", { type: "button", class: "quiet", click: () => back(form) }, "Undo changes");
-  const tell = () => {
-    const changes = changesOf(form);
-    count.textContent = changes.length === 1 ? "1 change not saved" : `${changes.length} changes not saved`;
-    count.hidden = undo.hidden = !changes.length;
-  };
-  bar.append(count, undo);
-  form.addEventListener("input", tell);
-  form.addEventListener("change", tell);
-  tell();
-}
-
-function back(form) {
-  for (const field of fieldsOf(form).filter(isChanged)) {
-    fill(field, before.get(field));
-    showMistake(field, "");
-  }
-  form.dispatchEvent(new Event("change", { bubbles: true }));
-}
-
-// An address may be pasted whole, and a dot goes to the next part.
-function octets(group) {
-  const fields = fieldsOf(group);
-  group.addEventListener("paste", (event) => {
-    const parts = event.clipboardData.getData("text").trim().split(".");
-    if (parts.length !== fields.length) return;
-    event.preventDefault();
-    fields.forEach((field, index) => (field.value = parts[index].slice(0, 3)));
-    fields.at(-1).focus();
-    fields.at(-1).dispatchEvent(new Event("input", { bubbles: true }));
-  });
-  group.addEventListener("keydown", (event) => {
-    const at = fields.indexOf(event.target);
-    if (event.key === "." && event.target.value) fields[at + 1]?.select();
-    if (event.key === "Backspace" && !event.target.value && at > 0) fields[at - 1].focus();
-    if (event.key === ".") event.preventDefault();
-  });
-}
-
-// A search field above a long list or table.
-function searchable(list) {
-  const isTable = list.tagName === "TABLE";
-  const entries = () => all(isTable ? "tbody tr" : "option", list);
-  const full = isTable ? null : entries();
-  if (entries().length < SEARCH_FROM) return;
-  const count = make("output", { class: "count" });
-  const find = () => {
-    const text = field.value.trim().toLowerCase();
-    const matches = (entry) => entry.textContent.toLowerCase().includes(text);
-    if (isTable) entries().forEach((row) => (row.hidden = !matches(row)));
-    else list.replaceChildren(...full.filter((option) => option.selected || matches(option)));
-    count.textContent = `${(isTable ? entries() : full).filter(matches).length} found`;
-    count.hidden = !text;
-  };
-  const field = make("input", { type: "search", input: find });
-  (isTable ? list.parentElement : list.closest(".field")).before(
-    make("div", { class: "field" }, make("label", {}, make("span", {}, "Search "), field), count));
-  list.addEventListener("renewed", find);
-}
-
-// Fetches the live parts of the page again, while it is seen and nothing is being done on it.
-let refreshing = 0;
-function refreshEvery(seconds) {
-  const box = make("input", { type: "checkbox" });
-  box.checked = sessionStorage.getItem("refresh") !== "off";
-  box.addEventListener("change", () => sessionStorage.setItem("refresh", box.checked ? "on" : "off"));
-  one(".actions", main()).append(
-    make("label", { class: "count" }, box, ` Refresh every ${seconds} seconds`));
-  clearInterval(refreshing);
-  refreshing = setInterval(async () => {
-    if (!box.checked || document.hidden || isBusy() || one("dialog[open]")) return;
-    const page = await fetchPage(view(document.body.dataset.page)).catch(() => null);
-    if (!page || isBusy()) return;
-    for (const part of all("[data-live]", main())) {
-      const fresh = one(`#${part.id}`, page);
-      if (!fresh || fresh.innerHTML === part.innerHTML) continue;
-      part.replaceChildren(...fresh.childNodes);
-      part.closest("table")?.dispatchEvent(new Event("renewed"));
-    }
-    showState();
-  }, seconds * 1000);
-}
-
-// The state of the connection, in the head of every page.
-async function showState() {
-  const part = (name, root) => one(`[data-state=${name}]`, root)?.textContent.trim() ?? "";
-  const own = one("[data-state=method]", main());
-  const page = own ? document : await fetchPage(view("nat_status.htm")).catch(() => document.createElement("p"));
-  const method = part("method", page);
-  const address = part("address", page);
-  const isUp = /^\d/.test(address) && address !== NOT_CONNECTED;
-  const state = one("#state");
-  state.dataset.up = method ? String(isUp) : "";
-  state.textContent = !method ? "Connection: unknown" : isUp ? `Connected: ${method}, ${address}` : "Not connected";
-}
-
-// ---- pages with a need of their own ----
-
-const listed = (id) => one(`#${id}`)?.textContent.trim() ?? "";
-
-// Choosing a modem brings the init string that the list knows for it.
-function modems(list) {
-  const inits = [...listed("inits").matchAll(/'(.*)',?$/gm)].map((match) => match[1].replaceAll("\\\\", "\\"));
-  const names = all("option", list).slice(-inits.length).map((option) => option.value);
-  list.addEventListener("change", () => {
-    const init = inits[names.indexOf(list.value)];
-    if (init === undefined) return;
-    const field = named("nat_init_string", list.form);
-    field.value = init;
-    field.dispatchEvent(new Event("input", { bubbles: true }));
-  });
-}
-
-// The list of applications becomes a table; choosing one shows its settings in the fields below.
-function applications(list) {
-  const form = list.form;
-  const column = (id) => listed(id).split(",").map((cell) => cell.replaceAll('"', ""));
-  const columns = ["a_sap_enable", "a_inpr", "a_port1in", "a_port2in", "a_outpr", "a_port1out", "a_port2out"].map(column);
-  const protocols = all("select[name=v_nat_sapin_pr_list] option", form).map((option) => option.text);
-  const range = (protocol, first, last) => `${protocol} ${[...new Set([first, last])].filter(Boolean).join(" to ")}`;
-  const rows = all("option", list).map(({ text: name }, row) => {
-    const [on, inpr, in1, in2, outpr, out1, out2] = columns.map((cells) => cells[row]);
-    const [incoming, outgoing] = [protocols[inpr], protocols[outpr]];
-    const values = { v_nat_sapin_pr_list: incoming, v_nat_sapin_port01: in1, v_nat_sapin_port02: in2,
-      v_nat_sapout_pr_list: outgoing, v_nat_sapout_port01: out1, v_nat_sapout_port02: out2 };
-    const show = () => {
-      named("v_nat_sap_enable", form).checked = on === "1";
-      for (const [field, value] of Object.entries(values)) fill(named(field, form), value);
-    };
-    const choice = make("input", { type: "radio", name: list.name, value: name, required: true, change: show });
-    return make("tr", {}, make("th", { scope: "row" }, make("label", {}, choice, ` ${name}`)),
-      ...[on === "1" ? "on" : "off", range(incoming, in1, in2), range(outgoing, out1, out2)].map((text) => make("td", {}, text)));
-  });
-  const heads = ["Application", "State", "From the internet", "To the internet"];
-  list.closest(".field").replaceWith(make("div", { class: "wide field-table" }, make("table", {},
-    make("thead", {}, make("tr", {}, ...heads.map((head) => make("th", { scope: "col" }, head)))),
-    make("tbody", {}, ...rows))));
-}
-
-// ---- start ----
-
+// Nothing can be sent before the values in force are in the forms.
 async function prepare() {
   const page = main();
+  lock();
+  builders.length = 0;
   all("select[data-switch]", page).forEach(switchFor);
-  await takeValues();
-  all("select:not([multiple], [size])", page).forEach(tidy);
+  all("[data-unscripted]", page).forEach((element) => element.remove());
+  all("[data-scripted]", page).forEach((element) => (element.hidden = element.disabled = false));
   all(".octets", page).forEach(octets);
-  all("form", page).forEach((form) => {
+  uses.forEach(({ prepare: begin }) => begin?.(page));
+  builders.forEach((build) => build(newest()));
+  for (const form of forms()) {
     form.noValidate = true;
     form.addEventListener("submit", submit);
     form.addEventListener("input", mend);
-  });
+    form.addEventListener("change", mend);
+    const isBlank = page.dataset.source && form.matches("[data-settings]");
+    for (const field of valuesOf(form)) if (!before.has(field)) before.set(field, isBlank ? "" : valueOf(field));
+  }
   settings().forEach(watch);
-  all("[data-modems]", page).forEach(modems);
-  all("[data-applications]", page).forEach(applications);
-  all("[data-search]", page).forEach(searchable);
-  all("[data-unscripted]", page).forEach((element) => element.remove());
-  if (page.dataset.refresh) refreshEvery(page.dataset.refresh);
-  page.dataset.ready = "";
+  await begin();
+}
+
+async function begin() {
+  const isOwn = !main().dataset.source && !messageOf(document);
+  try {
+    if (!isOwn) setNewest(await patiently("Waiting for the values in force.", inForce));
+  } catch {
+    return say("The values in force could not be fetched, so nothing can be changed. ", "bad", tryAgain());
+  }
+  for (const form of settings()) {
+    const trouble = troubleOf(form, newest());
+    form.toggleAttribute("data-locked", Boolean(trouble));
+    if (trouble) say(`${trouble} `, "bad", tryAgain());
+    else take(form, newest());
+  }
+  all("select:not([multiple], [size])", main()).forEach(tidy);
+  forms().forEach(follow);
+  main().dataset.ready = "";
+  lock();
+  uses.forEach(({ settled }) => settled?.(false));
+}
+
+const tryAgain = () => step("Try again", () => {
+  say("");
+  begin();
+});
+
+// Takes the whole content, as that of another group; only the message stays where it is.
+async function renew(page) {
+  const rest = (root) => all(":scope > :not(.message)", root);
+  rest(main()).forEach((element) => element.remove());
+  one(".message", main()).before(...rest(one("main", page)));
+  setNewest(document.cloneNode(true));
+  const { name, value } = one("[data-shows] select", main());
+  history.replaceState(null, "", `${view(nameOf(document))}&${new URLSearchParams({ [name]: value })}`);
+  delete main().dataset.ready;
+  await prepare();
 }
 
 addEventListener("beforeunload", (event) => {
-  if (main() && settings().some((form) => changesOf(form).length)) event.preventDefault();
+  if (forms().some(isEdited)) event.preventDefault();
 });
+addEventListener("change", ({ target }) => {
+  if (target.dataset.strip) strip(target);
+  if (target.form?.dataset.shows) target.form.requestSubmit();
+});
+addEventListener("wheel", ({ target }) => {
+  if (target === document.activeElement && target.type === "number") target.blur(); // else it would count
+}, { passive: true });
 
 const narrow = matchMedia("(max-width: 52rem)");
 const fold = () => one(".menu").toggleAttribute("open", !narrow.matches);
 narrow.addEventListener("change", fold);
 fold();
-showState();
-await prepare();
-setInterval(() => document.hidden || showState(), STATE_SECONDS * 1000);
+document.title = `${textOf(one("h1"))} - ${location.hostname}`; // there may be several appliances
+
+const named = wanted(); // the address may name a group
+if (named && named !== one("[data-shows]").dataset.shows) await choose(named).then(renew, prepare);
+else await prepare();

@@ -38,12 +38,18 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     if (scripted) await page.waitForSelector("main[data-ready]");
     return answer;
   }
-  const field = (name) => page.locator(`main :is(input, select)[name="${name}"]:not([type=hidden])`);
-  const message = () => page.locator(".message").innerText();
+  const field = (name) => page.locator(`:is(input, select)[name="${name}"]:not([type=hidden])`);
+  const message = async () => (await page.locator(".message:visible").allInnerTexts()).join();
   const value = (name) => field(name).evaluate((each) => (each.type === "checkbox" ? each.checked : each.value));
 
+  // Opens what stands behind "Change".
+  async function reveal(each) {
+    const change = page.locator("details:not([open])", { has: each }).locator("summary");
+    if (await change.count()) await change.click();
+  }
   async function set(name, to) {
     const each = field(name);
+    await reveal(each);
     if (typeof to === "boolean") await each.setChecked(to);
     else if (await each.evaluate(({ tagName }) => tagName === "SELECT")) await each.selectOption(to);
     else await each.fill(to);
@@ -55,22 +61,28 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
 
   // Presses a button that sends something, and waits for what comes of it.
   async function send(button) {
+    await reveal(button);
     const answer = page.waitForResponse((each) => each.request().method() === "POST");
     await button.click();
     await answer;
     await page.waitForLoadState();
-    await page.locator("body:not([data-busy])").waitFor();
+    if (scripted) await page.locator("body:not([data-busy]):has(main[data-ready])").waitFor();
   }
   const button = (name, form = page) => form.getByRole("button", { name, exact: true });
-  const saveOf = (form) => page.locator(`form:has(input[value="${form}.htm"]) .actions button`).first();
+  const saveOf = (form) => page.locator(`#${form} .actions button`).first();
 
   // The same for a button after which the page asks; returns what it asks.
-  async function press(each, { agree = true } = {}) {
+  const agreeing = () => page.locator("dialog button").nth(-2);
+  async function ask(each) {
+    await reveal(each);
     await each.click();
-    const dialog = page.locator("dialog");
-    const asked = (await dialog.locator("h2, li").allInnerTexts()).join("\n");
-    if (agree) await send(dialog.locator("button").first());
-    else await button("Go back", dialog).click();
+    await page.locator("dialog").waitFor();
+    return (await page.locator("dialog :is(h2, li)").allInnerTexts()).join("\n");
+  }
+  async function press(each, { agree = true } = {}) {
+    const asked = await ask(each);
+    if (agree) await send(agreeing());
+    else await button("Cancel").click();
     return asked;
   }
   const save = (form, options) => press(saveOf(form), options);
@@ -84,7 +96,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     for (const name of ["nat_fs", "sp_fs"]) { // where the program's page for an unknown page leads
       await page.goto(`${box.base}/${name}.htm`);
       await page.locator("main a").click();
-      await page.waitForSelector("main[data-ready] form");
+      await page.waitForSelector("main[data-ready]");
     }
     for (const colorScheme of ["light", "dark"]) {
       await page.emulateMedia({ colorScheme });
@@ -110,46 +122,47 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   const isp = (text) => address((part) => `nat_isp_ip0${part}`, text);
   const SETTINGS = [
     { name: "nat_conn", changes: { enable_telnet: false, enable_dmz: true, ...dmz("192.168.1.9") },
-      asked: ["Telnet: on to off", "DMZ host: off to 192.168.1.9"], stored: [[RECORD, /^DMZ_IP=192\.168\.1\.9$/m], [RECORD, /^SrvTelNet=0$/m]],
+      asked: ["Telnet: from on to off", "DMZ host: from off to 192.168.1.9"], stored: [[RECORD, /^DMZ_IP=192\.168\.1\.9$/m], [RECORD, /^SrvTelNet=0$/m]],
       mistakes: [["dmz_ip_4", "999", "Enter a number from 0 to 255."]], gone: RECORD },
     { name: "nat_vs", changes: { vs_web_enable: true, ...address((part) => `vs_web_${part}`, "192.168.1.5"), vs_ud1_name: "Game" },
-      asked: ["Web: off to 192.168.1.5, port 80", "Server 1: off (no address, port 0) to off (Game, no address, port 0)"],
+      asked: ["Web: from off to 192.168.1.5, port 80", "Server 1: from off (no address, port 0) to off (Game, no address, port 0)"],
       stored: [[RECORD, /^WebIP=192\.168\.1\.5$/m], [RECORD, /^UD1_Name=Game$/m]],
       mistakes: [["vs_web_portno", "65536", "Enter a whole number from 0 to 65535."]], gone: RECORD },
     { name: "nat_filter", changes: { filter_when: "between", filter_daystart: "Tuesday", filter_starttime: "7", remove_js: true },
-      asked: ["Filter: never to between the times below", "From: Monday, 08:00 to Tuesday, 7:00", "JavaScript: off to on",
-        "Beside a DMZ host the filter may not work: keep only one on."],
+      asked: ["Filter: from never to between two times of the week", "From: from Monday, 08:00 to Tuesday, 7:00", "JavaScript: from off to on",
+        "The filter may not work while there is a DMZ host: use only one of them."],
       stored: [[FILTER, /^filter_from Tuesday 7 0$/m], [FILTER, /^block_script on$/m]], shown: { filter_starttime: "07" }, said: /web proxy is not running/,
       mistakes: [["finish_min", "60", "Enter a whole number from 0 to 59."]], gone: FILTER },
-    { name: "wan_dc", changes: { isp_ip_type: "fixed", ...isp("192.0.2.10"), ...address((part) => `nat_isp_mask0${part}`, "255.255.255.0"), device_name: "my-pc" },
-      asked: ["Address: dynamic: by DHCP to fixed", "IP address: no address to 192.0.2.10", "Device name: empty to my-pc"],
+    { name: "wan_dc", changes: { isp_ip_type: "fixed", ...isp("192.0.2.10"), ...address((part) => `nat_isp_mask0${part}`, "255.255.255.0"),
+      ...address((part) => `nat_isp_gw0${part}`, "192.0.2.1"), device_name: "my-pc" },
+      asked: ["Address: from dynamic (by DHCP) to fixed", "IP address: from no address to 192.0.2.10", "Device name: from empty to my-pc"],
       stored: [["/etc/sysconfig/network-scripts/ifcfg-eth0", /^IPADDR=192\.0\.2\.10$/m]],
-      mistakes: [["nat_isp_ip03", "", "Enter all four parts of the address."]] },
+      mistakes: [["nat_isp_ip03", "", "Enter all four numbers of the address."]] },
     { name: "wan_ppp", changes: { ppp_ac_name: "joe \"#1\"@isp", ppp_ac_pwd: "a'b\\c d", ppp_ac_pwd_v: "a'b\\c d", ppp_idle_time: "12" },
-      asked: ["User name: empty to joe \"#1\"@isp", "Password: changed", "Idle time, minutes: 5 to 12"],
+      asked: ["User name: from empty to joe \"#1\"@isp", "Password: changed", "Idle time, minutes: from 5 to 12"],
       stored: [["/etc/ppp/pap-secrets", /joe/]], mistakes: [["ppp_ac_pwd_v", "another", "The two passwords are not the same."],
         ["service_name", "a b", "Enter a name without blanks and double quotes."],
-        ["isp_ip_type", "fixed", "Enter all four parts of the address."]] },
+        ["isp_ip_type", "fixed", "Enter all four numbers of the address."]] },
     { name: "sp_port", changes: { nat_modem_list: "56k V.92 Fax Voice", nat_serspeed_list: "57600" }, shown: { nat_init_string: "AT&F&C1&D2\\N3%C3" },
-      asked: ["Modem: _Standard Modem to 56k V.92 Fax Voice", "Init string: AT&F to AT&F&C1&D2\\N3%C3"],
+      asked: ["Model: from _Standard Modem to 56k V.92 Fax Voice", "Init string: from AT&F to AT&F&C1&D2\\N3%C3"],
       stored: [[RECORD, /^Modem=56k V\.92 Fax Voice$/m], ["/etc/diald.conf", /^speed 57600$/m]], gone: RECORD },
     { name: "sp_int", changes: { nat_ac_name: "jane", nat_ac_pwd: "secret", nat_ac_pwd_v: "secret", nat_tel01: "555 0100", nat_idle_time: "9" },
-      asked: ["User name: empty to jane", "Telephone number: empty to 555 0100"],
+      asked: ["User name: from empty to jane", "Telephone number: from empty to 555 0100"],
       stored: [[RECORD, /^User=jane$/m], ["/etc/ppp/tel", /555 0100/]], mistakes: [["nat_tel01", "", "Fill this in."],
         ["nat_tel01", "5;5", "Enter a number without any of ; $ & | < > ( ) ' \" \\ `."],
         ["nat_ac_pwd", "@x", "Enter a password that does not begin with @."]], gone: RECORD },
     { name: "nat_base", form: "nat_vs", changes: { vs_ftp_enable: true, ...address((part) => `vs_ftp_${part}`, "192.168.1.6") },
-      asked: ["FTP: off to 192.168.1.6, control port 21, data port 20", "Beside a DMZ host, passive FTP transfers may go to that host and fail."],
+      asked: ["FTP: from off to 192.168.1.6, control port 21, data port 20", "While there is a DMZ host, passive FTP transfers may go to it and fail."],
       stored: [[RECORD, /^FtpIP=192\.168\.1\.6$/m]],
       mistakes: [["vs_ftp_portno_data", "80", "Port 80 is taken by Web"]] },
     { name: "sp_base", form: "sp_int", changes: { nat_isp_ip_radio: "fixed", ...isp("203.0.113.5"), nat_tel02: "555 0101" },
-      asked: ["IP address: 10.0.0.1 to 203.0.113.5", "Second number: empty to 555 0101"],
+      asked: ["IP address: from 10.0.0.1 to 203.0.113.5", "Second number: from empty to 555 0101"],
       stored: [[RECORD, /^IP=203\.0\.113\.5$/m]], mistakes: [["nat_isp_ip01", "300", "Enter a number from 0 to 255."]] },
   ];
 
   test("what is changed is told, stored and shown; mistakes and refusals lose nothing", async () => {
     await open("nat_base");
-    for (const { name, form = name, changes, asked, said = /^Saved\.$/, stored, shown = {}, mistakes = [], gone } of SETTINGS) {
+    for (const { name, form = name, changes, asked, said = /^Saved\./, stored, shown = {}, mistakes = [], gone } of SETTINGS) {
       await show(name);
       await setAll(changes);
       const typed = { ...changes, ...shown };
@@ -164,8 +177,8 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       if (gone) {
         const content = box.file(gone);
         box.replaceByFolder(gone);
-        await save(form);
-        assert.match(await message(), /cannot be read/, name);
+        await saveOf(form).click();
+        await page.getByText(/cannot be read/).waitFor();
         for (const [key, to] of Object.entries(changes)) assert.equal(await value(key), to, `${name}: ${key} after a refusal`);
         box.write(gone, content);
       }
@@ -179,61 +192,167 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     }
   });
 
-  test("what takes the link down is told, what is not saved is not lost, nothing is sent twice", async () => {
+  test("nothing is sent before the values are there, and nothing is called stored that may not be", async () => {
     await open("nat_conn");
-    await set("access_method", "WAN Port - PPPoE");
-    await set("internet_access", true);
-    await save("nat_conn");
-    const told = { internet_access: [false, "Switching internet access off takes the connection down."],
-      access_method: ["Serial Port", "Another access method takes the connection down and starts it anew."] };
-    for (const [key, [to, text]] of Object.entries(told)) {
-      await show("nat_conn");
-      await set(key, to);
-      assert.ok((await save("nat_conn", { agree: false })).includes(text));
-      await button("Undo changes").click();
-      assert.deepEqual([await value("internet_access"), await value("access_method")], [true, "WAN Port - PPPoE"]);
-    }
+    const record = box.file(RECORD);
+    let posts = 0;
+    page.on("request", (each) => { posts += each.method() === "POST"; });
+    await page.route("**/*next_file=nat_base.htm", (route) => route.abort());
+    await page.reload();
+    await button("Try again").waitFor();
+    assert.match(await message(), /could not be fetched, so nothing can be changed/);
+    const press_save = () => saveOf("nat_conn").evaluate((each) => each.form.requestSubmit(each));
+    await press_save();
+    let go;
+    await page.unroute("**/*next_file=nat_base.htm");
+    await page.route("**/*next_file=nat_base.htm", async (route) => { await new Promise((resolve) => { go = resolve; }); route.continue(); });
+    await button("Try again").click();
+    await page.getByText("Waiting for the values in force.").waitFor();
+    await press_save();
+    assert.deepEqual([posts, await page.locator("form[inert]").count(), box.file(RECORD)], [0, 1, record]);
+    go();
+    await page.waitForSelector("main[data-ready]");
+    await page.unroute("**/*next_file=nat_base.htm");
+
+    const answers = [
+      [(route) => route.abort(), /did not answer\. It is not known whether this was stored/],
+      [(route) => route.fulfill({ status: 504, body: "late" }), /"504 .*It is not known whether this was stored/],
+      [(route) => route.fulfill({ status: 401, body: "who?" }), /asks for its password again/],
+      [(route) => route.fulfill({ status: 403, contentType: "text/html", body: "<h2>Not sent from here.</h2>" }), /^Not sent from here\.$/]];
+    isAttack = true;
     await set("enable_ftp", false);
+    for (const [answer, text] of answers) {
+      await page.route("**/nat.cgi", answer);
+      await ask(saveOf("nat_conn"));
+      await agreeing().click();
+      await page.getByText(text).waitFor();
+      assert.equal(await value("enable_ftp"), false);
+      await page.unroute("**/nat.cgi");
+    }
+    isAttack = false;
+    await page.route("**/nat.cgi", async (route) => { await new Promise((resolve) => { go = resolve; }); route.continue(); });
+    posts = 0;
+    const saved = save("nat_conn");
+    await page.waitForSelector("form[inert] button[aria-busy=true]");
+    await press_save();
+    await page.getByText("Saving. Connecting may take a minute.").waitFor();
+    go();
+    await saved;
+    assert.deepEqual([posts, await message(), /^SrvFTP=0$/m.test(box.file(RECORD))], [1, "Saved.", true]);
+    await page.unroute("**/nat.cgi");
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Save");
+  });
+
+  test("the list of changes is the truth, and no change is lost", async () => {
+    await open("nat_base");
+    const mine = page;
+    await setAll({ enable_email: false, ...dmz("192.168.1.40"), vs_ud5_name: "Kept" });
+    page = await (await box.context()).newPage();
+    await show("nat_conn");
+    await setAll({ enable_sp_apps: false, ...dmz("192.168.1.41") });
+    await save("nat_conn");
+    await page.context().close();
+    page = mine;
+    const asked = await save("nat_conn");
+    assert.match(asked, /^Save these changes\?\nE-mail: from on to off\nDMZ host: from .*192\.168\.1\.41.* to .*192\.168\.1\.40\)?\n/);
+    assert.match(asked, /DMZ host: somebody else has changed this too/);
+    assert.match(box.file(RECORD), /^SAP=0$[^]*^SrvEMail=0$[^]*^DMZ_IP=192\.168\.1\.40$/m);
+    assert.deepEqual([await value("vs_ud5_name"), await value("enable_sp_apps")], ["Kept", false]);
+    assert.match(await page.locator("#conn-facts").innerText(), /DNS server\s+192/);
     const leaving = page.waitForEvent("dialog");
-    const left = page.goto(box.view("nat_base.htm")).catch(() => "stayed");
+    const left = page.goto(box.view("nat_sap.htm")).catch(() => "stayed");
     await (await leaving).dismiss();
     assert.equal(await left, "stayed");
-    assert.equal(await value("enable_ftp"), false);
-
-    await show("nat_base");
-    const host = () => Promise.all([1, 2, 3, 4].map((part) => value(`dmz_ip_${part}`)));
-    await field("dmz_ip_1").selectText();
-    await page.keyboard.type("10.2.3.44");
-    assert.equal((await host()).join("."), "10.2.3.44");
-    await field("dmz_ip_1").evaluate((each) => {
-      const clipboardData = new DataTransfer();
-      clipboardData.setData("text", " 192.168.1.77\n");
-      each.dispatchEvent(new ClipboardEvent("paste", { clipboardData, bubbles: true, cancelable: true }));
-    });
-    assert.equal((await host()).join("."), "192.168.1.77");
-    const lost = "Changes in other sections of this page are not saved with it and will be lost.";
-    assert.ok((await save("nat_filter", { agree: false })).includes(lost));
+    page.once("dialog", (dialog) => dialog.accept());
+    await show("nat_sap");
+    await page.getByLabel("ICQ").check();
+    await page.locator("#change [name=v_nat_sapin_port01]").fill("5191");
     page.once("dialog", (dialog) => dialog.accept());
     await show("nat_conn");
-    await set("enable_ftp", false);
-    let sent = 0;
-    await page.route("**/nat.cgi", async (route) => { sent += 1; await new Promise((go) => setTimeout(go, 300)); await route.continue(); });
-    const saved = save("nat_conn");
-    await page.waitForSelector("button[aria-busy=true]:disabled");
-    await saveOf("nat_conn").evaluate((each) => { each.disabled = false; each.form.requestSubmit(each); });
-    assert.equal(await page.locator("dialog").count(), 0);
-    await saved;
-    assert.equal(sent, 1);
-    assert.match(box.file(RECORD), /^SrvFTP=0$/m);
-    await page.unroute("**/nat.cgi");
-
-    await page.route("**/*next_file=nat_base.htm", (route) => route.abort());
+    await setAll({ access_method: "WAN Port - PPPoE", internet_access: true });
     await save("nat_conn");
-    assert.match(await message(), /could not be fetched/);
+    for (const [key, to, text] of [["internet_access", false, "Switching internet access off takes the connection down."],
+      ["access_method", "Serial Port", "Changing the access method takes the connection down and starts the new one."]]) {
+      await set(key, to);
+      assert.ok(await page.getByText(text).isVisible());
+      assert.ok((await save("nat_conn", { agree: false })).includes(text));
+      await button("Undo").click();
+      assert.equal(await page.getByText(text).isVisible(), false);
+    }
+  });
+
+  test("addresses are typed, pasted, chosen and checked", async () => {
+    await open("wan_dc");
+    await page.route("**/*next_file=hosts", (route) => route.fulfill({ contentType: "application/json",
+      body: JSON.stringify([{ address: "192.168.1.23", name: "anna", mac: "00:11:22:33:44:55" }]) }));
+    await set("isp_ip_type", "fixed");
+    const paste = (text) => page.evaluate((clip) => {
+      const clipboardData = new DataTransfer();
+      clipboardData.setData("text", clip);
+      document.activeElement.dispatchEvent(new ClipboardEvent("paste", { clipboardData, bubbles: true, cancelable: true }));
+    }, text);
+    const parts = async (begin) => (await Promise.all([1, 2, 3, 4].map((part) => value(begin + part)))).join(".");
+    for (const typed of ["10.2.3.44", "192168001077", "203.0.113.5"]) {
+      await field("nat_isp_ip01").selectText();
+      await page.keyboard.type(typed);
+      await page.keyboard.press("Tab");
+      assert.equal(await parts("nat_isp_ip0"), typed === "192168001077" ? "192.168.1.77" : typed);
+    }
+    await field("nat_isp_mask01").focus();
+    await paste("255.0.255.0");
+    await field("nat_isp_gw01").focus();
+    await paste(" 203.0.113.5/24\n");
+    const errors = async () => { await saveOf("wan_dc").click(); return page.locator(".error").allInnerTexts(); };
+    assert.deepEqual(await errors(), ["A netmask is ones and then zeros, such as 255.255.255.0.", "The gateway cannot be this appliance itself."]);
+    await set("nat_isp_mask03", "255");
+    await set("nat_isp_mask02", "255");
+    await set("nat_isp_gw03", "114");
+    assert.deepEqual(await errors(), ["The gateway must be in the network of the IP address."]);
+    await setAll({ nat_isp_ip01: "192", nat_isp_ip02: "168", nat_isp_ip03: "1", nat_isp_gw01: "192", nat_isp_gw02: "168", nat_isp_gw03: "1", nat_isp_gw04: "7" });
+    assert.match(await save("wan_dc", { agree: false }), /IP address: this address is in the network of the LAN, 192\.168\.1\./);
+    await set("nat_isp_ip01", "0");
+    assert.equal((await errors())[0], "No host can have this address.");
+    await set("wan_mac_address", "00:A0:C9:11:22:33");
+    await press(button("Use this address"));
+    assert.match(box.file("/etc/CGI_qs.conf"), /^wan_hw_addr=00A0C9112233$/m);
+    page.once("dialog", (dialog) => dialog.accept());
+    await show("nat_conn");
+    await set("enable_dmz", true);
+    await page.getByLabel("DMZ host: hosts of the LAN").selectOption("192.168.1.23");
+    assert.equal(await parts("dmz_ip_"), "192.168.1.23");
+    await set("dmz_ip_1", "8");
+    assert.match(await save("nat_conn", { agree: false }), /DMZ host: this address is outside the network of the LAN/);
+    await button("Undo").click();
+  });
+
+  test("from a typed account to a working link", async () => {
+    await open("nat_base");
+    const now = page.locator("#now");
+    await setAll({ access_method: "WAN Port - PPPoE", internet_access: false });
+    await save("nat_conn");
+    await now.getByText("Internet access is switched off.").waitFor();
+    await show("wan_ppp");
+    await setAll({ ppp_ac_name: "joe", ppp_ac_pwd: "x", ppp_ac_pwd_v: "x" });
+    await saveOf("wan_ppp").click();
+    await button("Save and use this connection now").click();
+    await page.waitForURL(/nat_status/);
+    await now.getByText("Waiting for traffic: PPPoE dials when somebody needs it.").waitFor();
+    await button("Connect now").click();
+    await now.getByText(/^Connected: PPPoE, \d/).waitFor();
+    box.write("/var/log/pppd.log", `${"a line of a long log\n".repeat(600)}PAP authentication failed\n`);
+    await page.reload();
+    await page.getByText(/Only the beginning/).waitFor();
+    await show("wan_dc");
+    await set("isp_ip_type", "dynamic");
+    await save("wan_dc");
+    await button("Use this connection now").click();
+    await now.getByText(/Connected: Direct connection|No address from DHCP/).waitFor();
   });
 
   test("the status buttons, and the state in the head of every page", async () => {
     await open("nat_base");
+    await setAll({ access_method: "WAN Port - PPPoE", internet_access: true });
+    await save("nat_conn");
     const state = (pattern) => box.until(async () => pattern.test(await page.locator("#state").innerText()));
     await page.clock.install(); // what comes by itself comes when the test says so
     await show("nat_status");
@@ -250,7 +369,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
         const { fetch } = window;
         window.fetch = (...what) => { window.asked += 1; return fetch(...what); };
       });
-      for (const [seconds, isHidden] of [[61, false], [200, true]]) {
+      for (const [seconds, isHidden] of [[200, true], [61, false]]) {
         await page.evaluate((to) => { window.asked = 0; Object.defineProperty(document, "hidden", { value: to, configurable: true }); }, isHidden);
         await page.clock.runFor(seconds * 1000);
         assert.equal(await page.evaluate(() => window.asked === 0), isHidden, name);
@@ -273,90 +392,150 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await state(/^Not connected$/);
   });
 
-  test("lists: sites, log, applications, groups, uploads", async () => {
+  test("lists: what is added, deleted and imported, and whether it was", async () => {
     await open("sites_ban");
-    const sites = field("banned_list").locator("option");
-    for (let number = 0; number < 9; number += 1) {
-      await set("new_url", `Site${number}.example`);
+    const list = "/usr/local/squid/etc/deny.list";
+    box.write(list, Array.from({ length: 9 }, (_, number) => `site${number}.example\n`).join("") + "has space.example\n");
+    const sites = page.locator(".checks label:visible");
+    for (const [typed, said, stored] of [["Site4.example", /^Added\.|not running/, "Site4.example\n"],
+      ["https://joe@www.pasted.example:8080/path?x", /^Added\.|not running/, "www.pasted.example\n"]]) {
+      await set("new_url", typed);
       await send(button("Add the name"));
-      assert.match(await message(), /^Done\.$|web proxy is not running/);
+      assert.match(await message(), said);
+      assert.ok(box.file(list).includes(stored));
+      assert.equal(await field("new_url").evaluate((each) => each.value), "");
     }
-    await set("new_url", "Site3.example");
+    await set("new_url", "site3.example");
     await send(button("Add the name"));
     assert.match(await message(), /on the list already/);
-    assert.equal(await value("new_url"), "Site3.example");
-    await page.getByRole("searchbox").fill("SITE4");
-    assert.deepEqual(await sites.allInnerTexts(), ["Site4.example"]);
-    await field("banned_list").selectOption("Site4.example");
-    await page.getByRole("searchbox").fill("");
-    assert.equal(await press(button("Delete the chosen ones")), "Delete the chosen sites from the list?");
-    const list = "/usr/local/squid/etc/deny.list";
-    assert.ok(!box.file(list).includes("Site4") && box.file(list).includes("Site5"));
+    assert.equal(await value("new_url"), "site3.example");
+    await set("new_url", "has blank");
+    assert.equal(await message(), "");
+    await button("Add the name").click();
+    assert.match(await page.locator(".error").innerText(), /a host name without blanks/);
+    await button("Delete the chosen sites").click();
+    assert.equal(await page.locator("#delete .error").innerText(), "Choose at least one.");
+    await page.getByRole("searchbox").fill("SPACE");
+    assert.deepEqual((await sites.allInnerTexts()).map((text) => text.trim()), ["has space.example"]);
+    await sites.locator("input").check();
+    assert.equal(await press(button("Delete the chosen sites")), "Delete the chosen sites from the list?");
+    assert.ok(!box.file(list).includes("space") && box.file(list).includes("site5"));
     await page.locator("input[name=upload_file]").setInputFiles({ name: "b.html", mimeType: "text/html", buffer: Buffer.from("<a href=\"http://imported.example/x\">") });
     await send(button("Import"));
-    assert.match(await message(), /Sites added to the list: 1\./);
+    assert.match(await message(), /Sites added to the list: 1\.|not running/);
     await press(button("Delete all"), { agree: false });
     assert.match(box.file(list), /imported\.example/);
+    box.write(list, Array.from({ length: 1500 }, (_, number) => `site${number}.example\n`).join(""));
+    await show("sites_ban");
+    assert.match(await page.locator(".cut").innerText(), /these are the first \d{3}\./);
+    await page.getByRole("searchbox").fill("site1499.example");
+    await press(button("Delete site1499.example from the list"));
+    assert.ok(!box.file(list).includes("site1499.example"));
     await press(button("Delete all"));
     assert.equal(box.file(list), "");
 
     await show("filterlog");
     await press(button("Clear log"));
-    assert.equal(box.file("/usr/local/squid/logs/access.log"), "");
-
+    assert.equal(await message(), "The log is empty now.");
     await show("sp_port");
     await page.locator("input[name=load_file]").setInputFiles(new URL("../data/tarnbrook.inf", import.meta.url).pathname);
     await send(button("Import"));
     assert.match(await message(), /was imported/);
+    assert.equal(await page.locator(".message").getAttribute("data-kind"), "good");
     assert.match(await field("nat_modem_list").innerText(), /Tarnbrook/);
+  });
 
-    await show("nat_sap");
+  test("a special application opens what it says, and nothing else", async () => {
+    await open("nat_sap");
     const firewall = () => box.file("/etc/rc.d/rc.firewall");
-    const add = page.locator("form", { hasText: "Add an application" });
-    const chosen = page.locator("form", { hasText: "Change the chosen application" });
+    const [add, chosen] = [page.locator("#add"), page.locator("#change")];
+    const opens = (form) => form.locator("[data-told]").innerText();
+    const errors = (form) => form.locator(".error").allInnerTexts();
+    await button("Update", chosen).click();
+    await button("Delete", chosen).click();
+    assert.deepEqual(await errors(chosen), ["Choose one of these."]);
     await add.locator("[name=v_nat_sap_name]").fill("Chess");
+    await button("Add", add).click();
+    assert.deepEqual(await errors(add), ["Choose a protocol for at least one direction."]);
+    await add.locator("[name=v_nat_sapin_pr_list]").selectOption("UDP");
+    assert.equal(await opens(add), "This opens UDP all ports from the internet.");
+    await button("Add", add).click();
+    assert.deepEqual(await errors(add), ["Fill this in."]);
     await add.locator("[name=v_nat_sapin_port01]").fill("7000");
+    assert.equal(await opens(add), "This opens UDP 7000 from the internet.");
     await send(button("Add", add));
     assert.match(firewall(), /#@Chess\n ipchains -A input .* 7000:7000\n/);
     await add.locator("[name=v_nat_sap_name]").fill("Chess");
+    await add.locator("[name=v_nat_sapin_port01]").fill("7001");
+    await add.locator("[name=v_nat_sap_enable]").uncheck();
     await send(button("Add", add));
     assert.match(await message(), /already an application of this name/);
-    assert.equal(await add.locator("[name=v_nat_sap_name]").inputValue(), "Chess");
+    assert.equal(await add.locator("[name=v_nat_sap_enable]").isChecked(), false);
     await chosen.getByLabel("Chess").check();
-    assert.equal(await chosen.locator("[name=v_nat_sapin_port02]").inputValue(), "7000");
+    const other = await page.context().newPage();
+    await other.goto(box.view("nat_sap.htm"));
+    await other.getByLabel("Chess").check();
+    await other.locator("#change [name=v_nat_sapin_port01]").fill("7005");
+    await other.locator("#change [name=v_nat_sapin_port02]").fill("7009");
+    await other.getByRole("button", { name: "Update" }).click();
+    await other.locator("dialog button").first().click();
+    await other.getByText("Saved.").waitFor();
+    await other.close();
     await chosen.locator("[name=v_nat_sap_enable]").uncheck();
-    await send(button("Update", chosen));
-    assert.match(firewall(), /#@Chess\n#ipchains/);
-    await chosen.getByLabel("Chess").check();
+    assert.equal(await press(button("Update", chosen)),
+      "Save these changes?\nOn: from on to off\nOff. Switched on, this opens UDP 7005 to 7009 from the internet.");
+    assert.match(firewall(), /#@Chess\n#ipchains -A input .* 7005:7009/);
     await press(button("Delete", chosen));
     assert.ok(!firewall().includes("Chess"));
+    await chosen.getByLabel("Ping").check();
+    await press(button("Delete", chosen));
+    assert.match(await message(), /reserved/);
+  });
 
-    await show("ac_cfg");
+  test("access control edits the group that it shows", async () => {
+    await open("ac_cfg");
     await set("group_name", "Group 2");
-    await send(button("Show"));
+    await button("Delete from Group 2").first().waitFor();
+    assert.match(page.url(), /group_name=Group\+2/);
+    await page.reload();
+    await page.getByRole("heading", { name: "Ports of Group 2", exact: true }).waitFor();
+    await page.locator("main[data-ready]").waitFor();
     await set("port_start", "21");
     await set("port_finish", "20");
-    await button("Add ports").click();
+    await button("Add to Group 2").first().click();
     assert.equal(await page.locator(".error").innerText(), "The last of a range cannot come before the first.");
     await set("port_finish", "25");
-    await send(button("Add ports"));
-    assert.deepEqual([await value("port_start"), await value("port_finish")], ["", ""]);
+    await send(button("Add to Group 2").first());
+    await set("port_start", "0");
+    await send(button("Add to Group 2").first());
+    assert.equal(await message(), "Nothing has changed: the list is as it was.");
     await set("start_ip_4", "40");
-    await send(button("Add hosts"));
-    assert.match(box.file("/etc/CGI_qs.conf"), /^G2P=.,21-25\nG2A=192\.168\.1\.40$/m);
-    assert.deepEqual([await value("group_name"), await field("port_list").innerText()], ["Group 2", "21-25"]);
+    await button("Add to Group 2").last().focus();
+    const answer = page.waitForResponse((each) => each.request().method() === "POST");
+    await page.keyboard.press("Enter");
+    await answer;
+    await page.getByText("Added.").waitFor();
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Add to Group 2");
+    await set("block_allow", "Block");
+    await set("block_allow", "Allow");
+    assert.match(await press(button("Change Group 2")), /Hosts of Group 2 lose all ports that are not on the list at once\./);
+    assert.match(box.file("/etc/CGI_qs.conf"), /^G0P=B,\n[^]*^G2P=A,21-25\nG2A=192\.168\.1\.40$/m);
+    await set("block_allow", "Block");
+    await set("group_name", "Group 1");
+    await button("Cancel").click();
+    assert.deepEqual([await value("group_name"), await value("block_allow")], ["Group 2", "Block"]);
   });
 
   test("the overviews without scripts", async () => {
     await open("nat_base", { javaScriptEnabled: false });
     await setAll({ enable_email: false, ...dmz("192.168.1.19") });
     await send(saveOf("nat_conn"));
-    assert.deepEqual([await value("enable_email"), await value("dmz_ip_4")], [false, "19"]);
+    assert.deepEqual([await message(), await value("enable_email"), await value("dmz_ip_4")], ["Saved.", false, "19"]);
     await setAll({ vs_pop3_enable: true, ...address((part) => `vs_pop3_${part}`, "192.168.1.7") });
     await send(saveOf("nat_vs"));
     await setAll({ filter_when: "always", enable_filter_log: false });
     await send(saveOf("nat_filter"));
-    assert.match(await message(), /web filter is now on while the DMZ host is on/);
+    assert.match(await message(), /^Warning: the web filter is now on while the DMZ host is on/);
     assert.match(box.file(RECORD), /^SrvEMail=0$[^]*^Pop3IP=192\.168\.1\.7$[^]*^DMZ_IP=192\.168\.1\.19$/m);
     assert.match(box.file(FILTER), /^filter_state 0$[^]*^enable_log off$/m);
 
@@ -414,13 +593,13 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.ok(asked.includes(`to ${HOSTILE}`));
     box.write(RECORD, box.file(RECORD).replace(/^(Phone[12]=).*$/gm, (_, key) => key + HOSTILE));
     for (const name of ["sites_allow", "sites_ban"]) {
-      await show(name);
-      await set("new_url", HOSTILE);
-      await send(button("Add the name"));
+      box.write(`/usr/local/squid/etc/${name === "sites_ban" ? "deny" : "access"}.list`, `${HOSTILE}\n`);
     }
     await show("nat_sap");
-    const add = page.locator("form", { hasText: "Add an application" });
+    const add = page.locator("#add");
     await add.locator("[name=v_nat_sap_name]").fill(HOSTILE);
+    await add.locator("[name=v_nat_sapin_pr_list]").selectOption("TCP");
+    await add.locator("[name=v_nat_sapin_port01]").fill("7000");
     await send(button("Add", add));
     box.write("/etc/ppp/modem.ini", `[${HOSTILE}]\nInitString=AT${HOSTILE}\n\n`);
     box.write("/usr/local/squid/logs/access.log", `12:00 ${HOSTILE} ${HOSTILE}\n`);
