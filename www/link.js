@@ -1,155 +1,31 @@
-// The connection: its state, what that means, and what can be done about it.
-import { during, forms, get, inForce, isBusy, make, messageOf, nameOf, one, post, say, step, textOf, view } from "./page.js";
-import { follow } from "./rules.js";
-import { freshen, newest, valueIn } from "./values.js";
+// The state of the connection, in the head of every page.
+import { get, one, textOf } from "./page.js";
+import { newest } from "./values.js";
 
 const NOT_CONNECTED = "10.112.112.112"; // the address of a link that is not up
 const STATE_SECONDS = 60;
-const LOG_ROOM = 7900; // characters of a log from which on it may be cut
-const FAILURE = /fail|error|no (carrier|answer|dial)|busy|time(d )?out|refused|denied/i;
-const METHODS = {
-  "Direct connection": { settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect", label: "Connect now" },
-  PPPoE: { settings: "wan_ppp.htm", page: "ppp_status.htm", todo: "ppp_connect", label: "Connect now" },
-  Modem: { settings: "sp_base.htm", page: "sp_status.htm", todo: "nat_dial", label: "Dial now" },
-};
 
-const part = (name, page) => textOf(one(`[data-state=${name}]`, page));
-const isOwn = () => Boolean(part("method", document));
+export const watchers = []; // what else is to be told of the state: functions of the status page and the link
+export const part = (name, page) => textOf(one(`[data-state=${name}]`, page));
+export const isOwn = () => Boolean(part("method", document));
 
-function linkOf(page) {
+export function linkOf(page) {
   const [method, address] = [part("method", page), part("address", page)];
   const isUp = /^[1-9]/.test(address) && address !== NOT_CONNECTED;
   return { method, isUp, text: isUp ? `Connected: ${method}, ${address}` : "Not connected" };
 }
 
-// ---- the head of every page ----
-
-// What was asked for a short while ago is not asked for again.
-async function showState(isNew = false) {
+// What was asked for a short while ago is not asked for again, unless something may have changed it.
+export async function showState(isNew) {
   const known = JSON.parse(sessionStorage.getItem("link") ?? "{}");
-  const isKnown = !isNew && !one("#now") && Date.now() - known.time < STATE_SECONDS * 1000;
+  const isKnown = !isNew && !watchers.length && Date.now() - known.time < STATE_SECONDS * 1000;
   const status = isOwn() ? newest() : !isKnown && await get("nat_status.htm").catch(() => null);
   const link = status ? linkOf(status) : isKnown ? known : { text: "Connection: unknown" };
   if (status) sessionStorage.setItem("link", JSON.stringify({ ...link, time: Date.now() }));
   one("#state").dataset.up = link.isUp ?? "";
   one("#state").textContent = link.text;
-  if (one("#now") && status) await showNow(status, link);
+  if (status) for (const watch of watchers) await watch(status, link);
 }
 
-// ---- what the state means ----
-
-async function showNow(status, link) {
-  const base = nameOf(newest()) === "nat_base.htm" ? newest() : await get("nat_base.htm").catch(() => null);
-  if (!base) return;
-  const { text, kind = "", steps = [] } = link.isUp ? upNow(status, link) : await downNow(status, link.method, base);
-  const now = one("#now");
-  now.dataset.kind = kind;
-  if (textOf(one("p", now)) !== text) one("p", now).textContent = text;
-  one(".buttons", now).replaceChildren(...steps);
-  now.hidden = false;
-}
-
-const goTo = (label, page) => make("a", { class: "second", href: view(page) }, label);
-const settingsOf = (method) => goTo("Open the settings", METHODS[method].settings);
-const dial = (method) => step(METHODS[method].label, () => act({ this_file: METHODS[method].page, todo: METHODS[method].todo }));
-const valueOn = async (page, name) => get(page).then((there) => valueIn(there, name), () => "unknown");
-
-function upNow(status, { method, text }) {
-  if (!one("[data-state=gateway]", status) || part("gateway", status)) return { text: `${text}.`, kind: "good" };
-  return { text: `${text}. There is no gateway, so the internet is out of reach.`, kind: "bad", steps: [settingsOf(method)] };
-}
-
-async function downNow(status, method, base) {
-  const [change, connect] = [settingsOf(method), dial(method)];
-  if (method === "Modem" && !(await valueOn("sp_base.htm", "nat_tel01")))
-    return { text: "No connection is set up yet. How does this appliance reach the internet?",
-      steps: Object.entries(METHODS).map(([name, { settings }]) => goTo(name, settings)) };
-  if (valueIn(base, "internet_access") !== "checked")
-    return { text: `Internet access is switched off. The method is ${valueIn(base, "access_method")}.`, steps: [step("Switch internet access on",
-      () => act({ this_file: "nat_conn.htm", todo: "save", internet_access: "checked" })), change] };
-  if (method === "Direct connection") {
-    const text = part("dhcp", status) === "yes" ? "No address from DHCP. Check the cable of the WAN port." : "The WAN port has no address.";
-    return { text, kind: "bad", steps: [connect, change] };
-  }
-  const end = await endOfLog(status);
-  if (FAILURE.test(end)) return { text: `The last attempt failed. The log ends with: ${end}`, kind: "bad", steps: [change, connect] };
-  if (method === "PPPoE" && await valueOn("wan_ppp.htm", "ppp_idle_time") === "0")
-    return { text: "Not connected.", kind: "bad", steps: [connect, change] };
-  return { text: `Waiting for traffic: ${method === "PPPoE" ? method : "the modem"} dials when somebody needs it.`, kind: "good", steps: [connect] };
-}
-
-// Does what a button beside the state offers.
-const act = (fields) => during("This may take a minute.", null, async () => {
-  const page = await post({ next_file: "nat_base.htm", ...fields });
-  const isRefused = fields.todo === "save" && nameOf(page) !== "nat_base.htm";
-  say(messageOf(page), isRefused ? "bad" : "");
-  if (isRefused) return;
-  freshen(nameOf(page) === nameOf(document) ? page : await inForce());
-  forms().forEach(follow);
-  await showState(true);
-});
-
-// ---- what became of a request ----
-
-export function outcome({ button, page, text, said }) {
-  const { goal, empties } = button.dataset;
-  const { isUp, text: state } = linkOf(page);
-  if (goal === "up") return { text: text || (isUp ? `${state}.` : "Still not connected."), kind: isUp ? "good" : "" };
-  if (goal === "down") return { text: text || (isUp ? "Still connected." : "Disconnected."), kind: isUp ? "bad" : "good" };
-  if ("silent" in button.dataset) return { text, kind: "" };
-  if (!empties) return null;
-  const isEmpty = !textOf(one(`#${empties}`, page));
-  return { text: text || (isEmpty ? said : "It could not be cleared."), kind: isEmpty ? "good" : "bad" };
-}
-
-export function settled(isActed) {
-  showState(isActed);
-  tellOfLog();
-}
-
-// ---- logs ----
-
-async function wholeLog() {
-  const answer = await fetch(view("log&name=pppd"), { cache: "no-store" }).catch(() => null);
-  return answer?.headers.get("Content-Type")?.startsWith("text/plain") ? answer.text() : null;
-}
-
-// The end of a log that does not fit its room comes from the whole log.
-async function endOfLog(status) {
-  const shown = one("#log", status)?.textContent ?? "";
-  const log = shown.length < LOG_ROOM ? shown : await wholeLog() ?? "";
-  return log.trimEnd().split("\n").at(-1);
-}
-
-async function tellOfLog() {
-  const [log, note] = [one("#log"), one("#cut")];
-  if (!log) return;
-  note.hidden = log.textContent.length < LOG_ROOM;
-  const whole = note.hidden ? null : await wholeLog();
-  const kilo = (text) => Math.ceil(text.length / 1024);
-  one("span", note).textContent = whole === null ? "Only the beginning fits here. Clear the log and connect again to see what happens now."
-    : `Only the beginning fits here, ${kilo(log.textContent)} of ${kilo(whole)} kB.`;
-  one("a", note).hidden = whole === null;
-}
-
-// ---- looking again ----
-
-// Looks at the page again, while it is seen and nothing is being done on it.
-export function prepare(page) {
-  const seconds = page.dataset.refresh;
-  if (!seconds) return;
-  const box = make("input", { type: "checkbox" });
-  box.checked = sessionStorage.getItem("refresh") !== "off";
-  box.addEventListener("change", () => sessionStorage.setItem("refresh", box.checked ? "on" : "off"));
-  one(".actions", page).append(make("label", { class: "count" }, box, ` Refresh every ${seconds} seconds`));
-  setInterval(async () => {
-    if (!box.checked || document.hidden || isBusy() || one("dialog[open]")) return;
-    const fresh = await get(isOwn() ? "nat_status.htm" : nameOf(document)).catch(() => null);
-    if (!fresh || isBusy()) return;
-    if (nameOf(fresh) !== nameOf(document)) return location.replace(view("nat_status.htm")); // another method is in force
-    freshen(fresh);
-    settled(false);
-  }, seconds * 1000);
-}
-
+export const settled = showState;
 setInterval(() => document.hidden || showState(true), STATE_SECONDS * 1000);

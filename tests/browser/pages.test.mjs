@@ -35,7 +35,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   }
   async function show(name) {
     const answer = await page.goto(box.view(`${name}.htm`));
-    if (scripted) await page.waitForSelector("main[data-ready]");
+    if (scripted) await page.waitForSelector("main:is([data-ready], [data-shut])");
     return answer;
   }
   const field = (name) => page.locator(`:is(input, select)[name="${name}"]:not([type=hidden])`);
@@ -46,6 +46,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   async function reveal(each) {
     const change = page.locator("details:not([open])", { has: each }).locator("summary");
     if (await change.count()) await change.click();
+    if (scripted) await page.waitForSelector("main[data-ready]");
   }
   async function set(name, to) {
     const each = field(name);
@@ -66,7 +67,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await button.click();
     await answer;
     await page.waitForLoadState();
-    if (scripted) await page.locator("body:not([data-busy]):has(main[data-ready])").waitFor();
+    if (scripted) await page.locator("body:not([data-busy]):has(main:is([data-ready], [data-shut]))").waitFor();
   }
   const button = (name, form = page) => form.getByRole("button", { name, exact: true });
   const saveOf = (form) => page.locator(`#${form} .actions button`).first();
@@ -91,18 +92,23 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   after(async () => { await page?.context().close(); await box.close(); });
 
   test("every page opens, is light, fits a telephone, and reads well in light and dark", async () => {
-    const [style, script] = ["style.css", "script.js"].map((name) => statSync(new URL(name, www)).size);
+    const size = (name) => statSync(new URL(name, www)).size;
+    assert.ok(size("script.js") + size("style.css") < 40000);
     await open("nat_base", { viewport: { width: 360, height: 740 } });
+    let loaded = new Set();
+    page.on("request", (each) => /\w+\.js$/.test(each.url()) && loaded.add(/\w+\.js$/.exec(each.url())[0]));
     for (const name of ["nat_fs", "sp_fs"]) { // where the program's page for an unknown page leads
       await page.goto(`${box.base}/${name}.htm`);
       await page.locator("main a").click();
-      await page.waitForSelector("main[data-ready]");
+      await page.waitForSelector("main[data-shut], main[data-ready]");
     }
     for (const colorScheme of ["light", "dark"]) {
       await page.emulateMedia({ colorScheme });
       for (const name of PAGES) {
+        loaded = new Set(["style.css"]);
         const answer = await show(name);
-        assert.ok((await answer.body()).length + style + script < 60000, name);
+        const weight = [...loaded].reduce((sum, file) => sum + size(file), (await answer.body()).length);
+        assert.ok(weight < 60000, `${name}: ${weight}`);
         assert.equal(await page.evaluate(() => document.body.dataset.page), `${name}.htm`);
         assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${name} overflows`);
         await page.locator(".menu summary").click();

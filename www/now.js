@@ -1,0 +1,131 @@
+// What the state of the connection means, and what can be done about it; what changes by itself is looked at again.
+import { during, forms, get, inForce, isBusy, make, messageOf, nameOf, one, post, say, step, textOf, view } from "./page.js";
+import { isOwn, linkOf, part, showState, watchers } from "./link.js";
+import { freshen, newest, valueIn } from "./values.js";
+
+const LOG_ROOM = 7900; // characters of a log from which on it may be cut
+const FAILURE = /fail|error|no (carrier|answer|dial)|busy|time(d )?out|refused|denied/i;
+const METHODS = {
+  "Direct connection": { choice: "WAN Port - Direct Connection", settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect", label: "Connect now" },
+  PPPoE: { choice: "WAN Port - PPPoE", settings: "wan_ppp.htm", page: "ppp_status.htm", todo: "ppp_connect", label: "Connect now" },
+  Modem: { choice: "Serial Port", settings: "sp_base.htm", page: "sp_status.htm", todo: "nat_dial", label: "Dial now" },
+};
+
+// ---- the state in words ----
+
+async function showNow(status, link) {
+  const base = nameOf(newest()) === "nat_base.htm" ? newest() : await get("nat_base.htm").catch(() => null);
+  if (!base) return;
+  const { text, kind = "", steps = [] } = link.isUp ? upNow(status, link) : await downNow(status, base);
+  const now = one("#now");
+  now.dataset.kind = kind;
+  if (textOf(one("p", now)) !== text) one("p", now).textContent = text;
+  one(".buttons", now).replaceChildren(...steps);
+  now.hidden = false;
+}
+
+const goTo = (label, page) => make("a", { class: "second", href: view(page) }, label);
+const settingsOf = (method) => goTo("Open the settings", METHODS[method].settings);
+const dial = (method) => step(METHODS[method].label, () => act({ this_file: METHODS[method].page, todo: METHODS[method].todo }));
+const valueOn = async (page, name) => get(page).then((there) => valueIn(there, name), () => "unknown");
+
+function upNow(status, { method, text }) {
+  if (!one("[data-state=gateway]", status) || part("gateway", status)) return { text: `${text}.`, kind: "good" };
+  return { text: `${text}. There is no gateway, so the internet is out of reach.`, kind: "bad", steps: [settingsOf(method)] };
+}
+
+// While internet access is off, the status is that of no method: the settings tell which one is meant.
+async function downNow(status, base) {
+  const chosen = valueIn(base, "access_method");
+  const method = Object.keys(METHODS).find((each) => METHODS[each].choice === chosen);
+  const [change, connect] = [settingsOf(method), dial(method)];
+  if (method === "Modem" && !(await valueOn("sp_base.htm", "nat_tel01")))
+    return { text: "No connection is set up yet. How does this appliance reach the internet?",
+      steps: Object.entries(METHODS).map(([name, { settings }]) => goTo(name, settings)) };
+  if (valueIn(base, "internet_access") !== "checked")
+    return { text: `Internet access is switched off. The method is ${method}.`, steps: [step("Switch internet access on",
+      () => act({ this_file: "nat_conn.htm", todo: "save", internet_access: "checked" })), change] };
+  if (method === "Direct connection") {
+    const text = part("dhcp", status) === "yes" ? "No address from DHCP. Check the cable of the WAN port." : "The WAN port has no address.";
+    return { text, kind: "bad", steps: [connect, change] };
+  }
+  const end = await endOfLog(status);
+  if (FAILURE.test(end)) return { text: `The last attempt failed. The log ends with: ${end}`, kind: "bad", steps: [change, connect] };
+  if (method === "PPPoE" && await valueOn("wan_ppp.htm", "ppp_idle_time") === "0")
+    return { text: "Not connected.", kind: "bad", steps: [connect, change] };
+  return { text: `Waiting for traffic: ${method === "PPPoE" ? method : "the modem"} dials when somebody needs it.`, kind: "good", steps: [connect] };
+}
+
+// Does what a button beside the state offers.
+const act = (fields) => during("This may take a minute.", null, async () => {
+  const page = await post({ next_file: "nat_base.htm", ...fields });
+  const isRefused = fields.todo === "save" && nameOf(page) !== "nat_base.htm";
+  say(messageOf(page), isRefused ? "bad" : "");
+  if (isRefused) return;
+  freshen(nameOf(page) === nameOf(document) ? page : await inForce());
+  forms().forEach((form) => form.dispatchEvent(new Event("input")));
+  await showState(true);
+});
+
+// ---- what became of a request ----
+
+export function outcome({ button, page, text, said }) {
+  const { goal, empties } = button.dataset;
+  const { isUp, text: state } = linkOf(page);
+  if (goal === "up") return { text: text || (isUp ? `${state}.` : "Still not connected."), kind: isUp ? "good" : "" };
+  if (goal === "down") return { text: text || (isUp ? "Still connected." : "Disconnected."), kind: isUp ? "bad" : "good" };
+  if ("silent" in button.dataset) return { text, kind: "" };
+  if (!empties) return null;
+  const isEmpty = !textOf(one(`#${empties}`, page));
+  return { text: text || (isEmpty ? said : "It could not be cleared."), kind: isEmpty ? "good" : "bad" };
+}
+
+export const settled = tellOfLog;
+
+// ---- logs ----
+
+async function wholeLog() {
+  const answer = await fetch(view("log&name=pppd"), { cache: "no-store" }).catch(() => null);
+  return answer?.headers.get("Content-Type")?.startsWith("text/plain") ? answer.text() : null;
+}
+
+// The end of a log that does not fit its room comes from the whole log.
+async function endOfLog(status) {
+  const shown = one("#log", status)?.textContent ?? "";
+  const log = shown.length < LOG_ROOM ? shown : await wholeLog() ?? "";
+  return log.trimEnd().split("\n").at(-1);
+}
+
+async function tellOfLog() {
+  const [log, note] = [one("#log"), one("#cut")];
+  if (!log) return;
+  note.hidden = log.textContent.length < LOG_ROOM;
+  const whole = note.hidden ? null : await wholeLog();
+  const kilo = (text) => Math.ceil(text.length / 1024);
+  one("span", note).textContent = whole === null ? "Only the beginning fits here. Clear the log and connect again to see what happens now."
+    : `Only the beginning fits here, ${kilo(log.textContent)} of ${kilo(whole)} kB.`;
+  one("a", note).hidden = whole === null;
+}
+
+// ---- looking again ----
+
+// Looks at the page again, while it is seen and nothing is being done on it.
+export function prepare(page) {
+  const seconds = page.dataset.refresh;
+  if (!seconds) return;
+  const box = make("input", { type: "checkbox" });
+  box.checked = sessionStorage.getItem("refresh") !== "off";
+  box.addEventListener("change", () => sessionStorage.setItem("refresh", box.checked ? "on" : "off"));
+  one(".actions", page).append(make("label", { class: "count" }, box, ` Refresh every ${seconds} seconds`));
+  setInterval(async () => {
+    if (!box.checked || document.hidden || isBusy() || one("dialog[open]")) return;
+    const fresh = await get(isOwn() ? "nat_status.htm" : nameOf(document)).catch(() => null);
+    if (!fresh || isBusy()) return;
+    if (nameOf(fresh) !== nameOf(document)) return location.replace(view("nat_status.htm")); // another method is in force
+    freshen(fresh);
+    showState(false);
+    tellOfLog();
+  }, seconds * 1000);
+}
+
+if (one("#now")) watchers.push(showNow);
