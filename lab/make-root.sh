@@ -83,6 +83,7 @@ cp -RL "$www" "$root/www"
 <head>
 <meta charset="utf-8">
 <meta http-equiv="refresh" content="0; url=nat.cgi?next_file=nat_base.htm">
+<link rel="icon" href="icon.svg">
 <title>Internet sharing</title>
 </head>
 <body><p><a href="nat.cgi?next_file=nat_base.htm">Internet sharing</a></p></body>

@@ -32,7 +32,7 @@ async function submit(event) {
 
 // A button that leaves the fields alone needs only what it is meant for.
 function isWrong(form, button) {
-  all("[data-strip]", form).forEach(strip);
+  all("[data-host]", form).forEach(strip);
   follow(form);
   const wrong = mark(form, fieldsOf(form).filter((field) => !button.formNoValidate || field.type === "radio"));
   wrong?.focus();
@@ -139,11 +139,9 @@ function back(form) {
   follow(form);
 }
 
-// What was pasted with more around it.
+// Of a whole address only the host counts.
 function strip(field) {
-  const text = field.value.trim();
-  const host = /^(?:[a-z][a-z\d+.-]*:\/\/)?(?:[^@/]*@)?([^/?#:]*)/i;
-  field.value = field.dataset.strip === "mac" ? text.replace(/[^\da-z]/gi, "") : host.exec(text)[1];
+  field.value = /^(?:[a-z][a-z\d+.-]*:\/\/)?(?:[^@/]*@)?([^/?#:]*)/i.exec(field.value.trim())[1];
 }
 
 // An address may be pasted whole; a dot or the third digit goes on to the next number.
@@ -255,7 +253,7 @@ addEventListener("beforeunload", (event) => {
   if (forms().some(isEdited)) event.preventDefault();
 });
 addEventListener("change", ({ target }) => {
-  if (target.dataset.strip) strip(target);
+  if ("host" in target.dataset) strip(target);
   if (target.form?.dataset.shows) target.form.requestSubmit();
 });
 addEventListener("wheel", ({ target }) => {

@@ -4,7 +4,6 @@ import { follow, RULES } from "./rules.js";
 import { before, builders, current, fill, labelOf, named, newest, take, tellers, valuesOf, write } from "./values.js";
 
 const SEARCH_FROM = 8; // entries from which a list gets a search field
-const ROOM = 20000; // characters of a list of sites from which on it may be cut
 const PROTOCOLS = ["TCP", "UDP", "TCP/UDP", "none", "n/a"]; // as the lists of applications count them
 
 // ---- what became of a request ----
@@ -16,7 +15,7 @@ function entriesOf(name, page) {
   const texts = all("option", list).map(({ text }) => text.trim());
   return list.multiple ? texts : [list.value, ...texts];
 }
-const isCut = (name, page) => entriesOf(name, page).join("<option>\n").length > ROOM;
+const isCut = (page) => Boolean(textOf(one("#cut", page)));
 
 export function outcome({ form, was, page, text, said, data }) {
   const { list, good } = form.dataset;
@@ -26,7 +25,7 @@ export function outcome({ form, was, page, text, said, data }) {
   if (left.length) return { text: `Still on the list: ${left.join(", ")}. ${text}`, kind: "bad" };
   if (entriesOf(list, was).join("\n") !== now.join("\n")) return { text: text || said, kind: !text || (good && text.includes(good)) ? "good" : "" };
   if (text) return { text, kind: text.startsWith("Warning") ? "" : "bad" };
-  return isCut(list, page) ? { text: `${said} The list is too long to show it.`, kind: "good" }
+  return isCut(page) ? { text: `${said} The list is too long to show it.`, kind: "good" }
     : { text: "Nothing has changed: the list is as it was.", kind: "" };
 }
 
@@ -39,16 +38,13 @@ const firstWord = (entry) => entry.split(/\s/)[0];
 function checklist(list) {
   const { name } = list;
   const boxes = make("div", { class: "checks", role: "group", "aria-label": labelOf(list) });
-  const cut = one(".cut", list.form);
   list.closest(".field").replaceWith(boxes);
   builders.push((page) => {
-    const entries = entriesOf(name, page);
-    boxes.replaceChildren(...entries.map((entry) => make("label", {},
+    boxes.replaceChildren(...entriesOf(name, page).map((entry) => make("label", {},
       make("input", { type: "checkbox", name, value: firstWord(entry) }), ` ${entry}`)));
-    if (cut) cut.textContent = isCut(name, page) ? `The list is longer: these are the first ${entries.length}.` : "";
     boxes.dispatchEvent(new Event("renewed"));
   });
-  searchable(boxes, (text) => isCut(name, newest()) && step(`Delete ${text} from the list`, () => {
+  searchable(boxes, (text) => isCut(newest()) && step(`Delete ${text} from the list`, () => {
     boxes.append(make("input", { type: "checkbox", name, value: text, checked: true, hidden: true }));
     boxes.closest("form").requestSubmit(one(".danger", boxes.closest("form")));
   }));

@@ -3,7 +3,6 @@ import { during, forms, get, inForce, isBusy, make, messageOf, nameOf, one, post
 import { isOwn, linkOf, part, showState, watchers } from "./link.js";
 import { freshen, newest, valueIn } from "./values.js";
 
-const LOG_ROOM = 7900; // characters of a log from which on it may be cut
 const FAILURE = /fail|error|no (carrier|answer|dial)|busy|time(d )?out|refused|denied/i;
 const METHODS = {
   "Direct connection": { choice: "WAN Port - Direct Connection", settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect", label: "Connect now" },
@@ -80,8 +79,6 @@ export function outcome({ button, page, text, said }) {
   return { text: text || (isEmpty ? said : "It could not be cleared."), kind: isEmpty ? "good" : "bad" };
 }
 
-export const settled = tellOfLog;
-
 // ---- logs ----
 
 async function wholeLog() {
@@ -91,20 +88,9 @@ async function wholeLog() {
 
 // The end of a log that does not fit its room comes from the whole log.
 async function endOfLog(status) {
-  const shown = one("#log", status)?.textContent ?? "";
-  const log = shown.length < LOG_ROOM ? shown : await wholeLog() ?? "";
+  const isCut = textOf(one("#cut", status));
+  const log = isCut ? await wholeLog() ?? "" : one("#log", status)?.textContent ?? "";
   return log.trimEnd().split("\n").at(-1);
-}
-
-async function tellOfLog() {
-  const [log, note] = [one("#log"), one("#cut")];
-  if (!log) return;
-  note.hidden = log.textContent.length < LOG_ROOM;
-  const whole = note.hidden ? null : await wholeLog();
-  const kilo = (text) => Math.ceil(text.length / 1024);
-  one("span", note).textContent = whole === null ? "Only the beginning fits here. Clear the log and connect again to see what happens now."
-    : `Only the beginning fits here, ${kilo(log.textContent)} of ${kilo(whole)} kB.`;
-  one("a", note).hidden = whole === null;
 }
 
 // ---- looking again ----
@@ -124,7 +110,6 @@ export function prepare(page) {
     if (nameOf(fresh) !== nameOf(document)) return location.replace(view("nat_status.htm")); // another method is in force
     freshen(fresh);
     showState(false);
-    tellOfLog();
   }, seconds * 1000);
 }
 

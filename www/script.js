@@ -23,7 +23,7 @@
 //          data-from     name of the first field of a range of which it is the last
 //          data-port     cannot be that of another server that is on
 //          data-typed    empty again after a success
-//          data-strip    what is left of it when more was pasted: the "host" of an address, the digits of a "mac"
+//          data-host     only the host of a pasted address is left of it
 //          data-hosts    gets a list of the hosts of the LAN to choose from
 //   octets data-mask     is a netmask
 //          data-beside   address and netmask of the network that this gateway must be in
