@@ -43,7 +43,7 @@ async function downNow(status, base) {
       steps: Object.entries(METHODS).map(([name, { settings }]) => goTo(name, settings)) };
   if (valueIn(base, "internet_access") !== "checked")
     return { text: `Internet access is switched off. The method is ${method}.`, steps: [step("Switch internet access on",
-      () => act({ this_file: "nat_conn.htm", todo: "save", internet_access: "checked" })), change] };
+      () => act({ this_file: "nat_conn.htm", todo: "save", next_file: "nat_base.htm", internet_access: "checked" })), change] };
   if (method === "Direct connection") {
     const text = part("dhcp", status) === "yes" ? "No address from DHCP. Check the cable of the WAN port." : "The WAN port has no address.";
     return { text, kind: "bad", steps: [connect, change] };
@@ -55,10 +55,10 @@ async function downNow(status, base) {
   return { text: `Waiting for traffic: ${method === "PPPoE" ? method : "the modem"} dials when somebody needs it.`, kind: "good", steps: [connect] };
 }
 
-// Does what a button beside the state offers.
+// Does what a button beside the state offers. A status page acts while it is shown, so that it must be the answer.
 const act = (fields) => during("This may take a minute.", null, async () => {
-  const page = await post({ next_file: "nat_base.htm", ...fields });
-  const isRefused = fields.todo === "save" && nameOf(page) !== "nat_base.htm";
+  const page = await post(fields);
+  const isRefused = fields.next_file && nameOf(page) !== fields.next_file;
   say(messageOf(page), isRefused ? "bad" : "");
   if (isRefused) return;
   freshen(nameOf(page) === nameOf(document) ? page : await inForce());
