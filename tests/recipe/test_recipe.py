@@ -37,7 +37,8 @@ def test_the_recipe_makes_a_page_that_saves(tmp_path, monkeypatch):
     monkeypatch.setattr(harness, "WWW", build / "www")
     harness.make_template(tmp_path / "template")
     appliance = harness.Appliance(tmp_path / "root", tmp_path / "template")
-    assert appliance.view("nat_time.htm").shown == {"idle": "2", "retry": "3", "typed": ""}
+    shown = appliance.view("nat_time.htm").shown
+    assert (shown["idle"], shown["retry"]) == ("2", "3")
     result = appliance.save("nat_time.htm", next_file="nat_time.htm", idle="7", retry="9")
     assert (result.page, result.message, result.shown["retry"]) == ("nat_time.htm", "", "9")
     assert (appliance.keys(RECORD)["Idle"], appliance.keys(RECORD)["Retry"]) == ("7", "9")
