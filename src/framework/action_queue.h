@@ -82,3 +82,12 @@ using ProcTails = std::array<ProcTail, kLevels>;
 // Queues the action with that number. 0 queued, now or before; -1 there is none; -2 no heads or no
 // tails; -3 no memory (it stays unqueued). Setters ignore the result.
 int AddProcToQueue(unsigned index, ProcHeads* heads, ProcFlags* queued, ProcTails* tails);
+
+// The queue as a setter gets it, in one piece for those to whom the setter hands it on.
+struct Actions {
+    ProcHeads* heads;
+    ProcFlags* queued;
+    ProcTails* tails;
+
+    void add(Action action) const { AddProcToQueue(action, heads, queued, tails); }
+};

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
+#include <span>
+#include <vector>
 
 #include "base/failures.h"
 #include "base/text.h"
@@ -36,6 +39,14 @@ constexpr auto join_rows(const std::array<KeyFun<Record>, N>&... parts) {
     auto next = rows.begin();
     ((next = std::copy(parts.begin(), parts.end(), next)), ...);
     return rows;
+}
+
+// The getters of several families, for a page that shows them all.
+inline std::vector<KeyGetter> join_getters(
+    std::initializer_list<std::span<const KeyGetter>> families) {
+    std::vector<KeyGetter> all;
+    for (const auto family : families) all.insert(all.end(), family.begin(), family.end());
+    return all;
 }
 
 // Keys put together at compile time: joined<"vs_web", "_enable"> is "vs_web_enable".
@@ -73,6 +84,11 @@ inline int show_switch(ValueText& value, bool on) {
     return show(value, on ? "checked" : "unchecked");
 }
 
+// How savers read a switch. What is neither "checked" nor "unchecked" leaves some switches off and
+// turns others on, each as it always has: a form of one's own may post either.
+constexpr bool is_checked(std::string_view value) { return value == "checked"; }
+constexpr bool is_not_unchecked(std::string_view value) { return value != "unchecked"; }
+
 // A page whose getters and savers share no record.
 struct NoRecord {};
 
@@ -94,6 +110,14 @@ int save_fields(const std::array<KeyFun<Record>, N>& keys, const FormList* form,
         if (refused) return refused;
     }
     return 0;
+}
+
+// The same for a page whose record itself tells whether a field changed it.
+template <class Record, std::size_t N>
+int save_fields(const std::array<KeyFun<Record>, N>& keys, const FormList* form, Present present,
+                int mode, Message& message, Record& record) {
+    bool any = false;
+    return save_fields(keys, form, present, mode, message, record, any);
 }
 
 // Gathers what a page shows before it is rendered. What cannot be read stays empty; the page tells

@@ -2,12 +2,9 @@
 // the pages of services, web filter and virtual servers edit, with the value in force.
 #include "nat/nat_base.h"
 
-#include <vector>
-
 #include "appliance/dns_fields.h"
-#include "appliance/record_fields.h"
+#include "appliance/record_page.h"
 #include "filter/nat_filter.h"
-#include "framework/msgfile.h"
 #include "nat/nat_conn.h"
 #include "nat/nat_vs.h"
 
@@ -15,6 +12,7 @@ namespace {
 
 constexpr char kPage[] = "nat_base.htm";
 
+// Here every octet of a host can be typed; access control keeps those of the LAN (ac_cfg.cpp).
 int get_true(ValueText& value, LongText&, int&) { return show(value, "true"); }
 
 constexpr std::array kOwnGetters = std::to_array<KeyGetter>({
@@ -27,15 +25,10 @@ constexpr std::array kOwnGetters = std::to_array<KeyGetter>({
 }  // namespace
 
 int get_nat_base(const char* message, const FormList* form) {
-    Message failure;
-    if (read_record(&shown_record, failure) != 0 && !message) message = failure.c_str();
-    if (read_shown_filter() != 0 && !message) {
-        GetErrMsgByIndex(Msg::NoFilterSettings, failure);
-        message = failure.c_str();
-    }
-    std::vector<KeyGetter> keys;
-    for (const std::span<const KeyGetter> family :
-         {service_getters, filter_getters, server_getters, std::span<const KeyGetter>(kOwnGetters)})
-        keys.insert(keys.end(), family.begin(), family.end());
-    return render_page(kPage, keys, {}, message, form);
+    PageMessage note(message);
+    read_shown_record(note);
+    if (read_shown_filter() != 0) note.tell(Msg::NoFilterSettings);
+    const std::vector keys =
+        join_getters({service_getters, filter_getters, server_getters, kOwnGetters});
+    return render_page(kPage, keys, {}, note.text(), form);
 }

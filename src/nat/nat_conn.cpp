@@ -7,13 +7,10 @@
 #include "appliance/addresses.h"
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
-#include "appliance/ppp_conf.h"
-#include "appliance/record_fields.h"
+#include "appliance/record_page.h"
 #include "base/files.h"
 #include "base/log.h"
-#include "base/paths.h"
 #include "filter/firewall.h"
-#include "framework/msgfile.h"
 #include "framework/profile.h"
 #include "nat/service_script.h"
 
@@ -38,7 +35,7 @@ bool DhcpClient() { return setting<80>(CgiQSFile, "bootproto", "") == "dhcp"; }
 
 int save_internet_access(const char* value, int mode, Message& message, ServiceEdit& record) {
     if (mode == kCheck) return 0;
-    const bool on = !is(value, "unchecked");
+    const bool on = is_not_unchecked(value);
     if (on && DhcpClient()) return refuse(Msg::AddressFromDhcp, message);
     record.NatEnable = on;
     record.NetChanged = on != (PortEnabled() != 0);
@@ -61,7 +58,7 @@ int save_access_method(const char* value, int mode, Message&, ServiceEdit& recor
 
 template <int PPPConf::*Service>
 int save_service(const char* value, int mode, Message&, ServiceEdit& record) {
-    if (mode == kSet) store(record.*Service, int{!is(value, "unchecked")}, record);
+    if (mode == kSet) store(record.*Service, int{is_not_unchecked(value)}, record);
     return 0;
 }
 
@@ -69,7 +66,7 @@ int save_enable_ac(const char* value, int mode, Message&, ServiceEdit& record) {
     if (mode == kCheck) return 0;
     const std::optional<Profile> settings = Profile::open(CgiQSFile);
     if (!settings) return 0;
-    const bool on = is(value, "checked");
+    const bool on = is_checked(value);
     Text<8> current;
     GetProfileString("acc_en", "0", current, &*settings);
     if (current.view().starts_with(on ? '1' : '0')) return 0;
@@ -88,7 +85,7 @@ void warn_of_dmz(const FormList* form) {
 }
 
 int save_enable_dmz(const char* value, int mode, Message&, ServiceEdit& record) {
-    if (mode == kCheck || !store(record.DMZ, int{is(value, "checked")}, record)) return 0;
+    if (mode == kCheck || !store(record.DMZ, int{is_checked(value)}, record)) return 0;
     record.VSChanged = 1;
     if (record.DMZ) warn_of_dmz(record.form);
     return 0;
@@ -173,13 +170,13 @@ int store_all(const ServiceEdit& record, Message& message) {
 }
 
 // What the stored settings mean for what runs, at once or queued.
-void put_into_force(const PPPConf& record, ProcHeads* heads, ProcFlags* queued, ProcTails* tails) {
+void put_into_force(const PPPConf& record, const Actions& actions) {
     log_line("nat_conn: add process");
     if (record.NetChanged)
-        AddProcToQueue(kRunWANConnect, heads, queued, tails);
+        actions.add(kRunWANConnect);
     else
         act_change();
-    if (record.VSChanged) AddProcToQueue(kSaveAndRunVS, heads, queued, tails);
+    if (record.VSChanged) actions.add(kSaveAndRunVS);
 }
 
 int check(const FormList* form, Message& message) {
@@ -203,17 +200,11 @@ int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, Proc
     if (!field_is(form, "todo", "save")) return 0;
     ServiceEdit record;
     record.form = form;
-    const int unreadable = read_record(&record, message);
-    if (unreadable) return unreadable;
-    told(replace_file(UserF, record.User));
-
-    bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::only_filled, mode, message, record, any);
-    if (refused) return refused;
-    if (!any || !record.Changed) return 0;
-    const int unstored = store_all(record, message);
-    if (unstored) return unstored;
-    put_into_force(record, heads, queued, tails);
-    return 0;
+    const auto walk = [&] {
+        told(replace_file(UserF, record.User));
+        return save_fields(key_fun_tab, form, Present::only_filled, mode, message, record);
+    };
+    const Saved saved = save_record(record, mode, message, walk, store_all);
+    if (saved.stored) put_into_force(record, {heads, queued, tails});
+    return saved.refused;
 }

@@ -7,10 +7,8 @@
 #include <vector>
 
 #include "appliance/addresses.h"
-#include "appliance/ppp_conf.h"
-#include "appliance/record_fields.h"
+#include "appliance/record_page.h"
 #include "base/words.h"
-#include "framework/msgfile.h"
 #include "nat/external_address.h"
 
 namespace {
@@ -72,11 +70,6 @@ struct User {
 };
 
 // ---- the savers ----
-
-// The fixed services are off, HTTPS and the user-defined servers are on, when the field says
-// neither "checked" nor "unchecked".
-bool is_checked(std::string_view value) { return value == "checked"; }
-bool is_not_unchecked(std::string_view value) { return value != "unchecked"; }
 
 template <class Server, bool (*IsOn)(std::string_view)>
 int save_enable(const char* value, int mode, Message&, ServerEdit& record) {
@@ -220,10 +213,9 @@ constexpr std::array kServerGetters = getters_of(server_rows);
 constinit const std::span<const KeyGetter> server_getters = kServerGetters;
 
 int get_vs(const char* message, const FormList* form) {
-    PPPConf record;
-    Message failure;
-    if (read_record(&record, failure) != 0 && !message) message = failure.c_str();
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    PageMessage note(message);
+    read_shown_record(note);
+    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
 }
 
 int set_vs(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails, int mode,
@@ -231,14 +223,10 @@ int set_vs(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails*
     if (!field_is(form, "todo", "save")) return 0;
     ServerEdit record;
     record.form = form;
-    const int unreadable = read_record(&record, message);
-    if (unreadable) return unreadable;
-    bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::also_empty, mode, message, record, any);
-    if (refused || mode == kCheck || !any || !record.Changed) return refused;
-    const int unsaved = SavePPPConf(record, message);
-    if (unsaved) return unsaved;
-    AddProcToQueue(kSaveAndRunVS, heads, queued, tails);
-    return 0;
+    const auto walk = [&] {
+        return save_fields(key_fun_tab, form, Present::also_empty, mode, message, record);
+    };
+    const Saved saved = save_record(record, mode, message, walk);
+    if (saved.stored) AddProcToQueue(kSaveAndRunVS, heads, queued, tails);
+    return saved.refused;
 }

@@ -8,30 +8,18 @@
 #include "appliance/account_fields.h"
 #include "appliance/addresses.h"
 #include "appliance/dns_fields.h"
-#include "appliance/ppp_conf.h"
+#include "appliance/record_page.h"
 #include "base/log.h"
-#include "base/paths.h"
 #include "base/words.h"
-#include "framework/msgfile.h"
 
 namespace {
 
 constexpr char kPage[] = "sp_int.htm";
 
-PPPConf conf;
-
 int refuse_entry(int number, Message& message) {
     GetErrMsgByIndex(number, message, PppConfFile);
     return 1;
 }
-
-int get_dns(ValueText& value, LongText&, int&) {
-    value = conf.DNS.view();
-    return 0;
-}
-
-// For a field that only the form itself knows what to do with.
-int save_nothing(const char*, int, Message&, PPPConf&) { return 0; }
 
 template <auto Field>
 int save_text(const char* value, int mode, Message&, PPPConf& record) {
@@ -88,61 +76,58 @@ int save_ip4(const char* value, int mode, Message& message, PPPConf& record) {
     return refused;
 }
 
+// ---- the values in force ----
+
+int get_dynamic_ip(ValueText& value, LongText&, int&) {
+    return show(value, shown_record.DynamicIP ? "dynamic" : "fixed");
+}
+
+// The page's own script compares the password with its confirmation: nothing here looks at that.
 constexpr std::array account_rows = std::to_array<KeyFun<PPPConf>>({
-    {"dns_name", get_dns, save_nothing},
-    {"nat_ac_name", nullptr, required<Msg::NoUserName, save_text<&PPPConf::User>>},
-    {"nat_ac_pwd", nullptr, save_ac_pwd},
-    {"nat_ac_pwd_v", nullptr, save_nothing},
-    {"nat_tel01", nullptr,
+    {"nat_ac_name", get_text<&PPPConf::User>, required<Msg::NoUserName, save_text<&PPPConf::User>>},
+    {"nat_ac_pwd", get_text<&PPPConf::Password>, save_ac_pwd},
+    {"nat_ac_pwd_v", get_text<&PPPConf::Password>, nullptr},
+    {"nat_tel01", get_text<&PPPConf::Phone1>,
      required<Msg::NoTelephone, save_telephone<&PPPConf::Phone1, kFirstNumber>>},
-    {"nat_tel02", nullptr, save_telephone<&PPPConf::Phone2, kSecondNumber>},
-    {"nat_tel03", nullptr, save_telephone<&PPPConf::Phone3, kThirdNumber>},
-    {"nat_idle_time", nullptr, required<Msg::NoIdleTime, save_idle>},
-    {"nat_isp_ip_radio", nullptr, save_dynamic_ip},
-    {"nat_isp_ip01", nullptr, save_octet<first_octet>},
-    {"nat_isp_ip02", nullptr, save_octet<middle_octet>},
-    {"nat_isp_ip03", nullptr, save_octet<middle_octet>},
-    {"nat_isp_ip04", nullptr, save_ip4},
+    {"nat_tel02", get_text<&PPPConf::Phone2>, save_telephone<&PPPConf::Phone2, kSecondNumber>},
+    {"nat_tel03", get_text<&PPPConf::Phone3>, save_telephone<&PPPConf::Phone3, kThirdNumber>},
+    {"nat_idle_time", get_number<&PPPConf::Idle>, required<Msg::NoIdleTime, save_idle>},
+    {"nat_isp_ip_radio", get_dynamic_ip, save_dynamic_ip},
+    {"nat_isp_ip01", get_octet<&PPPConf::IP, 1>, save_octet<first_octet>},
+    {"nat_isp_ip02", get_octet<&PPPConf::IP, 2>, save_octet<middle_octet>},
+    {"nat_isp_ip03", get_octet<&PPPConf::IP, 3>, save_octet<middle_octet>},
+    {"nat_isp_ip04", get_octet<&PPPConf::IP, 4>, save_ip4},
 });
 
-// On this page the DNS fields, like the others, show what was posted.
-template <std::size_t N>
-constexpr auto without_getters(std::array<KeyFun<PPPConf>, N> rows) {
-    for (KeyFun<PPPConf>& row : rows) row.getter = nullptr;
-    return rows;
-}
+constexpr std::array dns_name_row = std::to_array<KeyFun<PPPConf>>({
+    {"dns_name", get_text<&PPPConf::DNS>, nullptr},
+});
 
-constexpr std::array key_fun_tab = join_rows(account_rows, without_getters(dns_rows<PPPConf>));
-
-// Reads the record, has the fields checked or stored in it, and writes a changed one back.
-int save(const FormList* form, int mode, Message& message, bool& written) {
-    const int unreadable = read_record(&conf, message);
-    if (unreadable) return unreadable;
-    bool any = false;
-    const int refused = save_fields_and_dns(key_fun_tab, form, mode, message, conf, any);
-    if (refused || mode == kCheck || !any || !conf.Changed) return refused;
-    written = true;
-    return SavePPPConf(conf, message);
-}
+constexpr std::array key_fun_tab =
+    join_rows(dns_name_row, without_getters(account_rows), without_getters(dns_rows<PPPConf>));
+constexpr std::array kAccountGetters = getters_of(account_rows);
 
 }  // namespace
 
+constinit const std::span<const KeyGetter> account_getters = kAccountGetters;
+
 int get_sp_int(const char* message, const FormList* form) {
-    Message failure;
-    if (read_record(&conf, failure) != 0 && !message) message = failure.c_str();
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    PageMessage note(message);
+    read_shown_record(note);
+    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
 }
 
 int set_sp_int(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                int mode, Message& message) {
     if (!field_is(form, "todo", "save")) return 0;
-    bool written = false;
-    const int refused = save(form, mode, message, written);
-    if (refused) {
-        log_line("%s", message.view());
-        return refused;
-    }
-    if (!written) return 0;
+    PPPConf record;
+    const auto walk = [&] {
+        bool any = false;
+        return save_fields_and_dns(key_fun_tab, form, mode, message, record, any);
+    };
+    const Saved saved = save_record(record, mode, message, walk);
+    if (saved.refused) log_line("%s", message.view());
+    if (!saved.stored) return saved.refused;
     for (const Action action : {kSaveDiald, kSaveSecret, kSaveTel, kSaveOptions, kSaveFilter})
         AddProcToQueue(action, heads, queued, tails);
     return 0;

@@ -1,6 +1,8 @@
 // The ISP settings page of the modem connection, "sp_int.htm".
 #pragma once
 
+#include <span>
+
 #include "framework/page.h"
 
 // Renders the page. Of its keys only "dns_name" has a value of its own; the others show what was
@@ -12,3 +14,6 @@ int get_sp_int(const char* message, const FormList* form);
 // Refusals: 13, 15, 16, 17, 19, 62, 69, or the record's.
 int set_sp_int(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                int mode, Message& message);
+
+// The account's fields with the values in force (record_fields.h), for the overview.
+extern const std::span<const KeyGetter> account_getters;

@@ -7,14 +7,13 @@
 #include <string>
 
 #include "appliance/account_fields.h"
-#include "appliance/ppp_conf.h"
+#include "appliance/record_page.h"
 #include "base/escape.h"
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/words.h"
 #include "framework/html-lib.h"
-#include "framework/msgfile.h"
 #include "framework/page_room.h"
 #include "framework/profile.h"
 #include "serial/inf_parser.h"
@@ -24,8 +23,7 @@ namespace {
 
 constexpr char kPage[] = "sp_port.htm";
 
-PPPConf conf;
-bool offers_defaults = false;
+bool offers_defaults = false;  // the page that is rendered next
 
 std::string option_of(const Modem& modem) {
     return std::string("<option>").append(modem.name).append("\n");
@@ -83,8 +81,6 @@ int get_left_out(ValueText& value, LongText&, int&) {
     return 0;
 }
 
-int save_nothing(const char*, int, Message&, PPPConf&) { return 0; }
-
 int save_speed(const char* value, int mode, Message&, PPPConf& record) {
     if (mode == kSet) store(record.BaudRate, static_cast<std::int32_t>(to_long(value)), record);
     return 0;
@@ -123,14 +119,27 @@ int save_dialtype(const char* value, int mode, Message&, PPPConf& record) {
     return 0;
 }
 
-constexpr std::array key_fun_tab = std::to_array<KeyFun<PPPConf>>({
-    {"show_modemlist", get_modemlist, save_nothing},
-    {"modems_left_out", get_left_out, nullptr},
-    {"nat_serspeed_list", nullptr, save_speed},
-    {"nat_modem_list", nullptr, save_modem},
-    {"nat_init_string", nullptr, save_initstr},
-    {"nat_dial_type_radio", nullptr, save_dialtype},
+// ---- the values in force ----
+
+int get_dialtype(ValueText& value, LongText&, int&) {
+    const auto type = static_cast<std::size_t>(shown_record.DialType);
+    return show(value, type < kDialTypes.size() ? kDialTypes[type] : "");
+}
+
+constexpr std::array modem_rows = std::to_array<KeyFun<PPPConf>>({
+    {"nat_serspeed_list", get_number<&PPPConf::BaudRate>, save_speed},
+    {"nat_modem_list", get_text<&PPPConf::Modem>, save_modem},
+    {"nat_init_string", get_text<&PPPConf::InitStr>, save_initstr},
+    {"nat_dial_type_radio", get_dialtype, save_dialtype},
 });
+
+constexpr std::array list_rows = std::to_array<KeyFun<PPPConf>>({
+    {"show_modemlist", get_modemlist, nullptr},
+    {"modems_left_out", get_left_out, nullptr},
+});
+
+constexpr std::array key_fun_tab = join_rows(list_rows, without_getters(modem_rows));
+constexpr std::array kModemGetters = getters_of(modem_rows);
 
 constexpr ArrayFun get_ary_tab[] = {{"a_init", get_array1}};
 
@@ -147,62 +156,49 @@ FormList form_of(const PPPConf& record) {
     return form;
 }
 
-// Imports an uploaded driver description; `outcome` is what the page says about it.
-void import_modems(const FormList* form, Message& outcome) {
+// Imports an uploaded driver description, and tells how that went.
+void import_modems(const FormList* form, PageMessage& note) {
     const char* path = find_val(form, "load_file");
     log_line("load_file=%s", or_null(path));
     int added = 0;
     const bool imported = path && *path && ParserInfFile(path, &added) == 0;
-    GetErrMsgByIndex(imported ? Msg::ModemsImported : Msg::ModemsNotImported, outcome,
-                     std::to_string(added));
-    log_line("%s", outcome.view());
+    note.tell(imported ? Msg::ModemsImported : Msg::ModemsNotImported, std::to_string(added));
+    log_line("%s", note.text());
 }
 
-int save(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
-         Message& message) {
+int save(const FormList* form, const Actions& actions, Message& message) {
     PPPConf record;
-    const int unreadable = read_record(&record, message);
-    if (unreadable) return unreadable;
-    told(replace_file(UserF, record.User));
-    bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::only_filled, kSet, message, record, any);
-    if (refused || !any || !record.Changed) return refused;
-    const int unsaved = SavePPPConf(record, message);
-    if (unsaved) return unsaved;
-    AddProcToQueue(kSaveDiald, heads, queued, tails);
-    AddProcToQueue(kSavePPPOn, heads, queued, tails);
+    const auto walk = [&] {
+        told(replace_file(UserF, record.User));
+        return save_fields(key_fun_tab, form, Present::only_filled, kSet, message, record);
+    };
+    const Saved saved = save_record(record, kSet, message, walk);
+    if (!saved.stored) return saved.refused;
+    actions.add(kSaveDiald);
+    actions.add(kSavePPPOn);
     return 0;
-}
-
-// The next page is the answer, so nothing is rendered here.
-void default_port() {
-    conf = d_conf;
-    offers_defaults = true;
 }
 
 }  // namespace
 
+constinit const std::span<const KeyGetter> modem_getters = kModemGetters;
+
 int get_sp_port(const char* message, const FormList* form) {
     if (offers_defaults) {
-        const FormList defaults = form_of(conf);
+        const FormList defaults = form_of(d_conf);
         return html_parser(kPage, key_fun_tab, get_ary_tab, message, &defaults);
     }
-    Message text;
-    if (!message && field_is(form, "todo", "upload")) {
-        import_modems(form, text);
-        message = text.c_str();
-    }
-    Message failure;
-    if (read_record(&conf, failure) != 0 && !message) message = failure.c_str();
-    return html_parser(kPage, key_fun_tab, get_ary_tab, message, form);
+    PageMessage note(message);
+    if (!message && field_is(form, "todo", "upload")) import_modems(form, note);
+    read_shown_record(note);
+    return html_parser(kPage, key_fun_tab, get_ary_tab, note.text(), form);
 }
 
 int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                 int mode, Message& message) {
     if (mode == kCheck) return 0;
-    if (field_is(form, "todo", "save")) return save(form, heads, queued, tails, message);
-    if (field_is(form, "todo", "port_defaults")) default_port();
+    if (field_is(form, "todo", "save")) return save(form, {heads, queued, tails}, message);
+    if (field_is(form, "todo", "port_defaults")) offers_defaults = true;
     if (field_is(form, "todo", "instatll")) cgi_err("Action", "Do_Install");
     return 0;
 }

@@ -1,6 +1,8 @@
 // The modem and serial port page, "sp_port.htm".
 #pragma once
 
+#include <span>
+
 #include "framework/page.h"
 
 // Renders the page. For "upload" it first imports the modems of the driver description that the
@@ -13,3 +15,6 @@ int get_sp_port(const char* message, const FormList* form);
 // request. Refusals: 13, 14, 20, 62, or the record's.
 int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                 int mode, Message& message);
+
+// The modem's fields with the values in force (record_fields.h), for the overview.
+extern const std::span<const KeyGetter> modem_getters;
