@@ -12,6 +12,7 @@
 #include "base/shell.h"
 #include "base/words.h"
 #include "filter/firewall_records.h"
+#include "filter/script_lines.h"
 
 namespace {
 
@@ -40,29 +41,20 @@ Written gen_disfw() {
     return replace_file(DisFirewallF, with_records_off(*script), kScriptMode);
 }
 
-// Switches a line of a script on (a blank in front) or off ("#" in front). A line that is in the
-// wanted state stays as it is.
-std::string switched(std::string_view line, bool on) {
-    const bool is_off = line.starts_with('#');
-    if (on != is_off) return std::string(line);
-    const std::size_t mark = is_off || line.starts_with(' ') ? 1 : 0;
-    return (on ? " " : "#") + std::string(line.substr(mark));
-}
-
 Written set_sap_en(bool on) {
     bool has_dis_firewall = false;
     const Written written = rewrite_lines(
         IPUPF, FirewallTmpF, kScriptMode, IfMissing::fail,
         [&](std::string_view line, Replacement& out) {
-            if (line.find("/rc.firewall") != line.npos) return out.write(switched(line, on));
+            if (line.find("/rc.firewall") != line.npos) return out.write(switched(on, line));
             if (line.find("/dis_rc.firewall") == line.npos) return out.write(line);
             has_dis_firewall = true;
-            out.write(switched(line, !on));
+            out.write(switched(!on, line));
         },
         [&](Replacement& out) {
             if (has_dis_firewall) return;
             out.end_line();
-            out.write_line(format_text("%s%s $1", on ? "#" : " ", DisFirewallF));
+            out.write_line(mark_of(!on) + format_text("%s $1", DisFirewallF));
         });
     if (written == Written::done) act_change();
     return written;
@@ -100,13 +92,13 @@ void act_module(std::string_view line) {
     take_word(rest);
     const std::string module(take_word(rest));
     if (module.empty() || !is_harmless(module)) return;
-    if (line.starts_with(' ')) {
+    if (line.starts_with(kLineOn)) {
         run_command(format_text("/sbin/modprobe %s 2> /dev/null", module));
         run_command(format_text("%s -m %s -s", SetModuleF, module));
         return;
     }
     run_command(format_text("/sbin/rmmod %s 2> /dev/null", module));
-    if (line.starts_with('#'))
+    if (line.starts_with(kLineOff))
         report_busy_module(module);
     else
         run_command(format_text("%s -m %s -s", SetModuleF, module));

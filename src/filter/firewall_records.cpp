@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "base/words.h"
+#include "filter/script_lines.h"
 
 namespace {
 
@@ -28,13 +29,6 @@ bool contains(std::string_view line, std::string_view part) {
 bool is_module(std::string_view line) { return contains(line, "modprobe "); }
 bool is_ping(std::string_view line) { return contains(line, " -p icmp "); }
 
-// Takes the next line, with its line end, off the front of `rest`.
-std::string_view take_line(std::string_view& rest) {
-    const std::string_view line = rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
-    rest.remove_prefix(line.size());
-    return line;
-}
-
 bool is_header(std::string_view line) { return line.starts_with(kHeader); }
 
 std::string_view name_of(std::string_view header) {
@@ -48,15 +42,9 @@ bool is_header_of(std::string_view line, std::string_view name) {
 bool ends_record(std::string_view line) { return line.starts_with('\n'); }
 
 void skip_record(std::string_view& rest) {
-    while (!rest.empty() && !ends_record(take_line(rest))) {
+    while (!rest.empty() && !ends_record(take_script_line(rest))) {
     }
 }
-
-char mark_of(const SapItem& item) { return item.enabled ? ' ' : '#'; }
-
-std::string marked(char mark, std::string_view line) { return mark + std::string(line.substr(1)); }
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // The ports are the digits on either side of the first colon.
 void read_ports(std::string_view line, SapRules& rules) {
@@ -72,7 +60,7 @@ void read_ports(std::string_view line, SapRules& rules) {
 
 // Reads a line of a record; false when the lines behind it tell nothing more.
 bool read_rule(std::string_view line, SapItem& item) {
-    item.enabled = !line.starts_with('#');
+    item.enabled = is_on(line);
     const int protocol = contains(line, " udp")   ? kUdp
                          : contains(line, " tcp") ? kTcp
                                                   : kNoProtocol;
@@ -106,7 +94,7 @@ std::string rule_lines(char mark, const SapRules& rules, std::string_view udp,
 std::string header_of(const SapItem& item) { return std::string(kHeader) + item.name + "\n"; }
 
 std::string add_r(const SapItem& item) {
-    const char mark = mark_of(item);
+    const char mark = mark_of(item.enabled);
     return header_of(item) + rule_lines(mark, item.in, kInputUdp, kInputTcp) +
            rule_lines(mark, item.out, kOutputUdp, kOutputTcp) + "\n";
 }
@@ -114,10 +102,10 @@ std::string add_r(const SapItem& item) {
 // The record, rewritten; takes what it replaces of the lines behind the header off `rest`.
 std::string updated_record(std::string_view& rest, const SapItem& item, std::string& module_line) {
     std::string_view behind = rest;
-    std::string_view line = take_line(behind);
+    std::string_view line = take_script_line(behind);
     if (is_module(line)) {
         rest = behind;
-        module_line = marked(mark_of(item), line);
+        module_line = marked(mark_of(item.enabled), line);
         return header_of(item) + module_line;
     }
     if (!is_ping(line)) {
@@ -125,7 +113,8 @@ std::string updated_record(std::string_view& rest, const SapItem& item, std::str
         return add_r(item);
     }
     std::string record = header_of(item);
-    while (!rest.empty() && !ends_record(rest)) record += marked(mark_of(item), take_line(rest));
+    while (!rest.empty() && !ends_record(rest))
+        record += marked(mark_of(item.enabled), take_script_line(rest));
     return record;
 }
 
@@ -135,7 +124,7 @@ std::vector<SapItem> parse_firewall(std::string_view script) {
     std::vector<SapItem> items;
     bool reading = false;
     while (!script.empty()) {
-        const std::string_view line = take_line(script);
+        const std::string_view line = take_script_line(script);
         if (is_header(line)) {
             items.push_back({.name = std::string(name_of(line)), .in = {}, .out = {}});
             reading = true;
@@ -159,7 +148,7 @@ std::string with_record(std::string_view script, const SapItem& item) {
 std::string without_record(std::string_view script, std::string_view name) {
     std::string text;
     while (!script.empty()) {
-        const std::string_view line = take_line(script);
+        const std::string_view line = take_script_line(script);
         if (is_header_of(line, name))
             skip_record(script);
         else
@@ -172,7 +161,7 @@ std::string with_record_updated(std::string_view script, const SapItem& item,
                                 std::string& module_line) {
     std::string text;
     while (!script.empty()) {
-        const std::string_view line = take_line(script);
+        const std::string_view line = take_script_line(script);
         if (is_header_of(line, item.name))
             text += updated_record(script, item, module_line);
         else
@@ -185,10 +174,10 @@ std::string with_records_off(std::string_view script) {
     std::string text;
     bool in_record = false;
     while (!script.empty()) {
-        const std::string_view line = take_line(script);
+        const std::string_view line = take_script_line(script);
         in_record = is_header(line) || (in_record && line.size() > 1);
         const bool acts = contains(line, "modprobe") || contains(line, "ipchains");
-        text += in_record && acts ? marked('#', line) : std::string(line);
+        text += in_record && acts ? marked(kLineOff, line) : std::string(line);
     }
     return text;
 }

@@ -4,6 +4,7 @@
 #include "base/files.h"
 #include "base/paths.h"
 #include "filter/filterconf.h"
+#include "filter/script_lines.h"
 
 namespace {
 
@@ -17,19 +18,13 @@ constexpr std::size_t kShortestLine = 3;  // with its line end; a shorter one en
 
 int set_rc_service(int filter_state) {
     enum { before, inside, behind } place = before;
-    const char mark = filter_state == kFilterNever ? '#' : ' ';
-    const Written written = rewrite_lines(ServiceFile, kTemporary, kScriptMode,
-                                          [&](std::string_view line, Replacement& out) {
-                                              if (place == inside && line.size() < kShortestLine)
-                                                  place = behind;
-                                              if (place == inside) {
-                                                  out.write({&mark, 1});
-                                                  line.remove_prefix(1);
-                                              }
-                                              if (place == before && line.starts_with(kHeader))
-                                                  place = inside;
-                                              out.write(line);
-                                          });
+    const char mark = mark_of(filter_state != kFilterNever);
+    const auto edit = [&](std::string_view line, Replacement& out) {
+        if (place == inside && line.size() < kShortestLine) place = behind;
+        out.write(place == inside ? marked(mark, line) : std::string(line));
+        if (place == before && line.starts_with(kHeader)) place = inside;
+    };
+    const Written written = rewrite_lines(ServiceFile, kTemporary, kScriptMode, edit);
     if (written != Written::done) return 1;
     Run_ip_up();
     return 0;

@@ -1,6 +1,5 @@
 #include "nat/service_script.h"
 
-#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "filter/firewall.h"
+#include "filter/script_lines.h"
 #include "framework/profile.h"
 
 namespace {
@@ -27,28 +27,21 @@ constexpr Section kSections[] = {
     {"#@HTTP (WWW)", &PPPConf::SrvWeb, false},
 };
 
-// Where the line behind the one that begins at `at` begins.
-std::size_t next_line(std::string_view text, std::size_t at) {
-    return std::min(text.find('\n', at), text.size() - 1) + 1;
-}
-
 // Marks the lines of a section. False, and nothing is changed, when the script has no such section
 // or no empty line behind it. `first` gets the section's first line; empty: it has none.
 bool mark_section(std::string& script, std::string_view header, char mark, std::string& first) {
     const std::string header_line = std::string(header) + "\n";
-    std::size_t at = 0;
-    while (at < script.size() && script.substr(at, next_line(script, at) - at) != header_line)
-        at = next_line(script, at);
-    if (at >= script.size()) return false;
-    const std::size_t begin = next_line(script, at);
-    std::string marked;
-    for (at = begin; at < script.size() && script[at] != '\n'; at = next_line(script, at)) {
-        marked += mark;
-        marked.append(script, at + 1, next_line(script, at) - at - 1);
-    }
-    first = marked.substr(0, marked.find('\n') + 1);
-    if (at >= script.size()) return false;
-    script.replace(begin, marked.size(), marked);
+    std::string_view rest = script;
+    bool found = false;
+    while (!found && !rest.empty()) found = take_script_line(rest) == header_line;
+    if (!found) return false;
+    const std::size_t begin = script.size() - rest.size();
+    std::string section;
+    while (!rest.empty() && !rest.starts_with('\n'))
+        section += marked(mark, take_script_line(rest));
+    first = section.substr(0, section.find('\n') + 1);
+    if (rest.empty()) return false;
+    script.replace(begin, section.size(), section);
     return true;
 }
 
@@ -80,7 +73,7 @@ Written SaveService(const PPPConf& record) {
     bool found = false;
     for (const Section& section : kSections) {
         std::string first;
-        const char mark = record.*section.service ? ' ' : '#';
+        const char mark = mark_of(record.*section.service != 0);
         found = mark_section(*script, section.header, mark, first) || found;
         if (section.has_module) module_line = first;
     }
