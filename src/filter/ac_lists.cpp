@@ -50,34 +50,34 @@ std::vector<Range> parse(std::string_view items) {
     return ranges;
 }
 
-// Merges what overlaps or touches in sorted ranges; what was merged away is left as a single 0.
-void merge(std::vector<Range>& ranges) {
-    Range* current = nullptr;  // the range that the next numbers may extend
-    Range* single = nullptr;   // or else the single number before them
-    for (Range& next : ranges) {
-        const bool is_range = next.end != 0;
-        if (current && next.start <= current->end + 1) {
-            current->end = std::max(current->end, is_range ? next.end : next.start);
-            next = {};
-        } else if (is_range) {
-            if (single && next.start - single->start <= 1) {
-                next.start = single->start;
-                *single = {};
-            }
-            current = &next;
-            single = nullptr;
-        } else if (single && next.start == single->start) {
-            next = {};
-        } else if (single && next.start == single->start + 1) {
-            single->end = next.start;
-            current = single;
-            single = nullptr;
-            next = {};
-        } else {
-            current = nullptr;
-            single = &next;
-        }
+long last_of(const Range& range) { return range.end != 0 ? range.end : range.start; }
+
+// Whether `next`, which does not start before `range`, overlaps it or begins right behind it.
+bool touches(const Range& range, const Range& next) { return next.start <= last_of(range) + 1; }
+
+// A range grows as far as the next one reaches. A single number becomes a range by the next range,
+// wherever that ends, and by its successor, but not by itself.
+void widen(Range& range, const Range& next) {
+    if (range.end != 0)
+        range.end = std::max(range.end, last_of(next));
+    else if (next.end != 0)
+        range.end = next.end;
+    else if (next.start != range.start)
+        range.end = next.start;
+}
+
+// Sorted ranges with all that overlap or touch made one. A single 0 goes: it is what an item
+// without a number reads as, and neither a port nor a host.
+std::vector<Range> merged(std::span<const Range> sorted) {
+    std::vector<Range> out;
+    for (const Range& next : sorted) {
+        if (!out.empty() && touches(out.back(), next))
+            widen(out.back(), next);
+        else
+            out.push_back(next);
     }
+    std::erase_if(out, [](const Range& range) { return last_of(range) == 0; });
+    return out;
 }
 
 // ---- deleting ----
@@ -175,10 +175,8 @@ std::string p_sort(std::string_view list, std::string_view network) {
     std::vector<Range> ranges = parse(items);
     std::stable_sort(ranges.begin(), ranges.end(),
                      [](const Range& a, const Range& b) { return a.start < b.start; });
-    merge(ranges);
     std::string sorted(list.substr(0, is_ports ? 1 : 0));
-    for (const Range& range : ranges) {
-        if (range.start == 0 && range.end == 0) continue;
+    for (const Range& range : merged(ranges)) {
         if (!sorted.empty()) sorted += ',';
         sorted += format_text(range.end ? "%s%ld-%ld" : "%s%ld", network, range.start, range.end);
     }
