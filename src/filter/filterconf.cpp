@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,58 +17,42 @@
 
 namespace {
 
-using Field = int FilterConf::*;
+constexpr int kMostHour = 23;
+constexpr int kMostMinute = 59;
 
-struct Setting {
+// What a word of a setting says. A setting has one word, or a day and a time.
+enum class Kind { number, on_off, day, hour, minute };
+
+struct Word {
     std::string_view key;
-    Field field;
+    Kind kind;
+    int FilterConf::*field;
+    int most;  // the greatest value; the least is 0
 };
 
-constexpr Setting kState = {"filter_state", &FilterConf::filter_state};
-constexpr Setting kListKind = {"custom_content_state", &FilterConf::custom_content_state};
+// In the order in which values are numbered. Those of a setting stand in the order of its words,
+// and settings are written in the order of their first ones.
+constexpr std::array kWords = std::to_array<Word>({
+    {"filter_state", Kind::number, &FilterConf::filter_state, kFilterBetween},
+    {"filter_from", Kind::day, &FilterConf::from_day, 6},
+    {"filter_to", Kind::day, &FilterConf::to_day, 6},
+    {"filter_from", Kind::hour, &FilterConf::from_hour, kMostHour},
+    {"filter_from", Kind::minute, &FilterConf::from_min, kMostMinute},
+    {"filter_to", Kind::hour, &FilterConf::to_hour, kMostHour},
+    {"filter_to", Kind::minute, &FilterConf::to_min, kMostMinute},
+    {"block_applet", Kind::on_off, &FilterConf::block_applet, 1},
+    {"block_script", Kind::on_off, &FilterConf::block_script, 1},
+    {"block_activex", Kind::on_off, &FilterConf::block_activex, 1},
+    {"block_cookies", Kind::on_off, &FilterConf::block_cookies, 1},
+    {"custom_filter_state", Kind::on_off, &FilterConf::custom_filter_state, 1},
+    {"enable_log", Kind::on_off, &FilterConf::enable_log, 1},
+    {"custom_content_state", Kind::number, &FilterConf::custom_content_state, 2},
+});
 
-// In the order in which they are written, as the moments below.
-constexpr std::array<Setting, 6> kSwitches = {{
-    {"block_applet", &FilterConf::block_applet},
-    {"block_script", &FilterConf::block_script},
-    {"block_activex", &FilterConf::block_activex},
-    {"block_cookies", &FilterConf::block_cookies},
-    {"custom_filter_state", &FilterConf::custom_filter_state},
-    {"enable_log", &FilterConf::enable_log},
-}};
+bool is_in_range(int value, int most) { return value >= 0 && value <= most; }
 
-struct Moment {
-    std::string_view key;
-    Field day, hour, minute;
-};
-
-constexpr std::array<Moment, 2> kMoments = {{
-    {"filter_from", &FilterConf::from_day, &FilterConf::from_hour, &FilterConf::from_min},
-    {"filter_to", &FilterConf::to_day, &FilterConf::to_hour, &FilterConf::to_min},
-}};
-
-// The greatest value of each field, in the order of their numbers; the least is 0.
-struct Limit {
-    Field field;
-    int most;
-};
-
-constexpr std::array<Limit, 14> kLimits = {{
-    {&FilterConf::filter_state, kFilterBetween},
-    {&FilterConf::from_day, 6},
-    {&FilterConf::to_day, 6},
-    {&FilterConf::from_hour, 23},
-    {&FilterConf::from_min, 59},
-    {&FilterConf::to_hour, 23},
-    {&FilterConf::to_min, 59},
-    {&FilterConf::block_applet, 1},
-    {&FilterConf::block_script, 1},
-    {&FilterConf::block_activex, 1},
-    {&FilterConf::block_cookies, 1},
-    {&FilterConf::custom_filter_state, 1},
-    {&FilterConf::enable_log, 1},
-    {&FilterConf::custom_content_state, 2},
-}};
+// The words of a line behind its key; those that are missing are empty.
+using Words = std::array<std::string_view, 3>;
 
 int day_number(std::string_view word) {
     for (std::size_t day = 1; day < days.size(); ++day)
@@ -75,45 +60,49 @@ int day_number(std::string_view word) {
     return 0;  // Sunday, or no day at all
 }
 
-void parse_switch(std::string_view word, int& value) {
-    if (!word.empty()) value = StrCmpi(word, "on") == 0 || StrCmpi(word, "enable") == 0;
-}
-
-// A number as "%d" takes it: nothing changes when the word does not begin with one.
-void parse_number(std::string_view word, int& value) {
+// A number as "%d" takes it; nothing when the word does not begin with one.
+std::optional<int> number_in(std::string_view word) {
     if (word.starts_with('+') && !word.starts_with("+-")) word.remove_prefix(1);
-    std::from_chars(word.data(), word.data() + word.size(), value);
+    int number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    return error == std::errc() ? std::optional(number) : std::nullopt;
 }
 
-// Day, hour and minute are stored together or not at all.
-void parse_time24(std::string_view rest, const Moment& moment, FilterConf& record) {
-    const std::string_view day = take_word(rest);
-    const std::string_view hour_word = take_word(rest);
-    const std::string_view minute_word = take_word(rest);
-    if (minute_word.empty()) return;
-    const int hour = to_int(hour_word);
-    const int minute = to_int(minute_word);
-    if (hour < 0 || hour > 23 || minute < 0 || minute > 59) return;
-    record.*moment.day = day_number(day);
-    record.*moment.hour = hour;
-    record.*moment.minute = minute;
+bool has_time(const Words& words) {
+    return !words[2].empty() && is_in_range(to_int(words[1]), kMostHour) &&
+           is_in_range(to_int(words[2]), kMostMinute);
 }
 
-std::string moment_text(const Moment& moment, const FilterConf& record) {
-    return date_text(static_cast<unsigned>(record.*moment.day), record.*moment.hour,
-                     record.*moment.minute);
+// The value that a line sets; nothing when the word is missing or tells none. Of a day and a time
+// that is wrong nothing counts, and a day that is none is Sunday.
+std::optional<int> value_in(const Words& words, Kind kind) {
+    const std::string_view word = words[0];
+    if (kind == Kind::number) return number_in(word);
+    if (kind == Kind::on_off) {
+        if (word.empty()) return std::nullopt;
+        return StrCmpi(word, "on") == 0 || StrCmpi(word, "enable") == 0;
+    }
+    if (!has_time(words)) return std::nullopt;
+    if (kind == Kind::day) return day_number(word);
+    return to_int(words[kind == Kind::hour ? 1 : 2]);
+}
+
+std::string text_of(int value, Kind kind) {
+    if (kind == Kind::on_off) return on_off_text(value);
+    if (kind == Kind::day) return std::string(days.at(static_cast<std::size_t>(value)));
+    return std::to_string(value);
 }
 
 std::vector<SpacedSetting> settings_of(const FilterConf& record) {
     std::vector<SpacedSetting> settings;
-    const auto add_number = [&](const Setting& each) {
-        settings.push_back({each.key, std::to_string(record.*each.field)});
-    };
-    add_number(kState);
-    for (const Moment& each : kMoments) settings.push_back({each.key, moment_text(each, record)});
-    for (const Setting& each : kSwitches)
-        settings.push_back({each.key, on_off_text(record.*each.field)});
-    add_number(kListKind);
+    for (const Word& each : kWords) {
+        const std::string text = text_of(record.*each.field, each.kind);
+        const auto same = std::ranges::find(settings, each.key, &SpacedSetting::key);
+        if (same == settings.end())
+            settings.push_back({each.key, text});
+        else
+            same->value += " " + text;
+    }
     return settings;
 }
 
@@ -122,12 +111,11 @@ std::vector<SpacedSetting> settings_of(const FilterConf& record) {
 void ParseLine(std::string_view line, FilterConf& record) {
     if (line.starts_with('#')) return;
     const std::string_view key = take_word(line);
-    for (const Setting& setting : kSwitches)
-        if (key == setting.key) parse_switch(take_word(line), record.*setting.field);
-    for (const Setting& setting : {kState, kListKind})
-        if (key == setting.key) parse_number(take_word(line), record.*setting.field);
-    for (const Moment& moment : kMoments)
-        if (key == moment.key) parse_time24(line, moment, record);
+    Words words;
+    for (std::string_view& word : words) word = take_word(line);
+    for (const Word& each : kWords)
+        if (key == each.key)
+            record.*each.field = value_in(words, each.kind).value_or(record.*each.field);
 }
 
 int get_filter_info(FilterConf* record) try {
@@ -143,12 +131,11 @@ int get_filter_info(FilterConf* record) try {
 }
 
 int check_filter_info(const FilterConf& record) {
-    const auto is_out = [&](const Limit& limit) {
-        const int value = record.*limit.field;
-        return value < 0 || value > limit.most;
+    const auto is_out = [&](const Word& word) {
+        return !is_in_range(record.*word.field, word.most);
     };
-    const auto first = std::find_if(kLimits.begin(), kLimits.end(), is_out);
-    return first == kLimits.end() ? 0 : static_cast<int>(first - kLimits.begin()) + 1;
+    const auto first = std::ranges::find_if(kWords, is_out);
+    return first == kWords.end() ? 0 : static_cast<int>(first - kWords.begin()) + 1;
 }
 
 int set_filter_info(const FilterConf& record, bool write) {
