@@ -1,4 +1,5 @@
-// The merge of imported models into the modem list.
+#include "serial/inf_merge.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -8,7 +9,6 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "framework/profile.h"
-#include "serial/inf_parser.h"
 #include "serial/modem_list.h"
 
 namespace {

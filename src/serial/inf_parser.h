@@ -3,21 +3,11 @@
 #pragma once
 
 #include <deque>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "base/text.h"
-
-using InitText = Text<80>;
-
-struct InfModem {
-    static constexpr std::size_t kNameSize = 79;
-
-    std::string_view Name;           // display name, and the section's name in the modem list
-    const InitText* Init = nullptr;  // init string
-};
+#include "serial/inf_merge.h"
 
 // The models of a description. A small file can list many, so what they consist of is elsewhere.
 struct InfModels {
@@ -50,8 +40,3 @@ int TxTo1ByteFile(const std::string& path);
 // last. Time grows with the size of the description, and memory is at most ten times as much,
 // whatever it consists of. InfResult 0 to 5.
 int find_models(std::string_view description, InfModels& models);
-
-// Puts the models into the modem list: new init strings for the modems that it knows, new sections
-// for the others. `count` gets the number of models. 0; 1 nothing to merge or a file that could not
-// be opened or written, -1 not renamed.
-int AddInitStr(std::span<const InfModem> models, int* count);
