@@ -178,14 +178,14 @@ constexpr std::array kActions = std::to_array<PageAction>({
 int get_group_name(ValueText& value, LongText&, int&) {
     std::string name(kGroupName);
     name[kNumberPlace] = acc.number;
-    value = acc.number == kDefaultGroup ? "Default" : name;
-    return 0;
+    return show(value, acc.number == kDefaultGroup ? "Default" : name);
 }
 
 int get_block_allow(ValueText& value, LongText&, int&) {
     const char mode = acc.ports.empty() ? kAllowPorts : acc.ports.view().front();
-    value = mode == ' ' || mode == kAllowPorts ? "Allow" : mode == kBlockPorts ? "Block" : "";
-    return 0;
+    return show(value, mode == ' ' || mode == kAllowPorts ? "Allow"
+                       : mode == kBlockPorts              ? "Block"
+                                                          : "");
 }
 
 std::string options(const std::vector<std::string_view>& items) {
@@ -207,14 +207,10 @@ int get_address_list(ValueText&, LongText& text, int&) {
 
 template <std::size_t Number>
 int get_lan_octet(ValueText& value, LongText&, int&) {
-    value = lan_address()[Number - 1].view();
-    return 0;
+    return show(value, lan_address()[Number - 1]);
 }
 
-int get_fixed(ValueText& value, LongText&, int&) {
-    value = "false";
-    return 0;
-}
+int get_fixed(ValueText& value, LongText&, int&) { return show(value, "false"); }
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"group_name", get_group_name, nullptr},

@@ -92,8 +92,7 @@ int get_log_record(ValueText& value, LongText& text, int& error) try {
 }
 
 int get_log_left_out(ValueText& value, LongText&, int&) {
-    value = left_out(shown, get_filter_log_count(), "records");
-    return 0;
+    return show(value, left_out(shown, get_filter_log_count(), "records"));
 }
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({

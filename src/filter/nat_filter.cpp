@@ -63,7 +63,7 @@ int save_number(const char* value, int, Message&, FilterEdit& record) {
 
 template <int FilterConf::*Field>
 int save_switch(const char* value, int, Message&, FilterEdit& record) {
-    change(record.*Field, std::string_view(value) == "checked", record);
+    change(record.*Field, is_checked(value), record);
     return 0;
 }
 
@@ -168,9 +168,7 @@ int set_nat_filter(const FormList* form, ProcHeads* heads, ProcFlags* queued, Pr
         return unreadable;
     }
     // The savers store in either mode: checking needs the whole record.
-    bool any = false;
-    const int refused =
-        save_fields(key_fun_tab, form, Present::also_empty, kSet, message, record, any);
+    const int refused = save_fields(key_fun_tab, form, Present::also_empty, kSet, message, record);
     if (refused || !record.changed) return refused;
 
     const int failed = set_filter_info(record, mode == kSet);

@@ -14,6 +14,7 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/words.h"
 #include "filter/firewall.h"
 #include "filter/firewall_records.h"
 #include "framework/msgfile.h"
@@ -27,7 +28,6 @@ constexpr mode_t kScriptMode = 0755;
 std::vector<SapItem> sap_fw;   // what the page lists
 std::size_t applications = 0;  // those that it has no room for included
 bool room_is_divided = false;
-Message mesg;  // what an action has to tell
 
 // ---- the lists ----
 
@@ -48,9 +48,8 @@ std::string enable_cell(const SapItem& item) { return item.enabled ? "1" : "0"; 
 
 template <SapRules SapItem::*Direction>
 std::string protocol_cell(const SapItem& item) {
-    const auto choice = std::find_if(
-        choices.begin(), choices.end(),
-        [&](const ProtocolChoice& each) { return each.protocol == (item.*Direction).protocol; });
+    const auto choice =
+        std::ranges::find(choices, (item.*Direction).protocol, &ProtocolChoice::protocol);
     return std::to_string(choice - choices.begin());
 }
 
@@ -110,8 +109,7 @@ constexpr std::array<ArrayFun, lists.size()> getters_of(std::index_sequence<Numb
 constexpr std::array get_ary_tab = getters_of(std::make_index_sequence<lists.size()>());
 
 int get_left_out(ValueText& value, LongText&, int&) {
-    value = left_out(sap_fw.size(), applications, "applications");
-    return 0;
+    return show(value, left_out(sap_fw.size(), applications, "applications"));
 }
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"applications_left_out", get_left_out, nullptr},
@@ -122,7 +120,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 // A port begins with a digit. What follows is the administrator's business as long as it means
 // nothing to the shell that runs the script.
 bool digichk(std::string_view port) {
-    return !port.empty() && port[0] >= '0' && port[0] <= '9' && !shell_character(port);
+    return !port.empty() && is_digit(port[0]) && !shell_character(port);
 }
 
 std::string posted_port(const FormList* form, std::string_view key) {
@@ -131,9 +129,7 @@ std::string posted_port(const FormList* form, std::string_view key) {
 }
 
 int posted_protocol(const FormList* form, std::string_view key) {
-    const auto choice = std::find_if(
-        choices.begin(), choices.end(),
-        [&](const ProtocolChoice& each) { return each.label == field_text(form, key); });
+    const auto choice = std::ranges::find(choices, field_text(form, key), &ProtocolChoice::label);
     return choice == choices.end() ? kNoProtocol : choice->protocol;
 }
 
@@ -151,7 +147,7 @@ SapItem do_list(const FormList* form) {
 // ---- the actions ----
 
 // The rest of an action: the new script takes effect, or the page says that it was not stored.
-void applied(Written written) {
+void applied(Written written, Message& mesg) {
     if (written == Written::done) return act_change();
     GetErrMsgByIndex(Msg::CannotWriteFile, mesg, FirewallF);
 }
@@ -162,28 +158,28 @@ Written rewrite_firewall(std::string_view script) {
     return out.install();
 }
 
-void add(std::string_view script, const SapItem& item) {
-    applied(replace_file(FirewallF, with_record(script, item)));
+void add(std::string_view script, const SapItem& item, Message& mesg) {
+    applied(replace_file(FirewallF, with_record(script, item)), mesg);
 }
 
-void remove(std::string_view script, const SapItem& item) {
+void remove(std::string_view script, const SapItem& item, Message& mesg) {
     if (!is_reserved(item.name))
-        return applied(rewrite_firewall(without_record(script, item.name)));
+        return applied(rewrite_firewall(without_record(script, item.name)), mesg);
     GetErrMsgOr(Msg::ReservedApplication, "Application is reserved and cannot be deleted.", mesg);
 }
 
-void update(std::string_view script, const SapItem& item) {
+void update(std::string_view script, const SapItem& item, Message& mesg) {
     std::string module_line;
     const Written written = rewrite_firewall(with_record_updated(script, item, module_line));
     if (written == Written::done && !module_line.empty()) act_module(module_line);
-    applied(written);
+    applied(written, mesg);
 }
 
 struct SapAction {
     std::string_view todo;
     bool wants_record;  // of the form's name in the script
     int refusal;
-    void (*act)(std::string_view script, const SapItem& item);
+    void (*act)(std::string_view script, const SapItem& item, Message& mesg);
 };
 constexpr std::array actions = std::to_array<SapAction>({
     {"nat_add_sap", false, Msg::NameInUse, add},
@@ -191,27 +187,26 @@ constexpr std::array actions = std::to_array<SapAction>({
     {"nat_update_sap", true, Msg::NoneToUpdate, update},
 });
 
-void set_a_action(std::string_view todo, const SapItem& item) {
+// What an action has to tell goes to `mesg`.
+void set_a_action(std::string_view todo, const SapItem& item, Message& mesg) {
     for (const SapAction& action : actions) {
         if (action.todo != todo || item.name.empty()) continue;
         const std::optional<std::string> script = read_file(FirewallF);
         if (!script) return;
         const std::vector<SapItem> items = parse_firewall(*script);
-        const bool exists = std::any_of(items.begin(), items.end(), [&](const SapItem& other) {
-            return other.name == item.name;
-        });
+        const bool exists = std::ranges::count(items, item.name, &SapItem::name) > 0;
         if (exists == action.wants_record)
-            action.act(*script, item);
+            action.act(*script, item, mesg);
         else
             refuse(action.refusal, mesg);
     }
 }
 
 int sap_main(const FormList* form, const char* message) {
-    mesg.clear();
+    Message mesg;
     const char* todo = find_val(form, "todo");
     gather([&] {
-        if (todo && !message) set_a_action(todo, do_list(form));
+        if (todo && !message) set_a_action(todo, do_list(form), mesg);
         sap_fw = parse_firewall(read_file(FirewallF).value_or(""));
     });
     applications = sap_fw.size();

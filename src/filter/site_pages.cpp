@@ -88,8 +88,7 @@ int get_options(ValueText&, LongText& text, int& error) try {
 
 template <const SitePage& Page>
 int get_left_out(ValueText& value, LongText&, int&) {
-    value = left_out(shown, Page.list.count(), "sites");
-    return 0;
+    return show(value, left_out(shown, Page.list.count(), "sites"));
 }
 
 template <const SitePage& Page>
@@ -163,14 +162,14 @@ int get_sites(const char* message, const FormList* form) {
     return html_parser(Page.name, key_fun_tab<Page>, {}, message, form);
 }
 
-int set_sites(const SitePage& page, const FormList* form, ProcHeads* heads, ProcFlags* queued,
-              ProcTails* tails, int mode, Message& message) {
+int set_sites(const SitePage& page, const FormList* form, const Actions& actions, int mode,
+              Message& message) {
     if (mode == kCheck) return 0;
     for (const Button& button : kButtons) {
         if (!field_is(form, "todo", button.todo)) continue;
         const int refused = button.press(page, form, message);
         if (refused) return refused;
-        AddProcToQueue(kReconfigFilter, heads, queued, tails);
+        actions.add(kReconfigFilter);
     }
     return 0;
 }
@@ -187,10 +186,10 @@ int get_sites_ban(const char* message, const FormList* form) {
 
 int set_sites_allow(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                     int mode, Message& message) {
-    return set_sites(kAllowPage, form, heads, queued, tails, mode, message);
+    return set_sites(kAllowPage, form, {heads, queued, tails}, mode, message);
 }
 
 int set_sites_ban(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                   int mode, Message& message) {
-    return set_sites(kBanPage, form, heads, queued, tails, mode, message);
+    return set_sites(kBanPage, form, {heads, queued, tails}, mode, message);
 }

@@ -77,8 +77,7 @@ int get_array1(LongText& text, int& error) {
 }
 
 int get_left_out(ValueText& value, LongText&, int&) {
-    value = left_out(MList.size(), modems, "modems");
-    return 0;
+    return show(value, left_out(MList.size(), modems, "modems"));
 }
 
 int save_speed(const char* value, int mode, Message&, PPPConf& record) {

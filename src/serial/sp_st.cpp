@@ -97,8 +97,7 @@ int get_log(LongText& text, int&) {
 int get_log_left_out(ValueText& value, LongText&, int&) {
     std::size_t total = 0;
     for (const char* path : kLogs) total += file_size(path);
-    value = left_out(log_shown, total, "characters");
-    return 0;
+    return show(value, left_out(log_shown, total, "characters"));
 }
 
 constexpr std::array get_fun_tab = std::to_array<KeyFun<NoRecord>>({

@@ -70,13 +70,11 @@ DirectStatus get_dc_st() {
 
 template <StatusText DirectStatus::*Field>
 int get_text(ValueText& value, LongText&, int&) {
-    value = (status.*Field).view();
-    return 0;
+    return show(value, status.*Field);
 }
 
 int get_dc_wan_dhcp(ValueText& value, LongText&, int&) {
-    value = status.dhcp ? "yes" : "no";
-    return 0;
+    return show(value, status.dhcp ? "yes" : "no");
 }
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({

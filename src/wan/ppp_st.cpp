@@ -64,13 +64,11 @@ PPPStatus get_p3_st() {
 
 template <StatusText PPPStatus::*Field>
 int get_text(ValueText& value, LongText&, int&) {
-    value = (status.*Field).view();
-    return 0;
+    return show(value, status.*Field);
 }
 
 int get_ppp_link_status(ValueText& value, LongText&, int&) {
-    value = status.up ? "on" : "off";
-    return 0;
+    return show(value, status.up ? "on" : "off");
 }
 
 int get_ppp_wan_log(ValueText&, LongText& text, int&) {
@@ -81,8 +79,7 @@ int get_ppp_wan_log(ValueText&, LongText& text, int&) {
 }
 
 int get_ppp_log_left_out(ValueText& value, LongText&, int&) {
-    value = left_out(log_shown, file_size(PppdLogF), "characters");
-    return 0;
+    return show(value, left_out(log_shown, file_size(PppdLogF), "characters"));
 }
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({

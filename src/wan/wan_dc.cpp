@@ -10,7 +10,7 @@
 #include "appliance/dns_fields.h"
 #include "base/paths.h"
 #include "base/scratch.h"
-#include "framework/msgfile.h"
+#include "framework/page_message.h"
 #include "framework/profile.h"
 #include "wan/wan_conf.h"
 
@@ -88,31 +88,34 @@ int save_wan_mac_address(const char*, int, Message&, DirectConf& record) {
     return 0;
 }
 
-// ---- addresses and names ----
+// ---- the addresses ----
 
 template <Octets DirectConf::*Address, std::size_t Number>
 int get_octet(ValueText& value, LongText&, int&) {
-    value = (shown.*Address)[Number - 1].view();
-    return 0;
+    return show(value, (shown.*Address)[Number - 1]);
 }
 
+// A long octet of the address is refused; one of the mask or the gateway is cut (OctetText).
 template <Octets DirectConf::*Address, std::size_t Number>
 int save_octet(const char* value, int, Message& message, DirectConf& record) {
+    if (Address == &DirectConf::address && !octet_fits(value))
+        return refuse(Msg::BadAddress, message);
     const int refused = check_octet(value, message);
     if (!refused) (record.*Address)[Number - 1] = value;
     return refused;
 }
 
-template <std::size_t Number>
-int save_ip(const char* value, int mode, Message& message, DirectConf& record) {
-    if (!octet_fits(value)) return refuse(Msg::BadAddress, message);
-    return save_octet<&DirectConf::address, Number>(value, mode, message, record);
-}
+template <Literal Begin, Octets DirectConf::*Address>
+constexpr std::array octet_rows = std::to_array<KeyFun<DirectConf>>({
+    {joined<Begin, "01">, get_octet<Address, 1>, save_octet<Address, 1>},
+    {joined<Begin, "02">, get_octet<Address, 2>, save_octet<Address, 2>},
+    {joined<Begin, "03">, get_octet<Address, 3>, save_octet<Address, 3>},
+    {joined<Begin, "04">, get_octet<Address, 4>, save_octet<Address, 4>},
+});
 
-int get_device_name(ValueText& value, LongText&, int&) {
-    value = shown.host_name.view();
-    return 0;
-}
+// ---- names, and how the address is obtained ----
+
+int get_device_name(ValueText& value, LongText&, int&) { return show(value, shown.host_name); }
 
 int save_device_name(const char* value, int, Message& message, DirectConf& record) {
     const std::string_view name = value;
@@ -125,13 +128,11 @@ int save_device_name(const char* value, int, Message& message, DirectConf& recor
 }
 
 int get_default_name(ValueText& value, LongText&, int&) {
-    value = setting<127>(QSCfgF, "default_server_name", "").view();
-    return 0;
+    return show(value, setting<127>(QSCfgF, "default_server_name", ""));
 }
 
 int get_isp_ip_type(ValueText& value, LongText&, int&) {
-    value = shown.dynamic ? "dynamic" : "fixed";
-    return 0;
+    return show(value, shown.dynamic ? "dynamic" : "fixed");
 }
 
 int save_isp_ip_type(const char* value, int, Message&, DirectConf& record) {
@@ -139,37 +140,28 @@ int save_isp_ip_type(const char* value, int, Message&, DirectConf& record) {
     return 0;
 }
 
-constexpr std::array port_rows = std::to_array<KeyFun<DirectConf>>({
+constexpr std::array hardware_row = std::to_array<KeyFun<DirectConf>>({
     {"wan_mac_address", get_wan_mac_address, save_wan_mac_address},
-    {"nat_isp_ip01", get_octet<&DirectConf::address, 1>, save_ip<1>},
-    {"nat_isp_ip02", get_octet<&DirectConf::address, 2>, save_ip<2>},
-    {"nat_isp_ip03", get_octet<&DirectConf::address, 3>, save_ip<3>},
-    {"nat_isp_ip04", get_octet<&DirectConf::address, 4>, save_ip<4>},
-    {"nat_isp_mask01", get_octet<&DirectConf::netmask, 1>, save_octet<&DirectConf::netmask, 1>},
-    {"nat_isp_mask02", get_octet<&DirectConf::netmask, 2>, save_octet<&DirectConf::netmask, 2>},
-    {"nat_isp_mask03", get_octet<&DirectConf::netmask, 3>, save_octet<&DirectConf::netmask, 3>},
-    {"nat_isp_mask04", get_octet<&DirectConf::netmask, 4>, save_octet<&DirectConf::netmask, 4>},
-    {"nat_isp_gw01", get_octet<&DirectConf::gateway, 1>, save_octet<&DirectConf::gateway, 1>},
-    {"nat_isp_gw02", get_octet<&DirectConf::gateway, 2>, save_octet<&DirectConf::gateway, 2>},
-    {"nat_isp_gw03", get_octet<&DirectConf::gateway, 3>, save_octet<&DirectConf::gateway, 3>},
-    {"nat_isp_gw04", get_octet<&DirectConf::gateway, 4>, save_octet<&DirectConf::gateway, 4>},
+});
+
+constexpr std::array name_rows = std::to_array<KeyFun<DirectConf>>({
     {"device_name", get_device_name, save_device_name},
     {"dns_name", get_dns_name, nullptr},
     {"default_name", get_default_name, nullptr},
     {"isp_ip_type", get_isp_ip_type, save_isp_ip_type},
 });
 
-constexpr std::array key_fun_tab = join_rows(port_rows, dns_rows<DirectConf>);
+constexpr std::array key_fun_tab =
+    join_rows(hardware_row, octet_rows<"nat_isp_ip", &DirectConf::address>,
+              octet_rows<"nat_isp_mask", &DirectConf::netmask>,
+              octet_rows<"nat_isp_gw", &DirectConf::gateway>, name_rows, dns_rows<DirectConf>);
 
 }  // namespace
 
 int get_wan_dc(const char* message, const FormList* form) {
-    Message failure;
-    if (GetDirectConf(&shown) != 0 && !message) {
-        GetErrMsgByIndex(Msg::CannotReadFile, failure, QSCfgF);
-        message = failure.c_str();
-    }
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    PageMessage note(message);
+    if (GetDirectConf(&shown) != 0) note.tell(Msg::CannotReadFile, QSCfgF);
+    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
 }
 
 int set_wan_dc(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,

@@ -11,7 +11,7 @@
 #include "appliance/ppp_conf.h"
 #include "base/paths.h"
 #include "base/words.h"
-#include "framework/msgfile.h"
+#include "framework/page_message.h"
 #include "wan/wan_conf.h"
 
 namespace {
@@ -22,8 +22,7 @@ PPPoeConf shown;
 
 template <SettingText PPPoeConf::*Field>
 int get_text(ValueText& value, LongText&, int&) {
-    value = (shown.*Field).view();
-    return 0;
+    return show(value, shown.*Field);
 }
 
 template <SettingText PPPoeConf::*Field>
@@ -43,8 +42,7 @@ int save_ppp_ac_pwd(const char* value, int mode, Message& message, PPPoeConf& re
 }
 
 int get_ppp_idle_time(ValueText& value, LongText&, int&) {
-    value = std::to_string(shown.idle);
-    return 0;
+    return show(value, std::to_string(shown.idle));
 }
 
 int save_ppp_idle_time(const char* value, int mode, Message& message, PPPoeConf& record) {
@@ -68,8 +66,7 @@ int save_ip(const char* value, int mode, Message& message, PPPoeConf& record) {
 }
 
 int get_isp_ip_type(ValueText& value, LongText&, int&) {
-    value = shown.dynamic ? "dynamic" : "fixed";
-    return 0;
+    return show(value, shown.dynamic ? "dynamic" : "fixed");
 }
 
 int save_isp_ip_type(const char* value, int mode, Message&, PPPoeConf& record) {
@@ -108,12 +105,9 @@ constexpr std::array key_fun_tab = join_rows(account_rows, dns_rows<PPPoeConf>, 
 }  // namespace
 
 int get_wan_ppp(const char* message, const FormList* form) {
-    Message failure;
-    if (GetPPPoeConf(&shown) != 0 && !message) {
-        GetErrMsgByIndex(Msg::CannotReadFile, failure, NatConfF);
-        message = failure.c_str();
-    }
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    PageMessage note(message);
+    if (GetPPPoeConf(&shown) != 0) note.tell(Msg::CannotReadFile, NatConfF);
+    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
 }
 
 int set_wan_ppp(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
