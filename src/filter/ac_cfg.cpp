@@ -114,6 +114,7 @@ std::vector<const char*> selected(const FormList* form, std::string_view key) {
 
 void change_access(const FormList* form) {
     const std::string_view choice = field_text(form, "block_allow");
+    // A form that does not say which allows, as a new group does.
     const bool allow = choice.empty() || choice.starts_with("Allow");
     if (store_ports(with_mode(acc.ports, allow ? kAllowPorts : kBlockPorts)))
         GetErrMsgOr(Msg::ModeSaved, "Allow/Block changes saved.", mesg);
@@ -147,6 +148,7 @@ void add_ip(const FormList* form) {
         std::string_view octet = field_text(form, kNetworkFields[i].typed);
         if (octet.empty()) octet = field_text(form, kNetworkFields[i].shown);
         network += std::string(octet) + ".";
+        // As texts, so 010 is none of a LAN's; such a host is warned of and added all the same.
         in_lan = in_lan && lan_address()[i] == octet;
     }
     const std::string item = network + hosts;
@@ -225,6 +227,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"can_change_vsip_3", get_fixed, nullptr},
 });
 
+// Whatever names no group means the default one.
 char group_number(std::string_view name) {
     const char number = name.size() > kNumberPlace ? name[kNumberPlace] : kDefaultGroup;
     return number >= '1' && number <= '3' ? number : kDefaultGroup;

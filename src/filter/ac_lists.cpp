@@ -140,6 +140,7 @@ std::vector<std::string_view> port_items(std::string_view ports) {
     return list_items(behind_mode(ports));
 }
 
+// A list that has lost the comma behind its mode is left alone, here and below.
 std::string with_mode(std::string_view ports, char mode) {
     if (ports.size() == 1) return std::string(ports);
     std::string changed(ports.empty() ? " ," : ports);
@@ -156,6 +157,7 @@ std::string with_port(std::string_view ports, std::string_view item) {
 
 std::string with_host(std::string_view hosts, std::string_view item, std::string_view network) {
     if (hosts.empty()) return std::string(item);
+    // A group lies in one network: with the newest item all its hosts move there.
     return p_sort(std::string(hosts) + "," + std::string(item), network);
 }
 
@@ -171,6 +173,7 @@ std::string without_hosts(std::string_view hosts, std::span<const char* const> i
 std::string p_sort(std::string_view list, std::string_view network) {
     const bool is_ports = network.empty();
     const std::string_view items = is_ports ? behind_mode(list) : list;
+    // One item stands as it was typed, a single 0 included.
     if (items.find(',') == std::string_view::npos) return std::string(list);
     std::vector<Range> ranges = parse(items);
     std::stable_sort(ranges.begin(), ranges.end(),

@@ -21,9 +21,11 @@ std::vector<std::string_view> port_items(std::string_view ports);
 // ---- changes; each gives the new list ----
 
 std::string with_mode(std::string_view ports, char mode);
+// With an item added, a list of two or more is sorted (p_sort).
 std::string with_port(std::string_view ports, std::string_view item);
 // `network` is the item's "a.b.c.": from now on every host of the list lies in that network.
 std::string with_host(std::string_view hosts, std::string_view item, std::string_view network);
+// Without one entry for each of the items, the last of them first.
 std::string without_ports(std::string_view ports, std::span<const char* const> items);
 std::string without_hosts(std::string_view hosts, std::span<const char* const> items);
 

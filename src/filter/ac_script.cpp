@@ -64,6 +64,7 @@ bool update_change(char group, GroupBlock block, std::string_view list) {
         if (!blocks.set('P', group, w_port(list))) return false;
         std::string opposite(list);
         opposite.front() = list.starts_with(kBlockPorts) ? kAllowPorts : kBlockPorts;
+        // Then P stays as it was, too: the two must not contradict each other.
         if (!blocks.set('B', group, w_port(opposite))) return true;
     }
     Replacement out(AccessControlF, kWorkFile, kScriptMode);

@@ -41,6 +41,7 @@ Written gen_disfw() {
     return replace_file(DisFirewallF, with_records_off(*script), kScriptMode);
 }
 
+// A script that ip-up runs without a mark, put there by hand, is on already and stays as it is.
 Written set_sap_en(bool on) {
     bool has_dis_firewall = false;
     const Written written = rewrite_lines(
@@ -66,6 +67,7 @@ void report_busy_module(const std::string& module) {
         first_output_line(format_text("/sbin/lsmod | grep %s > /tmp/mod.tmp", module),
                           "/tmp/mod.tmp", 127)
             .value_or("");
+    // A module begins with a letter or digit; anything else in front is a complaint.
     if (line.empty() || line[0] < '0' || line[0] > 'z') return;
     std::string_view rest = line;
     take_word(rest);
@@ -87,6 +89,7 @@ void act_change() {
 }
 
 void act_module(std::string_view line) {
+    // Without a link nothing needs the module; the scripts load it when one comes up.
     if (line.empty() || !is_link_up()) return;
     std::string_view rest = line.substr(1);
     take_word(rest);

@@ -70,6 +70,7 @@ bool read_rule(std::string_view line, SapItem& item) {
     }
     if (!contains(line, " input") && !contains(line, " output")) return true;
     SapRules& rules = contains(line, " input") ? item.in : item.out;
+    // UDP and TCP add up to both; so do two rules of UDP, which the page then shows as TCP.
     rules.protocol = std::min<int>(rules.protocol + protocol, kOtherProtocol);
     read_ports(line, rules);
     return true;

@@ -129,6 +129,7 @@ int get_filterlog(const char* message, const FormList* form) {
 
 int set_filter_log(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int,
                    Message& message) {
+    // In both phases: an empty log can be emptied once more.
     log_line("clear=%s", or_null(find_val(form, "clear")));
     if (!field_is(form, "clear", "Clear Log")) return 0;
     const int failed = clear_filter_log();

@@ -1,5 +1,6 @@
 // The filter log: the proxy's access log, a line a record and "#" comments, and its page,
-// "filterlog.htm". The proxy's settings name the file.
+// "filterlog.htm". The proxy's settings name the file, "/usr/local/squid/etc/squid.conf" by
+// "cache_access_log".
 #pragma once
 
 #include <cstddef>

@@ -211,6 +211,8 @@ int sap_main(const FormList* form, const char* message) {
     });
     applications = sap_fw.size();
     room_is_divided = false;
+    // An empty text, not none: the lists of an appliance without applications fail, which is
+    // nothing to complain of.
     return html_parser(kPage, key_fun_tab, get_ary_tab, message ? message : mesg.c_str(), form);
 }
 
@@ -219,6 +221,7 @@ int sap_main(const FormList* form, const char* message) {
 int get_sap(const char* message, const FormList* form) { return sap_main(form, message); }
 
 int set_sap(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message& message) {
+    // The getter acts, once all phases are over.
     if (mode == kCheck || mode == kSet) return 0;
     return sap_main(form, message.empty() ? nullptr : message.c_str());
 }

@@ -50,6 +50,7 @@ int SiteList::del_all() const { return RemoveAllEntries(path()); }
 
 std::vector<std::string_view> sites_in(std::string_view text) {
     std::vector<std::string_view> sites;
+    // An octet that no name has: here text ends.
     text = text.substr(0, text.find('\xff'));
     for (;;) {
         const auto head =

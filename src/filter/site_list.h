@@ -8,12 +8,13 @@
 #include <vector>
 
 // A list's file is named by the filter's settings and looked up again for every operation. The
-// results are those of the entry-list functions (profile.h).
+// results are those of the entry-list functions (entries.h).
 struct SiteList {
     std::string_view key;            // in filter.conf
     std::string_view standard_path;  // where the settings name none
 
-    [[nodiscard]] std::string path() const;
+    [[nodiscard]] std::string path() const;  // throws Unreadable (files.h), as count() does not
+    // GetEntries, AppendEntry, RemoveEntries and RemoveAllEntries.
     [[nodiscard]] int get(int first, int maximum, std::span<char> out) const;
     [[nodiscard]] std::size_t count() const;  // 0 when it cannot be read
     [[nodiscard]] int add(std::string_view entry) const;

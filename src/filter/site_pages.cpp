@@ -164,6 +164,7 @@ int get_sites(const char* message, const FormList* form) {
 
 int set_sites(const SitePage& page, const FormList* form, const Actions& actions, int mode,
               Message& message) {
+    // A button stands alone; there is nothing to check before it is pressed.
     if (mode == kCheck) return 0;
     for (const Button& button : kButtons) {
         if (!field_is(form, "todo", button.todo)) continue;

@@ -9,8 +9,10 @@
 namespace {
 
 constexpr char kTemporary[] = "/tmp/src.tmp";
+// The services page, which edits other lines of this script, leaves 0744 (service_script.cpp).
 constexpr mode_t kScriptMode = 0777;
 
+// How the comment above the lines begins; how it goes on is the script's affair.
 constexpr std::string_view kHeader = "# All web";
 constexpr std::size_t kShortestLine = 3;  // with its line end; a shorter one ends the section
 

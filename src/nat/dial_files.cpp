@@ -35,6 +35,8 @@ bool is_address(const char* text) {
 }
 
 std::string diald_conf(const PPPConf& record) {
+    // diald needs an address that it understands, and gets a stand-in for any other; pppd gets what
+    // was typed and complains in its log.
     const bool is_fixed = has_fixed_address(record);
     const bool is_local = is_fixed && is_address(record.IP.c_str());
     std::string text = "fifo /etc/diald/diald.ctl\nmode ppp\n";
@@ -66,9 +68,11 @@ std::string chat_script(const PPPConf& record) {
         case 2:
             text += "OK\t'ATD'\n";
             break;
+        // No dial line for a way that is none: chat waits for the connection at once.
         default:
             break;
     }
+    // The last line has no line end, and chat does not miss it.
     return text + "CONNECT\nSAY \"\\n\"";
 }
 
@@ -94,6 +98,7 @@ std::string telephone_file(const PPPConf& record) {
         if (!phone->empty()) packed[total++] = *phone;
     std::string text = format_text("Total=%d\nNext=1\n", static_cast<long>(total));
     for (std::size_t i = 0; i < packed.size(); ++i)
+        // A number that is missing has its line, too: the dial scripts find all three keys.
         text += format_text("Phone%d=%s\n", static_cast<long>(i + 1), packed[i]);
     return text;
 }
@@ -111,6 +116,7 @@ std::size_t next_field(std::string_view line, std::size_t at) {
     return blank == std::string_view::npos ? blank : line.find_first_not_of(" \t\r\n", blank);
 }
 
+// A rule of diald's: a word, a protocol, the time-out in seconds, and which packets it means.
 // A rule with its time-out replaced; a rule without one is dropped.
 std::string with_timeout(std::string_view line, unsigned seconds) {
     const std::size_t second = next_field(line, 0);
@@ -147,6 +153,7 @@ int SaveSecret() {
     const char* password = record.Password.c_str();
     if (save_secret(PapF, PapTmpF, user, password, SerialTag) != 0) return kNotWritten;
     if (save_secret(ChapF, ChapTmpF, user, password, SerialTag) != 0) return kSecondNotWritten;
+    // They are secret already (secrets.h); the commands are what this action has always run.
     for (const char* file : {PapF, ChapF})
         run_command(format_text("chmod 0600 %s > /dev/null", file));
     return 0;

@@ -20,17 +20,20 @@ int SavePPPOn();
 // mode 0600; 2 when the first failed, 3 when the second did. (Action "SaSecret".)
 int SaveSecret();
 
-// "/etc/ppp/tel", the provider's telephone numbers. (Action "SaTel".)
+// "/etc/ppp/tel", the provider's telephone numbers, those that there are to the front. (Action
+// "SaTel".)
 int SaveTel();
 
-// "/etc/ppp/options.ttyS0" (pppd(8), "OPTIONS FILES"). (Action "SaOption".)
+// "/etc/ppp/options.ttyS0" (pppd(8), "OPTIONS FILES"): idle time in seconds, user name. (Action
+// "SaOption".)
 int SaveOptions();
 
 // The idle time-outs of the rules in "/usr/lib/diald/standard.filter", which is made from the
 // default filter when missing. (Action "SaFilter".)
 int SaveFilter();
 
-// The record's DNS server as the first and only "nameserver" of "/etc/resolv.conf".
+// The record's DNS server as the first and only "nameserver" of "/etc/resolv.conf", which is
+// created when missing; its other lines stay.
 int SaveDNS();
 
 // SavePPPConf, then SavePPPOn; the first result that is not 0.

@@ -43,6 +43,7 @@ int get_extif(ExternalInterface& out) try {
     constexpr std::size_t kPiece = 127;
     LineReader in(NatConfF, kPiece);
     if (!in.is_open()) return 1;
+    // A second line overrides the first, and nobody reads a third.
     for (int found = 0; found < 2 && in.next();) {
         if (!in.text().starts_with(kName)) continue;
         ++found;

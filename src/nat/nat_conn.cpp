@@ -10,6 +10,7 @@
 #include "appliance/record_page.h"
 #include "base/files.h"
 #include "base/log.h"
+#include "base/paths.h"
 #include "filter/firewall.h"
 #include "framework/profile.h"
 #include "nat/service_script.h"
@@ -62,6 +63,7 @@ int save_service(const char* value, int mode, Message&, ServiceEdit& record) {
     return 0;
 }
 
+// Compared with the settings: the record does not keep this switch.
 int save_enable_ac(const char* value, int mode, Message&, ServiceEdit& record) {
     if (mode == kCheck) return 0;
     const std::optional<Profile> settings = Profile::open(CgiQSFile);
@@ -78,6 +80,7 @@ int save_enable_ac(const char* value, int mode, Message&, ServiceEdit& record) {
 // A DMZ host hides the FTP server and the filter from the outside world; the page warns of it.
 void warn_of_dmz(const FormList* form) {
     const char* filter = find_val(form, "filter_when");
+    // The page has room for one warning, and the FTP server's says more.
     if (field_is(form, "vs_ftp_enable", "checked"))
         warn_no = Msg::DmzBesideFtpServer;
     else if (filter && !is(filter, "never"))
@@ -154,6 +157,7 @@ Written switch_access_control(bool on) {
     const Setting setting = {"acc_en", on ? "1" : "0"};
     Written written = SetFileString("acc_en", on ? "yes" : "no", AccessControlF);
     if (!failed(written)) written = set_settings("ACC_CTRL", {&setting, 1}, CgiQSFile);
+    // In any case: a script that has lost its mode would not run at the next link-up.
     told(set_mode(AccessControlF, 0755));
     return written;
 }
@@ -173,12 +177,14 @@ int store_all(const ServiceEdit& record, Message& message) {
 void put_into_force(const PPPConf& record, const Actions& actions) {
     log_line("nat_conn: add process");
     if (record.NetChanged)
-        actions.add(kRunWANConnect);
+        actions.add(kRunWANConnect);  // which runs the link-up scripts, too
     else
         act_change();
     if (record.VSChanged) actions.add(kSaveAndRunVS);
 }
 
+// Only "checked", which the page posts, asks for a DNS server; any other word that switches sharing
+// on (is_not_unchecked) passes.
 int check(const FormList* form, Message& message) {
     if (!field_is(form, "internet_access", "checked")) return 0;
     DnsText server;

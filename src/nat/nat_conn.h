@@ -9,10 +9,10 @@
 // nothing.
 int get_nat_conn(const char* message, const FormList* form);
 
-// Check: sharing needs a DNS server (44). Set, for "save": stores the fields in the
-// internet-sharing record, the WAN settings and the service and access-control scripts, switches
-// the special applications, and queues "RSNat" and "SaVS" as needed. Refusals: 13, 39, 44, 48, or
-// the record's.
+// Check: sharing needs a DNS server (44). Set, for "save": writes the account's user name to
+// "/etc/ppp/user", stores the fields in the internet-sharing record, the WAN settings and the
+// service and access-control scripts, switches the special applications, and queues "RSNat" and
+// "SaVS" as needed. Refusals: 13, 39, 44, 48, or the record's.
 int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                  int mode, Message& message);
 

@@ -51,7 +51,9 @@ struct Ftp : FixedServer<&PPPConf::Ftp, &PPPConf::FtpIP, &PPPConf::FtpIPBuf, &PP
 struct FtpData : Ftp {
     static std::uint32_t& port(PPPConf& record) { return record.FtpDataPort; }
 };
-struct Https {  // on the web server's host, always port 443
+// On the web server's host, always port 443. It claims no port: an administrator may give 443 to a
+// server of his own, on the same host for one.
+struct Https {
     static int& enabled(PPPConf& record) { return record.Https; }
 };
 
@@ -112,7 +114,8 @@ bool claim(std::uint32_t port, std::vector<std::uint32_t>& usedport) {
     return true;
 }
 
-// Stored as typed; only a port that another enabled server has is refused.
+// Stored as typed; only a port that another enabled server has is refused. When checking, a server
+// counts as enabled when it is on disk: the form's switches are stored in the set phase alone.
 template <class Server>
 int save_port(const char* value, int, Message& message, ServerEdit& record) {
     const auto port = static_cast<std::uint32_t>(to_long(value));

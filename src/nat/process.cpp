@@ -73,6 +73,7 @@ int Delay1() {
 }
 
 int GetPid(const char* name, PidText& pid) try {
+    // 0 also when it cannot be told: on that alone no second daemon is started.
     const ScratchFile scratch(kPidScratch);
     if (!scratch.ready()) return 0;
     run_command(format_text("pidof %s > pid", name));
@@ -109,6 +110,7 @@ int SquidPid() {
 int StartSquid() {
     PidText pid;
     if (GetPid("squid", pid) == 0) return 0;
+    // The proxy reads the resolver file as a user of its own; executing it does nobody any good.
     run_command("chmod 755 /etc/resolv.conf >/dev/null");
     run_command(format_text("%ssquid >/dev/null", SquidPath));
     log_line("StartSquid");
@@ -123,6 +125,7 @@ int KillSquid() {
 
 int StopDiald() {
     PidText pid;
+    // A pid that could not be found out is empty, and kill complains of it without harm.
     if (GetPid("diald", pid) != 0) return 0;
     const int status = run_command(format_text("kill -SIGTERM %s > /dev/null", pid.view()));
     if (status != 0)
@@ -144,6 +147,7 @@ int StartDiald() {
     return status;
 }
 
+// The file alone: the network programs tell the kernel.
 int SetIPV4(const char* value) {
     const Written written = rewrite_lines(NetworkF, NetTmpF, Replacement::kKeepMode,
                                           [&](std::string_view line, Replacement& out) {

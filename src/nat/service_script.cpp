@@ -12,6 +12,8 @@
 
 namespace {
 
+// The web redirection (web_redirect.h), which edits other lines of this script, leaves 0777. Each
+// is the mode that its page has always left, and root can run the script in either.
 constexpr mode_t kServiceMode = 0744;
 
 struct Section {
@@ -40,6 +42,8 @@ bool mark_section(std::string& script, std::string_view header, char mark, std::
     while (!rest.empty() && !rest.starts_with('\n'))
         section += marked(mark, take_script_line(rest));
     first = section.substr(0, section.find('\n') + 1);
+    // Without its empty line nobody can tell where the section ends, so nothing is switched; the
+    // module in its first line is all the same (act_module).
     if (rest.empty()) return false;
     script.replace(begin, section.size(), section);
     return true;

@@ -45,6 +45,7 @@ std::string ftp_server(long control, long data, std::string_view host) {
            opening("tcp", data);
 }
 
+// ip-up, whose switch "dmz" is set with this, opens the firewall for it.
 // Every port that nothing else claims; a client stays with the host.
 std::string dmz_host(std::string_view host) {
     std::string text;
@@ -81,6 +82,7 @@ void apply(int method) {
             run_ip_up_on("eth0");
             break;
         case kPPPoE:
+            // ppp0 may be the modem's still: the method has changed, the link has not.
             if (IsRunning("-x adsl-connect")) run_ip_up_on("ppp0");
             break;
         default:

@@ -23,6 +23,7 @@ public:
 
     // Writes what takes the place of a line of the list.
     void line(std::string_view line, Replacement& out) {
+        // An empty line of another system's editor goes; those that part the sections have none.
         if (line.starts_with('\r')) return;
         if (awaits_init_ && line.starts_with(InitKey)) return write_init(out);
         if (const std::optional<std::string_view> name = header_name(line)) {
@@ -64,6 +65,7 @@ private:
     }
 
     static std::string init_line(const InfModem& model) {
+        // The empty line comes along each time, also where one follows already.
         return format_text("%s=%s\n\n", InitKey0, *model.Init);
     }
 

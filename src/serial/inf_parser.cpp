@@ -71,6 +71,7 @@ int find_manufacturer(const InfFile& file, Manufacturer& found) {
         found.models = without_trailing(without_leading_spaces(line->substr(equals + 1)), "\r\n ");
         return found.models.empty() ? kNoInstallSection : kInfDone;
     }
+    // At the end of the description its models are looked for all the same, and none are found.
     return rest.empty() ? kInfDone : kNoInstallSection;
 }
 
@@ -88,6 +89,7 @@ public:
 
     std::optional<Candidate> next() {
         while (const auto line = take_section_line(rest_)) {
+            // The maker's own name, and any key that begins like its key.
             if (maker_.key && line->starts_with(*maker_.key)) continue;
             const std::size_t equals = line->find('=');
             if (line->starts_with("ClassName") || equals == line->npos) continue;
@@ -134,6 +136,7 @@ void read_layer(std::string_view line, Layers& layers) {
     if (!take(line, "HKR,") || !take(line, "Init,")) return;
     line = without_leading_spaces(line);
     if (line.size() < 3 || line.substr(1, 2) != ",,") return;
+    // One character, so of ten layers a description can name nine.
     const int layer = to_int(line.substr(0, 1));
     if (layer < 1) return log_line("INF file init string with wrong layer %d", long{layer});
     line.remove_prefix(3);
@@ -295,6 +298,7 @@ int find_models(std::string_view description, InfModels& models) try {
 int TxTo1ByteFile(const std::string& path) {
     std::optional<std::string> content = read_file(path);
     if (!content) return 1;
+    // The byte-order mark of UTF-16 stays in front of the first line.
     if (std::erase(*content, '\0') == 0) return 0;
     if (!create_anew(path)) return 1;
     Descriptor file = open_regular(path, O_WRONLY);

@@ -46,6 +46,8 @@ ModemList GetModemList0(LineReader& file, InitMode mode) {
         const std::string_view line = file.piece();
         if (is_empty(line)) continue;
         if (line.front() == '[') {
+            // Only a header tells that no init string came. At the end of the file the modem has an
+            // empty one.
             if (awaits_init) list.back().init = kPlainInit;
             const std::optional<std::string_view> name = header_name(line);
             awaits_init = name.has_value();
@@ -62,6 +64,7 @@ ModemList GetModemList0(LineReader& file, InitMode mode) {
 ModemList GetModemList(InitMode mode) {
     LineReader file(ModemFile, kLine);
     if (file.is_open()) return GetModemList0(file, mode);
+    // Where it cannot be written the page tells so and offers the two all the same.
     told(replace_file(ModemFile, kNewModemList));
     return {{"_Standard Modem", kPlainInit}, {kOtherModem, "AT&FM0"}};
 }

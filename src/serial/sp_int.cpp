@@ -10,6 +10,7 @@
 #include "appliance/dns_fields.h"
 #include "appliance/record_page.h"
 #include "base/log.h"
+#include "base/paths.h"
 #include "base/words.h"
 
 namespace {
@@ -57,6 +58,7 @@ int required(const char* value, int mode, Message& message, PPPConf& record) {
     return Save(value, mode, message, record);
 }
 
+// A provider that is dialled in to assigns the address, unless the form says "fixed".
 int save_dynamic_ip(const char* value, int mode, Message&, PPPConf& record) {
     if (mode == kSet) store(record.DynamicIP, int{std::string_view(value) != "fixed"}, record);
     return 0;
@@ -128,6 +130,7 @@ int set_sp_int(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTa
     const Saved saved = save_record(record, mode, message, walk);
     if (saved.refused) log_line("%s", message.view());
     if (!saved.stored) return saved.refused;
+    // All of them, whichever field changed: each file is written from the whole record.
     for (const Action action : {kSaveDiald, kSaveSecret, kSaveTel, kSaveOptions, kSaveFilter})
         AddProcToQueue(action, heads, queued, tails);
     return 0;

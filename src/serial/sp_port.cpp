@@ -72,6 +72,7 @@ int get_modemlist(ValueText&, LongText& text, int& error) {
 
 int get_array1(LongText& text, int& error) {
     const int failed = text_of_modems<string_of>(text, error);
+    // The comma behind the last one.
     if (!failed) text->erase(text->size() - 2);
     return failed;
 }
@@ -111,6 +112,7 @@ int save_initstr(const char* value, int mode, Message& message, PPPConf& record)
     return 1;
 }
 
+// What is none of them is tone.
 int save_dialtype(const char* value, int mode, Message&, PPPConf& record) {
     if (mode == kCheck) return 0;
     const std::string_view type = value;
@@ -168,6 +170,7 @@ void import_modems(const FormList* form, PageMessage& note) {
 int save(const FormList* form, const Actions& actions, Message& message) {
     PPPConf record;
     const auto walk = [&] {
+        // For the dial scripts, at every save, whatever comes of it.
         told(replace_file(UserF, record.User));
         return save_fields(key_fun_tab, form, Present::only_filled, kSet, message, record);
     };
@@ -198,6 +201,7 @@ int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcT
     if (mode == kCheck) return 0;
     if (field_is(form, "todo", "save")) return save(form, {heads, queued, tails}, message);
     if (field_is(form, "todo", "port_defaults")) offers_defaults = true;
+    // Spelled as the forms send it.
     if (field_is(form, "todo", "instatll")) cgi_err("Action", "Do_Install");
     return 0;
 }

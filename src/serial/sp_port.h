@@ -9,10 +9,10 @@
 // field "load_file" names (messages 21 and 22).
 int get_sp_port(const char* message, const FormList* form);
 
-// Set: "save" stores the modem, its init string (that of the modem "Other" in the modem list too),
-// speed and dial type in the internet-sharing record and queues "SaDiald" and "SaPPPOn";
-// "port_defaults" makes the page that is rendered next offer the defaults; "instatll" ends the
-// request. Refusals: 13, 14, 20, 62, or the record's.
+// Set: "save" writes the account's user name to "/etc/ppp/user", stores the modem, its init string
+// (that of the modem "Other" in the modem list too), speed and dial type in the internet-sharing
+// record and queues "SaDiald" and "SaPPPOn"; "port_defaults" makes the page that is rendered next
+// offer the defaults; "instatll" ends the request. Refusals: 13, 14, 20, 62, or the record's.
 int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                 int mode, Message& message);
 

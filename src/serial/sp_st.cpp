@@ -63,6 +63,7 @@ int get_ppp_link(ValueText& value, LongText&, int&) {
             "/sbin/ifconfig ppp0 | grep 'inet addr' | awk '{print $2}' | sed -e 's/.*://' > ip.tmp",
             "ip.tmp", kAddress)
             .value_or("");
+    // Two digits tell an address from whatever else the tools print; one below 10 counts as none.
     const bool up = address.size() >= 2 && is_digit(address[0]) && is_digit(address[1]);
     if (up) ppp_ip = address + "\n";
     return show_link(value, up);
@@ -123,6 +124,7 @@ int control_link(std::string_view command, std::string_view complaint) {
 int dial() {
     if (!PortEnabled()) return 0;
     PidText pid;
+    // 0: diald runs, or nobody can tell; a second one is not started.
     const int failed = GetPid("diald", pid) == 0 ? 0 : StartDiald();
     if (failed) {
         log_line("In dial(): StartDiald Error: %s", std::strerror(errno));
@@ -131,10 +133,12 @@ int dial() {
     return control_link("up", "Dial up Error: %s");
 }
 
+// Also after sharing was switched off: the link may be up still.
 int hangup() { return control_link("down", "StopDiald Error: %s"); }
 
 int clearlog() {
     for (const char* path : {Ppp1LogF, Ppp0LogF}) told(remove_file(path));
+    // pppd keeps this one open and would write on into a removed file.
     return empty_file(PppdLogF) != Written::done;
 }
 
@@ -161,6 +165,7 @@ int get_status(const char* message, const FormList* form) {
 
 int set_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
                Message& message) {
+    // The buttons wait for the getter: the page tells what came of them.
     if (mode == kCheck || mode == kSet) return 0;
     return get_status(message.empty() ? nullptr : message.c_str(), form);
 }

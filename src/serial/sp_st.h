@@ -4,8 +4,9 @@
 #include "framework/page.h"
 
 // Carries out the form's button and renders the page: "nat_dial" dials (while sharing is on),
-// "nat_hangup" hangs up, "nat_clearlog" empties the logs; anything else, like "nat_refreshlog",
-// only shows the page. So does a post that was refused, which comes with a message.
+// "nat_hangup" hangs up, "nat_clearlog" removes "/var/log/ppp1.log" and "ppp0.log" and empties
+// "pppd.log"; anything else, like "nat_refreshlog", only shows the page. So does a post that was
+// refused, which comes with a message.
 int get_status(const char* message, const FormList* form);
 
 // Accepts in both phases without acting, as the page acts when it is rendered. In any other mode it

@@ -38,6 +38,7 @@ bool is_direct(LineReader& settings) {
     for (int seen = 0; seen < 2 && settings.next();) {
         const std::string_view line = settings.text();
         if (!line.starts_with(kKey)) continue;
+        // Methods have one digit; what follows it is a line end, of whatever kind.
         direct = line.substr(kKey.size()).starts_with('1');
         ++seen;
     }

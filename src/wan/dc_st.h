@@ -4,7 +4,7 @@
 #include "framework/page.h"
 
 // Shows what the WAN port has now: hardware address, address, netmask, gateway, whether they came
-// by DHCP, and the DNS servers.
+// by DHCP ("/tmp/dyna", else the settings), and the DNS servers.
 int get_dc_status(const char* message, const FormList* form);
 
 // Set: "dc_connect" starts the direct connection anew. Always accepts.

@@ -109,6 +109,8 @@ int get_ppp_status(const char* message, const FormList* form) {
 int set_ppp_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {
     if (mode != kSet) return 0;
     if (field_is(form, "todo", "ppp_connect")) connect();
+    // A link that was started anew is down until there is traffic: this is how one disconnects and
+    // still gets onto the internet the next time.
     if (field_is(form, "todo", "ppp_disconnect")) RunPPPoeConnect();
     if (field_is(form, "todo", "ppp_clearlog")) told(empty_file(PppdLogF));
     return 0;

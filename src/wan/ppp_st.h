@@ -3,7 +3,8 @@
 
 #include "framework/page.h"
 
-// Shows hardware address, link, address, netmask, DNS servers and the log of the PPPoE connection.
+// Shows hardware address, link, address, netmask, DNS servers and the log of the PPPoE connection
+// ("/var/log/pppd.log", at most its first 7999 characters).
 int get_ppp_status(const char* message, const FormList* form);
 
 // Set: "ppp_connect" starts the link anew and makes it dial, "ppp_disconnect" starts it anew, so

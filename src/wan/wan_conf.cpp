@@ -19,7 +19,8 @@ namespace {
 
 constexpr int kFileMissing = 14;
 
-// The first three lines of the WAN settings file, as they stand, whatever they hold.
+// The first three lines of the WAN settings file, as they stand, whatever they hold: sharing,
+// interface and method are the services page's. What stands behind them is the account's.
 std::array<std::string, 3> settings_to_keep() {
     constexpr std::size_t kKeptLength = 63;
     std::array<std::string, 3> kept = {"nat_enable=no", "nat_interface=eth0", "connect_method=2"};
@@ -49,6 +50,8 @@ Written SavePPPoeConf(const PPPoeConf& record) {
     text += format_text("pppoe_username=%s\npppoe_password=%s\n", record.user.view(),
                         record.password.view());
     text += format_text("idle=%d\npppoe_dyna=%d\n", record.idle, record.dynamic);
+    // With an address this last line has no line end, and is meant to have none: readers take the
+    // end of the file for one, and whoever adds a line (SetFileString) ends it first.
     text += record.address[0].empty() ? "pppoe_ip=\n" : "pppoe_ip=" + join_octets(record.address);
     Replacement out(NatConfF, NatConfTmpF, kSecretMode);
     out.write(text);
@@ -56,6 +59,7 @@ Written SavePPPoeConf(const PPPoeConf& record) {
     if (stored != Written::done) return stored;
     if (SavePPPoeSecret(record) != 0) return Written::not_written;
 
+    // Without an idle time the link stays up for good: it neither hangs up nor waits for traffic.
     const std::string timeout = std::to_string(record.idle * 60L);
     const std::string service = shell_quoted_text(record.service);
     const std::array settings = std::to_array<Setting>({
@@ -65,6 +69,7 @@ Written SavePPPoeConf(const PPPoeConf& record) {
         {"PPPOE_EXTRA", service.empty() ? "\"\"" : "\"-S " + service + "\""},
     });
     const Written written = set_file_strings(settings, PPPoeConfF);
+    // An appliance without the PPPoE programs has no such file; its account is stored all the same.
     return written == Written::missing ? Written::done : written;
 }
 
@@ -73,11 +78,14 @@ int SavePPPoeSecret(const PPPoeConf& record) {
     const char* password = record.password.c_str();
     int result = save_secret(PapF, PapTmpF, user, password, "PPPoE");
     if (result == 0) result = save_secret(ChapF, ChapTmpF, user, password, "PPPoE");
+    // Whatever became of the secrets: no stranger reads the others in these files.
     for (const char* file : {PapF, ChapF}) told(set_mode(file, kSecretMode));
     return result;
 }
 
 Written SaveDirectConf(const DirectConf& record) {
+    // While another method is in force this is that one's. The port gets its file from the settings
+    // as soon as it is its turn (RunDirectConnect).
     const InterfaceText interface = wan_interface();
     std::string text = interface_head(interface, record.dynamic ? "dhcp" : "none");
     std::vector<Setting> settings;
@@ -96,6 +104,7 @@ Written SaveDirectConf(const DirectConf& record) {
     }
     if (record.dynamic && !record.host_name.empty())
         text += format_text("DHCP_HOSTNAME=%s\n", shell_word(record.host_name));
+    // One or two characters are what is left of a line end, not an address.
     if (record.hardware_address.view().size() > 2)
         text += format_text("MACADDR=%s\n", shell_word(with_colons(record.hardware_address)));
     settings.push_back({"wan_name", std::string(record.host_name)});
@@ -115,6 +124,7 @@ int GetPPPoeConf(PPPoeConf* record) try {
     record->dynamic = 1;
     LineReader in(NatConfF);
     if (!in.is_open()) return kFileMissing;
+    // Of several lines with a key the last one counts, here and below, not the first (profile.h).
     while (in.next()) {
         const std::string_view line = in.text();
         if (const auto user = value_behind(line, "pppoe_username=")) record->user = *user;
@@ -156,6 +166,7 @@ bool read_direct_conf(DirectConf& record) {
         if (const auto gateway = value_behind(line, "wan_gateway="))
             extract_octets(*gateway, record.gateway);
         if (const auto hardware = value_behind(line, "wan_hw_addr="))
+            // A blank in front stands for none.
             record.hardware_address = hardware->starts_with(' ') ? "" : *hardware;
     }
     return true;

@@ -40,11 +40,14 @@ Written SavePPPoeConf(const PPPoeConf& record);
 [[nodiscard]] int SavePPPoeSecret(const PPPoeConf& record);
 
 // Writes the interface file "/etc/sysconfig/network-scripts/ifcfg-..." (a shell script reads it)
-// and the section "network" of the appliance settings file.
+// and the section "network" of the appliance settings file; the latter only when the former could
+// be written. Without DHCP the file has the address, else the host name, if there is one.
 Written SaveDirectConf(const DirectConf& record);
 
-// Reads the records. 0; 1 no record; 14 a file is missing or cannot be read (the record holds what
-// was read so far).
+// Read the records, the first from the WAN settings file and "/etc/ppp/pppoe.conf", the second from
+// the appliance settings file. What a file does not say is empty, the idle time 5 minutes, PPPoE's
+// address the provider's. 0; 1 no record; 14 a file is missing or cannot be read (the record holds
+// what was read so far).
 [[nodiscard]] int GetPPPoeConf(PPPoeConf* record);
 [[nodiscard]] int GetDirectConf(DirectConf* record);
 

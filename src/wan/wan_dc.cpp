@@ -19,6 +19,7 @@ namespace {
 constexpr char kPage[] = "wan_dc.htm";
 
 constexpr std::size_t kHardwareDigits = 12;
+// The blank is refused, too, although the text does not name it: nobody would see it there.
 constexpr std::string_view kNotInDeviceName = " \"&'()*+,/:;<=>?[\\]`|";
 constexpr std::string_view kBadDeviceName =
     "Invalid character or characters in Device Name.\n\n"
@@ -64,6 +65,7 @@ int store_hardware_address(std::string_view address) {
     const Written written = SetFileString(
         "MACADDR", pairs.empty() ? std::nullopt : std::optional<std::string_view>(pairs),
         IfCfgEth0F);
+    // Without an interface file the address waits in the settings for the next save.
     if (written != Written::done && written != Written::missing) return 1;
     return SetProfileString("network", "wan_hw_addr", address, QSCfgF);
 }
@@ -135,6 +137,7 @@ int get_isp_ip_type(ValueText& value, LongText&, int&) {
     return show(value, shown.dynamic ? "dynamic" : "fixed");
 }
 
+// Here what is not "dynamic" is fixed; the modem's account is dynamic unless it is "fixed".
 int save_isp_ip_type(const char* value, int, Message&, DirectConf& record) {
     record.dynamic = std::string_view(value) == "dynamic";
     return 0;
@@ -166,6 +169,8 @@ int get_wan_dc(const char* message, const FormList* form) {
 
 int set_wan_dc(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,
                Message& message) {
+    // The two buttons concern nothing else that could refuse, so they act when checking already and
+    // once more when setting.
     if (field_is(form, "todo", "default_wan_mac")) return store_hardware_address("");
     if (field_is(form, "todo", "change_wan_mac"))
         return change_hardware_address(find_val(form, "wan_mac_address"), message);

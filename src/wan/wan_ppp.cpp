@@ -52,6 +52,7 @@ int save_ppp_idle_time(const char* value, int mode, Message& message, PPPoeConf&
     return 0;
 }
 
+// An address that was stored is kept, not shown, while the provider assigns one.
 template <std::size_t Number>
 int get_ip(ValueText& value, LongText&, int&) {
     if (!shown.dynamic) value = shown.address[Number - 1].view();
@@ -69,6 +70,8 @@ int get_isp_ip_type(ValueText& value, LongText&, int&) {
     return show(value, shown.dynamic ? "dynamic" : "fixed");
 }
 
+// Only the check refuses an empty type, and without a text: the driver's then names the page.
+// A longer word that begins with "dynamic" means the same.
 int save_isp_ip_type(const char* value, int mode, Message&, PPPoeConf& record) {
     const std::string_view type = value;
     if (mode == kCheck) return type.empty();
@@ -83,6 +86,7 @@ int save_service_name(const char* value, int mode, Message& message, PPPoeConf& 
     return save_text<&PPPoeConf::service>(value, mode, message, record);
 }
 
+// The page's own script compares the password with its confirmation, "ppp_ac_pwd_v".
 constexpr std::array account_rows = std::to_array<KeyFun<PPPoeConf>>({
     {"ppp_ac_name", get_text<&PPPoeConf::user>, save_ppp_ac_name},
     {"ppp_ac_pwd", get_text<&PPPoeConf::password>, save_ppp_ac_pwd},

@@ -45,12 +45,16 @@ bool start_squid_if_stopped() {
 
 void dial_start() { run_command(format_text("%s start > /dev/null", DialF)); }
 
+// The interface of diald, which stands in for the link until it has dialled.
 int count_sl0_routes() {
     return to_int(first_output_line("route -n | grep sl0 -c > sl0.cnt", "sl0.cnt", kScratchLine)
                       .value_or(""));
 }
 
 }  // namespace
+
+// Each does nothing while another method is configured, so that "RSNat" can be queued whatever a
+// page has saved.
 
 int DisableWAN() {
     if (Nat_Method() != kNoMethod) return 0;
@@ -69,6 +73,8 @@ int RunModemConnect() {
     RestartNet();
     if (start_squid_if_stopped()) sync();
     dial_start();
+    // As many routes lead over its interface when diald has come up whole. With fewer, or more, it
+    // gets a second chance; what comes of that is for the status page.
     if (count_sl0_routes() != kRoutesOfDiald) {
         StopModemConnect();
         dial_start();
@@ -79,6 +85,7 @@ int RunModemConnect() {
 int RunPPPoeConnect() {
     if (Nat_Method() != kPPPoE) return 0;
     stop_all_links();
+    // PPPoE speaks Ethernet alone on this port, which must not keep an address of its own.
     if (replace_file(IfCfgEth0F, interface_head("eth0", "none")) != Written::done) return 0;
     told(set_wan_if(kPPPoE));
     RestartNet();
@@ -96,6 +103,7 @@ int RunDirectConnect() {
     told(SaveDirectConf(record));
     RestartNet();
     start_squid_if_stopped();
+    // pppd runs ip-up by itself; for an Ethernet port nobody else does.
     run_command("/sbin/ifup eth0 &> /dev/null");
     run_command("/etc/ppp/ip-up eth0 &> /dev/null");
     // The status page learns from this file how the address that is in use now was obtained.
@@ -105,6 +113,7 @@ int RunDirectConnect() {
 }
 
 int RunWANConnect() {
+    // Whatever the method: DisableWAN ends it again.
     StartSquid();
     switch (Nat_Method()) {
         case kNoMethod:
@@ -131,6 +140,7 @@ void StopPPPoeConnect() {
 }
 
 void StopDirectConnect() {
+    // The interface that the settings name, which is not eth0 once another method has been chosen.
     run_command(format_text("/sbin/ifdown %s &> /dev/null", wan_interface().view()));
     // The script takes down what hangs on the LAN side, hence its interface.
     run_command(format_text("/etc/ppp/ip-down %s > /dev/null", lan_interface().view()));
