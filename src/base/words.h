@@ -3,8 +3,12 @@
 
 #include <string_view>
 
-// True for "0" to "9", whatever the locale.
+// Characters of ASCII, whatever the locale. The lower case of what is no letter is itself.
 constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
+constexpr char lower_case(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+constexpr bool is_letter(char c) { return lower_case(c) >= 'a' && lower_case(c) <= 'z'; }
 
 // The text without trailing spaces, tabs, line feeds and carriage returns.
 std::string_view TrancateSpace(std::string_view text);

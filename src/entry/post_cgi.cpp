@@ -8,6 +8,7 @@
 #include "appliance/ppp_conf.h"
 #include "base/escape.h"
 #include "base/log.h"
+#include "base/words.h"
 #include "entry/page_table.h"
 #include "framework/action_queue.h"
 #include "framework/html-lib.h"
@@ -56,7 +57,7 @@ private:
     bool holds_control_character() {
         const FormEntry* entry = entry_with_control(*form_);
         if (!entry) return false;
-        next_file_ = this_file_;
+        refusing_ = this_file_;
         GetErrMsgByIndex(Msg::ControlCharacter, message_, field_label(entry->key));
         return true;
     }
@@ -64,19 +65,18 @@ private:
     // The name of a field as it may be shown: the sender chose it.
     static std::string field_label(std::string name) {
         const auto is_plain = [](char c) {
-            return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                   c == '_' || c == '-' || c == '.';
+            return is_letter(c) || is_digit(c) || c == '_' || c == '-' || c == '.';
         };
         std::replace_if(
             name.begin(), name.end(), [&](char c) { return !is_plain(c); }, '?');
         return name;
     }
 
-    // Calls a page's setter; on a refusal that page becomes the next one, with a message.
+    // Calls a page's setter; a page that refuses will be shown, with a message.
     bool call_setter(const CgiPage& page, Mode mode) {
         message_.clear();
         if (page.setter && accepts(page.setter, mode)) return true;
-        next_file_ = page.name;
+        refusing_ = page.name;
         if (!message_.empty()) return false;
         if (first_failure())
             tell(*first_failure(), message_);
@@ -152,7 +152,7 @@ private:
 
     int show_refusal() {
         log_line("return error");
-        return page_or_message(next_or_this(), "CHK0").getter(message_.c_str(), form_);
+        return page_or_message(refusing_, "CHK0").getter(message_.c_str(), form_);
     }
 
     int show_next_page() {
@@ -179,10 +179,11 @@ private:
     const FormList* form_;
     const char* this_file_;
     const char* todo_;
-    const char* next_file_;
-    int status_ = 0;   // of a save from a status page: that page's method
-    Message message_;  // why the request was refused or failed
-    Message notice_;   // what the next page shows although everything succeeded
+    const char* next_file_;           // where to go when all is done
+    const char* refusing_ = nullptr;  // the page that is shown when not
+    int status_ = 0;                  // of a save from a status page: that page's method
+    Message message_;                 // why the request was refused or failed
+    Message notice_;                  // what the next page shows although everything succeeded
     ProcHeads heads_;
     ProcFlags queued_{};
     ProcTails tails_{};
