@@ -1,10 +1,10 @@
 #include "appliance/dns_fields.h"
 
-#include <algorithm>
 #include <array>
 #include <vector>
 
 #include "base/files.h"
+#include "base/format.h"
 #include "base/paths.h"
 #include "base/shell.h"
 #include "base/words.h"
@@ -15,10 +15,13 @@ namespace {
 constexpr int kServers = 3;
 constexpr int kOctets = 4;
 constexpr std::size_t kDnsLine = 79;
-constexpr std::array<std::string_view, 3> kDnsKeys = {DNSKey, DNSKey2, DNSKey3};
 
-DnsText shown_server;
-std::string_view not_yet_shown;  // the rest of it
+// The lines of the list begin so.
+constexpr std::string_view DNSKey = "dns_server1=";
+constexpr std::string_view DNSKey2 = "dns_server2=";
+constexpr std::string_view DNSKey3 = "dns_server3=";
+
+// A form posts an octet at a time: what has come of each server so far.
 std::array<DnsText, kServers> built;
 std::array<bool, kServers> completed{};
 
@@ -26,12 +29,20 @@ std::string_view leading_digits(std::string_view text) {
     return text.substr(0, text.find_first_not_of("0123456789"));
 }
 
+// What stands behind the nth dot; empty when there are less.
+std::string_view behind_dot(int n, std::string_view text) {
+    for (; n > 0; --n) {
+        const std::size_t dot = text.find('.');
+        text = dot == std::string_view::npos ? "" : text.substr(dot + 1);
+    }
+    return text;
+}
+
 std::string_view dns_key(int n) { return n == 2 ? DNSKey2 : n == 3 ? DNSKey3 : DNSKey; }
 
 std::string_view dns_key_name(int n) {
-    std::string_view key = dns_key(n);
-    key.remove_suffix(1);  // the keys of the list end in "="
-    return key;
+    const std::string_view key = dns_key(n);
+    return key.substr(0, key.find('='));
 }
 
 // Calls `use` with the value of each DNS server line until it returns false.
@@ -40,7 +51,7 @@ void for_each_dns(Use use) {
     LineReader in(QSCfgF, kDnsLine);
     while (in.is_open() && in.next()) {
         const std::string_view line = in.piece();
-        for (const std::string_view key : kDnsKeys)
+        for (const std::string_view key : {DNSKey, DNSKey2, DNSKey3})
             if (line.starts_with(key) &&
                 !use(without_line_end(line.substr(key.size())).substr(0, DnsText::capacity)))
                 return;
@@ -68,26 +79,12 @@ void GetWanDNS(std::span<char> out) {
     copy_text(out, shown);
 }
 
-void GetDNS_N(int n, DnsText& out) {
-    out = setting<DnsText::capacity + 1>(QSCfgF, dns_key_name(n), "");
-}
-
-Written SaveDNS_N(int n, std::string_view value) {
-    const Setting server = {dns_key_name(n), std::string(value)};
-    return set_settings("network", {&server, 1}, QSCfgF);
-}
+void GetDNS_N(int n, DnsText& out) { out = setting<DnsText::size>(QSCfgF, dns_key_name(n), ""); }
 
 int show_dns_octet(int server, int octet, ValueText& value) {
-    if (octet == 1) {
-        GetDNS_N(server, shown_server);
-        not_yet_shown = shown_server;
-    } else {
-        const std::size_t dot = std::min(not_yet_shown.find('.'), not_yet_shown.size());
-        not_yet_shown.remove_prefix(std::min(dot + 1, not_yet_shown.size()));
-    }
-    value = leading_digits(not_yet_shown);
-    if (octet == kOctets) not_yet_shown = {};
-    return 0;
+    DnsText address;
+    GetDNS_N(server, address);
+    return show(value, leading_digits(behind_dot(octet - 1, address)));
 }
 
 int store_dns_octet(int server, int octet, std::string_view value) {
@@ -112,18 +109,24 @@ int store_dns_servers() {
     built = {};
     completed = {};
     if (set_settings("network", servers, QSCfgF) != Written::done) return 1;
-    if (has_last) run_command("/usr/share/quillstead/network/NET_SetDNS > /dev/null");
+    if (has_last) run_command(format_text("%s > /dev/null", SetDNSF));
     return 0;
 }
 
 int get_dns_name(ValueText& value, LongText&, int&) {
     DnsText server;
     GetDNS(server);
-    value = server.view();
-    return 0;
+    return show(value, server);
 }
 
 int get_wan_dns(ValueText& value, LongText&, int&) {
-    GetWanDNS(value);
+    GetWanDNS(value.buffer());
     return 0;
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+Written SaveDNS_N(int n, std::string_view value) {
+    const Setting server = {dns_key_name(n), std::string(value)};
+    return set_settings("network", {&server, 1}, QSCfgF);
 }

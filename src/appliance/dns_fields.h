@@ -21,9 +21,6 @@ void GetDNS(DnsText& out);
 void GetWanDNS(std::span<char> out);
 // Server n: 2 and 3, any other n is server 1.
 void GetDNS_N(int n, DnsText& out);
-// Stores server n in section "network".
-Written SaveDNS_N(int n, std::string_view value);
-
 // ---- the form fields ----
 
 // Octet 1 to 4 of DNS server 1 to 3, for the getters below.
@@ -80,3 +77,8 @@ int get_dns_name(ValueText& value, LongText& text, int& error);
 
 // The first two DNS servers, one above the other (the field "wan_dns").
 int get_wan_dns(ValueText& value, LongText& text, int& error);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// Stores server n (as GetDNS_N) in section "network" of the appliance settings file.
+Written SaveDNS_N(int n, std::string_view value);

@@ -10,6 +10,7 @@
 #include "base/quote.h"
 #include "base/scratch.h"
 #include "base/shell.h"
+#include "base/words.h"
 #include "framework/profile.h"
 
 namespace {
@@ -23,6 +24,12 @@ Text<N> command_word(std::string_view key, std::string_view fallback, const char
     Text<N> value = setting<N>(file, key, fallback);
     if (value.empty() || !is_harmless(value)) value = fallback;
     return value;
+}
+
+// What "pidof" prints for a program.
+std::string pids_of(const char* program, const char* scratch) {
+    return first_output_line(format_text("/sbin/pidof %s", program), scratch, kScratchLine)
+        .value_or("");
 }
 
 bool sharing_is_on() { return setting<8>(NatConfF, "nat_enable", "no").view().starts_with('y'); }
@@ -47,18 +54,22 @@ Written set_wan_if(int method) {
 }
 
 int IsRunning(const char* program) {
-    const std::string line = first_output_line(format_text("/sbin/pidof %s > /tmp/pid", program),
-                                               "/tmp/pid", kScratchLine)
-                                 .value_or("");
-    return line.size() > 1 && line[1] >= '0' && line[1] <= '9';
+    const std::string pids = pids_of(program, "/tmp/pid");
+    // The second character: the daemons asked for start late, so one digit is no pid of theirs.
+    return pids.size() > 1 && is_digit(pids[1]);
 }
 
-int IsInterface(const char* interface) { return sharing_is_on() && has_address(interface); }
+bool is_pppd_running() {
+    const std::string pids = pids_of("pppd", "/tmp/ppp.tmp");
+    return !pids.empty() && is_digit(pids[0]) && pids[0] != '0';
+}
+
+int IsInterface(std::string_view interface) { return sharing_is_on() && has_address(interface); }
 
 bool has_address(std::string_view interface) {
     constexpr std::string_view kMark = "inet addr:";
     const std::string line =
-        first_output_line(format_text("/sbin/ifconfig %s | grep \"inet addr\" > /tmp/t", interface),
+        first_output_line(format_text("/sbin/ifconfig %s | grep \"inet addr\"", interface),
                           "/tmp/t", kScratchLine)
             .value_or("");
     const std::size_t mark = line.find(kMark);
@@ -70,10 +81,13 @@ bool has_address(std::string_view interface) {
     return !is_ppp || (address != kNotDialled && address != kDialdRemote);
 }
 
+void run_ip_up_on(std::string_view interface) {
+    if (IsInterface(interface)) run_command(format_text("%s %s > /dev/null", IPUPF, interface));
+}
+
 void Run_ip_up() {
     if (!sharing_is_on()) return;
     const bool is_ppp = IsRunning("diald") || IsRunning("-x adsl-connect");
     const InterfaceText interface = is_ppp ? InterfaceText("ppp0") : wan_interface();
-    if (IsInterface(interface.c_str()))
-        run_command(format_text("/etc/ppp/ip-up %s > /dev/null", interface.view()));
+    run_ip_up_on(interface);
 }

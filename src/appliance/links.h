@@ -26,12 +26,18 @@ Written set_wan_if(int method);
 // with "-x " before it for a script.
 int IsRunning(const char* program);
 
+// True when pppd runs: "pidof" gives a pid for it.
+bool is_pppd_running();
+
 // 1 when sharing is on and the interface has a usable address. On a PPP interface the placeholders
 // of a link that has not dialled yet do not count.
-int IsInterface(const char* interface);
+int IsInterface(std::string_view interface);
 
 // Whether the interface itself has a usable address, whatever the sharing switch says.
 bool has_address(std::string_view interface);
+
+// Runs the link-up script for an interface for which IsInterface holds.
+void run_ip_up_on(std::string_view interface);
 
 // Reruns the link-up script when sharing is on and the WAN interface has an address, so that the
 // scripts which it runs apply again.

@@ -15,19 +15,6 @@
 
 namespace {
 
-// The lines of a new file. The VPN lines belong to an older firmware: nothing reads them and the
-// first save drops them.
-constexpr std::string_view kNewFile =
-    "Method=0\nBaudRate=115200\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\nPassword=\n"
-    "Security=0\nIdle=2\nDynamicIP=1\nIP=10.0.0.1\nPhone1=\nPhone2=\nPhone3=\nRetry=3\n"
-    "SrvWeb=1\nSAP=1\nSrvEMail=1\nSrvFTP=1\nSrvTelNet=1\n"
-    "Web=0\nWebIP=\nWebPort=80\nPop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\nSmtpPort=25\n"
-    "Ftp=0\nFtpIP=\nFtpDataPort=20\nFtpCtlPort=21\nHttps=0\n"
-    "VPN=0\nVPN_IP=\nVPN_IPSEC=500\nVPN_PPTP=1723\n"
-    "VS_UD1=0\nUD1_Name=\nUD1_IP=\nUD1_Port=0\nVS_UD2=0\nUD2_Name=\nUD2_IP=\nUD2_Port=0\n"
-    "VS_UD3=0\nUD3_Name=\nUD3_IP=\nUD3_Port=0\nVS_UD4=0\nUD4_Name=\nUD4_IP=\nUD4_Port=0\n"
-    "VS_UD5=0\nUD5_Name=\nUD5_IP=\nUD5_Port=0\nDMZ=0\nDMZ_IP=\n";
-
 using Number = int PPPConf::*;
 using Port = std::uint32_t PPPConf::*;
 using Setting = SettingText PPPConf::*;
@@ -35,14 +22,18 @@ using Phone = PhoneText PPPConf::*;
 using Address = AddressText PPPConf::*;
 using Member = std::variant<Number, Port, Setting, Phone, Address>;
 
-// A line of the file: its key, its field, and the value of a missing key. Readers look a key up by
-// its beginning, so "Web" stands before "WebIP" and "WebPort", and so on.
+// A line of the file: its key, its field, the value of a missing key, and the line of a new file.
+// Readers look a key up by its beginning, so "Web" stands before "WebIP" and "WebPort", and so on.
 struct Line {
     const char* key;
     Member field;
     std::string_view missing{};
+    std::optional<std::string_view> in_new_file = missing;
 };
 
+// The three sets of defaults differ on purpose. A new file proposes an address, while a file that
+// has lost its line has none; page_defaults() below is what the "defaults" button has always put
+// into the form, with another idle time and without ports.
 constexpr Line kLines[] = {
     {"Method", &PPPConf::Method, "0"},
     {"BaudRate", &PPPConf::BaudRate, "115200"},
@@ -54,11 +45,11 @@ constexpr Line kLines[] = {
     {"Security", &PPPConf::Security, "0"},
     {"Idle", &PPPConf::Idle, "2"},
     {"DynamicIP", &PPPConf::DynamicIP, "1"},
-    {"IP", &PPPConf::IP},
+    {"IP", &PPPConf::IP, "", "10.0.0.1"},
     {"Phone1", &PPPConf::Phone1},
     {"Phone2", &PPPConf::Phone2},
     {"Phone3", &PPPConf::Phone3},
-    {"DNS", &PPPConf::DNS},
+    {"DNS", &PPPConf::DNS, "", std::nullopt},  // the servers stand in the appliance settings
     {"Retry", &PPPConf::Retry, "3"},
     {"SrvWeb", &PPPConf::SrvWeb, "1"},
     {"SAP", &PPPConf::SAP, "1"},
@@ -80,6 +71,9 @@ constexpr Line kLines[] = {
     {"FtpCtlPort", &PPPConf::FtpCtlPort, "21"},
     {"Https", &PPPConf::Https, "0"},
 };
+
+// These belong to an older firmware: nothing reads them, and the first save drops them.
+constexpr std::string_view kVpnLinesOfNewFile = "VPN=0\nVPN_IP=\nVPN_IPSEC=500\nVPN_PPTP=1723\n";
 
 constexpr Line kLinesBehindUserServers[] = {
     {"DMZ", &PPPConf::DMZ, "0"},
@@ -108,7 +102,7 @@ void read_field(PPPConf& record, std::uint32_t PPPConf::*field, const Line& line
 
 template <std::size_t N>
 void read_field(PPPConf& record, Text<N> PPPConf::*field, const Line& line, const Profile* file) {
-    GetProfileString(line.key, line.missing, record.*field, file);
+    GetProfileString(line.key, line.missing, (record.*field).buffer(), file);
 }
 
 void read_lines(PPPConf& record, std::span<const Line> lines, const Profile* file) {
@@ -121,9 +115,9 @@ void read_user_server(UserServer& server, std::size_t number, const Profile* fil
     Text<UserServer::kReadSize> name;
     AddressText ip;
     server.VS_UD = GetProfileInt(keys.enabled, 0, file);
-    GetProfileString(keys.name, "", name, file);
+    GetProfileString(keys.name, "", name.buffer(), file);
     server.set_name(name);
-    GetProfileString(keys.ip, "", ip, file);
+    GetProfileString(keys.ip, "", ip.buffer(), file);
     server.set_ip(ip);
     server.Port = static_cast<std::uint32_t>(GetProfileLong(keys.port, 0, file));
 }
@@ -144,12 +138,20 @@ void write_lines(const PPPConf& record, std::span<const Line> lines, Replacement
         std::visit([&](auto field) { write_setting(out, line.key, record.*field); }, line.field);
 }
 
-void write_user_server(const UserServer& server, std::size_t number, Replacement& out) {
-    const UserServerKeys keys(number);
-    write_setting(out, keys.enabled, server.VS_UD);
-    write_setting(out, keys.name, server.Name());
-    write_setting(out, keys.ip, server.IP());
-    write_setting(out, keys.port, server.Port);
+void write_new_lines(std::span<const Line> lines, Replacement& out) {
+    for (const Line& line : lines)
+        if (line.in_new_file) write_setting(out, line.key, *line.in_new_file);
+}
+
+void write_user_servers(const std::array<UserServer, PPPConf::kUserServers>& servers,
+                        Replacement& out) {
+    for (std::size_t i = 0; i < servers.size(); ++i) {
+        const UserServerKeys keys(i + 1);
+        write_setting(out, keys.enabled, servers[i].VS_UD);
+        write_setting(out, keys.name, servers[i].Name());
+        write_setting(out, keys.ip, servers[i].IP());
+        write_setting(out, keys.port, servers[i].Port);
+    }
 }
 
 constexpr PPPConf page_defaults() {
@@ -169,7 +171,14 @@ constexpr PPPConf page_defaults() {
 
 constexpr PPPConf d_conf = page_defaults();
 
-void Init_PPPConf() { told(replace_file(PppConfFile, kNewFile, kSecretMode)); }
+void Init_PPPConf() {
+    Replacement out(PppConfFile, kSecretMode);
+    write_new_lines(kLines, out);
+    out.write(kVpnLinesOfNewFile);
+    write_user_servers({}, out);
+    write_new_lines(kLinesBehindUserServers, out);
+    told(out.install());
+}
 
 int ReadPPPConfig(PPPConf* record) try {
     record->Changed = 0;
@@ -204,7 +213,7 @@ int read_record(PPPConf* record, Message& message) {
 int store_record(const PPPConf& record, Message& message) {
     Replacement out(PppConfFile, PppTmpFile, kSecretMode);
     write_lines(record, kLines, out);
-    for (std::size_t i = 0; i < record.UD.size(); ++i) write_user_server(record.UD[i], i + 1, out);
+    write_user_servers(record.UD, out);
     write_lines(record, kLinesBehindUserServers, out);
     const Written written = out.install();
     if (written == Written::no_temporary)
@@ -223,14 +232,11 @@ int SavePPPConf(const PPPConf& record, Message& message) {
 
 int PortEnabled() {
     const std::optional<Profile> file = Profile::open(NatConfF);
-    if (!file) return 0;
-    Text<8> value;
-    GetProfileString("nat_enable", "no", value, &*file);
-    return !value.view().starts_with("no");
+    return file && !setting<8>(file, "nat_enable", "no").view().starts_with("no");
 }
 
 int Nat_Method() {
     if (!PortEnabled()) return kNoMethod;
     const std::optional<Profile> file = Profile::open(PppConfFile);
-    return GetProfileInt("Method", kNoMethod, stream_of(file));
+    return file ? GetProfileInt("Method", kNoMethod, &*file) : kNoMethod;
 }

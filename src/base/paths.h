@@ -1,5 +1,6 @@
-// The files of the appliance, each named once, so that every writer and reader names it the same
-// way.
+// The files of the appliance that this program reads, writes or names in a command, each named
+// once, so that all who mean a file mean the same one. A scratch file that one function alone knows
+// is named there; commands name the system's own programs as a shell's user would.
 #pragma once
 
 // Internet-sharing configuration record. The short ".con" is the name that the appliance has always
@@ -12,14 +13,15 @@ inline constexpr char NatConfF[] = "/etc/ppp/CGI_nat.conf";
 inline constexpr char NatConfTmpF[] = "/etc/ppp/CGI_nat.tmp";
 inline constexpr char PPPoeConfF[] = "/etc/ppp/pppoe.conf";
 inline constexpr char IfCfgEth0F[] = "/etc/sysconfig/network-scripts/ifcfg-eth0";
+inline constexpr char IfCfgF[] = "/etc/sysconfig/network-scripts/ifcfg-%s";  // of any interface
 inline constexpr char DynaF[] = "/tmp/dyna";
 
-// Appliance settings, sections "network" and "ACC_CTRL".
+// Appliance settings, sections "network" and "ACC_CTRL". The second name is for the switch of
+// access control, which the services page shares with the page of the groups.
 inline constexpr char QSCfgF[] = "/etc/CGI_qs.conf";
-inline constexpr char CgiQSFile[] = "/etc/CGI_qs.conf";
+inline constexpr const auto& CgiQSFile = QSCfgF;
 
 // Dial-up: diald, pppd, chat.
-inline constexpr char SerialTag[] = "Serial";
 inline constexpr char UserF[] = "/etc/ppp/user";
 inline constexpr char DialF[] = "/etc/ppp/dial";
 inline constexpr char DialdF[] = "/etc/diald.conf";
@@ -50,14 +52,8 @@ inline constexpr char Ppp1LogF[] = "/var/log/ppp1.log";
 // Resolver and kernel settings.
 inline constexpr char DNSF[] = "/etc/resolv.conf";
 inline constexpr char DNSTmpF[] = "/etc/resolv.tmp";
-inline constexpr char DNSKey[] = "dns_server1=";
-inline constexpr char DNSKey2[] = "dns_server2=";
-inline constexpr char DNSKey3[] = "dns_server3=";
 inline constexpr char NetworkF[] = "/etc/sysctl.conf";
 inline constexpr char NetTmpF[] = "/etc/sysctl.tmp";
-inline constexpr char Key[] = "net.ipv4.ip_forward";
-inline constexpr char Enable[] = "1";
-inline constexpr char Disable[] = "0";
 
 // Scripts that run at link-up.
 inline constexpr char VSF[] = "/etc/rc.d/rc.ipvs";
@@ -68,14 +64,20 @@ inline constexpr char DisFirewallF[] = "/etc/rc.d/dis_rc.firewall";
 inline constexpr char FirewallTmpF[] = "/etc/rc.d/fw.tmp";
 inline constexpr char AccessControlF[] = "/etc/rc.d/rc.ac_ctrl";
 
-// The filtering proxy.
+// The filtering proxy. Its settings may name other site lists, another log and another pid file.
 inline constexpr char SquidPath[] = "/usr/local/squid/bin/";
 inline constexpr char SquidConfF[] = "/usr/local/squid/etc/squid.conf";
 inline constexpr char SquidPidF[] = "/usr/local/squid/logs/squid.pid";
+inline constexpr char SquidLogF[] = "/usr/local/squid/logs/access.log";
 inline constexpr char FilterConfF[] = "/usr/local/squid/etc/filter.conf";
+inline constexpr char AllowListF[] = "/usr/local/squid/etc/access.list";
+inline constexpr char BanListF[] = "/usr/local/squid/etc/deny.list";
 
-// The appliance's own network programs.
+// The appliance's own network programs, and where the report of one of them goes.
 inline constexpr char SetTcpF[] = "/usr/share/quillstead/network/NET_SetTCPIP";
 inline constexpr char SetNetTalkF[] = "/usr/share/quillstead/network/NET_SetNetatalk";
 inline constexpr char SetDHCPF[] = "/usr/share/quillstead/network/NET_SetDHCPServer";
+inline constexpr char SetDNSF[] = "/usr/share/quillstead/network/NET_SetDNS";
 inline constexpr char SetModuleF[] = "/usr/share/quillstead/public/PUB_SetModule";
+inline constexpr char NetworkInfoF[] = "/usr/share/quillstead/network/NET_ReadNetworkInfo";
+inline constexpr char NetworkReportF[] = "/tmp/ifcfg";

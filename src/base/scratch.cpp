@@ -24,10 +24,11 @@ ScratchFile::ScratchFile(std::string path) : path_(std::move(path)), ready_(crea
 ScratchFile::~ScratchFile() { told(remove_file(path_)); }
 
 std::optional<std::string> first_output_line(const std::string& command, const std::string& path,
-                                             std::size_t limit) try {
+                                             std::size_t limit, Captured captured) try {
     const ScratchFile scratch(path);
     if (!scratch.ready()) return std::nullopt;
-    run_command(command);
+    const bool with_errors = captured == Captured::output_and_errors;
+    run_command(command + " > " + path + (with_errors ? " 2> " + path : ""));
     return read_first_line(path, limit);
 } catch (const Unreadable&) {
     return std::nullopt;

@@ -25,8 +25,12 @@ private:
 // Creates `path` anew and empty with mode 0600, removing what stood there; never follows a link.
 [[nodiscard]] bool create_anew(const std::string& path);
 
-// Runs a command that writes to the scratch file `path` and returns the first line of it, at most
-// `limit` characters, without its line feed. Nothing when the file could not be made or read; an
-// empty text when the command wrote nothing.
+// What of a command goes to its scratch file.
+enum class Captured { output, output_and_errors };
+
+// Runs a command with its output redirected to the scratch file `path` ("COMMAND > PATH") and
+// returns the first line of it, at most `limit` characters, without its line feed. Nothing when the
+// file could not be made or read; an empty text when the command wrote nothing.
 std::optional<std::string> first_output_line(const std::string& command, const std::string& path,
-                                             std::size_t limit);
+                                             std::size_t limit,
+                                             Captured captured = Captured::output);

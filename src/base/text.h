@@ -9,6 +9,8 @@
 #include <span>
 #include <string_view>
 
+#include "base/words.h"
+
 // Copies `text` into `out`, cut to out.size() - 1 characters, and ends it with a NUL.
 // An empty `out` stays untouched.
 inline void copy_text(std::span<char> out, std::string_view text) {
@@ -22,6 +24,7 @@ inline void copy_text(std::span<char> out, std::string_view text) {
 template <std::size_t N>
 class Text {
 public:
+    static constexpr std::size_t size = N;
     static constexpr std::size_t capacity = N - 1;
 
     constexpr Text() = default;
@@ -47,7 +50,8 @@ public:
     [[nodiscard]] const char* c_str() const { return bytes_.data(); }
     [[nodiscard]] std::string_view view() const { return {bytes_.data()}; }
     operator std::string_view() const { return view(); }  // NOLINT: read anywhere as a text
-    operator std::span<char>() { return bytes_; }         // NOLINT: and filled as a buffer
+    // For a function that fills it: copy_text and what ends a text as it does.
+    std::span<char> buffer() { return bytes_; }
 
     friend bool operator==(const Text& a, const std::convertible_to<std::string_view> auto& b) {
         return a.view() == std::string_view(b);
@@ -64,11 +68,10 @@ using Message = Text<kMessageSize>;
 // Comparisons that ignore the case of ASCII letters, of whole texts or of their first n characters:
 // 0 equal, 1 different.
 inline int StrniCmp(std::string_view a, std::string_view b, std::size_t n) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
     a = a.substr(0, n);
     b = b.substr(0, n);
     return !std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                       [&](char x, char y) { return lower(x) == lower(y); });
+                       [](char x, char y) { return lower_case(x) == lower_case(y); });
 }
 inline int StrCmpi(std::string_view a, std::string_view b) {
     return StrniCmp(a, b, std::string_view::npos);

@@ -1,20 +1,13 @@
 #include "entry/request_guard.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 
 #include "base/text.h"
+#include "framework/cgi-lib.h"
 #include "framework/html-lib.h"
 
 namespace {
-
-using Header = std::optional<std::string_view>;
-
-Header variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? Header(value) : std::nullopt;
-}
 
 struct Authority {
     std::string_view host, port;
@@ -36,9 +29,9 @@ std::optional<Authority> split_authority(std::string_view text, std::string_view
 // Whether a URL is one of the appliance's own. Over TLS none is that goes without.
 bool is_own(std::string_view url) {
     constexpr std::string_view kTls = "https:";
-    const bool over_tls = StrCmpi(variable("HTTPS").value_or(""), "on") == 0;
+    const bool over_tls = StrCmpi(cgi_variable("HTTPS").value_or(""), "on") == 0;
     if (over_tls && StrniCmp(url, kTls, kTls.size()) != 0) return false;
-    return names_host(url, variable("HTTP_HOST").value_or(""));
+    return names_host(url, cgi_variable("HTTP_HOST").value_or(""));
 }
 
 }  // namespace
@@ -58,19 +51,21 @@ bool names_host(std::string_view url, std::string_view host) {
 }
 
 bool comes_from_own_page() {
-    const Header origin = variable("HTTP_ORIGIN");
-    const Header site = variable("HTTP_SEC_FETCH_SITE");
+    const auto origin = cgi_variable("HTTP_ORIGIN");
+    const auto site = cgi_variable("HTTP_SEC_FETCH_SITE");
     if (origin && !is_own(*origin)) return false;
     if (site && *site != "same-origin" && *site != "none") return false;
     if (origin || site) return true;
-    const std::string_view referer = variable("HTTP_REFERER").value_or("");
+    const std::string_view referer = cgi_variable("HTTP_REFERER").value_or("");
     if (!referer.empty()) return is_own(referer);
     // Browsers name no origin for links, nor do they over plain HTTP say from which site one is.
-    return variable("REQUEST_METHOD") != "GET" ||
-           !variable("HTTP_USER_AGENT").value_or("").starts_with("Mozilla/");
+    return cgi_variable("REQUEST_METHOD") != "GET" ||
+           !cgi_variable("HTTP_USER_AGENT").value_or("").starts_with("Mozilla/");
 }
 
-bool is_foreign_post() { return variable("REQUEST_METHOD") == "POST" && !comes_from_own_page(); }
+bool is_foreign_post() {
+    return cgi_variable("REQUEST_METHOD") == "POST" && !comes_from_own_page();
+}
 
 int refuse_request() {
     put("Status: 403 Forbidden\n");

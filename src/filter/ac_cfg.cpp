@@ -45,8 +45,8 @@ std::string hosts_key() { return {'G', acc.number, 'A'}; }
 // False when there are no settings; the lists are empty then.
 bool read_group() {
     const std::optional<Profile> settings = Profile::open(QSCfgF);
-    GetProfileString(ports_key(), "", acc.ports, stream_of(settings));
-    GetProfileString(hosts_key(), "", acc.hosts, stream_of(settings));
+    acc.ports = setting<ListText::size>(settings, ports_key(), "");
+    acc.hosts = setting<ListText::size>(settings, hosts_key(), "");
     return settings.has_value();
 }
 
@@ -76,7 +76,7 @@ const Octets& lan_address() {
         constexpr std::string_view kLabel = "inet addr:";
         constexpr std::size_t kLine = 127;
         const std::optional<std::string> line =
-            first_output_line("/sbin/ifconfig eth1 | grep inet > /tmp/eth1", "/tmp/eth1", kLine);
+            first_output_line("/sbin/ifconfig eth1 | grep inet", "/tmp/eth1", kLine);
         Text<kLine + 1> address;
         if (!line) {
             address = setting<kLine + 1>(QSCfgF, "ip_addr", "");

@@ -18,21 +18,15 @@ namespace {
 
 constexpr mode_t kScriptMode = 0755;
 
-bool ppp_on() {
-    const std::string line =
-        first_output_line("/sbin/pidof pppd > /tmp/ppp.tmp", "/tmp/ppp.tmp", 15).value_or("");
-    return !line.empty() && line[0] >= '1' && line[0] <= '9';
-}
-
 // ifconfig complains about a missing interface as "eth0:", so the fifth character tells.
 bool IsRunEth0() {
     const std::string line =
-        first_output_line("/sbin/ifconfig eth0 > /tmp/eth.tmp 2> /tmp/eth.tmp", "/tmp/eth.tmp", 15)
+        first_output_line("/sbin/ifconfig eth0", "/tmp/eth.tmp", 15, Captured::output_and_errors)
             .value_or("");
     return line.size() > 4 && line[4] != ':';
 }
 
-bool is_link_up() { return ppp_on() || IsRunEth0(); }
+bool is_link_up() { return is_pppd_running() || IsRunEth0(); }
 
 // Writes the firewall script without its application rules.
 Written gen_disfw() {
@@ -64,8 +58,7 @@ Written set_sap_en(bool on) {
 // Marks a module as in use elsewhere when unloading left it loaded with users.
 void report_busy_module(const std::string& module) {
     const std::string line =
-        first_output_line(format_text("/sbin/lsmod | grep %s > /tmp/mod.tmp", module),
-                          "/tmp/mod.tmp", 127)
+        first_output_line(format_text("/sbin/lsmod | grep %s", module), "/tmp/mod.tmp", 127)
             .value_or("");
     // A module begins with a letter or digit; anything else in front is a complaint.
     if (line.empty() || line[0] < '0' || line[0] > 'z') return;

@@ -16,7 +16,6 @@
 namespace {
 
 constexpr char kPage[] = "filterlog.htm";
-constexpr char kStandardLog[] = "/usr/local/squid/logs/access.log";
 
 constexpr std::size_t kLoggedRecords = 3;
 constexpr std::size_t kTableSize = 36864;  // characters of the rows, before they are escaped
@@ -25,7 +24,7 @@ std::size_t shown = 0;  // records on the page
 
 std::string log_path() {
     Text<kSettingLine + 1> path;
-    GetPrivateProfileString(SquidConfF, "cache_access_log", kStandardLog, path);
+    GetPrivateProfileString(SquidConfF, "cache_access_log", SquidLogF, path.buffer());
     return path.c_str();
 }
 

@@ -15,15 +15,13 @@ namespace {
 constexpr std::string_view SiteHead = "http://";
 constexpr std::string_view separator = " \r\n/?";
 
-bool folds_to(char c, char lower) {
-    return c == lower || (c >= 'A' && c <= 'Z' && c + ('a' - 'A') == lower);
-}
+bool folds_to(char c, char lower) { return lower_case(c) == lower; }
 
 }  // namespace
 
 std::string SiteList::path() const {
     Text<kSettingLine + 1> path;
-    GetPrivateProfileString(FilterConfF, key, standard_path, path);
+    GetPrivateProfileString(FilterConfF, key, standard_path, path.buffer());
     return path.c_str();
 }
 

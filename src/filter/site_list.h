@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/paths.h"
+
 // A list's file is named by the filter's settings and looked up again for every operation. The
 // results are those of the entry-list functions (entries.h).
 struct SiteList {
@@ -22,8 +24,8 @@ struct SiteList {
     [[nodiscard]] int del_all() const;
 };
 
-inline constexpr SiteList kAllowList = {"access_file", "/usr/local/squid/etc/access.list"};
-inline constexpr SiteList kBanList = {"deny_file", "/usr/local/squid/etc/deny.list"};
+inline constexpr SiteList kAllowList = {"access_file", AllowListF};
+inline constexpr SiteList kBanList = {"deny_file", BanListF};
 
 // Results of an import.
 inline constexpr int kImportNotAdded = 29;

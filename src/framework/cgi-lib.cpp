@@ -10,7 +10,10 @@
 #include <cstring>
 #include <new>
 
+#include "base/format.h"
+#include "base/io.h"
 #include "base/text.h"
+#include "base/words.h"
 #include "framework/html-lib.h"
 #include "framework/multipart.h"
 #include "framework/upload.h"
@@ -20,8 +23,7 @@ namespace {
 constexpr char kNoMemory[] = "Could not allocate enough memory.";
 
 std::string_view request_method() {
-    const char* method = std::getenv("REQUEST_METHOD");
-    if (method) return method;
+    if (const auto method = cgi_variable("REQUEST_METHOD")) return *method;
     std::fputs(
         "Error!\n"
         "The REQUEST_METHOD environment variable\n"
@@ -32,18 +34,15 @@ std::string_view request_method() {
     std::exit(0);
 }
 
-// An environment variable, with an unset one as an empty text.
-std::string_view variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
+std::string_view query_string() { return cgi_variable("QUERY_STRING").value_or(""); }
+
+std::string_view content_type() { return cgi_variable("CONTENT_TYPE").value_or(""); }
 
 bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
 
 bool read_exactly(char* out, std::size_t length) {
     while (length > 0) {
-        const ssize_t got = read(STDIN_FILENO, out, length);
-        if (got < 0 && errno == EINTR) continue;
+        const ssize_t got = read_some(STDIN_FILENO, out, length);
         if (got <= 0) return false;
         out += got;
         length -= static_cast<std::size_t>(got);
@@ -110,7 +109,7 @@ std::string take_file(const FormPart& part) {
 
 void parse_parts(std::span<char> body, FormList& list) {
     std::vector<FormPart> parts;
-    if (!split_multipart(variable("CONTENT_TYPE"), {body.data(), body.size()}, parts))
+    if (!split_multipart(content_type(), {body.data(), body.size()}, parts))
         cgi_err("Error!", "Error Reading Data");
     for (const FormPart& part : parts) {
         FormEntry entry{.key = list.keep(part.name)};
@@ -125,13 +124,12 @@ void parse_parts(std::span<char> body, FormList& list) {
 }
 
 void parse_body(FormList& list) {
-    const char* content_length = std::getenv("CONTENT_LENGTH");
+    const auto content_length = cgi_variable("CONTENT_LENGTH");
     if (!content_length) cgi_err("Error!", "CONTENT_LENGTH is NULL");
-    const long length = std::strtol(content_length, nullptr, 10);
-    const bool with_files = is_multipart(variable("CONTENT_TYPE"));
-    const auto size = static_cast<std::size_t>(length);
-    if (length < 0 || size > (with_files ? kMaxFormWithFiles : kMaxForm))
+    const bool with_files = is_multipart(content_type());
+    if (!is_within(*content_length, 0, with_files ? kMaxFormWithFiles : kMaxForm))
         cgi_err("Error!", kNoMemory);
+    const auto size = static_cast<std::size_t>(to_int(*content_length));
     const std::span<char> body(list.texts.emplace_back(new_text(size)).get(), size);
     if (!read_exactly(body.data(), size)) cgi_err("Error!", "Error Reading Data");
     body.data()[size] = '\0';
@@ -148,11 +146,12 @@ std::span<const FormEntry> fields_of(const FormList& list, std::string_view key)
     return {first, std::ranges::upper_bound(first, list.nodes.end(), key, {}, key_of)};
 }
 
-int delete_multi(FormList& list, const FormPattern& pattern) {
-    return std::erase_if(list.nodes, [&](const auto& entry) { return Match(pattern, entry); }) > 0;
-}
-
 }  // namespace
+
+std::optional<std::string_view> cgi_variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string_view>(value) : std::nullopt;
+}
 
 char* FormList::keep(std::string_view text) {
     char* copy = texts.emplace_back(new_text(text.size())).get();
@@ -167,16 +166,10 @@ int Compare(const FormEntry& a, const FormEntry& b) {
     return std::strcmp(a.value, b.value);
 }
 
-bool Match(const FormPattern& pattern, const FormEntry& entry) {
-    const bool is_value = entry.value ? pattern.value == entry.value : !pattern.value;
-    if (pattern.key) return *pattern.key == entry.key && (!pattern.value || is_value);
-    return is_value;
-}
-
 int is_form_empty() {
     const std::string_view method = request_method();
-    if (method == "GET") return variable("QUERY_STRING").empty();
-    if (method == "POST") return std::getenv("CONTENT_LENGTH") == nullptr;
+    if (method == "GET") return query_string().empty();
+    if (method == "POST") return !cgi_variable("CONTENT_LENGTH");
     return 0;
 }
 
@@ -184,9 +177,9 @@ std::optional<FormList> cgi_input_parse() try {
     FormList list;
     const std::string_view method = request_method();
     if (method == "GET") {
-        const std::string_view query = variable("QUERY_STRING");
+        const std::string_view query = query_string();
         if (query.empty()) return std::nullopt;
-        if (query.size() > kMaxForm) cgi_err("Error!", kNoMemory);
+        if (std::ssize(query) > kMaxForm) cgi_err("Error!", kNoMemory);
         parse_data_record(query, list);
     } else if (method == "POST") {
         parse_body(list);
@@ -216,27 +209,10 @@ void parse_data_keyvalue(FormEntry& entry, std::span<char> piece) {
     key.data()[unescape(key)] = '\0';
 }
 
-std::string unescape_url(std::string_view text) try {
-    std::string out(text);
-    out.resize(unescape(out));
-    return out;
-} catch (const std::bad_alloc&) {
-    cgi_err("Error!", "Could not allocated enough memory.");
-}
-
-std::size_t num_encoded_data_items(std::string_view text) {
-    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '%'));
-}
-
 const char* find_val(const FormList* list, std::string_view key) {
     if (!list) return nullptr;
     const auto fields = fields_of(*list, key);
     return fields.empty() ? nullptr : fields.front().value;
-}
-
-const char* find_key(const FormList* list, std::string_view value) {
-    const FormEntry* entry = list ? FindEntryData(*list, FormPattern{{}, value}, Match) : nullptr;
-    return entry ? entry->key : nullptr;
 }
 
 std::size_t find_val_multi(const FormList* list, std::string_view key,
@@ -245,6 +221,53 @@ std::size_t find_val_multi(const FormList* list, std::string_view key,
     if (list)
         for (const FormEntry& entry : fields_of(*list, key)) out.push_back(entry.value);
     return out.size();
+}
+
+std::size_t list_count(const FormList* list) { return list ? GetCount(*list) : 0; }
+
+const FormEntry* entry_with_control(const FormList& list) {
+    return FindEntryData(list, true, [](bool wanted, const FormEntry& entry) {
+        return entry.has_control == wanted;
+    });
+}
+
+std::string_view field_text(const FormList* list, std::string_view key) {
+    const char* found = find_val(list, key);
+    return found ? found : "";
+}
+
+bool field_is(const FormList* list, std::string_view key, std::string_view value) {
+    const char* found = find_val(list, key);
+    return found && value == found;
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+namespace {
+
+constexpr std::array kCgiVariables = {
+    "SERVER_SOFTWARE", "SERVER_NAME",     "GATEWAY_INTERFACE",    "SERVER_PORT",  "REQUEST_METHOD",
+    "PATH_INFO",       "PATH_TRANSLATED", "SCRIPT_NAME",          "QUERY_STRING", "REMOTE_HOST",
+    "REMOTE_ADDR",     "AUTH_TYPE",       "REMOTE_USER",          "REMOTE_IDENT", "CONTENT_TYPE",
+    "CONTENT_LENGTH",  "SERVER_ADMIN",    "DOCUMENT_ROOT",        "REMOTE_GROUP", "HTTP_REFERER",
+    "HTTP_ACCEPT",     "HTTP_USER_AGENT", "HTTP_ACCEPT_LANGUAGE", "HTTP_COOKIE",
+};
+
+int delete_multi(FormList& list, const FormPattern& pattern) {
+    return std::erase_if(list.nodes, [&](const auto& entry) { return Match(pattern, entry); }) > 0;
+}
+
+}  // namespace
+
+bool Match(const FormPattern& pattern, const FormEntry& entry) {
+    const bool is_value = entry.value ? pattern.value == entry.value : !pattern.value;
+    if (pattern.key) return *pattern.key == entry.key && (!pattern.value || is_value);
+    return is_value;
+}
+
+const char* find_key(const FormList* list, std::string_view value) {
+    const FormEntry* entry = list ? FindEntryData(*list, FormPattern{{}, value}, Match) : nullptr;
+    return entry ? entry->key : nullptr;
 }
 
 std::size_t find_key_multi(const FormList* list, std::string_view value,
@@ -269,36 +292,35 @@ int list_delete_val_multi(FormList& list, std::string_view value) {
     return delete_multi(list, {{}, value});
 }
 
-std::size_t list_count(const FormList* list) { return list ? GetCount(*list) : 0; }
-
 void list_clear(FormList& list) {
     list.nodes.clear();
     list.texts.clear();
+}
+
+std::string unescape_url(std::string_view text) try {
+    std::string out(text);
+    out.resize(unescape(out));
+    return out;
+} catch (const std::bad_alloc&) {
+    cgi_err("Error!", "Could not allocated enough memory.");
+}
+
+std::size_t num_encoded_data_items(std::string_view text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '%'));
 }
 
 void list_print(const FormList* list) {
     put("<DL>\n");
     if (list)
         TraverseList(*list, [](const FormEntry& entry) {
-            for (const char* text :
-                 {"<DT><B>", entry.key, "</B>\n<DD>", entry.value ? entry.value : "", "\n"})
-                put(text);
+            put(format_text("<DT><B>%s</B>\n<DD>%s\n", entry.key, entry.value ? entry.value : ""));
         });
     put("</DL>\n");
 }
 
-const FormEntry* entry_with_control(const FormList& list) {
-    return FindEntryData(list, true, [](bool wanted, const FormEntry& entry) {
-        return entry.has_control == wanted;
-    });
-}
-
-std::string_view field_text(const FormList* list, std::string_view key) {
-    const char* found = find_val(list, key);
-    return found ? found : "";
-}
-
-bool field_is(const FormList* list, std::string_view key, std::string_view value) {
-    const char* found = find_val(list, key);
-    return found && value == found;
+void cgi_env() {
+    for (const char* name : kCgiVariables) {
+        put(format_text("<B>%s</B>: %s<BR>\n", name, cgi_variable(name).value_or("")));
+        if (std::string_view(name) == "REMOTE_GROUP") put("<BR>\n");
+    }
 }

@@ -13,7 +13,7 @@ namespace {
 
 std::string lower_case(std::string_view text) {
     std::string lower(text);
-    for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    std::ranges::transform(lower, lower.begin(), [](char c) { return ::lower_case(c); });
     return lower;
 }
 

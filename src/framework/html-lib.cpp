@@ -1,19 +1,10 @@
 #include "framework/html-lib.h"
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
 
 namespace {
-
-constexpr std::array kCgiVariables = {
-    "SERVER_SOFTWARE", "SERVER_NAME",     "GATEWAY_INTERFACE",    "SERVER_PORT",  "REQUEST_METHOD",
-    "PATH_INFO",       "PATH_TRANSLATED", "SCRIPT_NAME",          "QUERY_STRING", "REMOTE_HOST",
-    "REMOTE_ADDR",     "AUTH_TYPE",       "REMOTE_USER",          "REMOTE_IDENT", "CONTENT_TYPE",
-    "CONTENT_LENGTH",  "SERVER_ADMIN",    "DOCUMENT_ROOT",        "REMOTE_GROUP", "HTTP_REFERER",
-    "HTTP_ACCEPT",     "HTTP_USER_AGENT", "HTTP_ACCEPT_LANGUAGE", "HTTP_COOKIE",
-};
 
 void put_all(std::initializer_list<std::string_view> texts) {
     for (const std::string_view text : texts) put(text);
@@ -41,24 +32,6 @@ void html_end() { put("</BODY>\n</HTML>\n"); }
 
 void h1(std::string_view text) { heading("1", text); }
 void h2(std::string_view text) { heading("2", text); }
-void h3(std::string_view text) { heading("3", text); }
-void h4(std::string_view text) { heading("4", text); }
-void h5(std::string_view text) { heading("5", text); }
-void h6(std::string_view text) { heading("6", text); }
-
-void hidden(std::string_view name, std::string_view value) {
-    put_all({"<INPUT TYPE=hidden NAME=\"", name, "\" VALUE=\"", value, "\">\n"});
-}
-
-void location(std::string_view url) { put_all({"Location: ", url, "\n\n"}); }
-
-void cgi_env() {
-    for (const char* name : kCgiVariables) {
-        const char* value = std::getenv(name);
-        put_all({"<B>", name, "</B>: ", value ? value : "", "<BR>\n"});
-        if (std::string_view(name) == "REMOTE_GROUP") put("<BR>\n");
-    }
-}
 
 void cgi_err(std::string_view title, std::string_view text) {
     mime_header("text/html");
@@ -69,3 +42,16 @@ void cgi_err(std::string_view title, std::string_view text) {
     std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
     std::exit(0);
 }
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+void h3(std::string_view text) { heading("3", text); }
+void h4(std::string_view text) { heading("4", text); }
+void h5(std::string_view text) { heading("5", text); }
+void h6(std::string_view text) { heading("6", text); }
+
+void hidden(std::string_view name, std::string_view value) {
+    put_all({"<INPUT TYPE=hidden NAME=\"", name, "\" VALUE=\"", value, "\">\n"});
+}
+
+void location(std::string_view url) { put_all({"Location: ", url, "\n\n"}); }

@@ -10,12 +10,23 @@ void put(std::string_view text);
 // "Content-type: " and the type, then the empty line that ends the header.
 void mime_header(std::string_view type);
 
-// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty).
+// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty),
+// and its end.
 void html_begin(std::string_view title, std::string_view body_attributes);
 void html_end();
 
+// Headings.
 void h1(std::string_view text);
 void h2(std::string_view text);
+
+// The end of every fatal failure: writes an error page with the two headings to standard output and
+// `text` to standard error, and ends the process with status 0 (a web server would hide the page of
+// a program that fails).
+[[noreturn]] void cgi_err(std::string_view title, std::string_view text);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// Smaller headings.
 void h3(std::string_view text);
 void h4(std::string_view text);
 void h5(std::string_view text);
@@ -24,13 +35,5 @@ void h6(std::string_view text);
 // A hidden form field.
 void hidden(std::string_view name, std::string_view value);
 
-// A redirection header.
+// A redirection header, in place of mime_header.
 void location(std::string_view url);
-
-// The CGI variables of the request, one a line: a diagnostic aid.
-void cgi_env();
-
-// The end of every fatal failure: writes an error page with the two headings to standard output and
-// `text` to standard error, and ends the process with status 0 (a web server would hide the page of
-// a program that fails).
-[[noreturn]] void cgi_err(std::string_view title, std::string_view text);

@@ -49,6 +49,22 @@ void SortEntries(EntryList<T>& list) {
     std::stable_sort(list.nodes.begin(), list.nodes.end(), sorts_before(list));
 }
 
+// The first entry for which match(pattern, entry) holds, or null.
+template <class T, class Pattern, class Matches>
+const T* FindEntryData(const EntryList<T>& list, const Pattern& pattern, Matches match) {
+    for (const T& entry : list.nodes)
+        if (match(pattern, entry)) return &entry;
+    return nullptr;
+}
+
+// The number of entries.
+template <class T>
+std::size_t GetCount(const EntryList<T>& list) {
+    return list.nodes.size();
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 // Inserts `entry` in order, behind entries equal to it. The same results.
 template <class T>
 int InsertEntry(EntryList<T>& list, T entry) {
@@ -57,14 +73,6 @@ int InsertEntry(EntryList<T>& list, T entry) {
     std::rotate(std::upper_bound(list.nodes.begin(), last, *last, sorts_before(list)), last,
                 list.nodes.end());
     return 1;
-}
-
-// The first entry for which match(pattern, entry) holds, or null.
-template <class T, class Pattern, class Matches>
-const T* FindEntryData(const EntryList<T>& list, const Pattern& pattern, Matches match) {
-    for (const T& entry : list.nodes)
-        if (match(pattern, entry)) return &entry;
-    return nullptr;
 }
 
 // Removes the first entry that matches; 1 if one was removed, else 0.
@@ -82,9 +90,4 @@ int DeleteEntry(EntryList<T>& list, const Pattern& pattern, Matches match) {
 template <class T, class Visit>
 void TraverseList(const EntryList<T>& list, Visit visit) {
     for (const T& entry : list.nodes) visit(entry);
-}
-
-template <class T>
-std::size_t GetCount(const EntryList<T>& list) {
-    return list.nodes.size();
 }

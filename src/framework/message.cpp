@@ -30,6 +30,8 @@ int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
     return std::ferror(stdout) ? -1 : 0;
 }
 
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 int get_update(const char* message, const FormList* form) {
     return render_page("update.htm", {}, {}, message, form);
 }

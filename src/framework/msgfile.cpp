@@ -21,23 +21,15 @@ std::optional<std::string> find_message(const char* file, int number) try {
 
 }  // namespace
 
-void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a, const FormatArg& b,
+void GetErrMsgByIndex(int number, Message& out, const FormatArg& a, const FormatArg& b,
                       const FormatArg& c) {
     const std::optional<std::string> message = find_message(MsgFile, number);
-    copy_text(out, message ? format_text(*message, a, b, c) : "Unknown error");
+    out = message ? format_text(*message, a, b, c) : "Unknown error";
 }
 
-void GetErrMsgOr(int number, std::string_view fallback, std::span<char> out) {
+void GetErrMsgOr(int number, std::string_view fallback, Message& out) {
     const std::optional<std::string> message = find_message(MsgFile, number);
-    copy_text(out, message ? format_text(*message) : fallback);
-}
-
-void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a, const FormatArg& b,
-                       const FormatArg& c) {
-    std::optional<std::string> message = find_message(ListMsgFile, number);
-    if (!message) return;
-    message->erase(message->find_last_not_of("\r\n") + 1);
-    copy_text(out, format_text(*message, a, b, c));
+    out = message ? format_text(*message) : fallback;
 }
 
 int refuse(int number, Message& message) {
@@ -52,4 +44,14 @@ void tell(const Failure& failure, Message& message) {
                                                : Msg::CannotRunCommand;
     };
     GetErrMsgByIndex(number(failure.what), message, failure.name);
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+void GetListMsgByIndex(int number, Message& out, const FormatArg& a, const FormatArg& b,
+                       const FormatArg& c) {
+    std::optional<std::string> message = find_message(ListMsgFile, number);
+    if (!message) return;
+    message->erase(message->find_last_not_of("\r\n") + 1);
+    out = format_text(*message, a, b, c);
 }

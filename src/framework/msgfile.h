@@ -73,19 +73,22 @@ enum : int {
 
 // Puts message `number` into `out`, cut to its size; the line end of the file stays at its end,
 // where HTML does not mind it. "Unknown error" when the file or the line is missing.
-void GetErrMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
-                      const FormatArg& b = {}, const FormatArg& c = {});
+void GetErrMsgByIndex(int number, Message& out, const FormatArg& a = {}, const FormatArg& b = {},
+                      const FormatArg& c = {});
 
 // The same for a message that the program knows by heart: `fallback` when the file or the line is
 // missing.
-void GetErrMsgOr(int number, std::string_view fallback, std::span<char> out);
-
-// The same from "listmsg", without the line end; `out` stays untouched when there is no such text.
-void GetListMsgByIndex(int number, std::span<char> out, const FormatArg& a = {},
-                       const FormatArg& b = {}, const FormatArg& c = {});
+void GetErrMsgOr(int number, std::string_view fallback, Message& out);
 
 // Puts a message without arguments into `message` and returns its number: how a saver refuses.
 int refuse(int number, Message& message);
 
 // Puts the message that tells of a failure (failures.h) into `message`: 13, 64 or 65.
 void tell(const Failure& failure, Message& message);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// GetErrMsgByIndex from "listmsg", without the line end; `out` stays untouched when there is no
+// such text.
+void GetListMsgByIndex(int number, Message& out, const FormatArg& a = {}, const FormatArg& b = {},
+                       const FormatArg& c = {});

@@ -85,27 +85,6 @@ long GetProfileLong(std::string_view key, long fallback, const Profile* stream) 
     return value ? to_long(*value) : fallback;
 }
 
-int GetStrByKey(std::string_view key, std::span<char> out, const Profile* stream) {
-    if (!stream || out.empty()) return -1;
-    copy_text(out, "");
-    std::string_view rest = stream->content();
-    while (!rest.empty()) {
-        const std::string_view piece = take_piece(rest);
-        if (!has_key(piece, key)) continue;
-        copy_text(out, without_line_end(piece.substr(key.size() + 1)));
-        return 0;
-    }
-    return 1;
-}
-
-int GetIntByKey(std::string_view key, int* out, const Profile* stream) {
-    if (!out) return -1;
-    Text<kProfileLine + 1> value;
-    const int result = GetStrByKey(key, value, stream);
-    *out = to_int(value);
-    return result;
-}
-
 std::string ini_temporary() {
     const std::string digits = std::to_string(random());
     const std::string padded =
@@ -178,4 +157,27 @@ Written SetFileString(std::string_view key, std::optional<std::string_view> valu
                       const std::string& path) {
     const Setting setting = {key, value ? std::optional<std::string>(*value) : std::nullopt};
     return set_file_strings({&setting, 1}, path);
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+int GetStrByKey(std::string_view key, std::span<char> out, const Profile* stream) {
+    if (!stream || out.empty()) return -1;
+    copy_text(out, "");
+    std::string_view rest = stream->content();
+    while (!rest.empty()) {
+        const std::string_view piece = take_piece(rest);
+        if (!has_key(piece, key)) continue;
+        copy_text(out, without_line_end(piece.substr(key.size() + 1)));
+        return 0;
+    }
+    return 1;
+}
+
+int GetIntByKey(std::string_view key, int* out, const Profile* stream) {
+    if (!out) return -1;
+    Text<kProfileLine + 1> value;
+    const int result = GetStrByKey(key, value.buffer(), stream);
+    *out = to_int(value);
+    return result;
 }

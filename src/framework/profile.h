@@ -31,11 +31,6 @@ private:
     std::string content_;
 };
 
-// A pointer to the open file, or null: what the lookups below take.
-inline const Profile* stream_of(const std::optional<Profile>& file) {
-    return file ? &*file : nullptr;
-}
-
 // ---- reading ----
 
 // The value of the first line whose text before "=" begins with `key`, without its line feed (a
@@ -46,18 +41,17 @@ int GetProfileString(std::string_view key, std::string_view fallback, std::span<
 int GetProfileInt(std::string_view key, int fallback, const Profile* stream);
 long GetProfileLong(std::string_view key, long fallback, const Profile* stream);
 
-// As GetProfileString, but the key must match exactly and all trailing carriage returns and line
-// feeds go. 0 found, 1 not found (out emptied), -1 no stream or no out.
-int GetStrByKey(std::string_view key, std::span<char> out, const Profile* stream);
-int GetIntByKey(std::string_view key, int* out, const Profile* stream);
-
 // The value of a key in a file (GetProfileString); the default also when there is no such file.
 template <std::size_t N>
-Text<N> setting(const std::string& path, std::string_view key, std::string_view fallback) {
-    const std::optional<Profile> file = Profile::open(path);
+Text<N> setting(const std::optional<Profile>& file, std::string_view key,
+                std::string_view fallback) {
     Text<N> value;
-    GetProfileString(key, fallback, value, stream_of(file));
+    GetProfileString(key, fallback, value.buffer(), file ? &*file : nullptr);
     return value;
+}
+template <std::size_t N>
+Text<N> setting(const std::string& path, std::string_view key, std::string_view fallback) {
+    return setting<N>(Profile::open(path), key, fallback);
 }
 
 // ---- writing ----
@@ -86,3 +80,10 @@ Written set_file_strings(std::span<const Setting> settings, const std::string& p
 // The same for one key.
 Written SetFileString(std::string_view key, std::optional<std::string_view> value,
                       const std::string& path);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// As GetProfileString, but the key must match exactly and all trailing carriage returns and line
+// feeds go. 0 found, 1 not found (out emptied), -1 no stream or no out.
+int GetStrByKey(std::string_view key, std::span<char> out, const Profile* stream);
+int GetIntByKey(std::string_view key, int* out, const Profile* stream);

@@ -53,6 +53,14 @@ Written write_settings(const std::string& path, std::span<const SpacedSetting> s
         });
 }
 
+std::string on_off_text(int flag) { return flag ? "on" : "off"; }
+
+std::string date_text(unsigned weekday, int a, int b) {
+    return format_text("%s %d %d", days[weekday % days.size()], long{a}, long{b});
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 int WritePrivateProfileString(const std::string& path, std::string_view key,
                               std::string_view value) {
     const SpacedSetting setting = {key, std::string(value)};
@@ -74,10 +82,4 @@ int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int 
 int WritePrivateProfileDate(const std::string& path, std::string_view key, unsigned weekday, int a,
                             int b) {
     return WritePrivateProfileString(path, key, date_text(weekday, a, b));
-}
-
-std::string on_off_text(int flag) { return flag ? "on" : "off"; }
-
-std::string date_text(unsigned weekday, int a, int b) {
-    return format_text("%s %d %d", days[weekday % days.size()], long{a}, long{b});
 }

@@ -30,19 +30,21 @@ struct SpacedSetting {
 };
 Written write_settings(const std::string& path, std::span<const SpacedSetting> settings);
 
-// The same for one key. 1 written, 0 failed.
-[[nodiscard]] int WritePrivateProfileString(const std::string& path, std::string_view key,
-                                            std::string_view value);
-// In the proxy's filter.conf.
-[[nodiscard]] int WriteProfileString(std::string_view key, std::string_view value);
-[[nodiscard]] int WritePrivateProfileInt(const std::string& path, std::string_view key, int value);
-[[nodiscard]] int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag);
-[[nodiscard]] int WritePrivateProfileDate(const std::string& path, std::string_view key,
-                                          unsigned weekday, int a, int b);
-
-// Values as these functions write them: "on" or "off", and "Weekday a b" (weekday 0, Sunday, to 6).
+// Values as the filter has them: "on" or "off", and "Weekday a b" (weekday 0, Sunday, to 6).
 std::string on_off_text(int flag);
 std::string date_text(unsigned weekday, int a, int b);
 
 // True for an empty line and for one that begins with "#".
 bool is_comment(std::string_view line);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// write_settings for one key: a text, a number, on_off_text, date_text. 1 written, 0 failed.
+[[nodiscard]] int WritePrivateProfileString(const std::string& path, std::string_view key,
+                                            std::string_view value);
+[[nodiscard]] int WritePrivateProfileInt(const std::string& path, std::string_view key, int value);
+[[nodiscard]] int WritePrivateProfileOnOff(const std::string& path, std::string_view key, int flag);
+[[nodiscard]] int WritePrivateProfileDate(const std::string& path, std::string_view key,
+                                          unsigned weekday, int a, int b);
+// A text in the proxy's filter.conf.
+[[nodiscard]] int WriteProfileString(std::string_view key, std::string_view value);

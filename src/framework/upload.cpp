@@ -6,11 +6,12 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <vector>
+
+#include "base/io.h"
 
 namespace {
 
@@ -44,16 +45,6 @@ void remove_abandoned() {
     }
 }
 
-bool write_all(int fd, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t put = write(fd, content.data(), content.size());
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) return false;
-        content.remove_prefix(static_cast<std::size_t>(put));
-    }
-    return true;
-}
-
 // Where a path really leads; nothing when it leads nowhere.
 std::optional<std::string> resolved(const char* path) {
     std::array<char, PATH_MAX> real;
@@ -70,15 +61,15 @@ bool lies_below(std::string_view path, const char* folder) {
 
 std::optional<std::string> store_upload(std::string_view content) {
     std::string path = std::string(kFolder).append(kName).append(kRandom);
-    const int fd = mkstemp(path.data());  // mode 0600, new, not through a link
-    if (fd < 0) return std::nullopt;
+    Descriptor file(mkstemp(path.data()));  // mode 0600, new, not through a link
+    if (!file.is_open()) return std::nullopt;
     if (stored().empty()) {
         std::atexit(remove_stored);
         remove_abandoned();
     }
     stored().push_back(path);
-    const bool written = write_all(fd, content);
-    if (close(fd) != 0 || !written) return std::nullopt;
+    const bool written = write_all(file.get(), content);
+    if (!file.reset() || !written) return std::nullopt;
     return path;
 }
 

@@ -20,6 +20,7 @@ namespace {
 
 constexpr char kLocalDefault[] = "10.0.0.1";
 constexpr char kRemote[] = "10.0.0.2";
+constexpr char SerialTag[] = "Serial";  // marks the account in the secrets files
 
 unsigned idle_seconds(const PPPConf& record) { return static_cast<unsigned>(record.Idle) * 60U; }
 

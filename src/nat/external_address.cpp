@@ -56,9 +56,9 @@ int get_extif(ExternalInterface& out) try {
 }
 
 int get_extip(const char* ifname, ExternalAddress& out) {
-    const std::optional<Profile> report = network_info(
-        format_text("/usr/share/quillstead/network/NET_ReadNetworkInfo %s > /tmp/ifcfg", ifname));
+    const std::optional<Profile> report =
+        network_info(format_text("%s %s > %s", NetworkInfoF, ifname, NetworkReportF));
     if (!report) return 1;
-    GetProfileString("IPADDR", "", out, &*report);
+    GetProfileString("IPADDR", "", out.buffer(), &*report);
     return 0;
 }

@@ -69,8 +69,7 @@ int save_enable_ac(const char* value, int mode, Message&, ServiceEdit& record) {
     const std::optional<Profile> settings = Profile::open(CgiQSFile);
     if (!settings) return 0;
     const bool on = is_checked(value);
-    Text<8> current;
-    GetProfileString("acc_en", "0", current, &*settings);
+    const Text<8> current = setting<8>(settings, "acc_en", "0");
     if (current.view().starts_with(on ? '1' : '0')) return 0;
     record.access_control = on;
     record.Changed = 1;

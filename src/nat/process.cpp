@@ -30,6 +30,11 @@ constexpr char kPidScratch[] = "pid";
 constexpr std::size_t kPidLine = 79;
 constexpr int kCannotSignal = -36;
 
+// The kernel's switch for forwarding, and its values.
+constexpr char Key[] = "net.ipv4.ip_forward";
+constexpr char Enable[] = "1";
+constexpr char Disable[] = "0";
+
 void log_errno(std::string_view format) { log_line(format, std::strerror(errno)); }
 
 // A pid file of another user is believed about that user's own processes.
@@ -102,7 +107,7 @@ int ReadPidFile(const char* path) {
 
 int SquidPid() {
     Text<kSettingLine + 1> path;
-    GetPrivateProfileString(SquidConfF, "pid_filename", SquidPidF, path);
+    GetPrivateProfileString(SquidConfF, "pid_filename", SquidPidF, path.buffer());
     const int pid = ReadPidFile(path.c_str());
     return pid < 2 || is_program(pid, "squid") ? pid : 0;
 }
@@ -111,7 +116,7 @@ int StartSquid() {
     PidText pid;
     if (GetPid("squid", pid) == 0) return 0;
     // The proxy reads the resolver file as a user of its own; executing it does nobody any good.
-    run_command("chmod 755 /etc/resolv.conf >/dev/null");
+    run_command(format_text("chmod 755 %s >/dev/null", DNSF));
     run_command(format_text("%ssquid >/dev/null", SquidPath));
     log_line("StartSquid");
     return 0;

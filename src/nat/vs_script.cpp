@@ -68,11 +68,6 @@ std::string script(const PPPConf& record) {
     return text;
 }
 
-void run_ip_up_on(const char* interface) {
-    if (IsInterface(interface))
-        run_command(format_text("/etc/ppp/ip-up %s > /dev/null", interface));
-}
-
 void apply(int method) {
     switch (method) {
         case kNoMethod:
@@ -100,7 +95,7 @@ int SaveAndRunVS() {
     told(SetFileString("dmz", record.DMZ ? "\"yes\"" : "\"no\"", IPUPF));
     told(set_mode(IPUPF, 0755));
     sync();
-    run_command("chmod +x /etc/rc.d/rc.ipvs > /dev/null");
+    run_command(format_text("chmod +x %s > /dev/null", VSF));
     apply(record.Method);
     return 0;
 }

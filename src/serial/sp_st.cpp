@@ -10,6 +10,7 @@
 #include <string>
 
 #include "appliance/dns_fields.h"
+#include "appliance/links.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/format.h"
@@ -47,10 +48,7 @@ std::string rest_of_line(const char* path, std::string_view beginning, std::stri
 }
 
 int get_phy_link(ValueText& value, LongText&, int&) {
-    constexpr std::size_t kPid = 15;
-    const std::string pid =
-        first_output_line("/sbin/pidof pppd > /tmp/ppp.tmp", "/tmp/ppp.tmp", kPid).value_or("");
-    ppp_on = !pid.empty() && is_digit(pid[0]) && pid[0] != '0';
+    ppp_on = is_pppd_running();
     return show_link(value, ppp_on);
 }
 
@@ -60,7 +58,7 @@ int get_ppp_link(ValueText& value, LongText&, int&) {
     if (!ppp_on) return show_link(value, false);
     const std::string address =
         first_output_line(
-            "/sbin/ifconfig ppp0 | grep 'inet addr' | awk '{print $2}' | sed -e 's/.*://' > ip.tmp",
+            "/sbin/ifconfig ppp0 | grep 'inet addr' | awk '{print $2}' | sed -e 's/.*://'",
             "ip.tmp", kAddress)
             .value_or("");
     // Two digits tell an address from whatever else the tools print; one below 10 counts as none.

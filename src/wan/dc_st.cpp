@@ -1,6 +1,7 @@
 // The direct-connection status page shows the WAN port as the appliance's network-information
 // program sees it. What has not been asked is empty; what the program does not know is a blank.
 #include "wan/dc_st.h"
+#include "base/format.h"
 
 #include <optional>
 #include <string>
@@ -58,13 +59,13 @@ DirectStatus get_dc_st() {
     if (!settings.is_open()) return found;
     const bool direct = is_direct(settings);
     const std::optional<Profile> info =
-        network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0 > /tmp/ifcfg");
+        network_info(format_text("%s eth0 > %s", NetworkInfoF, NetworkReportF));
     if (!info) return found;
     const Profile* link = direct ? &*info : nullptr;
-    GetProfileString("HWADDR", kUnknown, found.hardware_address, &*info);
-    GetProfileString("IPADDR", kUnknown, found.address, link);
-    GetProfileString("NETMASK", kUnknown, found.netmask, link);
-    GetProfileString("GATEWAY", kUnknown, found.gateway, link);
+    GetProfileString("HWADDR", kUnknown, found.hardware_address.buffer(), &*info);
+    GetProfileString("IPADDR", kUnknown, found.address.buffer(), link);
+    GetProfileString("NETMASK", kUnknown, found.netmask.buffer(), link);
+    GetProfileString("GATEWAY", kUnknown, found.gateway.buffer(), link);
     found.dhcp = has_lease();
     return found;
 }

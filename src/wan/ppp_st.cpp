@@ -1,6 +1,7 @@
 // The PPPoE status page shows whether the link is up and what it has got, and pppd's log. What has
 // not been asked is empty; what is not known is a blank.
 #include "wan/ppp_st.h"
+#include "base/format.h"
 
 #include <unistd.h>
 
@@ -46,18 +47,18 @@ PPPStatus get_p3_st() {
     PPPStatus found;
     if (to_int(setting<16>(NatConfF, "connect_method", "0")) != kPPPoE) return found;
     const std::optional<Profile> port =
-        network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo eth0>/tmp/ifcfg");
-    GetProfileString("HWADDR", kUnknown, found.hardware_address, stream_of(port));
+        network_info(format_text("%s eth0>%s", NetworkInfoF, NetworkReportF));
+    found.hardware_address = setting<StatusText::size>(port, "HWADDR", kUnknown);
     found.address = found.netmask = kUnknown;
     if (!IsRunning("pppoe")) return found;
     const std::optional<Profile> link =
-        network_info("/usr/share/quillstead/network/NET_ReadNetworkInfo ppp0>/tmp/ifcfg");
+        network_info(format_text("%s ppp0>%s", NetworkInfoF, NetworkReportF));
     if (!link) return found;
     StatusText address;
-    GetProfileString("IPADDR", kUnknown, address, &*link);
+    GetProfileString("IPADDR", kUnknown, address.buffer(), &*link);
     if (is_placeholder(address)) return found;
     found.address = address;
-    GetProfileString("NETMASK", kUnknown, found.netmask, &*link);
+    GetProfileString("NETMASK", kUnknown, found.netmask.buffer(), &*link);
     found.up = true;
     return found;
 }

@@ -112,8 +112,7 @@ Written SaveDirectConf(const DirectConf& record) {
     settings.push_back({"wan_hw_addr", std::string(record.hardware_address)});
 
     // The interface file first: settings that promise what is not in force would be worse.
-    const Written written = replace_file(
-        format_text("/etc/sysconfig/network-scripts/ifcfg-%s", interface.view()), text);
+    const Written written = replace_file(format_text(IfCfgF, interface.view()), text);
     return written == Written::done ? set_settings("network", settings, QSCfgF) : written;
 }
 
@@ -138,8 +137,7 @@ int GetPPPoeConf(PPPoeConf* record) try {
     }
     const std::optional<Profile> file = Profile::open(PPPoeConfF);
     if (!file) return kFileMissing;
-    Text<80> extra;
-    GetProfileString("PPPOE_EXTRA", "", extra, &*file);
+    const Text<80> extra = setting<80>(file, "PPPOE_EXTRA", "");
     const std::size_t option = extra.view().find("-S ");
     if (option == std::string_view::npos) return 0;
     std::string_view service = extra.view().substr(option + 3);

@@ -37,9 +37,7 @@ Text<80> stored_hardware_address() { return setting<80>(QSCfgF, "wan_hw_addr", "
 std::string own_hardware_address() {
     constexpr std::size_t kLine = 29;
     const std::string line =
-        first_output_line(
-            "/usr/share/quillstead/network/NET_ReadNetworkInfo eth0 | grep HWADDR > mac.tmp",
-            "mac.tmp", kLine)
+        first_output_line(format_text("%s eth0 | grep HWADDR", NetworkInfoF), "mac.tmp", kLine)
             .value_or("");
     const std::size_t equals = line.find('=');
     if (equals == std::string::npos) return "";

@@ -47,8 +47,8 @@ void dial_start() { run_command(format_text("%s start > /dev/null", DialF)); }
 
 // The interface of diald, which stands in for the link until it has dialled.
 int count_sl0_routes() {
-    return to_int(first_output_line("route -n | grep sl0 -c > sl0.cnt", "sl0.cnt", kScratchLine)
-                      .value_or(""));
+    return to_int(
+        first_output_line("route -n | grep sl0 -c", "sl0.cnt", kScratchLine).value_or(""));
 }
 
 }  // namespace
@@ -105,10 +105,10 @@ int RunDirectConnect() {
     start_squid_if_stopped();
     // pppd runs ip-up by itself; for an Ethernet port nobody else does.
     run_command("/sbin/ifup eth0 &> /dev/null");
-    run_command("/etc/ppp/ip-up eth0 &> /dev/null");
+    run_command(format_text("%s eth0 &> /dev/null", IPUPF));
     // The status page learns from this file how the address that is in use now was obtained.
     const Text<2> dynamic = dynamic_setting();
-    if (create_anew(DynaF)) run_command(format_text("echo %s > /tmp/dyna", dynamic.view()));
+    if (create_anew(DynaF)) run_command(format_text("echo %s > %s", dynamic.view(), DynaF));
     return 0;
 }
 

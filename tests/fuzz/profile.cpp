@@ -37,7 +37,8 @@ void check(std::string_view input) {
     expect(SetProfileString("s", key, value, file) == 0);
     expect(foreign_lines(file, key) == lines);
     if (content.find(key + "=") == content.npos) {
-        expect(GetStrByKey(key, out, stream_of(Profile::open(file))) == 0);
+        const std::optional<Profile> written = Profile::open(file);
+        expect(written && GetStrByKey(key, out, &*written) == 0);
         expect(value.substr(0, kProfileLine - key.size() - 1) == out.data());
     }
     expect(replace_file(file, content) == Written::done &&

@@ -1,17 +1,102 @@
-// What no page needs yet: readers of single records, entries and exact keys, and the resolver's
-// file.
+// What is offered to pages that a firmware adds, and no shipped page calls.
 #include <array>
+#include <cstdlib>
 
+#include "appliance/dns_fields.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "filter/flt_log.h"
+#include "framework/cgi-lib.h"
 #include "framework/entries.h"
+#include "framework/html-lib.h"
+#include "framework/message.h"
+#include "framework/msgfile.h"
 #include "framework/profile.h"
+#include "framework/settings.h"
 #include "nat/dial_files.h"
 #include "root.h"
 #include "serial/modem_list.h"
 
 namespace {
+
+// Each entry as "key=value|", or "key|" without a value.
+std::string shown(const FormList& list) {
+    std::string text;
+    TraverseList(list, [&](const FormEntry& entry) {
+        text += entry.key + (entry.value ? std::string("=") + entry.value : "") + "|";
+    });
+    return text;
+}
+
+TEST(Form, LookupsAndDeletions) {
+    FormList list;
+    parse_data_record("a=1&b=1&a=0&c&a=0", list);
+    EXPECT_STREQ(find_val(&list, "a"), "0");
+    EXPECT_EQ(find_val(&list, "c"), nullptr);
+    EXPECT_EQ(find_val(nullptr, "a"), nullptr);
+    EXPECT_STREQ(find_key(&list, "1"), "a");
+    std::vector<const char*> found;
+    EXPECT_EQ(find_key_multi(&list, "1", found), 2U);
+    ASSERT_EQ(find_val_multi(&list, "a", found), 3U);
+    EXPECT_EQ(std::string(found[0]) + found[1] + found[2], "001");
+    EXPECT_EQ(list_delete_entry(list, "b", "0"), 0);
+    EXPECT_EQ(list_delete_entry(list, "a", "0"), 1);
+    EXPECT_EQ(shown(list), "a=0|a=1|b=1|c|");
+    EXPECT_EQ(list_delete_val_multi(list, "1"), 1);
+    EXPECT_EQ(list_delete_key_multi(list, "c"), 1);
+    EXPECT_EQ(shown(list), "a=0|");
+    list_clear(list);
+    EXPECT_EQ(list_count(&list), 0U);
+    EXPECT_EQ(unescape_url("%41+%2b%4G%"), "A++\4");
+    EXPECT_EQ(num_encoded_data_items("%41%%"), 3U);
+}
+
+TEST_F(Root, MarkupIsPrintedAsItStands) {
+    FormList list;
+    parse_data_record("b&a=<1>", list);
+    put_file("update.htm", "@message#@key#");
+    setenv("REMOTE_GROUP", "staff", 1);
+    testing::internal::CaptureStdout();
+    for (const auto heading : {h3, h4, h5, h6}) heading("t");
+    hidden("n", "v");
+    location("/x");
+    list_print(&list);
+    get_update("told", nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "<H3>t</H3>\n<H4>t</H4>\n<H5>t</H5>\n<H6>t</H6>\n"
+              "<INPUT TYPE=hidden NAME=\"n\" VALUE=\"v\">\nLocation: /x\n\n"
+              "<DL>\n<DT><B>a</B>\n<DD><1>\n<DT><B>b</B>\n<DD>\n</DL>\n"
+              "Content-type: text/html\n\ntold");
+    testing::internal::CaptureStdout();
+    cgi_env();
+    const std::string env = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(std::count(env.begin(), env.end(), '\n'), 25);
+    EXPECT_NE(env.find("<B>REMOTE_GROUP</B>: staff<BR>\n<BR>\n<B>HTTP_REFERER"), env.npos) << env;
+}
+
+TEST_F(Root, ListMessagesHaveNoLineEnd) {
+    put_file("listmsg", "10-ten\n1-one %s\r\n3-last");
+    for (const auto& [number, expected] :
+         Pairs{{"1", "one x"}, {"10", "ten"}, {"3", "last"}, {"0", "as before"}}) {
+        Message text = "as before";
+        GetListMsgByIndex(std::stoi(number), text, "x");
+        EXPECT_EQ(text, expected);
+    }
+}
+
+TEST_F(Root, SingleSettingsAreWritten) {
+    const std::string file = "/etc/x";
+    EXPECT_EQ(WritePrivateProfileString(file, "text", "a b"), 1);
+    EXPECT_EQ(WritePrivateProfileInt(file, "number", -5), 1);
+    EXPECT_EQ(WritePrivateProfileOnOff(file, "switch", 2), 1);
+    EXPECT_EQ(WritePrivateProfileDate(file, "date", 6, 1, 22), 1);
+    EXPECT_EQ(content(file), "text a b\nnumber -5\nswitch on\ndate Saturday 1 22\n");
+    EXPECT_EQ(WriteProfileString("key", "value"), 0);  // the proxy is not installed
+    put_file(QSCfgF, "[network]\n");
+    EXPECT_EQ(SaveDNS_N(2, "1.1.1.1"), Written::done);
+    EXPECT_EQ(SaveDNS_N(4, "9.9.9.9"), Written::done);
+    EXPECT_EQ(content(QSCfgF), "[network]\ndns_server2=1.1.1.1\ndns_server1=9.9.9.9\n");
+}
 
 TEST_F(Root, RecordsOfTheFilterLogByNumber) {
     const std::string log = "/usr/local/squid/logs/access.log";
@@ -36,14 +121,14 @@ TEST_F(Root, RecordsOfTheFilterLogByNumber) {
 
 TEST_F(Root, AnInitStringIsFoundByTheModemsName) {
     Text<8> init = "old";
-    EXPECT_EQ(get_init_by_modem(init, "A"), 1);
+    EXPECT_EQ(get_init_by_modem(init.buffer(), "A"), 1);
     put_file(ModemFile,
              "[A]\r\n\r\nX=1\r\nInitString=ATZ\r\n[B]\n[A]\nInitString=2\n[C]\nX=1\n[D]");
     const std::pair<const char*, int> cases[] = {{"B", 2}, {"C", 2}, {"D", 3}, {"a", 3}, {"X", 3}};
     for (const auto& [name, result] : cases)
-        EXPECT_EQ(get_init_by_modem(init, name), result) << name;
+        EXPECT_EQ(get_init_by_modem(init.buffer(), name), result) << name;
     EXPECT_EQ(init, "old");
-    EXPECT_EQ(get_init_by_modem(init, "A"), 0);
+    EXPECT_EQ(get_init_by_modem(init.buffer(), "A"), 0);
     EXPECT_EQ(init, "ATZ");
 }
 
@@ -57,13 +142,13 @@ TEST_F(Root, KeysAreReadExactly) {
                                              {"long", "0" + x270},
                                              {"last", "0a=b"}}) {
         Text<300> value = "left";
-        const int missing = GetStrByKey(key, value, stream_of(file));
+        const int missing = GetStrByKey(key, value.buffer(), &*file);
         EXPECT_EQ(std::to_string(missing) + value.c_str(), expected);
     }
     int number = 9;
-    EXPECT_EQ(GetIntByKey("n", &number, stream_of(file)), 0);
+    EXPECT_EQ(GetIntByKey("n", &number, &*file), 0);
     EXPECT_EQ(number, -12);
-    EXPECT_EQ(GetIntByKey("no", &number, stream_of(file)), 1);
+    EXPECT_EQ(GetIntByKey("no", &number, &*file), 1);
     EXPECT_EQ(number, 0);
 }
 
