@@ -33,6 +33,8 @@ bool octet_fits(const char* octet) {
 }
 
 void first_octet(AddressText& buffer, const char* octet) {
+    // What begins with a digit is taken as it was typed; octet_fits has kept out what scripts
+    // misread.
     buffer = begins_with_digit(octet) ? octet + std::string(".") : "";
 }
 

@@ -12,7 +12,8 @@ using AddressText = Text<16>;  // a dotted quad
 using OctetText = Text<4>;     // as typed: up to three characters
 using Octets = std::array<OctetText, 4>;
 
-// Splits a dotted address into octets of up to three characters.
+// Splits the first line of a text, a dotted address, into octets, each cut to three characters.
+// What is missing is empty.
 void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d);
 
 // The octets joined by ".", as they stand.
@@ -22,7 +23,7 @@ std::string join_octets(const Octets& octets);
 // go to; else 0.
 int check_octet(std::string_view octet, Message& message);
 
-// Octet 1 to 4 of an address; empty when it has none.
+// Octet 1 to 4 of an address; empty when it has none. Dots in a row count as one.
 std::string_view octet_of(std::string_view address, int number);
 
 // True for an octet that may be stored: present, at most three characters, and none of them with a

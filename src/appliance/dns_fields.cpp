@@ -45,7 +45,8 @@ std::string_view dns_key_name(int n) {
     return key.substr(0, key.find('='));
 }
 
-// Calls `use` with the value of each DNS server line until it returns false.
+// Calls `use` with the value of each DNS server line until it returns false. The lines count in the
+// order of the file, whatever their numbers.
 template <class Use>
 void for_each_dns(Use use) {
     LineReader in(QSCfgF, kDnsLine);
@@ -90,7 +91,7 @@ int show_dns_octet(int server, int octet, ValueText& value) {
 int store_dns_octet(int server, int octet, std::string_view value) {
     DnsText& address = built[static_cast<std::size_t>(server - 1)];
     if (octet == 1) {
-        address = leading_digits(value);
+        address = leading_digits(value);  // none empties the server, whatever follows
     } else if (!address.empty()) {
         address.append(".");
         address.append(leading_digits(value));
@@ -109,6 +110,7 @@ int store_dns_servers() {
     built = {};
     completed = {};
     if (set_settings("network", servers, QSCfgF) != Written::done) return 1;
+    // Forms post the servers in order, so the list is complete when the third one is.
     if (has_last) run_command(format_text("%s > /dev/null", SetDNSF));
     return 0;
 }

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr std::size_t kScratchLine = 255;
-constexpr std::string_view kDialdRemote = "10.0.0.2";
+constexpr std::string_view kDialdRemote = "10.0.0.2";  // diald's end of its stand-in for the link
 
 // A setting that becomes a word of a command; one that could not stand there counts as missing.
 template <std::size_t N>
@@ -32,6 +32,8 @@ std::string pids_of(const char* program, const char* scratch) {
         .value_or("");
 }
 
+// Stricter than PortEnabled, which takes all but "no" for on: the link-up script is rerun at a
+// clear "yes" alone.
 bool sharing_is_on() { return setting<8>(NatConfF, "nat_enable", "no").view().starts_with('y'); }
 
 }  // namespace
@@ -55,7 +57,8 @@ Written set_wan_if(int method) {
 
 int IsRunning(const char* program) {
     const std::string pids = pids_of(program, "/tmp/pid");
-    // The second character: the daemons asked for start late, so one digit is no pid of theirs.
+    // The second character: processes with a pid of one digit are the kernel's and init's, no
+    // daemon.
     return pids.size() > 1 && is_digit(pids[1]);
 }
 
@@ -77,6 +80,7 @@ bool has_address(std::string_view interface) {
     const std::string_view behind = std::string_view(line).substr(mark + kMark.size());
     const std::string_view address = behind.substr(0, behind.find_first_of(" \t\r"));
     if (address.empty() || address.front() == '0') return false;
+    // The placeholders are only PPP's: on the Ethernet port a provider may well give them out.
     const bool is_ppp = interface.starts_with('p');
     return !is_ppp || (address != kNotDialled && address != kDialdRemote);
 }

@@ -1,5 +1,6 @@
 // The links of the appliance: which interface the WAN is on, what runs, whether a link is up, and
-// the scripts that run when it is.
+// the scripts that run when it is. Readers of settings throw Unreadable (files.h) when a file is
+// there but cannot be read. Where a command gives no answer, the answer is no.
 #pragma once
 
 #include <string_view>
@@ -7,7 +8,8 @@
 #include "base/text.h"
 #include "base/written.h"
 
-// Writes "nat_enable" (nonzero: yes) and "connect_method" into the WAN settings file.
+// Writes "nat_enable" (nonzero: yes) and "connect_method" into the WAN settings file. A missing
+// file stays missing.
 Written SaveAccessMethod(int method, int enable);
 
 // The interfaces named in the settings files, defaults "eth0" and "eth1"; a name that could not
@@ -19,7 +21,8 @@ InterfaceText lan_interface();
 // The first character of "dynamic" in the appliance settings file: 1 DHCP, 0 (the default) fixed.
 Text<2> dynamic_setting();
 
-// Writes "nat_interface" into the WAN settings file: "ppp0" for methods 2 and 3, else "eth0".
+// Writes "nat_interface" into the WAN settings file: "ppp0" for methods 2 and 3, else "eth0". A
+// missing file stays missing.
 Written set_wan_if(int method);
 
 // 1 when a program runs: "pidof" gives a pid of at least two digits for it. `program` is its name,

@@ -112,6 +112,7 @@ void read_lines(PPPConf& record, std::span<const Line> lines, const Profile* fil
 
 void read_user_server(UserServer& server, std::size_t number, const Profile* file) {
     const UserServerKeys keys(number);
+    // In this order: the address takes the place of what a name of 15 characters has written there.
     Text<UserServer::kReadSize> name;
     AddressText ip;
     server.VS_UD = GetProfileInt(keys.enabled, 0, file);
@@ -194,7 +195,8 @@ int ReadPPPConfig(PPPConf* record) try {
         return 1;
     }
     read_lines(*record, kLines, &*file);
-    GetDNS(record->DNS);  // the appliance settings file owns it, whatever stands here
+    // The appliance settings own it; what this file has is a copy that is never read back.
+    GetDNS(record->DNS);
     for (std::size_t i = 0; i < record->UD.size(); ++i)
         read_user_server(record->UD[i], i + 1, &*file);
     read_lines(*record, kLinesBehindUserServers, &*file);
@@ -226,6 +228,7 @@ int store_record(const PPPConf& record, Message& message) {
 int SavePPPConf(const PPPConf& record, Message& message) {
     const int unstored = store_record(record, message);
     if (unstored) return unstored;
+    // Last, so that sharing is never on with a record that is not there.
     const Written written = SetFileString("nat_enable", record.NatEnable ? "yes" : "no", NatConfF);
     return written == Written::missing ? 0 : code_of(written, kRecordCodes);
 }

@@ -29,7 +29,7 @@ int save_secret(const char* file, const char* tmpfile, const char* user, const c
             if (!line.starts_with(tag_line)) return;
             found = is_old_secret = true;
             out.end_line();
-            out.write_line(format_text("%s\t\tppp0\t%s", name, secret));
+            out.write_line(format_text("%s\t\tppp0\t%s", name, secret));  // any white space will do
         },
         [&](Replacement& out) {
             if (found) return;

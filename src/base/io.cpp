@@ -27,6 +27,7 @@ bool Descriptor::reset(int fd) {
 }
 
 Descriptor open_regular(const std::string& path, int flags) {
+    // A pipe that somebody has put in a file's place would keep the request waiting.
     flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     Descriptor file(open(path.c_str(), flags | O_NOFOLLOW));
     if (!file.is_open() && errno == ELOOP && !others_may_write(folder_of(path)))
@@ -75,5 +76,5 @@ std::string name_of(const std::string& path) { return path.substr(path.rfind('/'
 
 bool flush_folder(const std::string& folder) {
     const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return opened.is_open() && (fsync(opened.get()) == 0 || errno == EINVAL);
+    return opened.is_open() && (fsync(opened.get()) == 0 || errno == EINVAL);  // not all can
 }

@@ -10,6 +10,7 @@
 #include "base/shell.h"
 
 bool create_anew(const std::string& path) {
+    // Scratch names are known to everybody who may write /tmp, so what stands there is not ours.
     Descriptor file;
     if (unlink(path.c_str()) == 0 || errno == ENOENT)
         file.reset(

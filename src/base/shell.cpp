@@ -35,7 +35,7 @@ private:
     int failed_;
 };
 
-// 0, or the error.
+// 0, or the error. Not system(3): this takes half the time, and errno tells why no shell could run.
 int start(const std::string& command, pid_t& pid) {
     const Silence silence;
     if (silence.failed()) return silence.failed();

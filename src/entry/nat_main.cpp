@@ -42,12 +42,14 @@ void wait_for_turn() {
 int show(const char* name, const char* back_link, const FormList* form) {
     const int index = GetCgiTabIndex(name);
     if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(nullptr, form);
+    // The link goes to a page that is a file of the folder, so it works whatever is wrong here.
     Message message;
     GetErrMsgByIndex(Msg::UnknownPage, message, escape_html(name));
     HtmlMsg(message, back_link, 0);
     return 0;
 }
 
+// A view shows what is in force and echoes no field: a link may carry any.
 int view(const char* next_file) {
     const char* name = next_file ? next_file : Def_Htm;
     if (std::string_view(name) == "nat_status.htm") {
@@ -80,6 +82,7 @@ int main() {
     const char* todo = find_val(&*form, "todo");
     if (!todo) return view(find_val(&*form, "next_file"));
     if (!comes_from_own_page()) return refuse_request();
+    // An upload stores nothing: the page looks through the file and asks which modems to take.
     if (std::string_view(todo) == "upload" && !entry_with_control(*form))
         show("sp_port.htm", "sp_fs.htm", &*form);
     else

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appliance/ppp_conf.h"
 #include "filter/ac_cfg.h"
 #include "filter/filterconf.h"
 #include "filter/flt_log.h"
@@ -118,7 +119,8 @@ constinit const std::span<const SaveGroup> save_tbl = kSaveTbl;
 constinit const std::array<ProcEntry, ProcNum> ProcTab = kProcTab;
 
 const char* status_page(int method) {
-    return StatusTab[method == 1 || method == 2 ? static_cast<std::size_t>(method - 1) : 2];
+    const int page = method == kDirect || method == kPPPoE ? method : kSerial;
+    return StatusTab[static_cast<std::size_t>(page - 1)];
 }
 
 int GetCgiTabIndex(const char* name) { return name ? index_of(name) : -1; }
@@ -134,6 +136,7 @@ void get_cgi_range(const char* name, int& first, int& last, int& status) {
         last = group.last;
         return;
     }
+    // A status page has no settings of its own: its save is one of the NAT pages.
     for (std::size_t i = 0; name && i < StatusTab.size(); ++i) {
         if (std::string_view(StatusTab[i]) != name) continue;
         first = kNatPages.first;

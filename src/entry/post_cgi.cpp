@@ -72,7 +72,8 @@ private:
         return name;
     }
 
-    // Calls a page's setter; a page that refuses will be shown, with a message.
+    // Calls a page's setter; a page that refuses will be shown, with a message. What the pages
+    // before it have stored stays stored: that is what the check of all of them comes first for.
     bool call_setter(const CgiPage& page, Mode mode) {
         message_.clear();
         if (page.setter && accepts(page.setter, mode)) return true;
@@ -95,6 +96,7 @@ private:
     bool set_page() {
         const CgiPage& posting = page(this_file_, "CHK1");
         if (!call_setter(posting, kCheck) || !call_setter(posting, kSet)) return false;
+        // These two alone tell of their success.
         const std::string_view todo = todo_;
         if (todo == "import_file" || todo == "cancel") notice_ = message_.view();
         return true;
@@ -104,7 +106,7 @@ private:
         int first = 0;
         int last = 0;
         get_cgi_range(this_file_, first, last, status_);
-        log_line("  cgi start index=%d sotp=%d", first, last);
+        log_line("  cgi start index=%d sotp=%d", first, last);  // spelled as logs have it
         const bool accepted = call_setters(first, last, kCheck) && call_setters(first, last, kSet);
         log_line("After setfun");
         return accepted;
@@ -122,7 +124,7 @@ private:
 
     // Runs the queue; false at the first action that fails, with its message.
     bool run_actions() {
-        sync();
+        sync();  // what the commands read is on disk, should one of them take the appliance down
         for (const auto& head : heads_)
             for (const ProcNode* node = head.get(); node; node = node->next.get())
                 if (!run_action(*node)) return false;
@@ -134,6 +136,7 @@ private:
         const int result = result_of(ProcTab[node.action].body);
         if (result == 0) return true;
         log_line("Process return=%d", long{result});
+        // The proxy may be off; it reads its settings when it starts.
         if (node.action == kReconfigFilter) {
             GetErrMsgByIndex(Msg::ProxyNotSignalled, notice_);
             return true;

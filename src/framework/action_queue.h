@@ -51,7 +51,7 @@ inline constexpr std::array kProcRows = std::to_array<ProcRow>({
     {kSaveFilter, "SaFilter", 0},
 });
 inline constexpr unsigned ProcNum = kProcRows.size();
-inline constexpr std::size_t kLevels = 6;
+inline constexpr std::size_t kLevels = 6;  // no action is on the last one
 
 // A table of actions has the row of each at its index.
 template <class Row>

@@ -20,8 +20,11 @@
 
 namespace {
 
+// The texts of the failures stay as they have always stood, slips of spelling included: they are
+// what administrators search for.
 constexpr char kNoMemory[] = "Could not allocate enough memory.";
 
+// Without a method no server runs the program, but a person in a shell, who needs no page.
 std::string_view request_method() {
     if (const auto method = cgi_variable("REQUEST_METHOD")) return *method;
     std::fputs(
@@ -66,7 +69,8 @@ void add(FormList& list, const FormEntry& entry) {
     if (!AddEntry(list, entry)) cgi_err("Error!", "Error adding to list!");
 }
 
-// Decodes a text in place; returns its new size.
+// Decodes a text in place; returns its new size. Always two characters belong to a "%", digits or
+// not, and at the end of the text so many as there are: nothing behind it is read.
 std::size_t unescape(std::span<char> text) {
     std::size_t size = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {

@@ -77,6 +77,8 @@ int AppendEntry(const std::string& path, std::string_view entry) {
 }
 
 int RemoveEntries(const std::string& path, std::span<const std::string_view> names) {
+    // Here alone case is ignored: a site that is taken off the list is meant however it is spelled,
+    // while two spellings may well be added.
     std::unordered_set<std::string> unwanted = {""};  // a blank line has no first word
     for (const std::string_view name : names) unwanted.insert(lower_case(name));
     const Written written = rewrite_lines(

@@ -10,7 +10,7 @@ namespace {
 // The first line that begins with the number and a hyphen, from behind the hyphen, with its line
 // end.
 std::optional<std::string> find_message(const char* file, int number) try {
-    const std::string prefix = std::to_string(number) + "-";
+    const std::string prefix = std::to_string(number) + "-";  // so that 1 does not find 10
     LineReader in(file);
     while (in.is_open() && in.next())
         if (in.piece().starts_with(prefix)) return in.piece().substr(prefix.size());

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <initializer_list>
 
 #include "base/escape.h"
 #include "base/files.h"
@@ -14,7 +13,8 @@ int warn_no = 0;
 
 namespace {
 
-constexpr char kEndOfFile = '\xff';  // what the end of the file reads as behind a "//"
+// What the end of a template reads as behind a "//": who ends a template so sees it on the page.
+constexpr std::string_view kEndOfFile = "\xff";
 
 // The tables of the page that is being rendered.
 std::span<const KeyGetter> KeyFunTab;
@@ -91,6 +91,8 @@ public:
             expand_next();
         }
         if (stopped_) last_failure_ = Msg::PageTooLarge;
+        // A failing marker at the very end is fatal, on purpose: no message marker can follow it,
+        // so its reason would show nowhere.
         return {std::move(page_), last_failure_};
     }
 
@@ -108,8 +110,11 @@ public:
 
 private:
     // Copies the text before the next "@" and resolves what that begins. A slash is read together
-    // with the next character, two of them with a third one: so the number of those right before
-    // the "@" tells whether it begins a key, is text, or begins a list.
+    // with the next character, two of them with a third one, and then all begins anew. So the
+    // number of slashes right before the "@" tells what it is:
+    //   0  "@key#"     begins a key        3  "///@key#"   a key again, behind three slashes
+    //   1  "/@"        is text             4  "////@"      text, and so on
+    //   2  "//@list#"  begins a list
     void expand_next() {
         const std::string_view text = take(rest_.find('@'));
         const std::size_t slashes = text.size() - (text.find_last_not_of('/') + 1);
@@ -117,7 +122,7 @@ private:
         const bool is_list = slashes % 3 == 2;
         copy(is_list && !at_end ? text.substr(0, text.size() - 2) : text);
         if (at_end) {
-            if (is_list) copy({kEndOfFile});
+            if (is_list) copy(kEndOfFile);
         } else if (is_list) {
             list_marker();
         } else if (slashes % 3 == 1) {
@@ -139,10 +144,6 @@ private:
             stopped_ = true;
         else
             page_ += text;
-    }
-
-    void copy(std::initializer_list<char> text) {
-        copy(std::string_view(text.begin(), text.size()));
     }
 
     void show(std::string_view value, const Marker& marker) {
@@ -176,7 +177,7 @@ private:
         if (collect(kMarkerSize, text)) return resolve_list(marker_of(text));
         copy("//@");
         copy(text);
-        copy("#");
+        copy("#");  // so an unfinished list shows where it should have ended
     }
 
     // What failed comes before what is merely worth a warning.
@@ -187,6 +188,7 @@ private:
         return first_failure() ? failure_text(*first_failure()) : warning();
     }
 
+    // A key with a getter never echoes the form: what is in force is shown, not what was typed.
     void resolve_key(const Marker& marker) {
         const int index = GetKeyFunIndex(marker.name);
         const ValueGetter getter =

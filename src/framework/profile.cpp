@@ -13,7 +13,8 @@ namespace {
 
 constexpr char kSetTmpF[] = "/tmp/setstr.tmp";
 
-// Takes the next piece of a line, with its line end, off the front of a file's content.
+// Takes the next piece of a line, with its line end, off the front of a file's content. The rest of
+// a line that is too long is read as a line of its own.
 std::string_view take_piece(std::string_view& rest) {
     const std::size_t line = rest.find('\n');
     const std::size_t length = line == std::string_view::npos ? rest.size() : line + 1;
@@ -22,7 +23,9 @@ std::string_view take_piece(std::string_view& rest) {
     return piece;
 }
 
-// The value of the first line with a key that begins so, without its line feed.
+// The value of the first line with a key that begins so, without its line feed. That is meant: one
+// reader serves files with sections and without, and what stands between the beginning and the "="
+// does not count. So writers put no key behind a longer one that begins with it (ppp_conf.cpp).
 std::optional<std::string_view> find_by_prefix(std::string_view key, const Profile* stream) {
     std::string_view rest = stream ? stream->content() : "";
     while (!rest.empty()) {
@@ -85,6 +88,8 @@ long GetProfileLong(std::string_view key, long fallback, const Profile* stream) 
     return value ? to_long(*value) : fallback;
 }
 
+// The generator is not seeded, so a request's first name is always the same one. It need be neither
+// new nor secret: the file is made anew, and requests run one at a time.
 std::string ini_temporary() {
     const std::string digits = std::to_string(random());
     const std::string padded =
@@ -124,6 +129,7 @@ Written set_settings(std::string_view section, std::span<const Setting> settings
             if (place == before) out.write(format_text("[%s]\n", section));
             write_rest(out);
         });
+    // Files with sections are there on every appliance, unlike those of set_file_strings.
     if (written == Written::missing) note_failure(Failure::cannot_write, path);
     return written;
 }
@@ -141,6 +147,7 @@ Written set_file_strings(std::span<const Setting> settings, const std::string& p
         [&](std::string_view line, Replacement& out) {
             const std::size_t i = index_of_key(line, settings);
             if (i == settings.size()) return out.write(line);
+            // All lines with the key: of several this program takes the first, a shell the last.
             is_set[i] = true;
             out.write(key_line(settings[i]));
         },

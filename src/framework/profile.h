@@ -71,7 +71,8 @@ Written set_settings(std::string_view section, std::span<const Setting> settings
 [[nodiscard]] int SetProfileString(std::string_view section, std::string_view key,
                                    std::string_view value, const std::string& path);
 
-// The name "Ini00000.tmp" with five pseudo-random digits.
+// A name for a temporary file in the working directory: "Ini00000.tmp" with five pseudo-random
+// digits.
 std::string ini_temporary();
 
 // Sets every line "key=..." of a file without sections to its value, or appends one, all in one

@@ -41,6 +41,7 @@ Written write_settings(const std::string& path, std::span<const SpacedSetting> s
                 return !is_comment(line) && first_word(line) == setting.key;
             });
             if (found == settings.end()) return out.write(line);
+            // All lines with the key: for some readers the first one counts, for others the last.
             is_set[static_cast<std::size_t>(found - settings.begin())] = true;
             out.write(line_of(*found));
         },
