@@ -40,6 +40,6 @@ const char* status_page(int method);
 int GetCgiTabIndex(const char* name);
 
 // The rows whose setters a save from the page runs. `status` is 0, or for a status page its method:
-// such a save runs the setters of the NAT pages. A page of no group and an unknown one have an empty
-// range, first 1, last 0.
+// such a save runs the setters of the NAT pages. A page of no group and an unknown one have an
+// empty range, first 1, last 0.
 void get_cgi_range(const char* name, int& first, int& last, int& status);
