@@ -10,10 +10,8 @@ namespace {
 
 constexpr std::size_t kMostCharacters = 3;
 
-bool begins_with_digit(const char* text) { return *text >= '0' && *text <= '9'; }
-
 void extend(AddressText& buffer, const char* octet, const char* separator) {
-    if (buffer.empty() || !begins_with_digit(octet)) return;
+    if (buffer.empty() || !is_digit(*octet)) return;
     buffer.append(octet);
     buffer.append(separator);
 }
@@ -35,7 +33,7 @@ bool octet_fits(const char* octet) {
 void first_octet(AddressText& buffer, const char* octet) {
     // What begins with a digit is taken as it was typed; octet_fits has kept out what scripts
     // misread.
-    buffer = begins_with_digit(octet) ? octet + std::string(".") : "";
+    buffer = is_digit(*octet) ? octet + std::string(".") : "";
 }
 
 void middle_octet(AddressText& buffer, const char* octet) { extend(buffer, octet, "."); }

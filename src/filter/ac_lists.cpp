@@ -36,7 +36,7 @@ std::vector<Range> parse(std::string_view items) {
     long Range::*number = &Range::start;
     for (const char c : items) {
         long& value = ranges.back().*number;
-        if (c >= '0' && c <= '9')
+        if (is_digit(c))
             value = std::min(value * 10 + (c - '0'), kMost);
         else if (c == '.')
             value = 0;

@@ -15,10 +15,6 @@ struct LogRecord {
     Text<80> third;
 };
 
-// Fills records from record number `first` (from 0) on. A line of fewer words leaves the fields
-// behind them as they were. Returns how many it filled, or -37 when the log cannot be read.
-int get_filter_log(std::size_t first, std::span<LogRecord> records);
-
 // The number of records; 0 when the log cannot be read.
 std::size_t get_filter_log_count();
 
@@ -33,3 +29,9 @@ int get_filterlog(const char* message, const FormList* form);
 // 31.
 int set_filter_log(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                    int mode, Message& message);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// Fills records from record number `first` (from 0) on. A line of fewer words leaves the fields
+// behind them as they were. Returns how many it filled, or -37 when the log cannot be read.
+int get_filter_log(std::size_t first, std::span<LogRecord> records);

@@ -43,7 +43,7 @@ int save_filter_when(const char* value, int, Message&, FilterEdit& record) {
     if (!change(record.filter_state, state, record)) return 0;
     // An appliance without the script has nothing to redirect.
     if (set_rc_service(state) != 0 && first_failure()) return 1;
-    if (state != kFilterNever && field_is(record.form, "enable_dmz", "checked"))
+    if (state != kFilterNever && is_checked(field_text(record.form, "enable_dmz")))
         warn_no = Msg::FilterBesideDmz;
     return 0;
 }

@@ -75,19 +75,23 @@ constexpr auto without_getters(std::array<KeyFun<Record>, N> rows) {
     return rows;
 }
 
+// How a form has a switch.
+inline constexpr std::string_view kChecked = "checked";
+inline constexpr std::string_view kUnchecked = "unchecked";
+
 // How getters show a text and a switch.
 inline int show(ValueText& value, std::string_view text) {
     value = text;
     return 0;
 }
 inline int show_switch(ValueText& value, bool on) {
-    return show(value, on ? "checked" : "unchecked");
+    return show(value, on ? kChecked : kUnchecked);
 }
 
 // How savers read a switch. What is neither "checked" nor "unchecked" leaves some switches off and
 // turns others on, each as it always has: a form of one's own may post either.
-constexpr bool is_checked(std::string_view value) { return value == "checked"; }
-constexpr bool is_not_unchecked(std::string_view value) { return value != "unchecked"; }
+constexpr bool is_checked(std::string_view value) { return value == kChecked; }
+constexpr bool is_not_unchecked(std::string_view value) { return value != kUnchecked; }
 
 // A page whose getters and savers share no record.
 struct NoRecord {};

@@ -32,6 +32,8 @@ int SaveOptions();
 // default filter when missing. (Action "SaFilter".)
 int SaveFilter();
 
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 // The record's DNS server as the first and only "nameserver" of "/etc/resolv.conf", which is
 // created when missing; its other lines stay.
 int SaveDNS();

@@ -80,7 +80,7 @@ int save_enable_ac(const char* value, int mode, Message&, ServiceEdit& record) {
 void warn_of_dmz(const FormList* form) {
     const char* filter = find_val(form, "filter_when");
     // The page has room for one warning, and the FTP server's says more.
-    if (field_is(form, "vs_ftp_enable", "checked"))
+    if (is_checked(field_text(form, "vs_ftp_enable")))
         warn_no = Msg::DmzBesideFtpServer;
     else if (filter && !is(filter, "never"))
         warn_no = Msg::DmzBesideFilter;
@@ -185,7 +185,7 @@ void put_into_force(const PPPConf& record, const Actions& actions) {
 // Only "checked", which the page posts, asks for a DNS server; any other word that switches sharing
 // on (is_not_unchecked) passes.
 int check(const FormList* form, Message& message) {
-    if (!field_is(form, "internet_access", "checked")) return 0;
+    if (!is_checked(field_text(form, "internet_access"))) return 0;
     DnsText server;
     GetDNS(server);
     return server.empty() ? refuse(Msg::NoDnsServer, message) : 0;

@@ -83,7 +83,7 @@ int save_enable(const char* value, int mode, Message&, ServerEdit& record) {
 int save_ftp_enable(const char* value, int mode, Message& message, ServerEdit& record) {
     const bool was_on = record.Ftp != 0;
     save_enable<Ftp, is_checked>(value, mode, message, record);
-    if (record.Ftp && !was_on && field_is(record.form, "enable_dmz", "checked"))
+    if (record.Ftp && !was_on && is_checked(field_text(record.form, "enable_dmz")))
         warn_no = Msg::FtpServerBesideDmz;
     return 0;
 }

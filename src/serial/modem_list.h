@@ -38,9 +38,11 @@ ModemList GetModemList0(LineReader& file, InitMode mode);
 // which is then written.
 ModemList GetModemList(InitMode mode);
 
+// The name in a section header, a line without its line feed; nothing when it is another line.
+std::optional<std::string_view> section_name(std::string_view line);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 // Copies a modem's init string. 0; 1 the list cannot be opened, 2 the modem has no init string
 // before the next section, 3 no such modem, or the list ends without its init string.
 int get_init_by_modem(std::span<char> out, std::string_view name);
-
-// The name in a section header, a line without its line feed; nothing when it is another line.
-std::optional<std::string_view> section_name(std::string_view line);

@@ -21,6 +21,8 @@ void StopModemConnect();
 void StopPPPoeConnect();
 void StopDirectConnect();
 
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 // Saves the modem method's files: record, chat script, secrets, pppd options. The first result that
 // is not 0.
 [[nodiscard]] int SaveModemConf(const PPPConf& record);

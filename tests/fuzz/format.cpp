@@ -30,7 +30,7 @@ void check(std::string_view input) {
     expect(format_text(escaped) == text && format_text("%s", input) == text);
     expect(format_text(escaped + "%d%u%s", input, -1L, input) == text + text + "4294967295" + text);
     Text<128> message;
-    copy_text(message, format_text(input, input, 5L, input));
+    message = format_text(input, input, 5L, input);
     expect(shell_unquoted_text(shell_quoted_text(input)) == text);
     if (is_harmless(input)) expect(shell_word(input) == text && !shell_character(input));
     expect(word_for_pppd(pppd_word(input)) == text);

@@ -14,8 +14,10 @@
 #include "framework/profile.h"
 #include "framework/settings.h"
 #include "nat/dial_files.h"
+#include "nat/service_script.h"
 #include "root.h"
 #include "serial/modem_list.h"
+#include "wan/wanport.h"
 
 namespace {
 
@@ -181,6 +183,25 @@ TEST_F(Root, TheFirstNameServerIsReplacedAndTheOthersGo) {
         EXPECT_EQ(SaveDNS(), 0);
         EXPECT_EQ(content(DNSF), after);
     }
+}
+
+TEST_F(Root, ASectionOfAScriptIsSwitched) {
+    put_file("/etc/x", "#@A\n a\n b\n\n c\n#@B\n d\n");
+    EXPECT_EQ(SetService("#@A", '#', "/etc/x", false), 0);
+    EXPECT_EQ(SetService("#@B", '#', "/etc/x", false), 0);  // no empty line ends it
+    EXPECT_EQ(content("/etc/x"), "#@A\n#a\n#b\n\n c\n#@B\n d\n");
+    EXPECT_EQ(mode_of("/etc/x"), 0744U);
+    EXPECT_EQ(SetService("#@A", '#', "/etc/none", false), 1);
+}
+
+TEST_F(Root, TheModemsFilesAreSavedTogether) {
+    PPPConf record = d_conf;
+    record.User = "joe";
+    EXPECT_EQ(SaveModemConf(record), 0);
+    EXPECT_NE(content(PppConfFile).find("\nUser=joe\n"), std::string::npos);
+    EXPECT_NE(content(DialerF).find("AT&F"), std::string::npos);
+    for (const char* file : {PapF, ChapF, OptionF})
+        EXPECT_NE(content(file).find("joe"), std::string::npos) << file;
 }
 
 }  // namespace
