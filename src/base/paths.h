@@ -49,6 +49,10 @@ inline constexpr char PppdLogF[] = "/var/log/pppd.log";
 inline constexpr char Ppp0LogF[] = "/var/log/ppp0.log";
 inline constexpr char Ppp1LogF[] = "/var/log/ppp1.log";
 
+// Who is in the LAN: what dhcpd has leased, and the kernel's ARP table.
+inline constexpr char LeasesF[] = "/var/lib/dhcpd.leases";
+inline constexpr char ArpF[] = "/proc/net/arp";
+
 // Resolver and kernel settings.
 inline constexpr char DNSF[] = "/etc/resolv.conf";
 inline constexpr char DNSTmpF[] = "/etc/resolv.tmp";

@@ -49,9 +49,19 @@ int show(const char* name, const char* back_link, const FormList* form) {
     return 0;
 }
 
+int show_plain(const PlainView& view, const FormList* form) try {
+    return view.show(form);
+} catch (const Unreadable&) {
+    Message message;
+    tell(*first_failure(), message);
+    return answer_with_status("500 Internal Server Error", escape_html(message));
+}
+
 // A view shows what is in force and echoes no field: a link may carry any.
-int view(const char* next_file) {
+int view(const FormList* form) {
+    const char* next_file = find_val(form, "next_file");
     const char* name = next_file ? next_file : Def_Htm;
+    if (const PlainView* plain = plain_view(name)) return show_plain(*plain, form);
     if (std::string_view(name) == "nat_status.htm") {
         int method = kNoMethod;
         gather([&] { method = Nat_Method(); });
@@ -78,11 +88,11 @@ int main() {
         form = cgi_input_parse();
     }
     wait_for_turn();  // now that the form is complete: a slow sender keeps nobody waiting
-    if (!form || list_count(&*form) == 0) return view(nullptr);
+    if (!form) return view(nullptr);
     const char* todo = find_val(&*form, "todo");
-    if (!todo) return view(find_val(&*form, "next_file"));
+    if (!todo) return view(&*form);
     if (!comes_from_own_page()) return refuse_request();
-    // An upload stores nothing: the page looks through the file and asks which modems to take.
+    // The modem page imports an upload while it is rendered, so there is nothing to check or set.
     if (std::string_view(todo) == "upload" && !entry_with_control(*form))
         show("sp_port.htm", "sp_fs.htm", &*form);
     else

@@ -13,6 +13,7 @@
 #include "nat/nat_base.h"
 #include "nat/nat_conn.h"
 #include "nat/nat_vs.h"
+#include "nat/plain_views.h"
 #include "nat/process.h"
 #include "nat/vs_script.h"
 #include "serial/sp_base.h"
@@ -45,6 +46,11 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"wan_ppp.htm", get_wan_ppp, set_wan_ppp},
     {"filterlog.htm", get_filterlog, set_filter_log},
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
+});
+
+constexpr std::array kPlainViews = std::to_array<PlainView>({
+    {"log", show_log},
+    {"hosts", show_hosts},
 });
 
 constexpr std::array kProcTab = std::to_array<ProcEntry>({
@@ -121,6 +127,11 @@ constinit const std::array<ProcEntry, ProcNum> ProcTab = kProcTab;
 const char* status_page(int method) {
     const int page = method == kDirect || method == kPPPoE ? method : kSerial;
     return StatusTab[static_cast<std::size_t>(page - 1)];
+}
+
+const PlainView* plain_view(std::string_view name) {
+    const auto found = std::ranges::find(kPlainViews, name, &PlainView::name);
+    return found == kPlainViews.end() ? nullptr : &*found;
 }
 
 int GetCgiTabIndex(const char* name) { return name ? index_of(name) : -1; }

@@ -19,6 +19,15 @@ extern const std::array<ProcEntry, ProcNum> ProcTab;
 // The pages. save_tbl and setters refer to rows by their index, so a new page comes last.
 extern const std::span<const CgiPage> CgiTab;
 
+// Views that are no pages. Each writes the whole answer; it throws Unreadable before it has begun.
+struct PlainView {
+    std::string_view name;
+    int (*show)(const FormList* form);  // 0, the program's exit status
+};
+
+// The view of that name, or null.
+const PlainView* plain_view(std::string_view name);
+
 // The page that a request without a form shows.
 inline constexpr char Def_Htm[] = "nat_conn.htm";
 

@@ -68,11 +68,7 @@ bool is_foreign_post() {
 }
 
 int refuse_request() {
-    put("Status: 403 Forbidden\n");
-    mime_header("text/html");
-    html_begin("Forbidden", "");
-    h1("Forbidden");
-    h2("This request was not sent from one of the appliance's own pages, so nothing was changed.");
-    html_end();
-    return 0;
+    return answer_with_status(
+        "403 Forbidden",
+        "This request was not sent from one of the appliance's own pages, so nothing was changed.");
 }

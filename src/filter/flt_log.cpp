@@ -22,17 +22,11 @@ constexpr std::size_t kTableSize = 36864;  // characters of the rows, before the
 
 std::size_t shown = 0;  // records on the page
 
-std::string log_path() {
-    Text<kSettingLine + 1> path;
-    GetPrivateProfileString(SquidConfF, "cache_access_log", SquidLogF, path.buffer());
-    return path.c_str();
-}
-
 // Hands the records' lines to `use`, oldest first, until it returns false. 0, or -37 when the log
 // cannot be read.
 template <class Use>
 int for_each_record(Use use) try {
-    LineReader in(log_path(), kSettingLine);
+    LineReader in(filter_log_path(), kSettingLine);
     if (!in.is_open()) return kCannotOpen;
     while (in.next()) {
         const std::string_view line = in.text();
@@ -101,6 +95,12 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 
 }  // namespace
 
+std::string filter_log_path() {
+    Text<kSettingLine + 1> path;
+    GetPrivateProfileString(SquidConfF, "cache_access_log", SquidLogF, path.buffer());
+    return path.c_str();
+}
+
 int get_filter_log(std::size_t first, std::span<LogRecord> records) {
     std::size_t index = 0;
     std::size_t filled = 0;
@@ -118,7 +118,9 @@ std::size_t get_filter_log_count() {
     return result < 0 ? 0 : count;
 }
 
-int clear_filter_log() try { return RemoveAllEntries(log_path()); } catch (const Unreadable&) {
+int clear_filter_log() try {
+    return RemoveAllEntries(filter_log_path());
+} catch (const Unreadable&) {
     return kCannotOpen;
 }
 

@@ -5,8 +5,12 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 
 #include "framework/page.h"
+
+// Where the log is. Throws Unreadable when the proxy's settings cannot be read.
+std::string filter_log_path();
 
 // The first three words of a line.
 struct LogRecord {

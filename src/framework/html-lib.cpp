@@ -33,6 +33,17 @@ void html_end() { put("</BODY>\n</HTML>\n"); }
 void h1(std::string_view text) { heading("1", text); }
 void h2(std::string_view text) { heading("2", text); }
 
+int answer_with_status(std::string_view status, std::string_view text) {
+    const std::string_view words = status.substr(status.find(' ') + 1);
+    put_all({"Status: ", status, "\n"});
+    mime_header("text/html");
+    html_begin(words, "");
+    h1(words);
+    h2(text);
+    html_end();
+    return 0;
+}
+
 void cgi_err(std::string_view title, std::string_view text) {
     mime_header("text/html");
     html_begin("Error!", "");

@@ -37,3 +37,7 @@ void hidden(std::string_view name, std::string_view value);
 
 // A redirection header, in place of mime_header.
 void location(std::string_view url);
+
+// The whole answer to a request that gets a status of its own, such as "404 Not Found": a small
+// page with the status's words and `text`. 0, the program's exit status.
+int answer_with_status(std::string_view status, std::string_view text);

@@ -1,0 +1,76 @@
+#include "base/json.h"
+
+#include <array>
+#include <cstddef>
+
+namespace {
+
+// What begins a character of more than one octet: its length, and which second octets may follow.
+// So no character is longer than it need be, a surrogate or beyond U+10FFFF.
+struct Lead {
+    unsigned char first, last, least_second, most_second;
+    std::size_t length;
+};
+constexpr std::array kLeads = std::to_array<Lead>({
+    {0xc2, 0xdf, 0x80, 0xbf, 2},
+    {0xe0, 0xe0, 0xa0, 0xbf, 3},
+    {0xe1, 0xec, 0x80, 0xbf, 3},
+    {0xed, 0xed, 0x80, 0x9f, 3},
+    {0xee, 0xef, 0x80, 0xbf, 3},
+    {0xf0, 0xf0, 0x90, 0xbf, 4},
+    {0xf1, 0xf3, 0x80, 0xbf, 4},
+    {0xf4, 0xf4, 0x80, 0x8f, 4},
+});
+
+unsigned char octet(std::string_view text, std::size_t at) {
+    return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
+}
+
+// The length of the character at the beginning of the text; 0 when none of UTF-8 is there.
+std::size_t length_of_first(std::string_view text) {
+    const unsigned char first = octet(text, 0);
+    if (first < 0x80) return 1;
+    for (const Lead& lead : kLeads) {
+        if (first < lead.first || first > lead.last) continue;
+        if (octet(text, 1) < lead.least_second || octet(text, 1) > lead.most_second) return 0;
+        for (std::size_t at = 2; at < lead.length; ++at)
+            if ((octet(text, at) & 0xc0) != 0x80) return 0;
+        return lead.length;
+    }
+    return 0;
+}
+
+void append_escaped(std::string& json, char c) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    const auto code = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') json += '\\';
+    if (code >= 0x20)
+        json += c;
+    else
+        json.append("\\u00") += {kDigits[code >> 4], kDigits[code & 0xf]};
+}
+
+}  // namespace
+
+std::string json_string(std::string_view text) {
+    constexpr std::string_view kReplacement = "\xef\xbf\xbd";
+    std::string json = "\"";
+    while (!text.empty()) {
+        const std::size_t length = length_of_first(text);
+        if (length == 1)
+            append_escaped(json, text.front());
+        else
+            json += length == 0 ? kReplacement : text.substr(0, length);
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return json += '"';
+}
+
+std::string json_object(std::initializer_list<JsonMember> members) {
+    std::string json = "{";
+    for (const JsonMember& member : members) {
+        if (json.size() > 1) json += ',';
+        json.append(json_string(member.name)).append(":").append(json_string(member.value));
+    }
+    return json += '}';
+}

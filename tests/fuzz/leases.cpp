@@ -1,0 +1,53 @@
+// The hosts of a leases file and of an ARP table. The input is both. How a file is cut into parts
+// makes no difference; what is found is a sorted list of addresses, and text for any script.
+#include "appliance/hosts.h"
+#include "base/json.h"
+#include "fuzz.h"
+
+static constexpr std::string_view kPieces =
+    "lease 10.0.0.|10.0.0.1| { |}|;|\"|\\|\\377| ends never| ends 4 2023/11/09 12:00:0|"
+    " binding state active| hardware ethernet 00:11:22:33:44:55| client-hostname \"|# |\n|"
+    " 0x1 0x2 00:11:22:33:44:55 * eth1\n";
+static constexpr std::int64_t kNow = 1'699'531'205;  // 2023/11/09 12:00:05
+
+static Hosts hosts_of(std::string_view text, std::size_t part) {
+    Hosts hosts;
+    LeaseReader leases(hosts, kNow);
+    for (std::size_t at = 0; at < text.size(); at += part) leases.read(text.substr(at, part));
+    while (!text.empty()) add_arp_line(take_word(text, "\n"), "eth1", hosts);
+    return hosts;
+}
+
+static int replacements(std::string_view text) {
+    int count = 0;
+    for (auto at = text.find("\xef\xbf\xbd"); at != text.npos; ++count)
+        at = text.find("\xef\xbf\xbd", at + 1);
+    return count;
+}
+
+// What is UTF-8 already stays as it is.
+static void check_json(std::string_view text) {
+    const std::string json = json_string(text);
+    expect(json.front() == '"' && json.back() == '"' && json.size() >= text.size() + 2);
+    bool escaped = false;
+    for (const char c : std::string_view(json).substr(1, json.size() - 2)) {
+        expect((c & 0xe0) != 0 && (escaped || c != '"'));
+        escaped = c == '\\' && !escaped;
+    }
+    expect(!escaped && replacements(json_string(json)) == replacements(json));
+}
+
+void check(std::string_view input) {
+    const std::string text = with_pieces(input, kPieces);
+    const Hosts hosts = hosts_of(text, text.size() + 1);
+    const Hosts again = hosts_of(text, 1);
+    expect(hosts.size() <= kMostHosts && hosts.size() == again.size());
+    for (std::size_t i = 0; i < hosts.size(); ++i) {
+        expect(i == 0 || hosts[i - 1].number < hosts[i].number);
+        expect(hosts[i].address == again[i].address && hosts[i].name == again[i].name);
+        expect(hosts[i].mac == again[i].mac);
+        expect(hosts[i].mac.empty() || hosts[i].mac.view().size() == 17);
+        check_json(hosts[i].name);
+    }
+    check_json(input);
+}
