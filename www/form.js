@@ -13,7 +13,7 @@ async function submit(event) {
   event.preventDefault();
   const form = event.target;
   const button = event.submitter ?? one("button", form) ?? make("button"); // a choice needs none
-  if (isBusy() || !isReady()) return;
+  if (isBusy() || !isReady() || one("dialog")) return;
   say("");
   if (isWrong(form, button)) return;
   const was = await during("Looking up what is in force.", button, () => lookUp(form));
@@ -77,13 +77,21 @@ async function send(form, button, was) {
   const seen = one("[name=seen]", page);
   if (seen && form.elements.seen) form.elements.seen.value = seen.value;
   const isRefused = done && nameOf(page) !== done;
-  const result = isRefused ? { text, kind: "bad" }
-    : uses.map(({ outcome }) => outcome?.({ form, button, was, page, text, said, data })).find(Boolean) ??
-      { text: text || said, kind: text ? "" : said && "good" };
+  const result = isRefused ? { text, kind: "bad" } : await outcomeOf({ form, button, was, page, text, said, data });
   const isTaken = result.kind !== "bad";
-  if (isTaken) await settle(form, page);
+  if (isTaken) await settle(form, result.page ?? page);
   say(result.text || (isTaken ? messageOf(newest()) : ""), result.kind);
   return isTaken;
+}
+
+// What became of a request that was not refused; the scripts of the page know best.
+async function outcomeOf(request) {
+  for (const { outcome } of uses) {
+    const result = await outcome?.(request);
+    if (result) return result;
+  }
+  const { text, said } = request;
+  return { text: text || said, kind: text ? "" : said && "good" };
 }
 
 // Takes what is in force after a request: its answer tells it, or else it is asked for.

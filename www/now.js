@@ -3,6 +3,7 @@ import { during, forms, get, inForce, isBusy, make, messageOf, nameOf, one, post
 import { isOwn, linkOf, part, showState, watchers } from "./link.js";
 import { freshen, newest, valueIn } from "./values.js";
 
+const PATIENCE = 3; // looks at a link that is not up yet
 const FAILURE = /fail|error|no (carrier|answer|dial)|busy|time(d )?out|refused|denied/i;
 const METHODS = {
   "Direct connection": { choice: "WAN Port - Direct Connection", settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect", label: "Connect now" },
@@ -61,17 +62,32 @@ const act = (fields) => during("This may take a minute.", null, async () => {
   const isRefused = fields.next_file && nameOf(page) !== fields.next_file;
   say(messageOf(page), isRefused ? "bad" : "");
   if (isRefused) return;
-  freshen(nameOf(page) === nameOf(document) ? page : await inForce());
+  const later = fields.next_file ? page : await onceUp(page);
+  freshen(nameOf(page) === nameOf(document) ? later : await inForce());
   forms().forEach((form) => form.dispatchEvent(new Event("input")));
   await showState(true);
 });
 
 // ---- what became of a request ----
 
-export function outcome({ button, page, text, said }) {
+// A link takes a moment to come up.
+async function onceUp(page) {
+  let newest = page;
+  for (let tries = 0; tries < PATIENCE && !linkOf(newest).isUp; tries += 1) {
+    await new Promise((resolve) => setTimeout(resolve, 2000));
+    newest = await get(nameOf(page));
+  }
+  return newest;
+}
+
+export async function outcome({ button, page, text, said }) {
   const { goal, empties } = button.dataset;
-  const { isUp, text: state } = linkOf(page);
-  if (goal === "up") return { text: text || (isUp ? `${state}.` : "Still not connected."), kind: isUp ? "good" : "" };
+  if (goal === "up") {
+    const later = await onceUp(page);
+    const { isUp, text: state } = linkOf(later);
+    return { page: later, text: text || (isUp ? `${state}.` : "Still not connected."), kind: isUp ? "good" : "" };
+  }
+  const { isUp } = linkOf(page);
   if (goal === "down") return { text: text || (isUp ? "Still connected." : "Disconnected."), kind: isUp ? "bad" : "good" };
   if ("silent" in button.dataset) return { text, kind: "" };
   if (!empties) return null;

@@ -513,6 +513,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await chosen.getByLabel("Chess").check();
     const other = await page.context().newPage();
     await other.goto(box.view("nat_sap.htm"));
+    await other.waitForSelector("main[data-ready]");
     await other.getByLabel("Chess").check();
     await other.locator("#change [name=v_nat_sapin_port01]").fill("7005");
     await other.locator("#change [name=v_nat_sapin_port02]").fill("7009");
