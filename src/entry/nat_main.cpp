@@ -58,10 +58,8 @@ int show_plain(const PlainView& view, const FormList* form) try {
 }
 
 // A view shows what is in force and echoes no field: a link may carry any.
-int view(const FormList* form) {
-    const char* next_file = find_val(form, "next_file");
+int view(const char* next_file) {
     const char* name = next_file ? next_file : Def_Htm;
-    if (const PlainView* plain = plain_view(name)) return show_plain(*plain, form);
     if (std::string_view(name) == "nat_status.htm") {
         int method = kNoMethod;
         gather([&] { method = Nat_Method(); });
@@ -87,14 +85,18 @@ int main() {
         if (is_foreign_post()) return refuse_request();
         form = cgi_input_parse();
     }
+    const FormList* fields = form ? &*form : nullptr;
+    const char* todo = find_val(fields, "todo");
+    const char* next_file = find_val(fields, "next_file");
+    // These read files that are replaced as a whole, and a long log may have a slow receiver.
+    const PlainView* plain = !todo && next_file ? plain_view(next_file) : nullptr;
+    if (plain) return show_plain(*plain, fields);
     wait_for_turn();  // now that the form is complete: a slow sender keeps nobody waiting
-    if (!form) return view(nullptr);
-    const char* todo = find_val(&*form, "todo");
-    if (!todo) return view(&*form);
+    if (!todo) return view(next_file);
     if (!comes_from_own_page()) return refuse_request();
     // The modem page imports an upload while it is rendered, so there is nothing to check or set.
     if (std::string_view(todo) == "upload" && !entry_with_control(*form))
-        show("sp_port.htm", "sp_fs.htm", &*form);
+        show("sp_port.htm", "sp_fs.htm", fields);
     else
         PostCgi(*form);
     return 0;
