@@ -35,7 +35,8 @@ private:
     int failed_;
 };
 
-// 0, or the error. Not system(3): this takes half the time, and errno tells why no shell could run.
+// 0, or the error. Not system(3): what a command prints must not reach the answer, and a shell that
+// cannot be run must not look like a command that fails.
 int start(const std::string& command, pid_t& pid) {
     const Silence silence;
     if (silence.failed()) return silence.failed();

@@ -55,11 +55,13 @@ std::string beginning_of(const Descriptor& file, std::size_t size) {
 // Told by the name of the process's executable or of its first argument, as by pidof.
 bool is_program(int pid, std::string_view name) {
     const std::string process = format_text("/proc/%d/", pid);
-    std::array<char, PATH_MAX> executable{};  // stays NUL-terminated
-    readlink((process + "exe").c_str(), executable.data(), executable.size() - 1);
+    std::array<char, PATH_MAX> executable{};  // stays NUL-terminated, and empty when it is not told
+    if (readlink((process + "exe").c_str(), executable.data(), executable.size() - 1) < 0)
+        log_line("%sexe cannot be read", process);
     const Descriptor file = open_regular(process + "cmdline", O_RDONLY);
     const std::string arguments = beginning_of(file, PATH_MAX);  // each with its NUL
-    return name_of(executable.data()) == name || name_of(arguments.c_str()) == name;
+    const std::string first = arguments.substr(0, arguments.find('\0'));
+    return name_of(executable.data()) == name || name_of(first) == name;
 }
 
 // True for a line "net.ipv4.ip_forward =", with or without blanks before the "=".
