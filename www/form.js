@@ -233,7 +233,7 @@ async function fillIn() {
     if (trouble) say(`${trouble} `, "bad", tryAgain());
     else take(form, newest());
   }
-  all("select:not([multiple], [size])", main()).forEach(tidy);
+  all("select[name]:not([multiple], [size])", main()).forEach(tidy);
   forms().forEach(follow);
   main().dataset.ready = "";
   lock();
