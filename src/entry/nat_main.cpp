@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
 #include <optional>
 
 #include "appliance/ppp_conf.h"
@@ -23,9 +24,18 @@
 #include "framework/msgfile.h"
 #include "framework/parser.h"
 
-// What no page foresees ends the program. The library's own handler would first name the exception,
-// for which it brings a twentieth of the program's size along.
+// What no page foresees ends the program. The library's own ways to the end would first name the
+// exception and build its text, for which they bring a twentieth of the program's size along.
 void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
+namespace std {
+void __throw_length_error(const char*) { abort(); }
+void __throw_logic_error(const char*) { abort(); }
+void __throw_out_of_range(const char*) { abort(); }
+void __throw_out_of_range_fmt(const char*, ...) { abort(); }
+void __throw_bad_alloc() { throw bad_alloc(); }
+void __throw_bad_array_new_length() { throw bad_alloc(); }
+void __throw_bad_function_call() { abort(); }
+}  // namespace std
 
 namespace {
 
