@@ -96,7 +96,7 @@ EOF
 
 tail -n 0 -q -F -s 0.2 "$root/var/log/practice.log" "$root/var/log/httpd.log" 2>/dev/null > >(
     sed -u -n -E -e 's/^[0-9.]+:[0-9]+: url:/\nrequest  /p;t' -e '/^[0-9.]+:[0-9]+: /d' \
-        -e 's/^sh -c /  ran      /p;t' -e 's/^/             | /p'
+        -e 's/^nat.cgi: /  ran      /p;t' -e 's/^/             | /p'
 ) &
 commentary=$!
 

@@ -41,9 +41,8 @@ if [ -z "$keep" ]; then
     chmod 600 "$root"/etc/ppp/{pap-secrets,chap-secrets,CGI_nat.conf}
 fi
 
-# bash is the shell because it alone takes bare command names from PATH and
-# reads "&>" as the appliance's scripts mean it. Of busybox's tools only harmless
-# ones are there: its reboot, say, would reach the machine around.
+# bash is the shell, as the stand-ins are written for it. Of busybox's tools only
+# harmless ones are there: its reboot, say, would reach the machine around.
 mkdir -p "$root"/{bin,dev,sbin,tmp,usr/lib/quillstead,var/log}
 cp -f /usr/bin/bash-static "$root/bin/bash"
 cp -f /usr/bin/busybox "$root/bin/busybox"

@@ -3,10 +3,10 @@
 #include <array>
 #include <vector>
 
+#include "appliance/commands.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "framework/profile.h"
 
@@ -111,7 +111,7 @@ int store_dns_servers() {
     completed = {};
     if (set_settings("network", servers, QSCfgF) != Written::done) return 1;
     // Forms post the servers in order, so the list is complete when the third one is.
-    if (has_last) run_command(format_text("%s > /dev/null", SetDNSF));
+    if (has_last) run_command(Command::set_dns);
     return 0;
 }
 

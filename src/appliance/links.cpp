@@ -3,19 +3,17 @@
 #include <array>
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/network_info.h"
 #include "appliance/ppp_conf.h"
-#include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
-#include "base/scratch.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "framework/profile.h"
 
 namespace {
 
-constexpr std::size_t kScratchLine = 255;
+constexpr std::size_t kLine = 255;
 constexpr std::string_view kDialdRemote = "10.0.0.2";  // diald's end of its stand-in for the link
 
 // A setting that becomes a word of a command; one that could not stand there counts as missing.
@@ -26,10 +24,14 @@ Text<N> command_word(std::string_view key, std::string_view fallback, const char
     return value;
 }
 
-// What "pidof" prints for a program.
-std::string pids_of(const char* program, const char* scratch) {
-    return first_output_line(format_text("/sbin/pidof %s", program), scratch, kScratchLine)
-        .value_or("");
+// What "pidof" prints for a program, or with "-x" in front for a script.
+std::string pids_of(std::string_view program) {
+    constexpr std::string_view kScript = "-x ";
+    const std::optional<std::string> pids =
+        program.starts_with(kScript)
+            ? ask_line(Command::pids_of_script, program.substr(kScript.size()), kLine)
+            : ask_line(Command::pids, program, kLine);
+    return pids.value_or("");
 }
 
 // Stricter than PortEnabled, which takes all but "no" for on: the link-up script is rerun at a
@@ -56,14 +58,14 @@ Written set_wan_if(int method) {
 }
 
 int IsRunning(const char* program) {
-    const std::string pids = pids_of(program, "/tmp/pid");
+    const std::string pids = pids_of(program);
     // The second character: processes with a pid of one digit are the kernel's and init's, no
     // daemon.
     return pids.size() > 1 && is_digit(pids[1]);
 }
 
 bool is_pppd_running() {
-    const std::string pids = pids_of("pppd", "/tmp/ppp.tmp");
+    const std::string pids = pids_of("pppd");
     return !pids.empty() && is_digit(pids[0]) && pids[0] != '0';
 }
 
@@ -72,9 +74,7 @@ int IsInterface(std::string_view interface) { return sharing_is_on() && has_addr
 bool has_address(std::string_view interface) {
     constexpr std::string_view kMark = "inet addr:";
     const std::string line =
-        first_output_line(format_text("/sbin/ifconfig %s | grep \"inet addr\"", interface),
-                          "/tmp/t", kScratchLine)
-            .value_or("");
+        ask_line(Command::interface, interface, kLine, "inet addr").value_or("");
     const std::size_t mark = line.find(kMark);
     if (mark == std::string::npos) return false;
     const std::string_view behind = std::string_view(line).substr(mark + kMark.size());
@@ -86,7 +86,7 @@ bool has_address(std::string_view interface) {
 }
 
 void run_ip_up_on(std::string_view interface) {
-    if (IsInterface(interface)) run_command(format_text("%s %s > /dev/null", IPUPF, interface));
+    if (IsInterface(interface)) run_command(Command::ip_up, interface);
 }
 
 void Run_ip_up() {

@@ -1,15 +1,11 @@
 #include "appliance/network_info.h"
 
-#include "base/failures.h"
-#include "base/paths.h"
-#include "base/scratch.h"
-#include "base/shell.h"
+#include <utility>
 
-std::optional<Profile> network_info(const std::string& command) try {
-    const ScratchFile report(NetworkReportF);
-    if (!report.ready()) return std::nullopt;
-    run_command(command);
-    return Profile::open(NetworkReportF);
-} catch (const Unreadable&) {
-    return std::nullopt;
+#include "appliance/commands.h"
+
+std::optional<Profile> network_info(std::string_view interface) {
+    std::optional<std::string> report = ask_command(Command::network_report, interface);
+    if (!report) return std::nullopt;
+    return Profile(std::move(*report));
 }

@@ -3,13 +3,12 @@
 #pragma once
 
 #include <optional>
-#include <string>
+#include <string_view>
 
 #include "framework/profile.h"
 
 // What an interface that fills its link on demand has for an address until it has dialled.
 inline constexpr std::string_view kNotDialled = "10.112.112.112";
 
-// Runs a command that has the program write its report to "/tmp/ifcfg", and takes the report from
-// there. Nothing when that scratch file cannot be made or read.
-std::optional<Profile> network_info(const std::string& command);
+// The program's report on an interface. Nothing when it could not be asked.
+std::optional<Profile> network_info(std::string_view interface);

@@ -173,12 +173,12 @@ constexpr PPPConf page_defaults() {
 constexpr PPPConf d_conf = page_defaults();
 
 void Init_PPPConf() {
-    Replacement out(PppConfFile, kSecretMode);
+    Replacement out = Replacement::for_new(PppConfFile, kSecretMode);
     write_new_lines(kLines, out);
     out.write(kVpnLinesOfNewFile);
     write_user_servers({}, out);
     write_new_lines(kLinesBehindUserServers, out);
-    told(out.install());
+    told(out.create());
 }
 
 int ReadPPPConfig(PPPConf* record) try {

@@ -14,9 +14,9 @@ std::optional<Failure>& first() {
 
 }  // namespace
 
-void note_failure(Failure::What what, std::string_view name) {
+void note_failure(Failure::What what, std::string_view name, int seconds) {
     log_line("%s: %s", name, std::strerror(errno));
-    if (!first()) first() = {what, std::string(name)};
+    if (!first()) first() = {what, std::string(name), seconds};
 }
 
 const std::optional<Failure>& first_failure() { return first(); }

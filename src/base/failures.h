@@ -7,12 +7,13 @@
 #include <string_view>
 
 struct Failure {
-    enum What { cannot_read, cannot_write, cannot_run } what;
+    enum What { cannot_read, cannot_write, cannot_run, not_ended } what;
     std::string name;  // the file, or the command
+    int seconds = 0;   // that a command was given to end
 };
 
 // Remembers a failure, unless there has been one before.
-void note_failure(Failure::What what, std::string_view name);
+void note_failure(Failure::What what, std::string_view name, int seconds = 0);
 
 // The first failure of the request; nothing while all went well.
 const std::optional<Failure>& first_failure();

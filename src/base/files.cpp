@@ -93,7 +93,7 @@ std::string_view LineReader::text() const {
 
 bool exists(const std::string& path) {
     struct stat status {};
-    if (lstat(path.c_str(), &status) == 0) return true;
+    if (stat(path.c_str(), &status) == 0) return true;
     if (!means_missing(errno)) fail_to_read(path);
     return false;
 }
@@ -125,9 +125,9 @@ std::optional<std::string> read_file(const std::string& path, std::size_t limit)
 
 // ---- writing ----
 
-Replacement::Replacement(std::string target, std::string temporary, mode_t mode)
-    : target_(std::move(target)),
-      temporary_(std::move(temporary)),
+Replacement::Replacement(const std::string& target, std::string temporary, mode_t mode)
+    : target_(behind_links(target)),
+      temporary_(target_ == target ? std::move(temporary) : ""),
       hidden_(temporary_.empty()),
       mode_(mode),
       owner_(geteuid()),
@@ -213,6 +213,25 @@ Written Replacement::install() {
     return put_in_place();
 }
 
+Replacement Replacement::for_new(const std::string& target, mode_t mode) {
+    const std::string real = behind_links(target);
+    return {real, folder_of(real) + "." + name_of(real) + "." + std::to_string(getpid()), mode};
+}
+
+Written Replacement::create() {
+    if (!pending_.empty()) flush_pending();
+    if (state_ == Written::done && !file_.is_open()) leave_old_bytes();
+    if (state_ != Written::done) return state_;
+    const bool good = fchmod(file_.get(), mode_) == 0 && fsync(file_.get()) == 0;
+    if (!file_.reset() || !good) return fail(Written::not_written);
+    // Without hard links on this file system the last one's stays.
+    if (link(temporary_.c_str(), target_.c_str()) != 0 && errno != EEXIST &&
+        rename(temporary_.c_str(), target_.c_str()) != 0)
+        return fail(Written::not_renamed);
+    if (!flush_folder(folder_of(target_))) note_failure(Failure::cannot_write, target_);
+    return Written::done;
+}
+
 // The content is what it was.
 Written Replacement::adopt_mode() {
     struct stat old {};
@@ -256,6 +275,13 @@ Written empty_file(const std::string& path) {
     return file.reset() && emptied ? Written::done : noted(Written::not_written, path);
 }
 
+Written write_anew(const std::string& path, std::string_view text) {
+    Descriptor file = open_anew(path);
+    const bool written = file.is_open() && write_all(file.get(), text);
+    if (file.is_open() && file.reset() && written) return Written::done;
+    return noted(Written::not_written, path);
+}
+
 Written remove_file(const std::string& path) {
     if (unlink(path.c_str()) == 0 || means_missing(errno)) return Written::done;
     return noted(Written::not_written, path);
@@ -263,5 +289,11 @@ Written remove_file(const std::string& path) {
 
 Written set_mode(const std::string& path, mode_t mode) {
     if (chmod(path.c_str(), mode) == 0) return Written::done;
+    return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
+}
+
+Written make_executable(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0) return set_mode(path, (status.st_mode & 07777) | 0111);
     return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
 }

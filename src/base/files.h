@@ -49,7 +49,7 @@ private:
     std::string piece_;
 };
 
-// True when there is such a file, whatever it is.
+// True when there is such a file, whatever it is; a link that leads nowhere is none.
 bool exists(const std::string& path);
 
 // The first line of a file without its line feed, at most `limit` characters of it; nothing when
@@ -66,8 +66,10 @@ std::optional<std::string> read_file(const std::string& path,
 // byte for byte, the file stays as it is: nothing wears out the flash for nothing. Otherwise it
 // goes to a temporary file, created anew with mode 0600 (a link in its place is not followed), is
 // flushed to disk, gets owner and mode of the file that it replaces unless `mode` sets one, and is
-// renamed; then the folder is flushed. Where temporary file and target lie on different file
-// systems the content is first copied beside the target. Until the rename the old file is whole.
+// renamed; then the folder is flushed. Where the target is a link, the file that it leads to is
+// replaced, through a hidden file beside that one, and made when it is missing. Where temporary
+// file and target lie on different file systems the content is first copied beside the target.
+// Until the rename the old file is whole.
 class Replacement {
 public:
     // mode: kKeepMode, or the mode of the new file. A new file gets kPlainMode when the mode is
@@ -75,9 +77,9 @@ public:
     static constexpr mode_t kKeepMode = static_cast<mode_t>(-1);
 
     // An empty `temporary` stands for a hidden file beside the target.
-    Replacement(std::string target, std::string temporary, mode_t mode = kKeepMode);
-    explicit Replacement(std::string target, mode_t mode = kKeepMode)
-        : Replacement(std::move(target), "", mode) {}
+    Replacement(const std::string& target, std::string temporary, mode_t mode = kKeepMode);
+    explicit Replacement(const std::string& target, mode_t mode = kKeepMode)
+        : Replacement(target, "", mode) {}
     ~Replacement();  // of a replacement that is not installed nothing stays
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
@@ -89,6 +91,11 @@ public:
     void end_line();
     // Puts the content in place. not_renamed: a temporary file that the caller named holds it.
     Written install();
+    // Makes a file that was missing a moment ago. Requests that do not wait for each other may do
+    // so at the same time: the first one's stays, and is as good. (Replacement::for_new)
+    Written create();
+    // A replacement whose temporary file no other process uses.
+    static Replacement for_new(const std::string& target, mode_t mode);
 
 private:
     void flush_pending();
@@ -145,5 +152,11 @@ Written empty_file(const std::string& path);
 // Removes a file; done also when there is none.
 Written remove_file(const std::string& path);
 
+// Makes a file of what was not there a moment ago, with mode 0600, for a folder that strangers may
+// write to, too: whatever stood there is removed and no link is followed. Not flushed to disk.
+Written write_anew(const std::string& path, std::string_view text);
+
 // Gives a file its mode.
 Written set_mode(const std::string& path, mode_t mode);
+// Lets everybody run a file.
+Written make_executable(const std::string& path);

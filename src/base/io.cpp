@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 
 namespace {
 
@@ -46,6 +48,19 @@ Descriptor open_regular(const std::string& path, int flags) {
         errno = reason;
     }
     return file;
+}
+
+std::string behind_links(std::string path) {
+    constexpr int kMostLinks = 8;
+    std::array<char, PATH_MAX> target;
+    for (int link = 0; link < kMostLinks; ++link) {
+        const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+        const std::string folder = folder_of(path);
+        if (length <= 0 || others_may_write(folder)) break;
+        const std::string_view leads_to(target.data(), static_cast<std::size_t>(length));
+        path = leads_to.starts_with('/') ? std::string(leads_to) : folder + std::string(leads_to);
+    }
+    return path;
 }
 
 bool means_missing(int error) { return error == ENOENT || error == ENOTDIR; }

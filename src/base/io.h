@@ -41,6 +41,10 @@ private:
 // have put it there. errno tells why it is not open.
 Descriptor open_regular(const std::string& path, int flags);
 
+// Where the file itself lies: behind a link, and the links behind that, as far as each lies in a
+// folder that only the program's own user may write. Firmware images keep files on flash so.
+std::string behind_links(std::string path);
+
 // True when `error` says that there is no such file.
 bool means_missing(int error);
 

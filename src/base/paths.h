@@ -1,6 +1,6 @@
 // The files of the appliance that this program reads, writes or names in a command, each named
-// once, so that all who mean a file mean the same one. A scratch file that one function alone knows
-// is named there; commands name the system's own programs as a shell's user would.
+// once, so that all who mean a file mean the same one. The programs
+// that it runs are named in commands.h.
 #pragma once
 
 // Internet-sharing configuration record. The short ".con" is the name that the appliance has always
@@ -77,11 +77,10 @@ inline constexpr char FilterConfF[] = "/usr/local/squid/etc/filter.conf";
 inline constexpr char AllowListF[] = "/usr/local/squid/etc/access.list";
 inline constexpr char BanListF[] = "/usr/local/squid/etc/deny.list";
 
-// The appliance's own network programs, and where the report of one of them goes.
+// The appliance's own network programs.
 inline constexpr char SetTcpF[] = "/usr/share/quillstead/network/NET_SetTCPIP";
 inline constexpr char SetNetTalkF[] = "/usr/share/quillstead/network/NET_SetNetatalk";
 inline constexpr char SetDHCPF[] = "/usr/share/quillstead/network/NET_SetDHCPServer";
 inline constexpr char SetDNSF[] = "/usr/share/quillstead/network/NET_SetDNS";
 inline constexpr char SetModuleF[] = "/usr/share/quillstead/public/PUB_SetModule";
 inline constexpr char NetworkInfoF[] = "/usr/share/quillstead/network/NET_ReadNetworkInfo";
-inline constexpr char NetworkReportF[] = "/tmp/ifcfg";

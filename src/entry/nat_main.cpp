@@ -1,11 +1,7 @@
 // One request: decode the form, find the page, show it or run the post, exit.
-#include <fcntl.h>
 #include <signal.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -15,6 +11,7 @@
 #include "appliance/ppp_conf.h"
 #include "base/escape.h"
 #include "base/log.h"
+#include "base/turn.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
 #include "entry/request_guard.h"
@@ -39,14 +36,31 @@ void __throw_bad_function_call() { abort(); }
 
 namespace {
 
-// Scratch files have fixed names, so requests run one at a time: each holds a lock on the working
-// directory until it ends. Daemons that it starts do not inherit the lock.
-void wait_for_turn() {
-    const int folder = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    int locked = -1;
-    do locked = folder < 0 ? -1 : flock(folder, LOCK_EX);
-    while (locked != 0 && folder >= 0 && errno == EINTR);
-    if (locked != 0) cgi_err("Error!", "The working directory cannot be locked.");
+constexpr int kTurnLimit = 20;  // seconds that a request waits for those before it
+
+Request request_of(const FormList* form) {
+    const auto variable = [](const char* name) {
+        return std::string(cgi_variable(name).value_or(""));
+    };
+    const auto field = [&](const char* key) {
+        const char* value = find_val(form, key);
+        return std::string(value ? value : "");
+    };
+    return {field("this_file"), field("todo"), variable("REMOTE_USER"), variable("REMOTE_ADDR")};
+}
+
+// Somebody else's change takes long: whose it is, and what it waits for.
+int answer_busy() {
+    const Progress other = progress().value_or(Progress{.seconds = kTurnLimit});
+    const std::string& user = other.request.user;
+    const std::string who = user.empty() ? other.request.address : user;
+    Message message;
+    Message command;
+    GetErrMsgByIndex(Msg::AnotherChange, message, other.seconds, who);
+    if (!other.command.empty()) GetErrMsgByIndex(Msg::AnotherChangeRuns, command, other.command);
+    put("Retry-After: 10\n");
+    return answer_with_status("503 Service Unavailable",
+                              escape_html(message.view()) + escape_html(command.view()));
 }
 
 int show(const char* name, const char* back_link, const FormList* form) {
@@ -101,9 +115,12 @@ int main() {
     // These read files that are replaced as a whole, and a long log may have a slow receiver.
     const PlainView* plain = !todo && next_file ? plain_view(next_file) : nullptr;
     if (plain) return show_plain(*plain, fields);
-    wait_for_turn();  // now that the form is complete: a slow sender keeps nobody waiting
     if (!todo) return view(next_file);
     if (!comes_from_own_page()) return refuse_request();
+    // Now that the form is complete: a slow sender keeps nobody waiting.
+    const Turn turn = take_turn(request_of(fields), kTurnLimit);
+    if (turn == Turn::not_in_time) return answer_busy();
+    if (turn == Turn::cannot_lock) cgi_err("Error!", "The lock file cannot be locked.");
     // The modem page imports an upload while it is rendered, so there is nothing to check or set.
     if (std::string_view(todo) == "upload" && !entry_with_control(*form))
         show("sp_port.htm", "sp_fs.htm", fields);

@@ -51,6 +51,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
 constexpr std::array kPlainViews = std::to_array<PlainView>({
     {"log", show_log},
     {"hosts", show_hosts},
+    {"progress", show_progress},
 });
 
 constexpr std::array kProcTab = std::to_array<ProcEntry>({

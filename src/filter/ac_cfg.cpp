@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "appliance/addresses.h"
+#include "appliance/commands.h"
 #include "base/paths.h"
 #include "base/quote.h"
-#include "base/scratch.h"
 #include "filter/ac_lists.h"
 #include "filter/ac_script.h"
 #include "framework/msgfile.h"
@@ -75,8 +75,7 @@ const Octets& lan_address() {
     static const Octets lan = [] {
         constexpr std::string_view kLabel = "inet addr:";
         constexpr std::size_t kLine = 127;
-        const std::optional<std::string> line =
-            first_output_line("/sbin/ifconfig eth1 | grep inet", "/tmp/eth1", kLine);
+        const std::optional<std::string> line = ask_line(Command::interface, "eth1", kLine, "inet");
         Text<kLine + 1> address;
         if (!line) {
             address = setting<kLine + 1>(QSCfgF, "ip_addr", "");

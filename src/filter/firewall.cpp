@@ -3,13 +3,12 @@
 #include <optional>
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/links.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
-#include "base/scratch.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "filter/firewall_records.h"
 #include "filter/script_lines.h"
@@ -17,12 +16,11 @@
 namespace {
 
 constexpr mode_t kScriptMode = 0755;
+constexpr std::size_t kModuleLine = 127;
 
 // ifconfig complains about a missing interface as "eth0:", so the fifth character tells.
 bool IsRunEth0() {
-    const std::string line =
-        first_output_line("/sbin/ifconfig eth0", "/tmp/eth.tmp", 15, Captured::output_and_errors)
-            .value_or("");
+    const std::string line = ask_line(Command::interface_eth0, {}, 15).value_or("");
     return line.size() > 4 && line[4] != ':';
 }
 
@@ -57,15 +55,13 @@ Written set_sap_en(bool on) {
 
 // Marks a module as in use elsewhere when unloading left it loaded with users.
 void report_busy_module(const std::string& module) {
-    const std::string line =
-        first_output_line(format_text("/sbin/lsmod | grep %s", module), "/tmp/mod.tmp", 127)
-            .value_or("");
+    const std::string line = ask_line(Command::modules, {}, kModuleLine, module).value_or("");
     // A module begins with a letter or digit; anything else in front is a complaint.
     if (line.empty() || line[0] < '0' || line[0] > 'z') return;
     std::string_view rest = line;
     take_word(rest);
     take_word(rest);
-    if (to_int(take_word(rest)) > 0) run_command(format_text("%s -m %s -f", SetModuleF, module));
+    if (to_int(take_word(rest)) > 0) run_command(Command::mark_module_busy, module);
 }
 
 }  // namespace
@@ -89,13 +85,13 @@ void act_module(std::string_view line) {
     const std::string module(take_word(rest));
     if (module.empty() || !is_harmless(module)) return;
     if (line.starts_with(kLineOn)) {
-        run_command(format_text("/sbin/modprobe %s 2> /dev/null", module));
-        run_command(format_text("%s -m %s -s", SetModuleF, module));
+        run_command(Command::load_module, module);
+        run_command(Command::mark_module, module);
         return;
     }
-    run_command(format_text("/sbin/rmmod %s 2> /dev/null", module));
+    run_command(Command::unload_module, module);
     if (line.starts_with(kLineOff))
         report_busy_module(module);
     else
-        run_command(format_text("%s -m %s -s", SetModuleF, module));
+        run_command(Command::mark_module, module);
 }

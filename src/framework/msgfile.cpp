@@ -1,5 +1,6 @@
 #include "framework/msgfile.h"
 
+#include <array>
 #include <optional>
 #include <string>
 
@@ -38,12 +39,9 @@ int refuse(int number, Message& message) {
 }
 
 void tell(const Failure& failure, Message& message) {
-    constexpr auto number = [](Failure::What what) {
-        return what == Failure::cannot_read    ? Msg::CannotReadFile
-               : what == Failure::cannot_write ? Msg::CannotWriteFile
-                                               : Msg::CannotRunCommand;
-    };
-    GetErrMsgByIndex(number(failure.what), message, failure.name);
+    constexpr std::array<int, 4> kNumbers = {Msg::CannotReadFile, Msg::CannotWriteFile,
+                                             Msg::CannotRunCommand, Msg::CommandNotEnded};
+    GetErrMsgByIndex(kNumbers[failure.what], message, failure.name, long{failure.seconds});
 }
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----

@@ -68,6 +68,11 @@ enum : int {
     CannotRunCommand = 65,
     ListFull = 68,
     BadIdleTime = 69,
+    CommandNotEnded = 70,
+    AnotherChange = 71,  // with its second half
+    AnotherChangeRuns = 72,
+    ChangeInProgress = 73,
+    ChangeWaitsFor = 74,
 };
 }  // namespace Msg
 
@@ -83,7 +88,7 @@ void GetErrMsgOr(int number, std::string_view fallback, Message& out);
 // Puts a message without arguments into `message` and returns its number: how a saver refuses.
 int refuse(int number, Message& message);
 
-// Puts the message that tells of a failure (failures.h) into `message`: 13, 64 or 65.
+// Puts the message that tells of a failure (failures.h) into `message`: 13, 64, 65 or 70.
 void tell(const Failure& failure, Message& message);
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----

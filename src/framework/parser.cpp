@@ -6,6 +6,7 @@
 #include "base/escape.h"
 #include "base/files.h"
 #include "base/log.h"
+#include "base/turn.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
 
@@ -30,6 +31,19 @@ std::string failure_text(const Failure& failure) {
     Message text;
     tell(failure, text);
     return text.c_str();
+}
+
+// What the head of a page says while somebody else's change is made: files that belong together
+// may be partly old then.
+std::string busy_text() {
+    const std::optional<Progress> other = progress();
+    if (!other) return "";
+    Message text;
+    if (other->command.empty())
+        GetErrMsgByIndex(Msg::ChangeInProgress, text);
+    else
+        GetErrMsgByIndex(Msg::ChangeWaitsFor, text, other->command, other->command_seconds);
+    return std::string(text.view());
 }
 
 // The built-in warnings; the longer ones are spread over several numbered messages.
@@ -168,6 +182,8 @@ private:
         const Marker marker = marker_of(text);
         if (marker.name == "message")
             show(message(), marker);
+        else if (marker.name == "busy")
+            show(busy_text(), marker);
         else
             resolve_key(marker);
     }

@@ -19,15 +19,15 @@
 // Most characters that the key=value readers take of a line.
 inline constexpr std::size_t kProfileLine = 275;
 
-// An open key=value file: its content at the moment of opening.
+// An open key=value file: its content at the moment of opening, or what a program printed so.
 class Profile {
 public:
     // Nothing when there is no such file; one that cannot be read throws Unreadable (files.h).
     static std::optional<Profile> open(const std::string& path);
+    explicit Profile(std::string content) : content_(std::move(content)) {}
     [[nodiscard]] std::string_view content() const { return content_; }
 
 private:
-    explicit Profile(std::string content) : content_(std::move(content)) {}
     std::string content_;
 };
 

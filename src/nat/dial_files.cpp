@@ -13,7 +13,6 @@
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
-#include "base/shell.h"
 #include "framework/html-lib.h"
 
 namespace {
@@ -111,6 +110,11 @@ std::string options_file(const PPPConf& record) {
     return text;
 }
 
+// The filter begins as the one that diald brings along. Where that is missing there is none.
+void copy_default_filter() {
+    if (const auto text = read_file(DefFilterF)) told(replace_file(FilterF, *text));
+}
+
 // Where the field behind the one at `at` begins, or npos.
 std::size_t next_field(std::string_view line, std::size_t at) {
     const std::size_t blank = line.find_first_of(" \t", at);
@@ -154,19 +158,14 @@ int SaveSecret() {
     const char* password = record.Password.c_str();
     if (save_secret(PapF, PapTmpF, user, password, SerialTag) != 0) return kNotWritten;
     if (save_secret(ChapF, ChapTmpF, user, password, SerialTag) != 0) return kSecondNotWritten;
-    // They are secret already (secrets.h); the commands are what this action has always run.
-    for (const char* file : {PapF, ChapF})
-        run_command(format_text("chmod 0600 %s > /dev/null", file));
+    for (const char* file : {PapF, ChapF}) told(set_mode(file, kSecretMode));
     return 0;
 }
 
 int SaveFilter() {
     PPPConf record;
     if (ReadPPPConfig(&record) != 0) return kNoRecord;
-    // A copy that broke off must not count as the filter from now on.
-    if (!exists(FilterF) &&
-        run_command(format_text("cp -f %s %s > /dev/null", DefFilterF, FilterF)) != 0)
-        told(remove_file(FilterF));
+    if (!exists(FilterF)) copy_default_filter();
     const Written written = rewrite_lines(
         FilterF, FilterTmpF, Replacement::kKeepMode, [&](std::string_view line, Replacement& out) {
             const bool is_rule = line.starts_with("accept") || line.starts_with("keepup");

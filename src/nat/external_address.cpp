@@ -56,8 +56,7 @@ int get_extif(ExternalInterface& out) try {
 }
 
 int get_extip(const char* ifname, ExternalAddress& out) {
-    const std::optional<Profile> report =
-        network_info(format_text("%s %s > %s", NetworkInfoF, ifname, NetworkReportF));
+    const std::optional<Profile> report = network_info(ifname);
     if (!report) return 1;
     GetProfileString("IPADDR", "", out.buffer(), &*report);
     return 0;

@@ -7,8 +7,10 @@
 #include "appliance/hosts.h"
 #include "appliance/log_mask.h"
 #include "base/files.h"
+#include "base/format.h"
 #include "base/json.h"
 #include "base/paths.h"
+#include "base/turn.h"
 #include "filter/flt_log.h"
 #include "framework/html-lib.h"
 
@@ -50,6 +52,26 @@ int show_log(const FormList* form) {
     if (log == kLogFiles.end())
         return answer_with_status("404 Not Found", "There is no log of that name.");
     send_log(*log);
+    return 0;
+}
+
+int show_progress(const FormList*) {
+    mime_header("application/json");
+    const std::optional<Progress> other = progress();
+    if (!other) {
+        put("{\"busy\": null}\n");
+        return 0;
+    }
+    const Request& request = other->request;
+    std::string json = json_object({{"page", request.page},
+                                    {"todo", request.todo},
+                                    {"user", request.user},
+                                    {"address", request.address}});
+    json.pop_back();
+    json += format_text(", \"seconds\": %d", other->seconds);
+    json += ", \"command\": " + (other->command.empty() ? "null" : json_string(other->command));
+    json += format_text(", \"command_seconds\": %d}", other->command_seconds);
+    put("{\"busy\": " + json + "}\n");
     return 0;
 }
 

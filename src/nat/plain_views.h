@@ -12,3 +12,8 @@ int show_log(const FormList* form);
 // The hosts of the LAN (hosts.h) as JSON, an array of objects with the strings "address", "name"
 // and "mac". 0; throws Unreadable.
 int show_hosts(const FormList* form);
+
+// What is being changed by the request that has the turn, as JSON: {"busy": null}, or an object
+// with "page", "todo", "user", "address", "seconds", "command" (null while none runs) and
+// "command_seconds". 0.
+int show_progress(const FormList* form);

@@ -12,28 +12,31 @@
 #include <cstring>
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/io.h"
 #include "base/log.h"
 #include "base/paths.h"
-#include "base/scratch.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "framework/entries.h"
 #include "framework/settings.h"
 
 namespace {
 
-constexpr char kPidScratch[] = "pid";
 constexpr std::size_t kPidLine = 79;
 constexpr int kCannotSignal = -36;
+constexpr int kCannotKill = 1 << 8;  // the status of a kill command that failed
 
 // The kernel's switch for forwarding, and its values.
 constexpr char Key[] = "net.ipv4.ip_forward";
 constexpr char Enable[] = "1";
 constexpr char Disable[] = "0";
+
+// What brings the appliance's own network services in line with its settings, in this order.
+constexpr Acting kNetworkPrograms[] = {Command::set_tcp_ip, Command::set_netatalk,
+                                       Command::set_dhcp_server};
 
 void log_errno(std::string_view format) { log_line(format, std::strerror(errno)); }
 
@@ -79,22 +82,14 @@ int Delay1() {
     return 0;
 }
 
-int GetPid(const char* name, PidText& pid) try {
+int GetPid(const char* name, PidText& pid) {
     // 0 also when it cannot be told: on that alone no second daemon is started.
-    const ScratchFile scratch(kPidScratch);
-    if (!scratch.ready()) return 0;
-    run_command(format_text("pidof %s > pid", name));
-    LineReader in(kPidScratch, kPidLine);
-    if (!in.is_open()) return 0;
-    while (in.next()) {
-        std::string_view line = in.piece();
-        const std::string_view word = take_word(line, " \r\n");
-        if (word.empty()) continue;
-        pid = word;
-        return 0;
-    }
-    return 1;
-} catch (const Unreadable&) {
+    const std::optional<std::string> pids = ask_command(Command::pids_by_name, name);
+    if (!pids) return 0;
+    std::string_view rest = *pids;
+    const std::string_view first = take_word(rest, " \r\n");
+    if (first.empty()) return 1;
+    pid = first;
     return 0;
 }
 
@@ -118,8 +113,8 @@ int StartSquid() {
     PidText pid;
     if (GetPid("squid", pid) == 0) return 0;
     // The proxy reads the resolver file as a user of its own; executing it does nobody any good.
-    run_command(format_text("chmod 755 %s >/dev/null", DNSF));
-    run_command(format_text("%ssquid >/dev/null", SquidPath));
+    told(set_mode(DNSF, 0755));
+    run_command(Command::start_squid);
     log_line("StartSquid");
     return 0;
 }
@@ -132,14 +127,14 @@ int KillSquid() {
 
 int StopDiald() {
     PidText pid;
-    // A pid that could not be found out is empty, and kill complains of it without harm.
     if (GetPid("diald", pid) != 0) return 0;
-    const int status = run_command(format_text("kill -SIGTERM %s > /dev/null", pid.view()));
-    if (status != 0)
+    const int number = to_int(pid);  // 0 of one that could not be found out
+    if (number < 2 || kill(number, SIGTERM) != 0) {
         log_errno("StopDiald Kill diald Error: %s");
-    else
-        run_command("ifconfig sl0 down > /dev/null");
-    return status;
+        return kCannotKill;
+    }
+    run_command(Command::sl0_down);
+    return 0;
 }
 
 int StartDiald() {
@@ -149,7 +144,7 @@ int StartDiald() {
         log_errno("SetIPV4 Error: %s");
         return status;
     }
-    status = run_command(format_text("%s start > /dev/null", DialF));
+    status = run_command(Command::dial_start);
     if (status != 0) log_errno("StartDiald Error: %s");
     return status;
 }
@@ -168,8 +163,7 @@ int SetIPV4(const char* value) {
 
 int RestartNet() {
     (void)SetIPV4(PortEnabled() ? Enable : Disable);  // the page tells of a failure
-    for (const char* program : {SetTcpF, SetNetTalkF, SetDHCPF})
-        run_command(format_text("%s > /dev/null", program));
+    for (const Acting program : kNetworkPrograms) run_command(program);
     sync();
     return 0;
 }

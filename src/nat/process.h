@@ -9,7 +9,7 @@ using PidText = Text<16>;
 int Delay1();
 
 // Finds the first process id that "pidof" gives for a daemon. 0 found, 1 not. Also 0, with nothing
-// copied, when the scratch file "pid" in the working directory cannot be opened.
+// copied, when "pidof" cannot be asked.
 int GetPid(const char* name, PidText& pid);
 
 // Reads a daemon's pid file: the number in it, 0 when it holds none, -37 when there is no path or
@@ -29,7 +29,8 @@ int StartSquid();
 // the signal could not be sent.
 int KillSquid();
 
-// Terminates diald. 0 when none runs, else the status of the kill command. (Action "KDiald".)
+// Terminates diald. 0 when none runs or it was told to end, else the status of a kill command that
+// failed. (Action "KDiald".)
 int StopDiald();
 
 // Starts diald when the WAN method is the serial port. 0, or the result of the step that failed.

@@ -4,13 +4,13 @@
 
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/links.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
-#include "base/shell.h"
 #include "framework/profile.h"
 
 namespace {
@@ -71,7 +71,7 @@ std::string script(const PPPConf& record) {
 void apply(int method) {
     switch (method) {
         case kNoMethod:
-            run_command("/sbin/ipvsadm -C > /dev/null");
+            run_command(Command::clear_virtual_servers);
             break;
         case kDirect:
             run_ip_up_on("eth0");
@@ -95,7 +95,7 @@ int SaveAndRunVS() {
     told(SetFileString("dmz", record.DMZ ? "\"yes\"" : "\"no\"", IPUPF));
     told(set_mode(IPUPF, 0755));
     sync();
-    run_command(format_text("chmod +x %s > /dev/null", VSF));
+    told(make_executable(VSF));
     apply(record.Method);
     return 0;
 }

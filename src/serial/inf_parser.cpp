@@ -12,7 +12,6 @@
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
-#include "base/scratch.h"
 #include "base/words.h"
 #include "framework/parser.h"
 #include "framework/profile.h"
@@ -300,11 +299,7 @@ int TxTo1ByteFile(const std::string& path) {
     if (!content) return 1;
     // The byte-order mark of UTF-16 stays in front of the first line.
     if (std::erase(*content, '\0') == 0) return 0;
-    if (!create_anew(path)) return 1;
-    Descriptor file = open_regular(path, O_WRONLY);
-    if (file.is_open() && write_all(file.get(), *content) && file.reset()) return 0;
-    note_failure(Failure::cannot_write, path);
-    return 1;
+    return write_anew(path, *content) == Written::done ? 0 : 1;
 }
 
 int ParserInfFile(const char* path, int* count) try {

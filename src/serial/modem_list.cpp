@@ -65,7 +65,9 @@ ModemList GetModemList(InitMode mode) {
     LineReader file(ModemFile, kLine);
     if (file.is_open()) return GetModemList0(file, mode);
     // Where it cannot be written the page tells so and offers the two all the same.
-    told(replace_file(ModemFile, kNewModemList));
+    Replacement out = Replacement::for_new(ModemFile, kPlainMode);
+    out.write(kNewModemList);
+    told(out.create());
     return {{"_Standard Modem", kPlainInit}, {kOtherModem, "AT&FM0"}};
 }
 

@@ -9,15 +9,13 @@
 #include <cstring>
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
-#include "base/format.h"
 #include "base/log.h"
 #include "base/paths.h"
-#include "base/scratch.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "framework/page_room.h"
 #include "nat/process.h"
@@ -52,15 +50,18 @@ int get_phy_link(ValueText& value, LongText&, int&) {
     return show_link(value, ppp_on);
 }
 
+// The second word of ifconfig's line, from behind its last colon: "inet addr:10.0.0.1".
+std::string address_word(std::string_view line) {
+    take_word(line);
+    const std::string_view word = take_word(line);
+    return std::string(word.substr(word.rfind(':') + 1));
+}
+
 int get_ppp_link(ValueText& value, LongText&, int&) {
-    constexpr std::size_t kAddress = 127;
     ppp_ip.clear();
     if (!ppp_on) return show_link(value, false);
     const std::string address =
-        first_output_line(
-            "/sbin/ifconfig ppp0 | grep 'inet addr' | awk '{print $2}' | sed -e 's/.*://'",
-            "ip.tmp", kAddress)
-            .value_or("");
+        address_word(ask_line(Command::interface, "ppp0", kLine, "inet addr").value_or(""));
     // Two digits tell an address from whatever else the tools print; one below 10 counts as none.
     const bool up = address.size() >= 2 && is_digit(address[0]) && is_digit(address[1]);
     if (up) ppp_ip = address + "\n";
@@ -113,8 +114,8 @@ constexpr std::array get_ary_tab = std::to_array<ArrayFun>({
     {"nat_log_text", get_log},
 });
 
-int control_link(std::string_view command, std::string_view complaint) {
-    const int status = run_command(format_text("%s %s > /dev/null", DialF, command));
+int control_link(Acting command, std::string_view complaint) {
+    const int status = run_command(command);
     if (status != 0) log_line(complaint, std::strerror(errno));
     return status;
 }
@@ -128,11 +129,11 @@ int dial() {
         log_line("In dial(): StartDiald Error: %s", std::strerror(errno));
         return failed;
     }
-    return control_link("up", "Dial up Error: %s");
+    return control_link(Command::dial_up, "Dial up Error: %s");
 }
 
 // Also after sharing was switched off: the link may be up still.
-int hangup() { return control_link("down", "StopDiald Error: %s"); }
+int hangup() { return control_link(Command::dial_down, "StopDiald Error: %s"); }
 
 int clearlog() {
     for (const char* path : {Ppp1LogF, Ppp0LogF}) told(remove_file(path));

@@ -1,7 +1,6 @@
 // The direct-connection status page shows the WAN port as the appliance's network-information
 // program sees it. What has not been asked is empty; what the program does not know is a blank.
 #include "wan/dc_st.h"
-#include "base/format.h"
 
 #include <optional>
 #include <string>
@@ -58,8 +57,7 @@ DirectStatus get_dc_st() {
     LineReader settings(NatConfF);
     if (!settings.is_open()) return found;
     const bool direct = is_direct(settings);
-    const std::optional<Profile> info =
-        network_info(format_text("%s eth0 > %s", NetworkInfoF, NetworkReportF));
+    const std::optional<Profile> info = network_info("eth0");
     if (!info) return found;
     const Profile* link = direct ? &*info : nullptr;
     GetProfileString("HWADDR", kUnknown, found.hardware_address.buffer(), &*info);

@@ -1,20 +1,19 @@
 // The PPPoE status page shows whether the link is up and what it has got, and pppd's log. What has
 // not been asked is empty; what is not known is a blank.
 #include "wan/ppp_st.h"
-#include "base/format.h"
 
 #include <unistd.h>
 
 #include <optional>
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
 #include "appliance/network_info.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/paths.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "framework/page_room.h"
 #include "framework/profile.h"
@@ -46,13 +45,11 @@ bool is_placeholder(std::string_view address) {
 PPPStatus get_p3_st() {
     PPPStatus found;
     if (to_int(setting<16>(NatConfF, "connect_method", "0")) != kPPPoE) return found;
-    const std::optional<Profile> port =
-        network_info(format_text("%s eth0>%s", NetworkInfoF, NetworkReportF));
+    const std::optional<Profile> port = network_info("eth0");
     found.hardware_address = setting<StatusText::size>(port, "HWADDR", kUnknown);
     found.address = found.netmask = kUnknown;
     if (!IsRunning("pppoe")) return found;
-    const std::optional<Profile> link =
-        network_info(format_text("%s ppp0>%s", NetworkInfoF, NetworkReportF));
+    const std::optional<Profile> link = network_info("ppp0");
     if (!link) return found;
     StatusText address;
     GetProfileString("IPADDR", kUnknown, address.buffer(), &*link);
@@ -97,7 +94,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 void connect() {
     RunPPPoeConnect();
     sleep(1);
-    run_command("ping -c1 -q 10.112.112.113 > /dev/null &");
+    start_command(Command::ping_ppp);
 }
 
 }  // namespace

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "appliance/addresses.h"
+#include "appliance/commands.h"
 #include "appliance/dns_fields.h"
 #include "base/paths.h"
-#include "base/scratch.h"
 #include "framework/page_message.h"
 #include "framework/profile.h"
 #include "wan/wan_conf.h"
@@ -37,8 +37,7 @@ Text<80> stored_hardware_address() { return setting<80>(QSCfgF, "wan_hw_addr", "
 std::string own_hardware_address() {
     constexpr std::size_t kLine = 29;
     const std::string line =
-        first_output_line(format_text("%s eth0 | grep HWADDR", NetworkInfoF), "mac.tmp", kLine)
-            .value_or("");
+        ask_line(Command::network_report, "eth0", kLine, "HWADDR").value_or("");
     const std::size_t equals = line.find('=');
     if (equals == std::string::npos) return "";
     std::string address = line.substr(equals + 1);

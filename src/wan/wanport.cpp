@@ -2,15 +2,15 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
+#include "appliance/commands.h"
 #include "appliance/links.h"
 #include "appliance/network_info.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
-#include "base/scratch.h"
-#include "base/shell.h"
 #include "base/words.h"
 #include "nat/dial_files.h"
 #include "nat/process.h"
@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr std::size_t kScratchLine = 255;
 constexpr char kPPPoeScript[] = "-x adsl-connect";
 
 void stop_direct_if_up() {
@@ -39,16 +38,20 @@ void stop_all_links() {
 bool start_squid_if_stopped() {
     if (IsRunning("squid")) return false;
     told(set_mode(DNSF, 0644));
-    run_command(format_text("%ssquid > /dev/null", SquidPath));
+    run_command(Command::start_squid);
     return true;
 }
 
-void dial_start() { run_command(format_text("%s start > /dev/null", DialF)); }
-
 // The interface of diald, which stands in for the link until it has dialled.
 int count_sl0_routes() {
-    return to_int(
-        first_output_line("route -n | grep sl0 -c", "sl0.cnt", kScratchLine).value_or(""));
+    const std::string routes = ask_command(Command::routes).value_or("");
+    int count = 0;
+    for (std::string_view rest = routes; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        if (line.find("sl0") != line.npos) ++count;
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    }
+    return count;
 }
 
 }  // namespace
@@ -72,12 +75,12 @@ int RunModemConnect() {
     told(set_wan_if(kSerial));
     RestartNet();
     if (start_squid_if_stopped()) sync();
-    dial_start();
+    run_command(Command::dial_start);
     // As many routes lead over its interface when diald has come up whole. With fewer, or more, it
     // gets a second chance; what comes of that is for the status page.
     if (count_sl0_routes() != kRoutesOfDiald) {
         StopModemConnect();
-        dial_start();
+        run_command(Command::dial_start);
     }
     return 0;
 }
@@ -90,7 +93,7 @@ int RunPPPoeConnect() {
     told(set_wan_if(kPPPoE));
     RestartNet();
     start_squid_if_stopped();
-    run_command("/usr/sbin/adsl-start > /dev/null");
+    run_command(Command::adsl_start);
     return 0;
 }
 
@@ -104,11 +107,11 @@ int RunDirectConnect() {
     RestartNet();
     start_squid_if_stopped();
     // pppd runs ip-up by itself; for an Ethernet port nobody else does.
-    run_command("/sbin/ifup eth0 &> /dev/null");
-    run_command(format_text("%s eth0 &> /dev/null", IPUPF));
+    run_command(Command::ifup_eth0);
+    run_command(Command::ip_up_of_eth0);
     // The status page learns from this file how the address that is in use now was obtained.
     const Text<2> dynamic = dynamic_setting();
-    if (create_anew(DynaF)) run_command(format_text("echo %s > %s", dynamic.view(), DynaF));
+    told(write_anew(DynaF, format_text("%s\n", dynamic.view())));
     return 0;
 }
 
@@ -130,20 +133,20 @@ int RunWANConnect() {
 }
 
 void StopModemConnect() {
-    run_command(format_text("%s stop > /dev/null", DialF));
-    run_command("ifconfig sl0 down > /dev/null");
+    run_command(Command::dial_stop);
+    run_command(Command::sl0_down);
 }
 
 void StopPPPoeConnect() {
-    run_command("/usr/sbin/adsl-stop > /dev/null");
-    run_command("/sbin/ifdown ppp0 &> /dev/null");
+    run_command(Command::adsl_stop);
+    run_command(Command::ifdown, "ppp0");
 }
 
 void StopDirectConnect() {
     // The interface that the settings name, which is not eth0 once another method has been chosen.
-    run_command(format_text("/sbin/ifdown %s &> /dev/null", wan_interface().view()));
+    run_command(Command::ifdown, wan_interface());
     // The script takes down what hangs on the LAN side, hence its interface.
-    run_command(format_text("/etc/ppp/ip-down %s > /dev/null", lan_interface().view()));
+    run_command(Command::ip_down, lan_interface());
 }
 
 int SaveModemConf(const PPPConf& record) {

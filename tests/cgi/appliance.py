@@ -1,14 +1,16 @@
 """A private root with the appliance's files, in which single requests are run.
 
-The program's own commands are recorded on their way through /bin/sh and then really run, by bash. What they
-name (pidof, ifconfig, adsl-start, ...) is one stub that gives prepared answers. The shell's builtin kill is
-taken away, so that no test can signal a stranger's process; `kill` is a stub as well.
+Whatever the program runs (pidof, ifconfig, adsl-start, ...) is one stub, which records how it was called and
+gives prepared answers; scripts of the appliance are recorded by /bin/sh, which then really runs them. What a
+script runs is not recorded. The shell's builtin kill is taken away, so that no test can signal a stranger's
+process; `kill` is a stub as well.
 
 Each page's template is made of the shipped one's markers alone, a line "key=[value]=" each, and of the key "typed",
 which no page knows, so that a test reads what a page shows whatever it looks like (Result.shown).
 """
 
 import ctypes
+import fcntl
 import os
 import re
 import resource
@@ -37,13 +39,13 @@ USER, IP_UP, IFCFG = "/etc/ppp/user", "/etc/ppp/ip-up", "/etc/sysconfig/network-
 FILTER = "/usr/local/squid/etc/filter.conf"
 
 # Commands that several pages run.
-IS_PPP = "/sbin/pidof pppd > /tmp/ppp.tmp"
-IS_MODEM, IS_PPPOE = "/sbin/pidof diald > /tmp/pid", "/sbin/pidof -x adsl-connect > /tmp/pid"
-HAS_ADDRESS = '/sbin/ifconfig %s | grep "inet addr" > /tmp/t'
-LINK_UP = "/etc/ppp/ip-up %s > /dev/null"
-NETWORK = [f"/usr/share/quillstead/network/NET_Set{name} > /dev/null" for name in ("TCPIP", "Netatalk", "DHCPServer")]
-SQUID = ["/sbin/pidof squid > /tmp/pid", "/usr/local/squid/bin/squid > /dev/null"]
-SET_DNS = "/usr/share/quillstead/network/NET_SetDNS > /dev/null"
+IS_PPP = "/sbin/pidof pppd"
+IS_MODEM, IS_PPPOE = "/sbin/pidof diald", "/sbin/pidof -x adsl-connect"
+HAS_ADDRESS = "/sbin/ifconfig %s"
+LINK_UP = "/etc/ppp/ip-up %s"
+NETWORK = [f"/usr/share/quillstead/network/NET_Set{name}" for name in ("TCPIP", "Netatalk", "DHCPServer")]
+SQUID = ["/sbin/pidof squid", "/usr/local/squid/bin/squid"]
+SET_DNS = "/usr/share/quillstead/network/NET_SetDNS"
 SET_MODULE = "/usr/share/quillstead/public/PUB_SetModule -m %s -%s"
 
 INSTALLED = "usr/lib/quillstead/nat.cgi"
@@ -64,17 +66,15 @@ STUBS = {
 
 SECRETS = (PAP, CHAP, WAN)
 
+RECORD_CALL = """call="$*"
+[[ -v WITHIN ]] || printf '%s\\0' "$call" >> /.harness/commands
+export WITHIN=${WITHIN:-$PPID}
+"""
 SHELL = """#!/bin/bash
 enable -n kill
 export BASH_ENV=/.harness/bashrc
-[[ $1 == -c && $2 == -- ]] && set -- -c "${@:3}"
-if [[ $1 == -c && ! -v WITHIN ]]; then
-    printf '%s\\0' "$2" >> /.harness/commands
-    export WITHIN=$PPID
-    command=$2
-    set --
-    eval "$command"
-elif [[ -e /.harness/scripts_are_stubs && $1 == /etc/* ]]; then
+. /.harness/record "$@"
+if [[ -e /.harness/scripts_are_stubs && $1 == /etc/* ]]; then
     name=${1##*/}
     shift
     . /.harness/stub
@@ -83,6 +83,7 @@ else
 fi
 """
 STUB = """#!/bin/bash
+. /.harness/record "$0" "$@"
 call="${name:-${0##*/}}${*:+ $*}"
 status=0 text=
 { read -r status; IFS= read -rd '' text; } 2> /dev/null < "/.harness/answers/${call//\\//%}"
@@ -169,7 +170,8 @@ def make_template(root):
             path.chmod(0o600 if is_secret else 0o755 if is_program else 0o644)
     for path in (root / "www").glob("*.htm"):
         path.write_text(f"page=[{path.name}]=\n" + plain("@typed#" + path.read_text()))
-    for path, text in ("bin/sh", SHELL), (f"{HARNESS}/stub", STUB), (f"{HARNESS}/bashrc", "enable -n kill\n"):
+    harness = {"bin/sh": SHELL, f"{HARNESS}/stub": STUB, f"{HARNESS}/record": RECORD_CALL}
+    for path, text in {**harness, f"{HARNESS}/bashrc": "enable -n kill\n"}.items():
         (root / path).write_text(text)
         (root / path).chmod(0o755)
     for folder, names in STUBS.items():
@@ -205,6 +207,7 @@ class Appliance:
     def __init__(self, root, template):
         self.root = Path(root)
         self.disk = None  # the octets to which a file can grow
+        self.program = PROGRAM
         subprocess.run(["cp", "-a", template, self.root], check=True)
         for path, source in SHARED.items():
             target = self.root / path
@@ -259,7 +262,7 @@ class Appliance:
         found = {}
         for folder, folders, files in os.walk(self.root):
             if folder == str(self.root):
-                folders[:] = [name for name in folders if name not in (HARNESS, "dev", "bin", "sbin")]
+                folders[:] = [name for name in folders if name not in (HARNESS, "dev", "bin", "sbin", "run")]
             for name in (*files, *folders):
                 path = os.path.join(folder, name)
                 if os.path.islink(path):
@@ -297,6 +300,15 @@ class Appliance:
             self.at(name).unlink(missing_ok=True)
             self.write(name, (PROJECT / f"lab/commands/{name}.sh").read_text(), 0o755)
 
+    def take_turn(self, text=""):
+        """Holds the lock of acting requests until the file is closed that it returns."""
+        self.at("/run/quillstead-admin").mkdir(parents=True, exist_ok=True)
+        lock = open(self.at("/run/quillstead-admin/lock"), "w+")
+        lock.write(text)
+        lock.flush()
+        fcntl.lockf(lock, fcntl.LOCK_EX)
+        return lock
+
     # Requests.
 
     def view(self, page):
@@ -333,7 +345,7 @@ class Appliance:
         program = "/" + INSTALLED
         if SANITIZED:
             env["NAT_TEST_ROOT"] = str(self.root)
-            program = str(PROGRAM)
+            program = str(self.program)
         record = self.at(f"/{HARNESS}/commands")
         record.unlink(missing_ok=True)
         before = self.snapshot()

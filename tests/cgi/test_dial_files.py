@@ -73,7 +73,7 @@ def test_secrets(saved, before, after):
     saved.change(RECORD, User="joe")
     for path in PAP, CHAP:
         saved.write(path, before, 0o640)
-    assert save(saved).commands == [f"chmod 0600 {path} > /dev/null" for path in (PAP, CHAP)]
+    assert not save(saved).commands
     assert [(saved.read(path), saved.mode(path)) for path in (PAP, CHAP)] == [(after, 0o600)] * 2
 
 
@@ -87,6 +87,5 @@ def test_time_outs_of_the_filter(saved, before, after):
     """One that is missing is made from the default one."""
     saved.write(FILTER, before)
     saved.write(DEFAULT_FILTER, "keepup a 7\n")
-    result = save(saved)
+    save(saved)
     assert saved.read(FILTER) == after
-    assert (f"cp -f {DEFAULT_FILTER} {FILTER} > /dev/null" in result.commands) == (before is None)

@@ -31,3 +31,8 @@ def test_what_is_written_is_listed_with_its_mode(appliance, proxy, case):
         if words.startswith("kept"):
             modes = [before.get(path, 0o644)]
         assert mode in modes if modes else mode & 0o111, (path, oct(mode), words)
+
+
+def test_no_shell_runs_commands():
+    sources = {path: path.read_text() for path in (PROJECT / "src").rglob("*.*")}
+    assert not [path for path, text in sources.items() if re.search(r'\b(system|popen) ?\(|sh -c|"-c"', text)]

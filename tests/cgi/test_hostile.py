@@ -101,7 +101,7 @@ def test_what_a_killed_upload_left_goes_with_the_next_one(appliance):
 def test_no_signal_of_the_servers_ends_a_save(saved, name):
     saved.write("/usr/sbin/adsl-start", None)
     saved.write("/usr/sbin/adsl-start", "#!/bin/bash\nenable kill\n"
-                f"kill -{name} $WITHIN && echo > /etc/sent\n", 0o755)
+                f"kill -{name} $PPID && echo > /etc/sent\n", 0o755)
     result = saved.save("nat_conn.htm", internet_access="checked", access_method="WAN Port - PPPoE")
     assert (result.page, result.changed.get("/etc/sent")) == ("nat_base.htm", "\n")
 

@@ -87,14 +87,15 @@ def test_save(saved, form, changes, modems):
 
 @pytest.mark.parametrize("form, obstacle, text", [
     ({"nat_init_string": "AT'\\r"}, None, told(62, "Init string", "'")),
-    ({"nat_init_string": "ATZ"}, "/etc/ppp/.modem.ini.tmp/x", told(14, LIST)),
+    ({"nat_init_string": "ATZ"}, LIST, told(14, LIST)),
     ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, "/www/Ini18042.tmp/x", told(20)),
 ])
 def test_save_refused(saved, form, obstacle, text):
-    if obstacle:  # a folder where the temporary file should be
-        saved.write(obstacle, "")
-    if LIST in text:
+    if obstacle == LIST:  # a link to where no file can be made
         saved.write(LIST, None)
+        saved.at(LIST).symlink_to("/missing/modem.ini")
+    elif obstacle:  # a folder where the temporary file should be
+        saved.write(obstacle, "")
     result = post(saved, nat_serspeed_list="9600", **octets("nat_isp_ip0", "9.9.9.9"), **form)
     assert (result.message, result.changed, result.commands) == (text, {}, [])
     assert result.shown["nat_init_string"] == form["nat_init_string"]

@@ -1,9 +1,7 @@
 """The road of a request: what is decoded, which page answers, and what a bad request gets."""
 
-import fcntl
 import os
 import re
-import threading
 
 import pytest
 
@@ -204,17 +202,3 @@ def test_every_message_has_its_text(appliance):
 def test_a_hostile_message_file_is_only_text(appliance):
     appliance.write("/www/cgi_err", "10-%n%s%s%s%99999d%" + "y" * 300 + "\n")
     assert appliance.get("next_file=odd.htm").body.splitlines()[6] == ("%nodd.htm%s%s%99999d%" + "y" * 300)[:127]
-
-
-def test_one_request_at_a_time(appliance):
-    """A request waits for the lock on the working directory, and frees it when it ends."""
-    folder = os.open(appliance.at("/www"), os.O_RDONLY)
-    fcntl.flock(folder, fcntl.LOCK_EX)
-    answers = []
-    request = threading.Thread(target=lambda: answers.append(appliance.view("nat_vs.htm").page))
-    request.start()
-    request.join(0.5)
-    assert answers == []
-    os.close(folder)
-    request.join(20)
-    assert answers == ["nat_vs.htm"]

@@ -6,9 +6,9 @@ from appliance import IP_UP, IS_PPP, SET_MODULE, WAN, told
 
 SCRIPT, RULES = "/etc/rc.d/rc.firewall", "/var/lib/practice/rules"
 LISTS = "a_sap_enable a_inpr a_port1in a_port2in a_outpr a_port1out a_port2out".split()
-LINK = [IS_PPP, "/sbin/ifconfig eth0 > /tmp/eth.tmp 2> /tmp/eth.tmp"]
-LOAD = [IS_PPP, "/sbin/modprobe vpn 2> /dev/null", SET_MODULE % ("vpn", "s"), IS_PPP]
-UNLOAD = [IS_PPP, "/sbin/rmmod vpn 2> /dev/null", "/sbin/lsmod | grep vpn > /tmp/mod.tmp", SET_MODULE % ("vpn", "f"),
+LINK = [IS_PPP, "/sbin/ifconfig eth0"]
+LOAD = [IS_PPP, "/sbin/modprobe vpn", SET_MODULE % ("vpn", "s"), IS_PPP]
+UNLOAD = [IS_PPP, "/sbin/rmmod vpn", "/sbin/lsmod", SET_MODULE % ("vpn", "f"),
           IS_PPP]
 TCP_IN, OUT = "ipchains -A input -j ACCEPT -i $extif -p tcp ! -y -d $extip -s $univ ", "ipchains -A output -j ACCEPT"
 WEB = f"#@Web\n {TCP_IN}80:90\n {OUT} -i $extif -p udp -d $univ 7:8\n\n"

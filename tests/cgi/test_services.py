@@ -9,14 +9,13 @@ SERVICES, AC, FIREWALL = "/etc/rc.d/rc.service", "/etc/rc.d/rc.ac_ctrl", "/etc/r
 CLOSED = "/etc/rc.d/dis_rc.firewall"
 DIRECT, PPPOE, SERIAL = "WAN Port - Direct Connection", "WAN Port - PPPoE", "Serial Port"
 
-LINK = [IS_PPP, "/sbin/ifconfig eth0 > /tmp/eth.tmp 2> /tmp/eth.tmp"]
-START_SQUID = ["pidof squid > pid", "chmod 755 /etc/resolv.conf >/dev/null", "/usr/local/squid/bin/squid >/dev/null"]
+LINK = [IS_PPP, "/sbin/ifconfig eth0"]
+START_SQUID = ["/sbin/pidof squid", "/usr/local/squid/bin/squid"]
 IS_DIRECT = HAS_ADDRESS % "eth0"
 SWITCH_ON = [*LINK, *LINK, *START_SQUID, IS_MODEM, IS_PPPOE, IS_DIRECT, *NETWORK, *SQUID]
-STOP_MODEM = ["/etc/ppp/dial stop > /dev/null", "ifconfig sl0 down > /dev/null"]
-STOP_PPPOE = ["/usr/sbin/adsl-stop > /dev/null", "/sbin/ifdown ppp0 &> /dev/null"]
-STOP_DIRECT = ["/sbin/ifdown eth0 &> /dev/null", "/etc/ppp/ip-down eth1 > /dev/null"]
-MAKE_SERVERS = "chmod +x /etc/rc.d/rc.ipvs > /dev/null"
+STOP_MODEM = ["/etc/ppp/dial stop", "/sbin/ifconfig sl0 down"]
+STOP_PPPOE = ["/usr/sbin/adsl-stop", "/sbin/ifdown ppp0"]
+STOP_DIRECT = ["/sbin/ifdown eth0", "/etc/ppp/ip-down eth1"]
 
 
 def save(appliance, **fields):
@@ -29,15 +28,14 @@ def refused(result, number):
 
 
 @pytest.mark.parametrize("method, number, starts, interface, protocol", [
-    (DIRECT, 1, ["/sbin/ifup eth0 &> /dev/null", "/etc/ppp/ip-up eth0 &> /dev/null", "echo 1 > /tmp/dyna"],
-     "eth0", "dhcp"),
-    (PPPOE, 2, ["/usr/sbin/adsl-start > /dev/null"], "ppp0", "none"),
+    (DIRECT, 1, ["/sbin/ifup eth0", "/etc/ppp/ip-up eth0"], "eth0", "dhcp"),
+    (PPPOE, 2, ["/usr/sbin/adsl-start"], "ppp0", "none"),
 ])
 def test_switching_on(saved, method, number, starts, interface, protocol):
     kernel = "#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward{}\nnet.ipv4.ip_forward_x=0"
     saved.write("/etc/sysctl.conf", kernel.format(" \t= 0 # x"))
     result = save(saved, internet_access="checked", access_method=method, enable_dmz="checked")
-    assert result.commands == [*SWITCH_ON, *starts, MAKE_SERVERS, IS_DIRECT if method == DIRECT else IS_PPPOE]
+    assert result.commands == [*SWITCH_ON, *starts, IS_DIRECT if method == DIRECT else IS_PPPOE]
     assert saved.keys(RECORD)["Method"] == str(number)
     wan = saved.keys(WAN)
     assert (wan["nat_enable"], wan["nat_interface"], wan["connect_method"]) == ("yes", interface, str(number))
@@ -54,9 +52,9 @@ def test_switching_the_serial_port_on(saved, routes):
     """diald has put its routes in place, or it is started a second time."""
     saved.answer("route -n", "10.0.0.0 0.0.0.0 U sl0\n" * routes + "127.0.0.0 lo\n")
     result = save(saved, internet_access="on", access_method="anything else")
-    dial = ["/etc/ppp/dial start > /dev/null"]
+    dial = ["/etc/ppp/dial start"]
     again = [] if routes == 3 else [*STOP_MODEM, *dial]
-    assert result.commands == [*SWITCH_ON, *dial, "route -n | grep sl0 -c > sl0.cnt", *again]
+    assert result.commands == [*SWITCH_ON, *dial, "/sbin/route -n", *again]
     assert saved.keys(RECORD)["Method"] == "3"
 
 
@@ -104,7 +102,7 @@ def test_a_field_changes_its_key_alone(saved, fields, key, before, after):
     expected = saved.keys(RECORD) | {key: str(after), "DNS": "192.0.2.53"}
     result = save(saved, **fields)
     assert saved.keys(RECORD) == {key: value for key, value in expected.items() if not key.startswith("VPN")}
-    assert (MAKE_SERVERS in result.commands) == key.startswith("DMZ")
+    assert saved.exists("/etc/rc.d/rc.ipvs") == key.startswith("DMZ")
     assert result.commands[:2] == LINK and START_SQUID[0] not in result.commands
 
 
@@ -186,7 +184,7 @@ def test_a_service_section_and_its_module(saved):
         "#@Telnet \n keep\n\n#@E-Mail\n#long" + " long" * 39 + "\n\n#@HTTP (WWW)\n unterminated\n")
     assert saved.mode(SERVICES) == 0o744
     assert result.commands[:4] == [
-        IS_PPP, "/sbin/rmmod ip_masq_ftp 2> /dev/null", "/sbin/lsmod | grep ip_masq_ftp > /tmp/mod.tmp",
+        IS_PPP, "/sbin/rmmod ip_masq_ftp", "/sbin/lsmod",
         SET_MODULE % ("ip_masq_ftp", "f")]
 
 
@@ -216,7 +214,7 @@ def test_a_live_link_gets_its_scripts_run_again(saved):
     saved.answer("pidof -x adsl-connect", "322\n")
     saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:192.0.2.9  P-t-P:192.0.2.1\n")
     rerun = [IS_PPP, IS_MODEM, IS_PPPOE, HAS_ADDRESS % "ppp0", LINK_UP % "ppp0"]
-    module = [IS_PPP, "/sbin/modprobe ip_masq_ftp 2> /dev/null", SET_MODULE % ("ip_masq_ftp", "s")]
+    module = [IS_PPP, "/sbin/modprobe ip_masq_ftp", SET_MODULE % ("ip_masq_ftp", "s")]
     assert save(saved, enable_telnet="unchecked").commands == module + rerun * 2
     saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:10.112.112.112  P-t-P\n")
     assert save(saved, enable_telnet="checked").commands == module + rerun[:-1] * 2

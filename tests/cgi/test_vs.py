@@ -5,8 +5,8 @@ import pytest
 from appliance import RECORD, WAN, octets, told
 
 SCRIPT = "/etc/rc.d/rc.ipvs"
-REBUILD = ["chmod +x /etc/rc.d/rc.ipvs > /dev/null", "/sbin/ipvsadm -C > /dev/null"]
-REPORT = "/usr/share/quillstead/network/NET_ReadNetworkInfo %s > /tmp/ifcfg"
+REBUILD = ["/sbin/ipvsadm -C"]
+REPORT = "/usr/share/quillstead/network/NET_ReadNetworkInfo %s"
 SERVERS = {  # form prefix: keys in the record for switch, host and port, and how a refusal names the server
     "vs_web": ("Web", "WebIP", "WebPort", 32, "web"),
     "vs_pop3": ("Pop3", "Pop3IP", "Pop3Port", 32, "pop3"),

@@ -27,7 +27,7 @@ from table import CASES, SECRET  # noqa: E402
 
 ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
 MEMORY = "/dev/shm"  # roots are quickest there
-UNSEEN = {HARNESS, "bin", "sbin", "dev", "usr/lib/quillstead"}
+UNSEEN = {HARNESS, "bin", "sbin", "dev", "run", "usr/lib/quillstead"}
 TWO_DAYS = 2 * 24 * 3600
 
 READ_ONLY, NO_ROOM = ("EIO", "EROFS"), ("EIO", "EROFS", "ENOSPC")
@@ -187,6 +187,7 @@ class Trial:
         self.case = case
         self.appliance = Disturbed(folder / re.sub(r"\W+", "_", case.name), folder / "template")
         case.prepare(self.appliance, proxy)
+        self.appliance.take_turn().close()  # the lock's folder is there
         self.before = self.appliance.state()
         self.answer, self.calls = self.appliance.record(case)
         self.wanted = self.appliance.state()

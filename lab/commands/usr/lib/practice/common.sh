@@ -15,6 +15,9 @@ log_call() {
         [[ $word =~ ^[]A-Za-z0-9_./:=,%@+!^-]+$ ]] || word=${word@Q}
         line+=" $word"
     done
+    # What the program itself runs is told apart from what a script of the appliance runs.
+    [ -n "${PRACTICE_CALL:-}" ] || line="nat.cgi: $line"
+    export PRACTICE_CALL=yes
     printf '%s\n' "$line" >>"$log"
 }
 

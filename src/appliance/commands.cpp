@@ -1,0 +1,25 @@
+#include "appliance/commands.h"
+
+#include <algorithm>
+
+int run_command(Acting command, std::string_view word) {
+    return run(row_of(command.name).line, word);
+}
+
+void start_command(Acting command) { start(row_of(command.name).line, {}); }
+
+std::optional<std::string> ask_command(Asking command, std::string_view word) {
+    return ask(row_of(command.name).line, word);
+}
+
+std::optional<std::string> ask_line(Asking command, std::string_view word, std::size_t limit,
+                                    std::string_view holding) {
+    const std::optional<std::string> answer = ask_command(command, word);
+    if (!answer) return std::nullopt;
+    for (std::string_view rest = *answer; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        if (line.find(holding) != line.npos) return std::string(line.substr(0, limit));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    }
+    return "";
+}

@@ -1,0 +1,27 @@
+// Time limits.
+#pragma once
+
+#include <time.h>
+
+#include <algorithm>
+
+// How long a second of a limit is. Tests of limits link one that is shorter.
+int milliseconds_of_a_second();
+
+// A moment so many seconds from now, by the kernel's clock, which nobody sets.
+class Deadline {
+public:
+    explicit Deadline(int seconds) : end_(now() + long{seconds} * milliseconds_of_a_second()) {}
+
+    [[nodiscard]] int milliseconds_left() const {
+        return static_cast<int>(std::max(end_ - now(), 0L));
+    }
+
+private:
+    static long now() {
+        timespec time{};
+        clock_gettime(CLOCK_MONOTONIC, &time);
+        return static_cast<long>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+    }
+    long end_;
+};

@@ -1,0 +1,3 @@
+#include "base/deadline.h"
+
+int milliseconds_of_a_second() { return 50; }
