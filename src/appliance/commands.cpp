@@ -2,11 +2,31 @@
 
 #include <algorithm>
 
-int run_command(Acting command, std::string_view word) {
-    return run(row_of(command.name).line, word);
+#include "base/journal.h"
+
+namespace {
+
+std::string text_of(const CommandLine& line, std::string_view word) {
+    std::string text(line.program);
+    for (const std::string_view pattern : line.words)
+        if (!pattern.empty()) (text += ' ') += pattern == "%s" ? word : pattern;
+    return text;
 }
 
-void start_command(Acting command) { start(row_of(command.name).line, {}); }
+}  // namespace
+
+int run_command(Acting command, std::string_view word) {
+    const CommandLine& line = row_of(command.name).line;
+    const int status = run(line, word);
+    keep_command(text_of(line, word), status);
+    return status;
+}
+
+void start_command(Acting command) {
+    const CommandLine& line = row_of(command.name).line;
+    start(line, {});
+    keep_command(text_of(line, {}), 0);
+}
 
 std::optional<std::string> ask_command(Asking command, std::string_view word) {
     return ask(row_of(command.name).line, word);

@@ -56,6 +56,9 @@ bool copy_beside(const std::string& temporary, const std::string& beside) {
     return false;
 }
 
+bool allow(const std::string&) { return true; }
+BeforeChange may_change = allow;
+
 Written noted(Written how, const std::string& path) {
     note_failure(Failure::cannot_write, path);
     return how;
@@ -124,6 +127,8 @@ std::optional<std::string> read_file(const std::string& path, std::size_t limit)
 }
 
 // ---- writing ----
+
+void keep_before_changes(BeforeChange asked) { may_change = asked; }
 
 Replacement::Replacement(const std::string& target, std::string temporary, mode_t mode)
     : target_(behind_links(target)),
@@ -224,6 +229,7 @@ Written Replacement::create() {
     if (state_ != Written::done) return state_;
     const bool good = fchmod(file_.get(), mode_) == 0 && fsync(file_.get()) == 0;
     if (!file_.reset() || !good) return fail(Written::not_written);
+    if (!may_change(target_)) return fail(Written::not_written);
     // Without hard links on this file system the last one's stays.
     if (link(temporary_.c_str(), target_.c_str()) != 0 && errno != EEXIST &&
         rename(temporary_.c_str(), target_.c_str()) != 0)
@@ -236,14 +242,16 @@ Written Replacement::create() {
 Written Replacement::adopt_mode() {
     struct stat old {};
     if (fstat(old_.get(), &old) != 0) return fail(Written::unreadable);
-    if ((old.st_mode & 07777) == mode_ || fchmod(old_.get(), mode_) == 0) return Written::done;
-    return fail(Written::not_written);
+    if ((old.st_mode & 07777) == mode_) return Written::done;
+    const bool changed = may_change(target_) && fchmod(old_.get(), mode_) == 0;
+    return changed ? Written::done : fail(Written::not_written);
 }
 
 Written Replacement::put_in_place() {
     const int fd = file_.get();
     const bool good = give(fd, owner_, group_) && fchmod(fd, mode_) == 0 && fsync(fd) == 0;
     if (!file_.reset() || !good) return fail(Written::not_written);
+    if (!may_change(target_)) return fail(Written::not_written);
     bool renamed = rename(temporary_.c_str(), target_.c_str()) == 0;
     if (!renamed && errno == EXDEV) {
         const std::string beside = hidden_name_beside(target_);
@@ -283,13 +291,18 @@ Written write_anew(const std::string& path, std::string_view text) {
 }
 
 Written remove_file(const std::string& path) {
-    if (unlink(path.c_str()) == 0 || means_missing(errno)) return Written::done;
+    if (may_change(path) && (unlink(path.c_str()) == 0 || means_missing(errno)))
+        return Written::done;
     return noted(Written::not_written, path);
 }
 
 Written set_mode(const std::string& path, mode_t mode) {
-    if (chmod(path.c_str(), mode) == 0) return Written::done;
-    return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
+    const bool set = (status.st_mode & 07777) == mode ||
+                     (may_change(behind_links(path)) && chmod(path.c_str(), mode) == 0);
+    return set ? Written::done : noted(Written::not_written, path);
 }
 
 Written make_executable(const std::string& path) {

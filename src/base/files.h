@@ -62,6 +62,11 @@ std::optional<std::string> read_file(const std::string& path,
 
 // ---- writing ----
 
+// What is asked before a file is replaced, removed or given another mode; where it says no, that is
+// a failed write. It is how changes are kept (journal.h); at first nobody is asked.
+using BeforeChange = bool (*)(const std::string& path);
+void keep_before_changes(BeforeChange asked);
+
 // The new content of a file, put in the target's place in one step. Where it equals the old one,
 // byte for byte, the file stays as it is: nothing wears out the flash for nothing. Otherwise it
 // goes to a temporary file, created anew with mode 0600 (a link in its place is not followed), is

@@ -42,12 +42,7 @@ long now() {
     return static_cast<long>(time.tv_sec);
 }
 
-std::string line_of(std::string_view text) {
-    std::string line(text.substr(0, kLine));
-    for (char& c : line)
-        if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = '?';
-    return line + "\n";
-}
+std::string line_of(std::string_view text) { return one_line(text.substr(0, kLine)) + "\n"; }
 
 Descriptor open_lock() {
     constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC;

@@ -37,3 +37,10 @@ bool is_within(std::string_view number, int least, int most) {
     const long long value = number_in(number);
     return value >= least && value <= most;
 }
+
+std::string one_line(std::string_view text) {
+    std::string line(text);
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = '?';
+    return line;
+}

@@ -1,6 +1,7 @@
 // Words and numbers in texts, as the appliance's files have them.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 // Characters of ASCII, whatever the locale. The lower case of what is no letter is itself.
@@ -22,6 +23,9 @@ std::string_view take_word(std::string_view& rest, std::string_view separators =
 
 // The first word of a text; empty when it has none.
 inline std::string_view first_word(std::string_view text) { return take_word(text); }
+
+// The text as one line: each control character is a "?".
+std::string one_line(std::string_view text);
 
 // A number as atoi (atol) reads it: leading blanks, a sign, digits; 0 when there are none.
 int to_int(std::string_view text);

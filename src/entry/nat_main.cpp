@@ -7,13 +7,16 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <vector>
 
 #include "appliance/ppp_conf.h"
 #include "base/escape.h"
+#include "base/journal.h"
 #include "base/log.h"
 #include "base/turn.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
+#include "entry/recovery.h"
 #include "entry/request_guard.h"
 #include "framework/cgi-lib.h"
 #include "framework/html-lib.h"
@@ -63,9 +66,10 @@ int answer_busy() {
                               escape_html(message.view()) + escape_html(command.view()));
 }
 
-int show(const char* name, const char* back_link, const FormList* form) {
+int show(const char* name, const char* back_link, const FormList* form,
+         const char* notice = nullptr) {
     const int index = GetCgiTabIndex(name);
-    if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(nullptr, form);
+    if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(notice, form);
     // The link goes to a page that is a file of the folder, so it works whatever is wrong here.
     Message message;
     GetErrMsgByIndex(Msg::UnknownPage, message, escape_html(name));
@@ -81,15 +85,32 @@ int show_plain(const PlainView& view, const FormList* form) try {
     return answer_with_status("500 Internal Server Error", escape_html(message));
 }
 
-// A view shows what is in force and echoes no field: a link may carry any.
-int view(const char* next_file) {
+// What a crash has left half made is taken back by the first request that comes, a view or not.
+// False when that is not possible.
+bool recover(Message& message) { return !is_interrupted() || take_back_half_made_change(message); }
+
+// A view shows what is in force and echoes no field: a link may carry any. The history alone is
+// asked for one of its changes.
+int view(const char* next_file, const FormList* form) {
+    Message notice;
+    // Without the turn the change is in progress.
+    if (is_interrupted() && take_turn({}, 0) == Turn::taken) (void)recover(notice);
     const char* name = next_file ? next_file : Def_Htm;
     if (std::string_view(name) == "nat_status.htm") {
         int method = kNoMethod;
         gather([&] { method = Nat_Method(); });
         name = status_page(method);
     }
-    return show(name, "nat_fs.htm", nullptr);
+    const bool is_history = std::string_view(name) == "history.htm";
+    return show(name, "nat_fs.htm", is_history ? form : nullptr,
+                notice.empty() ? nullptr : notice.c_str());
+}
+
+std::vector<std::string> names_of(const FormList& form) {
+    std::vector<std::string> names;
+    for (const FormEntry& field : form.nodes)
+        if (names.empty() || names.back() != field.key) names.emplace_back(field.key);
+    return names;
 }
 
 }  // namespace
@@ -115,16 +136,24 @@ int main() {
     // These read files that are replaced as a whole, and a long log may have a slow receiver.
     const PlainView* plain = !todo && next_file ? plain_view(next_file) : nullptr;
     if (plain) return show_plain(*plain, fields);
-    if (!todo) return view(next_file);
+    if (!todo) return view(next_file, fields);
     if (!comes_from_own_page()) return refuse_request();
     // Now that the form is complete: a slow sender keeps nobody waiting.
-    const Turn turn = take_turn(request_of(fields), kTurnLimit);
+    const Request request = request_of(fields);
+    const Turn turn = take_turn(request, kTurnLimit);
     if (turn == Turn::not_in_time) return answer_busy();
     if (turn == Turn::cannot_lock) cgi_err("Error!", "The lock file cannot be locked.");
+    if (keeps_changes()) {
+        Message message;
+        if (!recover(message)) cgi_err("Error!", message);
+        keep_changes_of(request, names_of(*form));
+    }
     // The modem page imports an upload while it is rendered, so there is nothing to check or set.
-    if (std::string_view(todo) == "upload" && !entry_with_control(*form))
+    if (std::string_view(todo) == "upload" && !entry_with_control(*form)) {
+        keep_result("accepted");
         show("sp_port.htm", "sp_fs.htm", fields);
-    else
+    } else {
         PostCgi(*form);
+    }
     return 0;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appliance/ppp_conf.h"
+#include "entry/history.h"
 #include "filter/ac_cfg.h"
 #include "filter/filterconf.h"
 #include "filter/flt_log.h"
@@ -46,6 +47,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"wan_ppp.htm", get_wan_ppp, set_wan_ppp},
     {"filterlog.htm", get_filterlog, set_filter_log},
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
+    {"history.htm", get_history, set_history},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({
@@ -68,6 +70,7 @@ constexpr std::array kProcTab = std::to_array<ProcEntry>({
     {kReconfigFilter, ProcReconfigFilter},
     {kRunWANConnect, RunWANConnect},
     {kSaveFilter, SaveFilter},
+    {kPutBack, PutBackAgain},
 });
 static_assert(rows_are_in_order(kProcTab));
 
@@ -99,8 +102,9 @@ constexpr std::array kSaveTbl = std::to_array<SaveGroup>({
 
 // Pages whose setters answer other words than "save": a save from one of them stores nothing, or as
 // a status page the pages of the NAT group.
-constexpr std::array kNoGroup = std::to_array<std::string_view>(
-    {"sp_status.htm", "dc_status.htm", "ppp_status.htm", "filterlog.htm", "ac_cfg.htm"});
+constexpr std::array kNoGroup =
+    std::to_array<std::string_view>({"sp_status.htm", "dc_status.htm", "ppp_status.htm",
+                                     "filterlog.htm", "ac_cfg.htm", "history.htm"});
 
 constexpr bool is_saved_or_listed(int index) {
     const CgiPage& page = kCgiTab[static_cast<std::size_t>(index)];

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "appliance/ppp_conf.h"
+#include "base/date.h"
 #include "base/escape.h"
+#include "base/journal.h"
 #include "base/log.h"
 #include "base/words.h"
 #include "entry/page_table.h"
@@ -31,6 +34,7 @@ public:
 
     int run() {
         if (holds_control_character()) return show_refusal();
+        if (is_stale()) return show_conflict();
         const bool is_save = std::string_view(todo_) == "save";
         const bool accepted = is_save ? set_group() : set_page();
         if (!accepted) return show_refusal();
@@ -60,6 +64,42 @@ private:
         refusing_ = this_file_;
         GetErrMsgByIndex(Msg::ControlCharacter, message_, field_label(entry->key));
         return true;
+    }
+
+    // True when what the form was filled from has changed since: by a save of the same group or
+    // page, or for the history, which lists them all, by any. Who sends the page again has seen it.
+    bool is_stale() {
+        const char* seen = find_val(form_, "seen");
+        if (!seen) return false;
+        const auto last_seen = static_cast<unsigned>(to_long(seen));
+        if (newest_change() <= last_seen) return false;
+        for (const unsigned number : kept_changes()) {
+            if (number <= last_seen) continue;
+            const Change change = read_change(number);
+            if (change.result != "accepted" || !concerns_page(change.request.page)) continue;
+            refusing_ = this_file_;
+            const Request& by = change.request;
+            GetErrMsgByIndex(Msg::ChangedMeanwhile, message_,
+                             escape_html(by.user.empty() ? by.address : by.user),
+                             date_text(change.time));
+            return true;
+        }
+        return false;
+    }
+
+    bool concerns_page(const std::string& changed) const {
+        if (changed == or_null(this_file_) || or_null(this_file_) == "history.htm") return true;
+        int first = 0;
+        int last = 0;
+        int status = 0;
+        get_cgi_range(this_file_, first, last, status);
+        const int index = GetCgiTabIndex(changed.c_str());
+        return index >= first && index <= last;
+    }
+
+    int show_conflict() {
+        put("Status: 409 Conflict\n");
+        return show_refusal();
     }
 
     // The name of a field as it may be shown: the sender chose it.
@@ -96,9 +136,9 @@ private:
     bool set_page() {
         const CgiPage& posting = page(this_file_, "CHK1");
         if (!call_setter(posting, kCheck) || !call_setter(posting, kSet)) return false;
-        // These two alone tell of their success.
+        // These alone tell of their success.
         const std::string_view todo = todo_;
-        if (todo == "import_file" || todo == "cancel") notice_ = message_.view();
+        if (todo == "import_file" || todo == "cancel" || todo == "undo") notice_ = message_.view();
         return true;
     }
 
@@ -124,6 +164,11 @@ private:
 
     // Runs the queue; false at the first action that fails, with its message.
     bool run_actions() {
+        std::vector<std::string_view> names;
+        for (const auto& head : heads_)
+            for (const ProcNode* node = head.get(); node; node = node->next.get())
+                names.push_back(node->name);
+        keep_effects(names);
         sync();  // what the commands read is on disk, should one of them take the appliance down
         for (const auto& head : heads_)
             for (const ProcNode* node = head.get(); node; node = node->next.get())
@@ -150,15 +195,18 @@ private:
     }
 
     int show_failed_action() {
+        keep_result("failed: " + std::string(message_.view()));
         return page_or_message(this_file_, "CHK2").getter(message_.c_str(), form_);
     }
 
     int show_refusal() {
         log_line("return error");
+        keep_result("refused: " + std::string(message_.view()));
         return page_or_message(refusing_, "CHK0").getter(message_.c_str(), form_);
     }
 
     int show_next_page() {
+        keep_result("accepted");
         next_file_ = next_or_this();
         log_line("ret_html %s action=%s", or_null(next_file_), or_null(todo_));
         if (status_ != 0) follow_method();

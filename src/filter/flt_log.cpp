@@ -119,7 +119,8 @@ std::size_t get_filter_log_count() {
 }
 
 int clear_filter_log() try {
-    return RemoveAllEntries(filter_log_path());
+    const Written written = empty_file(filter_log_path());
+    return written == Written::missing ? 0 : code_of(written, kEntryCodes);
 } catch (const Unreadable&) {
     return kCannotOpen;
 }

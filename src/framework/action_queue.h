@@ -24,6 +24,7 @@ enum Action : unsigned {
     kReconfigFilter,
     kRunWANConnect,
     kSaveFilter,
+    kPutBack,
 };
 
 using ActionName = Text<12>;
@@ -49,9 +50,10 @@ inline constexpr std::array kProcRows = std::to_array<ProcRow>({
     {kReconfigFilter, "RCFilter", 2},
     {kRunWANConnect, "RSNat", 3},
     {kSaveFilter, "SaFilter", 0},
+    {kPutBack, "PutBack", 5},
 });
 inline constexpr unsigned ProcNum = kProcRows.size();
-inline constexpr std::size_t kLevels = 6;  // no action is on the last one
+inline constexpr std::size_t kLevels = 6;
 
 // A table of actions has the row of each at its index.
 template <class Row>

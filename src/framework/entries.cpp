@@ -90,6 +90,5 @@ int RemoveEntries(const std::string& path, std::span<const std::string_view> nam
 }
 
 int RemoveAllEntries(const std::string& path) {
-    const Written written = empty_file(path);
-    return written == Written::missing ? 0 : code_of(written, kEntryCodes);
+    return exists(path) ? code_of(replace_file(path, ""), kEntryCodes) : 0;
 }

@@ -73,6 +73,11 @@ enum : int {
     AnotherChangeRuns = 72,
     ChangeInProgress = 73,
     ChangeWaitsFor = 74,
+    ChangeTakenBack = 75,
+    ChangedMeanwhile = 76,
+    NoSuchChange = 77,
+    EditedByHand = 78,
+    ChangeUndone = 79,
 };
 }  // namespace Msg
 

@@ -5,6 +5,7 @@
 
 #include "base/escape.h"
 #include "base/files.h"
+#include "base/journal.h"
 #include "base/log.h"
 #include "base/turn.h"
 #include "framework/html-lib.h"
@@ -184,6 +185,10 @@ private:
             show(message(), marker);
         else if (marker.name == "busy")
             show(busy_text(), marker);
+        else if (marker.name == "seen")
+            show(std::to_string(newest_change()), marker);
+        else if (marker.name == "change")
+            show(own_change() ? std::to_string(own_change()) : "", marker);
         else
             resolve_key(marker);
     }

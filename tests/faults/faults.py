@@ -27,13 +27,14 @@ from table import CASES, SECRET  # noqa: E402
 
 ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
 MEMORY = "/dev/shm"  # roots are quickest there
+CHANGES = "/var/lib/quillstead-admin/changes"
 UNSEEN = {HARNESS, "bin", "sbin", "dev", "run", "usr/lib/quillstead"}
 TWO_DAYS = 2 * 24 * 3600
 
 READ_ONLY, NO_ROOM = ("EIO", "EROFS"), ("EIO", "EROFS", "ENOSPC")
 ERRORS = {call: errors for calls, errors in {  # what each call can fail with
     "open openat": (*NO_ROOM, "EMFILE"), "dup dup2 dup3 pipe pipe2": ("EMFILE",),
-    "rename renameat renameat2 link linkat mkdir mkdirat": NO_ROOM,
+    "rename renameat renameat2 link linkat symlink symlinkat mkdir mkdirat": NO_ROOM,
     "unlink unlinkat rmdir chmod fchmod fchmodat chown fchown lchown truncate ftruncate": READ_ONLY,
     "write fsync fdatasync": ("EIO", "ENOSPC"), "clone clone3 fork vfork": ("EAGAIN",),
     "read close stat fstat lstat newfstatat statx getdents64": ("EIO",),
@@ -118,6 +119,13 @@ class Disturbed(Appliance):
         assert reached, f"{case.name}: {call}: no {what}"
         return result
 
+    def view_killed(self, at):
+        """A view that is killed at the n-th call of a name, if it comes so far."""
+        inject = f"inject={at[0]}:signal=KILL:when={at[1]}"
+        self.strace = ["strace", "-o", self.log, "-e", f"trace={at[0]}", "-e", inject]
+        self.view("nat_base.htm")
+        self.strace = []
+
     def record(self, case):
         """An undisturbed request and its calls."""
         result, log = self.traced(case, "-y", "-s", "16", "-e", f"trace={TRACED}")
@@ -186,14 +194,17 @@ class Trial:
     def __init__(self, case, folder, proxy):
         self.case = case
         self.appliance = Disturbed(folder / re.sub(r"\W+", "_", case.name), folder / "template")
-        case.prepare(self.appliance, proxy)
-        self.appliance.take_turn().close()  # the lock's folder is there
+        self.prepare(proxy)
         self.before = self.appliance.state()
         self.answer, self.calls = self.appliance.record(case)
         self.wanted = self.appliance.state()
         self.answer_again = case.send(self.appliance)  # it has been done already
         self.again = self.appliance.state()
         self.between = self.contents_between()
+
+    def prepare(self, proxy):
+        self.case.prepare(self.appliance, proxy)
+        self.appliance.take_turn().close()  # the lock's folder is there
 
     def contents_between(self):
         """What a file holds on its way, when a request writes it more than once."""
@@ -310,24 +321,63 @@ class Trial:
         return tried, complaints, self.costs()
 
 
-def start_worker(folder, proxy):
+class KeptTrial(Trial):
+    """A request whose changes are kept: whenever it is killed, the next view finds all or nothing.
+
+    The recovery is killed as well, twice: at its n-th call and, taken up again, at its n-th call.
+    """
+
+    def prepare(self, proxy):
+        super().prepare(proxy)
+        self.appliance.at(CHANGES).mkdir(parents=True)
+
+    def undisturbed(self):
+        return []
+
+    def mixed(self):
+        """The files of settings that tell neither the old set nor the new one."""
+        state = self.appliance.state()
+        no_settings = {path for path in (*state, *self.wanted) if path.startswith("/var/")}
+        aside = no_settings | set(self.left(state))
+        return min((differences(state, set_, aside) for set_ in (self.before, self.wanted)), key=len)
+
+    def kill(self, call, again=None):
+        self.appliance.disturb(self.case, call, "signal=KILL")
+        for _ in range(2 if again else 0):
+            self.appliance.view_killed(again)
+        self.appliance.view("nat_base.htm")
+        if mixed := self.mixed():
+            yield f"a mixed set: {' '.join(mixed)}"
+
+    def points(self):
+        for call in filter(lambda call: call.changes_files, self.calls):
+            yield call, "SIGKILL", self.kill(call)
+        changing = [call for call in self.calls if call.changes_files]
+        for n, name in enumerate(["link", "rename", "unlink", "fsync", "symlink", "chmod"] * 4):
+            for call in changing[len(changing) // 2:][:1]:
+                yield call, f"SIGKILL, and its recovery at {name} {n // 6 + 1}", self.kill(
+                    call, (name, n // 6 + 1))
+
+
+def start_worker(folder, proxy, trial):
     os.umask(0o022)
     become_root()
+    try_case.trial = trial
     try_case.place = Path(folder) / str(os.getpid()), proxy
     make_template(try_case.place[0] / "template")
 
 
 def try_case(case, every):
-    return Trial(case, *try_case.place).run(every)
+    return try_case.trial(case, *try_case.place).run(every)
 
 
-def try_all(cases, every):
+def try_all(cases, every, trial):
     """Each case with what came of it, in their order."""
     trap = "trap '' HUP TERM; exec -a squid sleep 1d"  # a proxy that survives what it is told
     with (tempfile.TemporaryDirectory(dir=MEMORY if os.access(MEMORY, os.W_OK) else None) as folder,
           subprocess.Popen(["bash", "-c", trap]) as proxy):
         try:
-            with ProcessPoolExecutor(2, None, start_worker, (folder, proxy.pid)) as pool:
+            with ProcessPoolExecutor(2, None, start_worker, (folder, proxy.pid, trial)) as pool:
                 yield from zip(cases, pool.map(try_case, cases, [every] * len(cases)))
         finally:
             proxy.kill()
@@ -336,11 +386,13 @@ def try_all(cases, every):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--every", type=int, default=1, help="try one point in so many")
+    parser.add_argument("--changes", action="store_true", help="keep changes, and kill alone")
     parser.add_argument("request", nargs="*", help="how the names of requests begin (default: all)")
     options = parser.parse_args()
     cases = [case for case in CASES if case.name.startswith(tuple(options.request) or "")]
     tried, failed, costs = Counter(), Counter(), []
-    for case, (points, complaints, (early, replaced, fsyncs)) in try_all(cases, options.every):
+    for case, (points, complaints, (early, replaced, fsyncs)) in try_all(
+            cases, options.every, KeptTrial if options.changes else Trial):
         tried[case.page] += points
         failed[case.page] += len(complaints)
         print(f"{case.name}: {points} points, {len(complaints)} complaints", flush=True)

@@ -1,0 +1,127 @@
+"""Changes are kept, looked at, taken back after a crash and undone."""
+
+import re
+
+import pytest
+
+from appliance import RECORD, SETTINGS, WAN, told
+
+CHANGES = "/var/lib/quillstead-admin/changes"
+SERVICES = "nat_conn.htm"
+ADMIN = {"REMOTE_USER": "admin", "REMOTE_ADDR": "192.168.1.7"}
+TIME = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d UTC"
+
+
+@pytest.fixture
+def kept(saved):
+    saved.at(CHANGES).mkdir(parents=True)
+    saved.stub_scripts()
+    return saved
+
+
+def save(appliance, page, env=ADMIN, **fields):
+    return appliance.post({"this_file": page, "todo": "save", "next_file": page, **fields}, env)
+
+
+def settings(appliance):
+    """All files but those of the changes and the state of links."""
+    return {path: (content, appliance.at(path).lstat().st_mode) for path, content in appliance.snapshot().items()
+            if not path.startswith((CHANGES, "/tmp/"))}
+
+
+def three_saves(appliance):
+    save(appliance, SERVICES, internet_access="checked", access_method="WAN Port - PPPoE", enable_dmz="checked")
+    save(appliance, "wan_ppp.htm", ppp_ac_name="joe", ppp_ac_pwd="pw4711")
+    save(appliance, "nat_vs.htm", vs_web_enable="checked", vs_web_1="10", vs_web_2="0", vs_web_3="0", vs_web_4="9")
+
+
+def undo(appliance, number, **fields):
+    return appliance.post({"this_file": "history.htm", "todo": "undo", "change": number, **fields}, ADMIN)
+
+
+def test_a_change_is_shown_in_words(kept):
+    three_saves(kept)
+    shown = kept.get("next_file=history.htm&change=2").shown
+    assert re.findall("<td nowrap>(.*)</td>", shown["history_list"])[::6] == ["3", "2", "1"]
+    assert re.search(f"(?s)3</td>\n<td nowrap>{TIME}</td>\n<td nowrap>admin from 192.168.1.7</td>\n"
+                     "<td nowrap>nat_vs.htm</td>\n<td nowrap>save</td>\n<td nowrap>accepted</td>",
+                     shown["history_list"])
+    assert re.fullmatch(f"Change 2, {TIME}", shown["history_title"])
+    assert shown["history_summary"] == "wan_ppp.htm, save, by admin from 192.168.1.7: accepted"
+    assert "/etc/ppp/pap-secrets\nchanged\n" in shown["history_files"] and "pw4711" not in str(shown)
+    assert shown["history_later"] == "3"
+    newest = kept.view("history.htm").shown
+    assert f"{RECORD}\nWeb: 0 → 1\nWebIP:  → 10.0.0.9\n" in newest["history_files"]
+    assert "@@" in newest["history_files"] and "\n+ipvsadm -A -t $extip:80" in newest["history_files"]
+    first = kept.get("next_file=history.htm&change=1").shown
+    assert "\n0 /usr/sbin/adsl-start\n" in first["history_commands"]
+    names = kept.read(f"{CHANGES}/000002/request").splitlines()[5:]
+    assert names == ["next_file", "ppp_ac_name", "ppp_ac_pwd", "this_file", "todo"]
+
+
+def test_three_saves_are_undone_in_one_step_and_done_again(kept):
+    before = settings(kept)
+    three_saves(kept)
+    after = settings(kept)
+    result = undo(kept, 1)
+    assert (result.page, result.message) == ("history.htm", told(79))
+    assert settings(kept) == before
+    assert "/usr/sbin/adsl-start" not in result.commands and "/sbin/ipvsadm -C" in result.commands
+    assert undo(kept, 4).message == told(79)
+    assert settings(kept) == after
+
+
+def test_what_was_edited_by_hand_is_named_and_overwritten_when_asked_twice(kept):
+    save(kept, SERVICES, enable_telnet="unchecked")
+    save(kept, "nat_vs.htm", vs_web_enable="checked", vs_web_1="10", vs_web_2="0", vs_web_3="0", vs_web_4="9")
+    kept.write(RECORD, kept.read(RECORD) + "x=1\n", 0o600)
+    result = undo(kept, 2)
+    assert (result.message, result.shown["history_overwrite"]) == (told(78, RECORD), "yes")
+    assert not result.changed and undo(kept, 2, overwrite="yes").message == told(79)
+    assert "Web=0\n" in kept.read(RECORD) and "x=1" not in kept.read(RECORD)
+    assert undo(kept, 99).message == told(77)
+
+
+def test_a_stale_page_is_refused_once(kept):
+    """Saves of other groups do not matter, nor those that were refused."""
+    save(kept, "wan_dc.htm", wan_ip_type="fixed", dns1_ip_1="9")
+    save(kept, SERVICES, enable_dmz="checked")
+    stale = {"enable_ftp": "checked", "typed": "mine"}
+    assert "Status" not in save(kept, "wan_ppp.htm", seen=1, ppp_ac_name="joe").headers
+    result = save(kept, "nat_vs.htm", seen=1, **stale)
+    assert result.headers["Status"] == "409 Conflict" and (result.page, result.changed) == ("nat_vs.htm", {})
+    assert re.fullmatch(re.escape(told(76)).replace("%s", "admin", 1).replace("%s", TIME), result.message)
+    assert result.shown["typed"] == "mine"
+    assert "Status" not in save(kept, "nat_vs.htm", seen=kept.view("seen.htm").body or 3, **stale).headers
+
+
+def test_a_full_disk_under_the_history_refuses_the_save(kept):
+    before = settings(kept)
+    kept.disk = 5000
+    result = save(kept, SERVICES, enable_dmz="checked", **{"x" * 6000: ""})
+    assert result.message == told(64, f"{CHANGES}/")
+    assert settings(kept) == before and not list(kept.at(CHANGES).iterdir())
+
+
+def test_at_most_so_many_changes_are_kept(kept):
+    for n in range(70):
+        save(kept, "nat_vs.htm", vs_web_enable="un" * (n % 2) + "checked", vs_web_1="10", vs_web_2="0",
+             vs_web_3="0", vs_web_4="9")
+    numbers = sorted(path.name for path in kept.at(CHANGES).iterdir())
+    assert numbers == [*(f"{n:06}" for n in range(7, 71)), "newest"]
+
+
+@pytest.mark.parametrize("damage", ["request", "1", "1.of"])
+def test_a_damaged_change_is_named_and_stops_nothing(kept, damage):
+    save(kept, SERVICES, enable_dmz="checked")
+    kept.at(f"{CHANGES}/000001/{damage}").unlink()
+    assert undo(kept, 1).message == told(77 if damage != "1.of" else 79)
+    assert save(kept, SERVICES, enable_dmz="unchecked").message == ""
+    if damage != "1.of":
+        assert "<td nowrap>damaged</td>" in kept.view("history.htm").shown["history_list"]
+
+
+def test_without_the_folder_nothing_is_kept(saved):
+    result = save(saved, SERVICES, enable_dmz="checked")
+    assert result.message == "" and saved.keys(RECORD)["DMZ"] == "1" and SETTINGS and WAN
+    assert saved.view("history.htm").shown["history_list"] == ""
