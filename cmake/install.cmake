@@ -16,15 +16,24 @@ install(DIRECTORY DESTINATION ${NAT_DOC_DIR})
 # Settings pass through the page folder, and a program that may look into it can keep every request waiting.
 install(DIRECTORY DESTINATION ${NAT_STATE_DIR}/www DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
 
+# The history of changes, with old files, which may hold passwords.
+install(DIRECTORY DESTINATION /var/lib/quillstead-admin DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+install(DIRECTORY DESTINATION /var/lib/quillstead-admin/changes
+    DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+
 configure_file(deploy/install-factory.in install-factory @ONLY)
-install(PROGRAMS $<TARGET_FILE:nat.cgi> ${PROJECT_BINARY_DIR}/install-factory DESTINATION ${NAT_PROGRAM_DIR})
+configure_file(deploy/at-boot.in at-boot @ONLY)
+install(PROGRAMS $<TARGET_FILE:nat.cgi> ${PROJECT_BINARY_DIR}/install-factory ${PROJECT_BINARY_DIR}/at-boot
+    DESTINATION ${NAT_PROGRAM_DIR})
+configure_file(deploy/quillstead-admin.service.in quillstead-admin.service @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/quillstead-admin.service DESTINATION /usr/lib/systemd/system)
 install(DIRECTORY ${page_folder}/ DESTINATION ${NAT_STATE_DIR}/www
     DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
 # A web server that finds a file of this name in the page folder runs the program there.
 file(WRITE ${PROJECT_BINARY_DIR}/page/nat.cgi "")
 install(FILES ${PROJECT_BINARY_DIR}/page/nat.cgi DESTINATION ${NAT_STATE_DIR}/www)
 # What an appliance's owner needs. The others are for those who have the sources.
-install(FILES docs/installing.md docs/servers.md docs/files.md docs/templates.md DESTINATION ${NAT_DOC_DIR})
+install(FILES docs/installing.md docs/servers.md docs/files.md docs/changes.md docs/templates.md DESTINATION ${NAT_DOC_DIR})
 
 # Configuration is never part of a package, or an upgrade would replace it: its copies are, and
 # install-factory puts in place what is missing. The factory's logs are the practice appliance's alone.

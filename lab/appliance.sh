@@ -76,6 +76,8 @@ trap 'exit 0' INT TERM
 
 touch "$root/var/log/practice.log"
 : >"$root/var/log/httpd.log"
+"${enter[@]}" /bin/sh -c 'cd /www; REQUEST_METHOD=GET QUERY_STRING=next_file=history.htm \
+    exec /usr/lib/quillstead/nat.cgi' >/dev/null 2>&1 </dev/null || true
 "${enter[@]}" /etc/rc.d/rc.wan >/dev/null 2>&1 </dev/null || true
 "${enter[@]}" /bin/busybox httpd -f -vv -p "127.0.0.1:$port" -h /www -c /etc/httpd.conf \
     </dev/null >"$root/var/log/httpd.log" 2>&1 &

@@ -16,7 +16,8 @@ BUILD = PROJECT / "build/release"
 PACKAGES = PROJECT / "build/package"
 INSTALL_FACTORY = "usr/lib/quillstead/install-factory"
 PAGES, SHARE, DOC = "var/lib/quillstead/www", "usr/share/quillstead/factory", "usr/share/doc/quillstead-admin"
-SYSTEM = ("usr", "usr/lib", "usr/share", "usr/share/doc", "var", "var/lib")  # the umask's, where missing
+PRIVATE_FOLDERS = PAGES, "var/lib/quillstead-admin", "var/lib/quillstead-admin/changes"
+SYSTEM = ("usr", "usr/lib/systemd", "usr/lib/systemd/system", "usr/lib", "usr/share", "usr/share/doc", "var", "var/lib")  # the umask's, where missing
 PRIVATE = ("pap-secrets", "chap-secrets", "CGI_nat.conf", "lighttpd.conf", "httpd.conf")
 SCRIPTS = ("ip-up", "ip-down", "pppon", "rc.ac_ctrl", "rc.firewall", "rc.service", "rc.wan")
 
@@ -29,11 +30,12 @@ CONFIGURATION = {
     place: 0o600 if Path(place).name in PRIVATE else 0o755 if Path(place).name in SCRIPTS else 0o644
     for place in FACTORY
 }
-PROGRAM = {"usr/lib/quillstead/nat.cgi": 0o755, INSTALL_FACTORY: 0o755} | dict.fromkeys(
+PROGRAM = {"usr/lib/quillstead/nat.cgi": 0o755, INSTALL_FACTORY: 0o755, "usr/lib/quillstead/at-boot": 0o755} | dict.fromkeys(
     [f"{PAGES}/nat.cgi"]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "pages").glob("*.htm")]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "www").iterdir()]
-    + [f"{DOC}/{name}.md" for name in ("installing", "servers", "files", "templates")]
+    + [f"{DOC}/{name}.md" for name in ("installing", "servers", "files", "changes", "templates")]
+    + ["usr/lib/systemd/system/quillstead-admin.service"]
     + [f"{SHARE}/{place}" for place in FACTORY],
     0o644,
 )
@@ -60,7 +62,7 @@ def test_install_and_upgrade(tmp_path, umask):
 
     assert install() == PROGRAM | CONFIGURATION
     folders = modes(root, lambda path: path.is_dir() and str(path.relative_to(root)) not in SYSTEM)
-    assert folders.pop(PAGES) == 0o700 and set(folders.values()) == {0o755}
+    assert {folders.pop(name) for name in PRIVATE_FOLDERS} == {0o700} and set(folders.values()) == {0o755}
     for text in (root / DOC).iterdir():  # what they name is there
         links = re.findall(r'(?:\]\(|src=")(?!http)([^)"#]*)', text.read_text())
         assert [link for link in links if not (text.parent / link).exists()] == []
@@ -104,7 +106,7 @@ def test_packages(packages, tmp_path):
         assert {each.name.removeprefix("./"): each.mode for each in members if each.isfile()} == PROGRAM
         assert {(each.uid, each.gid, each.uname, each.gname) for each in members} == {(0, 0, "root", "root")}
         folders = {each.name.removeprefix("./"): each.mode for each in members if each.isdir()}
-        assert folders.pop(PAGES) == 0o700 and set(folders.values()) == {0o755}
+        assert {folders.pop(name) for name in PRIVATE_FOLDERS} == {0o700} and set(folders.values()) == {0o755}
     with tarfile.open(archive) as tar:
         # Folders that the appliance has already would take over mode and owner from the archive.
         assert [each.name for each in tar if each.isdir() and "/quillstead" not in each.name] == []
