@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -68,23 +69,113 @@ Written noted(Written how, const std::string& path) {
 
 // ---- reading ----
 
-LineReader::LineReader(const std::string& path, std::size_t limit) : path_(path), limit_(limit) {
-    Descriptor file = open_regular(path, O_RDONLY);
-    if (file.is_open())
-        file_.reset(fdopen(file.release(), "r"));
-    else if (means_missing(errno))
-        return;
-    if (!file_) fail_to_read(path);
+namespace {
+
+// The longest file whose text is kept. All settings, scripts and templates are shorter.
+constexpr off_t kMostKept = 65536;
+
+struct Kept {
+    std::string path;
+    FileText text;
+};
+
+std::vector<Kept>& kept() {
+    static std::vector<Kept> files;
+    return files;
+}
+
+bool is_worth_keeping(const std::string& path, off_t size) {
+    return size <= kMostKept && path.find("/tmp/") == std::string::npos;
+}
+
+// Opens a file to be read; not open: there is no such file.
+Descriptor open_to_read(const std::string& path, off_t& size) {
+    Descriptor file = open_regular(path, O_RDONLY, size);
+    if (!file.is_open() && !means_missing(errno)) fail_to_read(path);
+    return file;
+}
+
+// Appends at most so many characters of a file to a text; returns how many came before its end.
+std::size_t read_more(const Descriptor& file, const std::string& path, std::string& text,
+                      std::size_t most) {
+    const std::size_t before = text.size();
+    text.resize(before + most);
+    std::size_t size = before;
+    ssize_t got = 1;
+    while (size < text.size() && got > 0) {
+        got = read_some(file.get(), text.data() + size, text.size() - size);
+        if (got < 0) fail_to_read(path);
+        size += static_cast<std::size_t>(got);
+    }
+    text.resize(size);
+    return size - before;
+}
+
+// What is in a file. The size that it had when it was opened spares the search for its end, except
+// where the kernel makes the text up.
+std::string read_whole(const Descriptor& file, const std::string& path, off_t size) {
+    std::string text;
+    if (size > 0)
+        read_more(file, path, text, static_cast<std::size_t>(size));
+    else
+        while (read_more(file, path, text, kBlock) > 0) continue;
+    return text;
+}
+
+FileText find_kept(const std::string& path) {
+    const auto found = std::ranges::find(kept(), path, &Kept::path);
+    return found == kept().end() ? nullptr : found->text;
+}
+
+FileText keep(const std::string& path, Descriptor file, off_t size) {
+    auto text = std::make_shared<const std::string>(read_whole(file, path, size));
+    if (is_worth_keeping(path, size)) kept().push_back({path, text});
+    return text;
+}
+
+}  // namespace
+
+FileText file_text(const std::string& path) {
+    if (FileText text = find_kept(path)) return text;
+    off_t size = 0;
+    Descriptor file = open_to_read(path, size);
+    return file.is_open() ? keep(path, std::move(file), size) : nullptr;
+}
+
+void forget_file(const std::string& path) {
+    std::erase_if(kept(), [&](const Kept& file) { return file.path == path; });
+}
+
+void forget_files() { kept().clear(); }
+
+LineReader::LineReader(const std::string& path, std::size_t limit)
+    : path_(path), limit_(limit), whole_(find_kept(path)) {
+    off_t size = 0;
+    if (!whole_) file_ = open_to_read(path, size);
+    if (file_.is_open() && is_worth_keeping(path, size))
+        whole_ = keep(path, std::move(file_), size);
+    if (whole_) rest_ = *whole_;
+}
+
+// Reads another block behind what is left; false at the end of the file.
+bool LineReader::read_on() {
+    if (whole_) return false;
+    const std::size_t left = rest_.size();
+    block_.erase(0, block_.size() - left);
+    read_more(file_, path_, block_, kBlock);
+    rest_ = block_;
+    return rest_.size() > left;
 }
 
 bool LineReader::next() {
-    piece_.clear();
-    int c = EOF;
-    while (piece_.size() < limit_ && (c = getc_unlocked(file_.get())) != EOF) {
-        piece_ += static_cast<char>(c);
-        if (c == '\n') break;
-    }
-    if (c == EOF && std::ferror(file_.get())) fail_to_read(path_);
+    std::size_t size = 0;
+    std::size_t feed = std::string_view::npos;
+    do {
+        feed = rest_.substr(0, limit_).find('\n', size);
+        size = std::min(rest_.size(), limit_);
+    } while (feed == std::string_view::npos && size < limit_ && read_on());
+    piece_ = rest_.substr(0, feed == std::string_view::npos ? limit_ : feed + 1);
+    rest_.remove_prefix(piece_.size());
     return !piece_.empty();
 }
 
@@ -109,21 +200,16 @@ std::optional<std::string> read_first_line(const std::string& path, std::size_t 
 }
 
 std::optional<std::string> read_file(const std::string& path, std::size_t limit) {
-    const Descriptor file = open_regular(path, O_RDONLY);
-    if (!file.is_open()) {
-        if (means_missing(errno)) return std::nullopt;
-        fail_to_read(path);
+    if (limit == LineReader::kWholeLines) {
+        const FileText text = file_text(path);
+        return text ? std::optional(*text) : std::nullopt;
     }
-    std::string text;
-    std::array<char, 32768> block;  // any template comes in one piece
-    while (text.size() < limit) {
-        const ssize_t got =
-            read_some(file.get(), block.data(), std::min(block.size(), limit - text.size()));
-        if (got < 0) fail_to_read(path);
-        if (got == 0) break;
-        text.append(block.data(), static_cast<std::size_t>(got));
-    }
-    return text;
+    off_t size = 0;
+    const Descriptor file = open_to_read(path, size);
+    if (!file.is_open()) return std::nullopt;
+    std::string beginning;
+    read_more(file, path, beginning, limit);
+    return beginning;
 }
 
 // ---- writing ----
@@ -263,6 +349,7 @@ Written Replacement::put_in_place() {
     }
     removable_ = !renamed && hidden_;
     if (!renamed) return fail(Written::not_renamed);
+    forget_file(target_);
     // The new file is there; whether a power cut would leave it there is not known.
     if (!flush_folder(folder_of(target_))) note_failure(Failure::cannot_write, target_);
     return Written::done;
@@ -279,6 +366,7 @@ Written replace_file(const std::string& target, std::string_view text, mode_t mo
 Written empty_file(const std::string& path) {
     Descriptor file = open_regular(path, O_WRONLY);
     if (!file.is_open() && means_missing(errno)) return Written::missing;
+    forget_file(path);
     const bool emptied = file.is_open() && ftruncate(file.get(), 0) == 0 && fsync(file.get()) == 0;
     return file.reset() && emptied ? Written::done : noted(Written::not_written, path);
 }
@@ -291,6 +379,7 @@ Written write_anew(const std::string& path, std::string_view text) {
 }
 
 Written remove_file(const std::string& path) {
+    forget_file(path);
     if (may_change(path) && (unlink(path.c_str()) == 0 || means_missing(errno)))
         return Written::done;
     return noted(Written::not_written, path);

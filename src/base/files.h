@@ -21,6 +21,20 @@ inline constexpr mode_t kPlainMode = 0644;
 inline constexpr mode_t kSecretMode = 0600;  // everything that passwords stand in or pass through
 
 // ---- reading; what is there and cannot be read throws Unreadable ----
+//
+// A file is read once: its text is kept, unless it is long or lies in a folder "tmp", where others
+// leave what they say. So all parts of a request see the same content, until the request itself
+// changes the file or runs a command.
+
+using FileText = std::shared_ptr<const std::string>;
+
+// The whole text of a file; null: there is no such file.
+FileText file_text(const std::string& path);
+
+// Forgets the text of a file that has changed, or all of them: run_command does, as commands write
+// files.
+void forget_file(const std::string& path);
+void forget_files();
 
 // Reads a text file in pieces: a line with its line end, or, where the line is longer than the
 // limit, so many characters of it at a time.
@@ -30,23 +44,27 @@ public:
 
     // Opens `path` (open_regular); not open: there is no such file. `limit`: characters of a piece.
     explicit LineReader(const std::string& path, std::size_t limit = kWholeLines);
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
 
-    [[nodiscard]] bool is_open() const { return file_ != nullptr; }
+    [[nodiscard]] bool is_open() const { return whole_ || file_.is_open(); }
     // Reads the next piece; false at the end of the file.
     bool next();
-    // The piece, with its line end when it holds one.
-    [[nodiscard]] const std::string& piece() const { return piece_; }
+    // The piece, with its line end when it holds one; it stands until the next one is read.
+    [[nodiscard]] std::string_view piece() const { return piece_; }
     // The piece without its line feed.
     [[nodiscard]] std::string_view text() const;
 
 private:
-    struct Close {
-        void operator()(FILE* file) const { std::fclose(file); }
-    };
+    bool read_on();
+
     std::string path_;
-    std::unique_ptr<FILE, Close> file_;
     std::size_t limit_;
-    std::string piece_;
+    FileText whole_;   // of a file that is kept
+    Descriptor file_;  // of another one, which is read a block at a time
+    std::string block_;
+    std::string_view rest_;  // what was read, but not taken yet
+    std::string_view piece_;
 };
 
 // True when there is such a file, whatever it is; a link that leads nowhere is none.

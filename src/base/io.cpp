@@ -29,6 +29,11 @@ bool Descriptor::reset(int fd) {
 }
 
 Descriptor open_regular(const std::string& path, int flags) {
+    off_t size = 0;
+    return open_regular(path, flags, size);
+}
+
+Descriptor open_regular(const std::string& path, int flags, off_t& size) {
     // A pipe that somebody has put in a file's place would keep the request waiting.
     flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     Descriptor file(open(path.c_str(), flags | O_NOFOLLOW));
@@ -43,6 +48,7 @@ Descriptor open_regular(const std::string& path, int flags) {
         reason = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
     else if (may_be_a_strangers(path, status))
         reason = EPERM;
+    size = status.st_size;
     if (reason != 0) {
         file.reset();
         errno = reason;

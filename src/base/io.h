@@ -40,6 +40,9 @@ private:
 // write, no link is followed, and in /tmp the file must be the program's own user's: a stranger may
 // have put it there. errno tells why it is not open.
 Descriptor open_regular(const std::string& path, int flags);
+// The same, and how many bytes the file has now; 0 also for one that the kernel makes up as it is
+// read.
+Descriptor open_regular(const std::string& path, int flags, off_t& size);
 
 // Where the file itself lies: behind a link, and the links behind that, as far as each lies in a
 // folder that only the program's own user may write. Firmware images keep files on flash so.

@@ -14,7 +14,7 @@ std::optional<std::string> find_message(const char* file, int number) try {
     const std::string prefix = std::to_string(number) + "-";  // so that 1 does not find 10
     LineReader in(file);
     while (in.is_open() && in.next())
-        if (in.piece().starts_with(prefix)) return in.piece().substr(prefix.size());
+        if (in.piece().starts_with(prefix)) return std::string(in.piece().substr(prefix.size()));
     return std::nullopt;
 } catch (const Unreadable&) {
     return std::nullopt;

@@ -13,32 +13,17 @@ namespace {
 
 constexpr char kSetTmpF[] = "/tmp/setstr.tmp";
 
-// Takes the next piece of a line, with its line end, off the front of a file's content. The rest of
-// a line that is too long is read as a line of its own.
-std::string_view take_piece(std::string_view& rest) {
-    const std::size_t line = rest.find('\n');
-    const std::size_t length = line == std::string_view::npos ? rest.size() : line + 1;
-    const std::string_view piece = rest.substr(0, std::min(length, kProfileLine));
-    rest.remove_prefix(piece.size());
-    return piece;
+// The first line with a key that begins so. That is meant: one reader serves files with sections
+// and without, and what stands between the beginning and the "=" does not count. So writers put no
+// key behind a longer one that begins with it (ppp_conf.cpp).
+const Profile::Line* find_by_prefix(std::string_view key, const Profile* stream) {
+    if (!stream) return nullptr;
+    for (const Profile::Line& line : stream->lines())
+        if (line.equals >= key.size() && line.text.starts_with(key)) return &line;
+    return nullptr;
 }
 
-// The value of the first line with a key that begins so, without its line feed. That is meant: one
-// reader serves files with sections and without, and what stands between the beginning and the "="
-// does not count. So writers put no key behind a longer one that begins with it (ppp_conf.cpp).
-std::optional<std::string_view> find_by_prefix(std::string_view key, const Profile* stream) {
-    std::string_view rest = stream ? stream->content() : "";
-    while (!rest.empty()) {
-        std::string_view piece = take_piece(rest);
-        if (piece.size() < key.size() || std::memcmp(piece.data(), key.data(), key.size()) != 0)
-            continue;
-        const std::size_t equals = piece.find('=');
-        if (equals == std::string_view::npos || equals < key.size()) continue;
-        if (piece.ends_with('\n')) piece.remove_suffix(1);
-        return piece.substr(equals + 1);
-    }
-    return std::nullopt;
-}
+std::string_view value_of(const Profile::Line& line) { return line.text.substr(line.equals + 1); }
 
 bool has_key(std::string_view line, std::string_view key) {
     return line.starts_with(key) && line.substr(key.size()).starts_with('=');
@@ -65,27 +50,38 @@ std::size_t index_of_key(std::string_view line, std::span<const Setting> setting
 
 }  // namespace
 
+Profile::Profile(FileText text) : text_(std::move(text)) {
+    for (std::string_view rest = *text_; !rest.empty();) {
+        const std::string_view piece = rest.substr(0, kProfileLine);
+        const std::size_t size = std::min(piece.find('\n'), piece.size() - 1) + 1;
+        const std::size_t equals = piece.substr(0, size).find('=');
+        if (equals != std::string_view::npos)
+            lines_.push_back(
+                {piece.substr(0, size - piece.substr(0, size).ends_with('\n')), equals});
+        rest.remove_prefix(size);
+    }
+}
+
 std::optional<Profile> Profile::open(const std::string& path) {
-    std::optional<std::string> content = read_file(path);
-    if (!content) return std::nullopt;
-    return Profile(std::move(*content));
+    FileText text = file_text(path);
+    return text ? std::optional(Profile(std::move(text))) : std::nullopt;
 }
 
 int GetProfileString(std::string_view key, std::string_view fallback, std::span<char> out,
                      const Profile* stream) {
-    const std::optional<std::string_view> value = find_by_prefix(key, stream);
-    copy_text(out, value.value_or(fallback));
-    return value.has_value();
+    const Profile::Line* line = find_by_prefix(key, stream);
+    copy_text(out, line ? value_of(*line) : fallback);
+    return line != nullptr;
 }
 
 int GetProfileInt(std::string_view key, int fallback, const Profile* stream) {
-    const std::optional<std::string_view> value = find_by_prefix(key, stream);
-    return value ? to_int(*value) : fallback;
+    const Profile::Line* line = find_by_prefix(key, stream);
+    return line ? to_int(value_of(*line)) : fallback;
 }
 
 long GetProfileLong(std::string_view key, long fallback, const Profile* stream) {
-    const std::optional<std::string_view> value = find_by_prefix(key, stream);
-    return value ? to_long(*value) : fallback;
+    const Profile::Line* line = find_by_prefix(key, stream);
+    return line ? to_long(value_of(*line)) : fallback;
 }
 
 // The generator is not seeded, so a request's first name is always the same one. It need be neither
@@ -171,11 +167,9 @@ Written SetFileString(std::string_view key, std::optional<std::string_view> valu
 int GetStrByKey(std::string_view key, std::span<char> out, const Profile* stream) {
     if (!stream || out.empty()) return -1;
     copy_text(out, "");
-    std::string_view rest = stream->content();
-    while (!rest.empty()) {
-        const std::string_view piece = take_piece(rest);
-        if (!has_key(piece, key)) continue;
-        copy_text(out, without_line_end(piece.substr(key.size() + 1)));
+    for (const Profile::Line& line : stream->lines()) {
+        if (!has_key(line.text, key)) continue;
+        copy_text(out, without_line_end(line.text.substr(key.size() + 1)));
         return 0;
     }
     return 1;

@@ -12,23 +12,33 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "base/files.h"
 #include "base/text.h"
 #include "base/written.h"
 
 // Most characters that the key=value readers take of a line.
 inline constexpr std::size_t kProfileLine = 275;
 
-// An open key=value file: its content at the moment of opening, or what a program printed so.
+// An open key=value file, or what a program printed so: its lines at the moment of opening.
 class Profile {
 public:
+    // A line that sets a key, without its line feed. Of one that is too long, so much as is read at
+    // a time; what follows is a line of its own.
+    struct Line {
+        std::string_view text;
+        std::size_t equals;  // where its first "=" is
+    };
+
     // Nothing when there is no such file; one that cannot be read throws Unreadable (files.h).
     static std::optional<Profile> open(const std::string& path);
-    explicit Profile(std::string content) : content_(std::move(content)) {}
-    [[nodiscard]] std::string_view content() const { return content_; }
+    explicit Profile(FileText text);
+    [[nodiscard]] std::span<const Line> lines() const { return lines_; }
 
 private:
-    std::string content_;
+    FileText text_;
+    std::vector<Line> lines_;
 };
 
 // ---- reading ----

@@ -41,7 +41,8 @@ int show_link(ValueText& value, bool up) { return show(value, up ? "Established"
 std::string rest_of_line(const char* path, std::string_view beginning, std::string_view fallback) {
     LineReader in(path, kLine);
     while (in.is_open() && in.next())
-        if (in.piece().starts_with(beginning)) return in.piece().substr(beginning.size());
+        if (in.piece().starts_with(beginning))
+            return std::string(in.piece().substr(beginning.size()));
     return std::string(fallback);
 }
 
