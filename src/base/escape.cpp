@@ -1,22 +1,39 @@
 #include "base/escape.h"
 
 #include <algorithm>
-#include <array>
 
 namespace {
 
-constexpr std::string_view kSpecial = "&<>\"'";
-constexpr std::array<std::string_view, kSpecial.size()> kReferences = {"&amp;", "&lt;", "&gt;",
-                                                                       "&quot;", "&#39;"};
+using namespace std::string_view_literals;
+
+// What stands for a character; nothing for one that stands for itself.
+constexpr std::string_view reference_to(char c) {
+    switch (c) {
+        case '&':
+            return "&amp;"sv;
+        case '<':
+            return "&lt;"sv;
+        case '>':
+            return "&gt;"sv;
+        case '"':
+            return "&quot;"sv;
+        case '\'':
+            return "&#39;"sv;
+        default:
+            return {};
+    }
+}
 
 void append_escaped(std::string& page, std::string_view text) {
-    for (auto at = text.find_first_of(kSpecial); at != text.npos;
-         at = text.find_first_of(kSpecial)) {
-        page += text.substr(0, at);
-        page += kReferences[kSpecial.find(text[at])];
-        text.remove_prefix(at + 1);
+    std::size_t plain = 0;  // where the characters begin that stand for themselves
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string_view reference = reference_to(text[i]);
+        if (reference.empty()) continue;
+        page += text.substr(plain, i - plain);
+        page += reference;
+        plain = i + 1;
     }
-    page += text;
+    page += text.substr(plain);
 }
 
 // The generators write markup at the beginning and end of a line only, and what they show has no

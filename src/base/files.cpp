@@ -84,6 +84,11 @@ std::vector<Kept>& kept() {
     return files;
 }
 
+FileText find_kept(const std::string& path) {
+    const auto found = std::ranges::find(kept(), path, &Kept::path);
+    return found == kept().end() ? FileText() : found->text;
+}
+
 bool is_worth_keeping(const std::string& path, off_t size) {
     return size <= kMostKept && path.find("/tmp/") == std::string::npos;
 }
@@ -95,40 +100,31 @@ Descriptor open_to_read(const std::string& path, off_t& size) {
     return file;
 }
 
-// Appends at most so many characters of a file to a text; returns how many came before its end.
-std::size_t read_more(const Descriptor& file, const std::string& path, std::string& text,
-                      std::size_t most) {
-    const std::size_t before = text.size();
-    text.resize(before + most);
-    std::size_t size = before;
+// Reads at most so many bytes of a file; returns how many came before its end.
+std::size_t read_up_to(const Descriptor& file, const std::string& path, std::span<char> out) {
+    std::size_t size = 0;
     ssize_t got = 1;
-    while (size < text.size() && got > 0) {
-        got = read_some(file.get(), text.data() + size, text.size() - size);
+    while (size < out.size() && got > 0) {
+        got = read_some(file.get(), out.data() + size, out.size() - size);
         if (got < 0) fail_to_read(path);
         size += static_cast<std::size_t>(got);
     }
-    text.resize(size);
-    return size - before;
+    return size;
 }
 
-// What is in a file. The size that it had when it was opened spares the search for its end, except
-// where the kernel makes the text up.
-std::string read_whole(const Descriptor& file, const std::string& path, off_t size) {
-    std::string text;
-    if (size > 0)
-        read_more(file, path, text, static_cast<std::size_t>(size));
-    else
-        while (read_more(file, path, text, kBlock) > 0) continue;
-    return text;
+// Appends at most so many bytes of a file to a text.
+void read_more(const Descriptor& file, const std::string& path, std::string& text,
+               std::size_t most) {
+    const std::size_t before = text.size();
+    text.resize(before + most);
+    text.resize(before + read_up_to(file, path, std::span(text).subspan(before)));
 }
 
-FileText find_kept(const std::string& path) {
-    const auto found = std::ranges::find(kept(), path, &Kept::path);
-    return found == kept().end() ? nullptr : found->text;
-}
-
-FileText keep(const std::string& path, Descriptor file, off_t size) {
-    auto text = std::make_shared<const std::string>(read_whole(file, path, size));
+// Reads so much of a file as there was when it was opened: settings are replaced, they do not grow.
+FileText read_whole(const Descriptor& file, const std::string& path, off_t size) {
+    const auto room = static_cast<std::size_t>(size);
+    const auto bytes = std::make_shared_for_overwrite<char[]>(room);
+    const FileText text(bytes, read_up_to(file, path, {bytes.get(), room}));
     if (is_worth_keeping(path, size)) kept().push_back({path, text});
     return text;
 }
@@ -138,8 +134,8 @@ FileText keep(const std::string& path, Descriptor file, off_t size) {
 FileText file_text(const std::string& path) {
     if (FileText text = find_kept(path)) return text;
     off_t size = 0;
-    Descriptor file = open_to_read(path, size);
-    return file.is_open() ? keep(path, std::move(file), size) : nullptr;
+    const Descriptor file = open_to_read(path, size);
+    return file.is_open() ? read_whole(file, path, size) : FileText();
 }
 
 void forget_file(const std::string& path) {
@@ -152,9 +148,12 @@ LineReader::LineReader(const std::string& path, std::size_t limit)
     : path_(path), limit_(limit), whole_(find_kept(path)) {
     off_t size = 0;
     if (!whole_) file_ = open_to_read(path, size);
-    if (file_.is_open() && is_worth_keeping(path, size))
-        whole_ = keep(path, std::move(file_), size);
-    if (whole_) rest_ = *whole_;
+    // What the kernel makes up as it is read has no size.
+    if (file_.is_open() && size > 0 && is_worth_keeping(path, size)) {
+        whole_ = read_whole(file_, path, size);
+        file_.reset();
+    }
+    rest_ = whole_.view();
 }
 
 // Reads another block behind what is left; false at the end of the file.
@@ -202,13 +201,13 @@ std::optional<std::string> read_first_line(const std::string& path, std::size_t 
 std::optional<std::string> read_file(const std::string& path, std::size_t limit) {
     if (limit == LineReader::kWholeLines) {
         const FileText text = file_text(path);
-        return text ? std::optional(*text) : std::nullopt;
+        return text ? std::optional(std::string(text.view())) : std::nullopt;
     }
     off_t size = 0;
     const Descriptor file = open_to_read(path, size);
     if (!file.is_open()) return std::nullopt;
     std::string beginning;
-    read_more(file, path, beginning, limit);
+    read_more(file, path, beginning, std::min(limit, static_cast<std::size_t>(size)));
     return beginning;
 }
 

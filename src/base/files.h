@@ -26,9 +26,22 @@ inline constexpr mode_t kSecretMode = 0600;  // everything that passwords stand 
 // leave what they say. So all parts of a request see the same content, until the request itself
 // changes the file or runs a command.
 
-using FileText = std::shared_ptr<const std::string>;
+// The text of a file, for as long as somebody holds it; false: there is no such file.
+class FileText {
+public:
+    FileText() = default;
+    FileText(std::shared_ptr<const char[]> bytes, std::size_t size)
+        : bytes_(std::move(bytes)), size_(size) {}
 
-// The whole text of a file; null: there is no such file.
+    explicit operator bool() const { return bytes_ != nullptr; }
+    [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
+
+private:
+    std::shared_ptr<const char[]> bytes_;
+    std::size_t size_ = 0;
+};
+
+// The whole text of a file.
 FileText file_text(const std::string& path);
 
 // Forgets the text of a file that has changed, or all of them: run_command does, as commands write
@@ -47,7 +60,7 @@ public:
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
 
-    [[nodiscard]] bool is_open() const { return whole_ || file_.is_open(); }
+    [[nodiscard]] bool is_open() const { return whole_ ? true : file_.is_open(); }
     // Reads the next piece; false at the end of the file.
     bool next();
     // The piece, with its line end when it holds one; it stands until the next one is read.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -84,6 +85,22 @@ bool write_all(int fd, std::string_view text) {
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) return false;
         text.remove_prefix(static_cast<std::size_t>(put));
+    }
+    return true;
+}
+
+bool write_all(int fd, std::span<iovec> pieces) {
+    while (!pieces.empty()) {
+        const std::size_t number = std::min<std::size_t>(pieces.size(), IOV_MAX);
+        const ssize_t put = writev(fd, pieces.data(), static_cast<int>(number));
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) return false;
+        auto written = static_cast<std::size_t>(put);
+        for (; !pieces.empty() && written >= pieces[0].iov_len; pieces = pieces.subspan(1))
+            written -= pieces[0].iov_len;
+        if (written > 0)
+            pieces[0] = {static_cast<char*>(pieces[0].iov_base) + written,
+                         pieces[0].iov_len - written};
     }
     return true;
 }

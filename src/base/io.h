@@ -3,8 +3,10 @@
 #pragma once
 
 #include <sys/types.h>
+#include <sys/uio.h>
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -56,6 +58,8 @@ ssize_t read_some(int fd, char* out, std::size_t size);
 
 // Writes all of the text; false on an error.
 [[nodiscard]] bool write_all(int fd, std::string_view text);
+// The same for a text in pieces, all of them at once; what it is handed is used up.
+[[nodiscard]] bool write_all(int fd, std::span<iovec> pieces);
 
 // The path's folder with its slash ("./" for a bare name), and the rest.
 std::string folder_of(const std::string& path);

@@ -7,6 +7,7 @@
 #include <concepts>
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "base/words.h"
@@ -32,9 +33,9 @@ public:
     constexpr Text(const char* text) : Text(std::string_view(text)) {}  // NOLINT
 
     constexpr Text& operator=(std::string_view text) {
-        std::array<char, N> fresh{};  // `text` may be a view of this very text
-        std::copy_n(text.data(), std::min(text.size(), capacity), fresh.begin());
-        bytes_ = fresh;
+        const std::size_t length = std::min(text.size(), capacity);
+        std::char_traits<char>::move(bytes_.data(), text.data(), length);  // maybe a part of it
+        bytes_[length] = '\0';
         return *this;
     }
     constexpr Text& operator=(const char* text) { return *this = std::string_view(text); }

@@ -23,10 +23,11 @@ std::string_view without_line_end(std::string_view line) {
 }
 
 std::string_view take_word(std::string_view& rest, std::string_view separators) {
-    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
-    const std::string_view word = rest.substr(0, rest.find_first_of(separators));
-    rest.remove_prefix(word.size());
-    return word;
+    const auto separates = [&](char c) { return std::ranges::count(separators, c) > 0; };
+    const auto begin = std::find_if_not(rest.begin(), rest.end(), separates);
+    const auto end = std::find_if(begin, rest.end(), separates);
+    rest = {end, rest.end()};
+    return {begin, end};
 }
 
 int to_int(std::string_view text) { return static_cast<int>(number_in(text)); }

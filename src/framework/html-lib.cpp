@@ -1,8 +1,12 @@
 #include "framework/html-lib.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
+
+#include "base/io.h"
 
 namespace {
 
@@ -19,6 +23,14 @@ void heading(std::string_view level, std::string_view text) {
 void put(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
 void mime_header(std::string_view type) { put_all({"Content-type: ", type, "\n\n"}); }
+
+void put_page(std::vector<iovec> pieces) {
+    static char header[] = "Content-type: text/html\n\n";
+    pieces.insert(pieces.begin(), {header, sizeof header - 1});
+    std::fflush(stdout);
+    // Who hangs up has no use for what is left.
+    static_cast<void>(write_all(STDOUT_FILENO, pieces));
+}
 
 void html_begin(std::string_view title, std::string_view body_attributes) {
     put_all({"<HTML>\n<HEAD>\n<TITLE>", title, "</TITLE>\n</HEAD>\n"});

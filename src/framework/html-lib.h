@@ -2,13 +2,19 @@
 // error page. Nothing here escapes: each function writes its texts as they stand.
 #pragma once
 
+#include <sys/uio.h>
+
 #include <string_view>
+#include <vector>
 
 // Writes text to standard output (buffered; the process's end flushes it).
 void put(std::string_view text);
 
 // "Content-type: " and the type, then the empty line that ends the header.
 void mime_header(std::string_view type);
+
+// Writes a whole page behind its header, all at once; the pieces are used up.
+void put_page(std::vector<iovec> pieces);
 
 // The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty),
 // and its end.

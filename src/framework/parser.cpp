@@ -1,7 +1,9 @@
 #include "framework/parser.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
+#include <utility>
+#include <vector>
 
 #include "base/escape.h"
 #include "base/files.h"
@@ -10,6 +12,7 @@
 #include "base/turn.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
+#include "framework/page_text.h"
 
 int warn_no = 0;
 
@@ -21,6 +24,41 @@ constexpr std::string_view kEndOfFile = "\xff";
 // The tables of the page that is being rendered.
 std::span<const KeyGetter> KeyFunTab;
 std::span<const ArrayFun> ArrayFunTab;
+
+// Where the rows of the key table are: the overview looks up its keys two hundred times.
+class KeyIndex {
+public:
+    void build() {
+        first_.fill(kNone);
+        next_.resize(KeyFunTab.size());
+        for (int row = static_cast<int>(KeyFunTab.size()); row-- > 0;) {
+            int& first = first_[bucket_of(key_of(row))];
+            next_[static_cast<std::size_t>(row)] = std::exchange(first, row);
+        }
+    }
+    // The first row with that key, or -1.
+    [[nodiscard]] int find(std::string_view key) const {
+        int row = next_.empty() ? kNone : first_[bucket_of(key)];
+        while (row != kNone && key_of(row) != key) row = next_[static_cast<std::size_t>(row)];
+        return row;
+    }
+
+private:
+    static constexpr int kNone = -1;
+    static constexpr std::size_t kBuckets = 128;
+
+    static std::size_t bucket_of(std::string_view key) {
+        std::size_t sum = 0;
+        for (const char c : key) sum = sum * 31 + static_cast<unsigned char>(c);
+        return sum % kBuckets;
+    }
+    static std::string_view key_of(int row) { return KeyFunTab[static_cast<std::size_t>(row)].key; }
+
+    std::array<int, kBuckets> first_;
+    std::vector<int> next_;  // of the row's bucket, in the order of the table
+};
+
+KeyIndex key_index;
 
 std::string message_text(int number) {
     Message text;
@@ -99,23 +137,26 @@ public:
              bool measures = false)
         : rest_(text), message_(message), form_(form), measures_(measures) {}
 
-    Expansion run() {
-        page_.reserve(kPageSize);
+    void run() {
         while (!rest_.empty() && !stopped_) {
             last_failure_.reset();
             expand_next();
         }
         if (stopped_) last_failure_ = Msg::PageTooLarge;
-        // A failing marker at the very end is fatal, on purpose: no message marker can follow it,
-        // so its reason would show nowhere.
-        return {std::move(page_), last_failure_};
     }
+
+    // The finished page.
+    PageText& page() { return page_; }
+    // Why there is none. A failing marker at the very end is fatal, on purpose: no message marker
+    // can follow it, so its reason would show nowhere.
+    [[nodiscard]] std::optional<int> error() const { return last_failure_; }
 
     // What is left of the page when the rest of the template follows.
     std::size_t room() const {
-        const Expansion rest = Expander(rest_, message_, form_, true).run();
-        const std::size_t used = page_.size() + rest.page.size();
-        return rest.error || used >= kPageSize ? 0 : kPageSize - 1 - used;
+        Expander rest(rest_, message_, form_, true);
+        rest.run();
+        const std::size_t used = page_.size() + rest.page_.size();
+        return rest.error() || used >= kPageSize ? 0 : kPageSize - 1 - used;
     }
 
     // The size of a text at the marker that is being resolved.
@@ -154,16 +195,19 @@ private:
         return taken;
     }
 
+    bool has_room(std::string_view text) {
+        stopped_ = page_.size() + text.size() >= kPageSize;
+        return !stopped_;
+    }
+
+    // Shows a part of the template, or constant text.
     void copy(std::string_view text) {
-        if (page_.size() + text.size() >= kPageSize)
-            stopped_ = true;
-        else
-            page_ += text;
+        if (has_room(text)) page_.add(text);
     }
 
     void show(std::string_view value, const Marker& marker) {
-        if (!marker.escape) return copy(value);
-        copy(marker.escape(value));
+        if (marker.escape) return show(marker.escape(value), {});
+        if (has_room(value)) page_.add_copy(value);
     }
 
     // Takes the text up to a "#" or, where none comes, so much as the collection holds.
@@ -263,46 +307,29 @@ private:
     const FormList* form_;
     const bool measures_;
     Marker resolved_{};
-    std::string page_;
+    PageText page_{kPageSize};
     std::string store_;                // why the last marker that failed did
     std::optional<int> last_failure_;  // of the marker just resolved
     bool stopped_ = false;
 };
 
-std::optional<std::string> template_text(const char* path) try {
-    return read_file(path);
-} catch (const Unreadable&) {
-    return std::nullopt;
+FileText template_text(const char* path) try { return file_text(path); } catch (const Unreadable&) {
+    return {};
 }
 
 // The run that makes the page, for its getters.
 const Expander* page_in_work = nullptr;
 
-template <class Row>
-int index_of(std::span<const Row> rows, std::string_view Row::*name, std::string_view wanted) {
-    // The overview looks up ninety keys among ninety: their sizes, compared in place, tell most
-    // apart.
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        if (const std::string_view found = rows[i].*name;
-            found.size() == wanted.size() &&
-            std::memcmp(found.data(), wanted.data(), wanted.size()) == 0)
-            return static_cast<int>(i);
-    return -1;
+void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays) {
+    KeyFunTab = keys;
+    ArrayFunTab = arrays;
+    key_index.build();
+    page_in_work = &page;
+    page.run();
+    page_in_work = nullptr;
 }
 
 }  // namespace
-
-Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys,
-                          std::span<const ArrayFun> arrays, const char* message,
-                          const FormList* form) {
-    KeyFunTab = keys;
-    ArrayFunTab = arrays;
-    Expander page(text, message, form);
-    page_in_work = &page;
-    Expansion result = page.run();
-    page_in_work = nullptr;
-    return result;
-}
 
 std::size_t room_on_page() { return page_in_work ? page_in_work->room() : 0; }
 
@@ -312,26 +339,39 @@ std::size_t size_on_page(std::string_view text) {
 
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form) {
-    const std::optional<std::string> text = template_text(path);
+    const FileText text = template_text(path);
     if (!text) {
         Message missing;
         GetErrMsgByIndex(Msg::UnknownPage, missing, path);
         log_line("CGI_ERR CHK4");
         cgi_err(missing, "");
     }
-    const Expansion result = expand_template(*text, keys, arrays, message, form);
-    if (result.error) cgi_err(message_text(*result.error), "");
-    mime_header("text/html");
-    put(result.page);
+    Expander page(text.view(), message, form);
+    expand(page, keys, arrays);
+    if (page.error()) cgi_err(message_text(*page.error()), "");
+    put_page(page.page().take());
     return 0;
 }
 
-int GetKeyFunIndex(std::string_view name) { return index_of(KeyFunTab, &KeyGetter::key, name); }
+int GetKeyFunIndex(std::string_view name) { return key_index.find(name); }
 
-int GetArrayFunIndex(std::string_view name) { return index_of(ArrayFunTab, &ArrayFun::name, name); }
+int GetArrayFunIndex(std::string_view name) {
+    const auto found = std::ranges::find(ArrayFunTab, name, &ArrayFun::name);
+    return found == ArrayFunTab.end() ? -1 : static_cast<int>(found - ArrayFunTab.begin());
+}
 
 int GetArrayItem(std::string_view name, LongText& text, int& error) {
     text.reset();
     const int index = GetArrayFunIndex(name);
     return index < 0 ? 0 : ArrayFunTab[static_cast<std::size_t>(index)].generator(text, error);
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys,
+                          std::span<const ArrayFun> arrays, const char* message,
+                          const FormList* form) {
+    Expander page(text, message, form);
+    expand(page, keys, arrays);
+    return {page.page().joined(), page.error()};
 }

@@ -85,6 +85,14 @@ int html_parser(const char* path, const std::array<KeyFun<Record>, N>& keys,
 std::size_t room_on_page();
 std::size_t size_on_page(std::string_view text);
 
+// The first row of the current page's key or list table with that name, or -1.
+int GetKeyFunIndex(std::string_view name);
+int GetArrayFunIndex(std::string_view name);
+// The text of a list of the current page; without one of that name no text and 0.
+int GetArrayItem(std::string_view name, LongText& text, int& error);
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 // The finished page, or the number of the message that says why there is none.
 struct Expansion {
     std::string page;
@@ -93,9 +101,3 @@ struct Expansion {
 Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys,
                           std::span<const ArrayFun> arrays, const char* message,
                           const FormList* form);
-
-// The first row of the current page's key or list table with that name, or -1.
-int GetKeyFunIndex(std::string_view name);
-int GetArrayFunIndex(std::string_view name);
-// The text of a list of the current page; without one of that name no text and 0.
-int GetArrayItem(std::string_view name, LongText& text, int& error);

@@ -18,8 +18,11 @@ constexpr char kSetTmpF[] = "/tmp/setstr.tmp";
 // key behind a longer one that begins with it (ppp_conf.cpp).
 const Profile::Line* find_by_prefix(std::string_view key, const Profile* stream) {
     if (!stream) return nullptr;
+    // Of most lines the first character tells that it is not the one.
     for (const Profile::Line& line : stream->lines())
-        if (line.equals >= key.size() && line.text.starts_with(key)) return &line;
+        if (line.text.front() == key.front() && line.equals >= key.size() &&
+            line.text.starts_with(key))
+            return &line;
     return nullptr;
 }
 
@@ -51,7 +54,7 @@ std::size_t index_of_key(std::string_view line, std::span<const Setting> setting
 }  // namespace
 
 Profile::Profile(FileText text) : text_(std::move(text)) {
-    for (std::string_view rest = *text_; !rest.empty();) {
+    for (std::string_view rest = text_.view(); !rest.empty();) {
         const std::string_view piece = rest.substr(0, kProfileLine);
         const std::size_t size = std::min(piece.find('\n'), piece.size() - 1) + 1;
         const std::size_t equals = piece.substr(0, size).find('=');
