@@ -72,7 +72,7 @@ Written noted(Written how, const std::string& path) {
 namespace {
 
 // The longest file whose text is kept. All settings, scripts and templates are shorter.
-constexpr off_t kMostKept = 65536;
+constexpr std::size_t kMostKept = 65536;
 
 struct Kept {
     std::string path;
@@ -87,17 +87,6 @@ std::vector<Kept>& kept() {
 FileText find_kept(const std::string& path) {
     const auto found = std::ranges::find(kept(), path, &Kept::path);
     return found == kept().end() ? FileText() : found->text;
-}
-
-bool is_worth_keeping(const std::string& path, off_t size) {
-    return size <= kMostKept && path.find("/tmp/") == std::string::npos;
-}
-
-// Opens a file to be read; not open: there is no such file.
-Descriptor open_to_read(const std::string& path, off_t& size) {
-    Descriptor file = open_regular(path, O_RDONLY, size);
-    if (!file.is_open() && !means_missing(errno)) fail_to_read(path);
-    return file;
 }
 
 // Reads at most so many bytes of a file; returns how many came before its end.
@@ -120,22 +109,44 @@ void read_more(const Descriptor& file, const std::string& path, std::string& tex
     text.resize(before + read_up_to(file, path, std::span(text).subspan(before)));
 }
 
-// Reads so much of a file as there was when it was opened: settings are replaced, they do not grow.
-FileText read_whole(const Descriptor& file, const std::string& path, off_t size) {
-    const auto room = static_cast<std::size_t>(size);
-    const auto bytes = std::make_shared_for_overwrite<char[]>(room);
-    const FileText text(bytes, read_up_to(file, path, {bytes.get(), room}));
-    if (is_worth_keeping(path, size)) kept().push_back({path, text});
-    return text;
+// So much of a file as there was when it was opened: settings are replaced, they do not grow.
+FileText read_whole(const Descriptor& file, const std::string& path, std::size_t size) {
+    const auto bytes = std::make_shared_for_overwrite<char[]>(size);
+    return {bytes, read_up_to(file, path, {bytes.get(), size})};
+}
+
+// A file to be read: its text where that is kept, else the open file, if there is one.
+struct Source {
+    FileText text;
+    Descriptor file;
+    std::size_t size = 0;
+};
+
+Source source_of(const std::string& path) {
+    Source source;
+    source.text = find_kept(path);
+    if (source.text) return source;
+    off_t size = 0;
+    source.file = open_regular(path, O_RDONLY, size);
+    if (!source.file.is_open()) {
+        if (!means_missing(errno)) fail_to_read(path);
+        return source;
+    }
+    source.size = static_cast<std::size_t>(size);
+    // What the kernel makes up as it is read has no size.
+    if (source.size == 0 || source.size > kMostKept || path.find("/tmp/") != path.npos)
+        return source;
+    source.text = read_whole(source.file, path, source.size);
+    source.file.reset();
+    kept().push_back({path, source.text});
+    return source;
 }
 
 }  // namespace
 
 FileText file_text(const std::string& path) {
-    if (FileText text = find_kept(path)) return text;
-    off_t size = 0;
-    const Descriptor file = open_to_read(path, size);
-    return file.is_open() ? read_whole(file, path, size) : FileText();
+    const Source source = source_of(path);
+    return source.file.is_open() ? read_whole(source.file, path, source.size) : source.text;
 }
 
 void forget_file(const std::string& path) {
@@ -144,21 +155,16 @@ void forget_file(const std::string& path) {
 
 void forget_files() { kept().clear(); }
 
-LineReader::LineReader(const std::string& path, std::size_t limit)
-    : path_(path), limit_(limit), whole_(find_kept(path)) {
-    off_t size = 0;
-    if (!whole_) file_ = open_to_read(path, size);
-    // What the kernel makes up as it is read has no size.
-    if (file_.is_open() && size > 0 && is_worth_keeping(path, size)) {
-        whole_ = read_whole(file_, path, size);
-        file_.reset();
-    }
+LineReader::LineReader(const std::string& path, std::size_t limit) : path_(path), limit_(limit) {
+    Source source = source_of(path);
+    whole_ = std::move(source.text);
+    file_ = std::move(source.file);
     rest_ = whole_.view();
 }
 
 // Reads another block behind what is left; false at the end of the file.
 bool LineReader::read_on() {
-    if (whole_) return false;
+    if (!file_.is_open()) return false;
     const std::size_t left = rest_.size();
     block_.erase(0, block_.size() - left);
     read_more(file_, path_, block_, kBlock);
@@ -199,16 +205,12 @@ std::optional<std::string> read_first_line(const std::string& path, std::size_t 
 }
 
 std::optional<std::string> read_file(const std::string& path, std::size_t limit) {
-    if (limit == LineReader::kWholeLines) {
-        const FileText text = file_text(path);
-        return text ? std::optional(std::string(text.view())) : std::nullopt;
-    }
-    off_t size = 0;
-    const Descriptor file = open_to_read(path, size);
-    if (!file.is_open()) return std::nullopt;
-    std::string beginning;
-    read_more(file, path, beginning, std::min(limit, static_cast<std::size_t>(size)));
-    return beginning;
+    const Source source = source_of(path);
+    if (source.text) return std::string(source.text.view().substr(0, limit));
+    if (!source.file.is_open()) return std::nullopt;
+    std::string text;
+    read_more(source.file, path, text, std::min(limit, source.size));
+    return text;
 }
 
 // ---- writing ----

@@ -60,7 +60,7 @@ public:
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
 
-    [[nodiscard]] bool is_open() const { return whole_ ? true : file_.is_open(); }
+    [[nodiscard]] bool is_open() const { return whole_ || file_.is_open(); }
     // Reads the next piece; false at the end of the file.
     bool next();
     // The piece, with its line end when it holds one; it stands until the next one is read.

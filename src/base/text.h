@@ -7,7 +7,6 @@
 #include <concepts>
 #include <cstddef>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "base/words.h"
@@ -34,7 +33,8 @@ public:
 
     constexpr Text& operator=(std::string_view text) {
         const std::size_t length = std::min(text.size(), capacity);
-        std::char_traits<char>::move(bytes_.data(), text.data(), length);  // maybe a part of it
+        // One by one, from the front: `text` may be a part of this very text.
+        for (std::size_t i = 0; i < length; ++i) bytes_[i] = text[i];
         bytes_[length] = '\0';
         return *this;
     }

@@ -18,10 +18,9 @@ constexpr char kSetTmpF[] = "/tmp/setstr.tmp";
 // key behind a longer one that begins with it (ppp_conf.cpp).
 const Profile::Line* find_by_prefix(std::string_view key, const Profile* stream) {
     if (!stream) return nullptr;
-    // Of most lines the first character tells that it is not the one.
     for (const Profile::Line& line : stream->lines())
         if (line.text.front() == key.front() && line.equals >= key.size() &&
-            line.text.starts_with(key))
+            std::memcmp(line.text.data(), key.data(), key.size()) == 0)
             return &line;
     return nullptr;
 }
@@ -56,12 +55,10 @@ std::size_t index_of_key(std::string_view line, std::span<const Setting> setting
 Profile::Profile(FileText text) : text_(std::move(text)) {
     for (std::string_view rest = text_.view(); !rest.empty();) {
         const std::string_view piece = rest.substr(0, kProfileLine);
-        const std::size_t size = std::min(piece.find('\n'), piece.size() - 1) + 1;
-        const std::size_t equals = piece.substr(0, size).find('=');
-        if (equals != std::string_view::npos)
-            lines_.push_back(
-                {piece.substr(0, size - piece.substr(0, size).ends_with('\n')), equals});
-        rest.remove_prefix(size);
+        const std::string_view line = piece.substr(0, piece.find('\n'));
+        const std::size_t equals = line.find('=');
+        if (equals != std::string_view::npos) lines_.push_back({line, equals});
+        rest.remove_prefix(std::min(line.size() + 1, piece.size()));
     }
 }
 
