@@ -24,9 +24,7 @@ void put(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdou
 
 void mime_header(std::string_view type) { put_all({"Content-type: ", type, "\n\n"}); }
 
-void put_page(std::vector<iovec> pieces) {
-    static char header[] = "Content-type: text/html\n\n";
-    pieces.insert(pieces.begin(), {header, sizeof header - 1});
+void put_page(std::span<iovec> pieces) {
     std::fflush(stdout);
     // Who hangs up has no use for what is left.
     static_cast<void>(write_all(STDOUT_FILENO, pieces));

@@ -4,8 +4,8 @@
 
 #include <sys/uio.h>
 
+#include <span>
 #include <string_view>
-#include <vector>
 
 // Writes text to standard output (buffered; the process's end flushes it).
 void put(std::string_view text);
@@ -13,8 +13,10 @@ void put(std::string_view text);
 // "Content-type: " and the type, then the empty line that ends the header.
 void mime_header(std::string_view type);
 
-// Writes a whole page behind its header, all at once; the pieces are used up.
-void put_page(std::vector<iovec> pieces);
+// What mime_header writes before a page, and the pieces of an answer, all at once: they are used
+// up.
+inline constexpr std::string_view kPageHeader = "Content-type: text/html\n\n";
+void put_page(std::span<iovec> pieces);
 
 // The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty),
 // and its end.

@@ -129,13 +129,20 @@ Marker marker_of(std::string_view text) {
 // characters one that takes most room when it is escaped.
 std::string longest_value() { return std::string(ValueText::capacity, '"'); }
 
+// Room for all texts that are made for a page.
+using Store = std::array<char, kPageSize>;
+
 // One run over a template.
 class Expander {
 public:
     // A run that measures asks no getter.
-    Expander(std::string_view text, const char* message, const FormList* form,
+    Expander(std::string_view text, const char* message, const FormList* form, Store& store,
              bool measures = false)
-        : rest_(text), message_(message), form_(form), measures_(measures) {}
+        : rest_(text),
+          message_(message),
+          form_(form),
+          measures_(measures),
+          page_(kPageHeader, store) {}
 
     void run() {
         while (!rest_.empty() && !stopped_) {
@@ -153,7 +160,8 @@ public:
 
     // What is left of the page when the rest of the template follows.
     std::size_t room() const {
-        Expander rest(rest_, message_, form_, true);
+        Store store;
+        Expander rest(rest_, message_, form_, store, true);
         rest.run();
         const std::size_t used = page_.size() + rest.page_.size();
         return rest.error() || used >= kPageSize ? 0 : kPageSize - 1 - used;
@@ -307,7 +315,7 @@ private:
     const FormList* form_;
     const bool measures_;
     Marker resolved_{};
-    PageText page_{kPageSize};
+    PageText page_;
     std::string store_;                // why the last marker that failed did
     std::optional<int> last_failure_;  // of the marker just resolved
     bool stopped_ = false;
@@ -346,10 +354,11 @@ int render_page(const char* path, std::span<const KeyGetter> keys, std::span<con
         log_line("CGI_ERR CHK4");
         cgi_err(missing, "");
     }
-    Expander page(text.view(), message, form);
+    static Store store;  // not on the heap, which would grow for it
+    Expander page(text.view(), message, form, store);
     expand(page, keys, arrays);
     if (page.error()) cgi_err(message_text(*page.error()), "");
-    put_page(page.page().take());
+    put_page(page.page().pieces());
     return 0;
 }
 
@@ -371,7 +380,8 @@ int GetArrayItem(std::string_view name, LongText& text, int& error) {
 Expansion expand_template(std::string_view text, std::span<const KeyGetter> keys,
                           std::span<const ArrayFun> arrays, const char* message,
                           const FormList* form) {
-    Expander page(text, message, form);
+    Store store;
+    Expander page(text, message, form, store);
     expand(page, keys, arrays);
     return {page.page().joined(), page.error()};
 }
