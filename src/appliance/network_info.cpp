@@ -7,5 +7,5 @@
 std::optional<Profile> network_info(std::string_view interface) {
     std::optional<std::string> report = ask_command(Command::network_report, interface);
     if (!report) return std::nullopt;
-    return Profile(std::move(*report));
+    return Profile(*report);
 }

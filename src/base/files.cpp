@@ -144,6 +144,12 @@ Source source_of(const std::string& path) {
 
 }  // namespace
 
+FileText::FileText(std::string_view copied) : size_(copied.size()) {
+    const auto bytes = std::make_shared_for_overwrite<char[]>(size_);
+    std::ranges::copy(copied, bytes.get());
+    bytes_ = bytes;
+}
+
 FileText file_text(const std::string& path) {
     const Source source = source_of(path);
     return source.file.is_open() ? read_whole(source.file, path, source.size) : source.text;
@@ -218,7 +224,8 @@ std::optional<std::string> read_file(const std::string& path, std::size_t limit)
 void keep_before_changes(BeforeChange asked) { may_change = asked; }
 
 Replacement::Replacement(const std::string& target, std::string temporary, mode_t mode)
-    : target_(behind_links(target)),
+    : name_(target),
+      target_(behind_links(target)),
       temporary_(target_ == target ? std::move(temporary) : ""),
       hidden_(temporary_.empty()),
       mode_(mode),
@@ -350,7 +357,7 @@ Written Replacement::put_in_place() {
     }
     removable_ = !renamed && hidden_;
     if (!renamed) return fail(Written::not_renamed);
-    forget_file(target_);
+    forget_file(name_);
     // The new file is there; whether a power cut would leave it there is not known.
     if (!flush_folder(folder_of(target_))) note_failure(Failure::cannot_write, target_);
     return Written::done;
@@ -373,6 +380,7 @@ Written empty_file(const std::string& path) {
 }
 
 Written write_anew(const std::string& path, std::string_view text) {
+    forget_file(path);
     Descriptor file = open_anew(path);
     const bool written = file.is_open() && write_all(file.get(), text);
     if (file.is_open() && file.reset() && written) return Written::done;

@@ -32,6 +32,7 @@ public:
     FileText() = default;
     FileText(std::shared_ptr<const char[]> bytes, std::size_t size)
         : bytes_(std::move(bytes)), size_(size) {}
+    explicit FileText(std::string_view copied);
 
     explicit operator bool() const { return bytes_ != nullptr; }
     [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
@@ -44,7 +45,7 @@ private:
 // The whole text of a file.
 FileText file_text(const std::string& path);
 
-// Forgets the text of a file that has changed, or all of them: run_command does, as commands write
+// Forgets the text of a file that has changed, or all of them: run() does, as what it runs changes
 // files.
 void forget_file(const std::string& path);
 void forget_files();
@@ -141,6 +142,7 @@ private:
     Written adopt_mode();
     Written fail(Written how);
 
+    std::string name_;  // as readers of the file know it
     std::string target_;
     std::string temporary_;
     bool hidden_;

@@ -14,6 +14,7 @@
 
 #include "base/deadline.h"
 #include "base/failures.h"
+#include "base/files.h"
 #include "base/io.h"
 #include "base/turn.h"
 
@@ -188,6 +189,7 @@ int run(const CommandLine& command, std::string_view word) {
     const int status =
         pid < 0 ? status_of_none(command) : status_of(pid, command, deadline, signal);
     tell_progress("");
+    forget_files();
     return status;
 }
 
