@@ -18,10 +18,6 @@ VALGRIND = Path("/usr/libexec/valgrind")
 AS_ROOT = ["unshare", "--map-root-user"] if os.geteuid() else ["unshare"]
 ENTER = [*AS_ROOT, "--user"] if os.geteuid() else []
 
-# What a shell does between the program and its commands; a floor has no shell.
-SHELL = "sh bash busybox awk cat chmod cp echo grep kill sed".split()
-
-
 @dataclass
 class Cost:
     """Of one run: microseconds, those of the processor, kB, page faults."""
@@ -74,19 +70,14 @@ class Appliance:
         except PermissionError:
             self.at("/dev/null").touch()
         shutil.copy(program, self.at("/nat.cgi"))
-        shutil.copy("/bin/bash-static", self.at("/bin/sh"))
-        for name in SHELL[2:]:
-            shutil.copy("/bin/busybox", self.at(f"/bin/{name}"))
         for number, (answer, commands) in enumerate(COMMANDS.items()):
             stub = self.folder / f"stub{number}"
             compile_c("stub.c", stub, "-nostartfiles", f"-DANSWER={literal(answer.encode())}")
             for command in commands.split():
                 self.at(command).parent.mkdir(parents=True, exist_ok=True)
                 shutil.copy(stub, self.at(command))
-        shutil.copy(stub, self.at("/bin/nothing"))
-        for path in self.root.glob("etc/**/*"):  # the scripts that requests run do nothing, either
-            if path.is_file() and path.read_bytes().startswith(b"#!/bin/sh"):
-                path.write_bytes(path.read_bytes().replace(b"#!/bin/sh", b"#!/bin/nothing", 1))
+        for path in self.root.glob("etc/**/*"):
+            if path.is_file() and path.read_bytes().startswith(b"#!"):  # a checkout may have lost the mode
                 path.chmod(0o755)
         compile_c("measure.c", self.folder / "measure")
         self.run("/nat.cgi", view("nat_base"))  # makes the record
@@ -141,20 +132,20 @@ class Appliance:
 
     def trace(self, program, request):
         log = self.folder / "trace"
-        self.start([*ENTER, "strace", "-f", "-qq", "-s", "4096", "-o", log, self.folder / "measure", self.root, program],
-                   request)
+        self.start([*ENTER, "strace", "-f", "-qq", "-s", "4096", "-o", log,
+                    self.folder / "measure", self.root, program], request)
         calls = [line.split(maxsplit=1) for line in log.read_text(errors="replace").splitlines()]
         calls = [(pid, call) for pid, call in calls if not call.startswith(("<...", "+++", "---"))]
         start = next(i for i, (_, call) in enumerate(calls) if call.startswith(f'execve("{program}"'))
         own = [call for pid, call in calls[start:] if pid == calls[start][0]]
-        execs = [re.match(r'execve\("([^"]+)", (\[.*?\]), .*(?:= 0|<unf.*)$', call) for _, call in calls[start + 1:]]
+        execs = [re.match(r'execve\("([^"]+)", (\[.*?\]), .*(?:= 0|<unfinished ...>)$', call) for _, call in calls[start + 1:]]
         commands = [[found[1], *ast.literal_eval(found[2])[1:]] for found in execs if found]
         read = r'openat\(AT_FDCWD, "([^"]+)", O_RDONLY(?!.*O_DIRECTORY).*= \d'
-        return Trace(len(own), len(calls) - start, sum(call.startswith("fsync") for call in own),
-                     any(call.startswith("sync") for call in own),
+        return Trace(len(own), len(calls) - start, sum(call.startswith("fsync(") for call in own),
+                     any(call.startswith("sync(") for call in own),
                      Counter(found[1] for call in own if (found := re.match(read, call))),
                      Counter(found[1] for call in own if (found := re.match(r'rename\("[^"]+", "([^"]+)"', call))),
-                     [words for words in commands if words[0].rsplit("/", 1)[1] not in SHELL])
+                     commands)
 
     # ---- floors ----
 
@@ -164,7 +155,8 @@ class Appliance:
                            literal(text), str(len(text)), oct(mode).replace("o", "")])
                 for path, (text, mode) in changed
                 for folder in [path.parent.relative_to(self.root)]]
-        plan = [f"static const char answer[] = {literal(answer)};", f"enum {{ syncs = {int(syncs)}, most_words = 16 }};",
+        plan = [f"static const char answer[] = {literal(answer)};",
+                f"enum {{ syncs = {int(syncs)}, most_words = 16 }};",
                 "static const struct file files[] = {", *(f"    {{{row}}}," for row in rows), "    {0}};",
                 "static const char* const commands[][most_words] = {",
                 *(f"    {{{', '.join(literal(word.encode()) for word in words)}}}," for words in commands), "    {0}};"]

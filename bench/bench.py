@@ -96,7 +96,8 @@ def measure_saves(appliance, rounds):
         folders = len({path.parent for path in changed})
         ratios.append(ours.cpu / floor.cpu)
         rows.append([title, ours.cpu, floor.cpu, judged(ratios[-1], SAVE), trace.own, trace.all, len(trace.commands),
-                     len(changed), sum(trace.replaced.values()), judged(max(trace.replaced.values(), default=0), 1, "{}"),
+                     len(changed), sum(trace.replaced.values()),
+                     judged(max(trace.replaced.values(), default=0), 1, "{}"),
                      judged(trace.fsyncs, len(changed) + 2 * folders, "{}"), len(changed) + folders,
                      judged(max(trace.reads.values()), 1, "{}")])
         appliance.restore(factory, factory)
@@ -229,8 +230,9 @@ def measure_start(appliance, rounds):
     compile_c("stub.c", appliance.at("/bare"), "-nostartfiles", '-DANSWER=""')
     appliance.make_floor(b"")
     took = {name: min(appliance.run(name, view(""))[1].wall for _ in range(rounds)) for name in ("/bare", FLOOR)}
-    print(f"An empty program takes {took[FLOOR]} us, without a C library {took['/bare']} us: its start asks the processor "
-          "what it is, which\nleaves a virtual machine each time. There the ratios look better than on an appliance.")
+    print(f"An empty program takes {took[FLOOR]} us, without a C library {took['/bare']} us: its start asks the "
+          "processor what it is, which\nleaves a virtual machine each time. There the ratios look better than on an "
+          "appliance.")
 
 
 def main():

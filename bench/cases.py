@@ -5,15 +5,16 @@ from urllib.parse import urlencode
 PAGES = """nat_base nat_vs nat_conn nat_filter nat_sap sp_base sp_port sp_int sp_status sites_allow sites_ban wan_dc
     dc_status wan_ppp ppp_status filterlog ac_cfg""".split()
 
-# The appliance's commands, by what they answer. No process has that number, so no signal meets anybody.
+# The appliance's commands, by what they answer. No process has that number, so no signal meets anybody. The shell
+# is one of them: the scripts that requests run do nothing, either.
 COMMANDS = {
     "99999999\n": "/sbin/pidof",
     "eth0 Link\n inet addr:192.0.2.7  Mask:255.255.255.0\n": "/sbin/ifconfig",
     "ip_masq_ftp 1 1\n": "/sbin/lsmod",
     "HWADDR=00:A0:C9:00:00:00\nIPADDR=192.0.2.7\nNETMASK=255.255.255.0\nGATEWAY=192.0.2.1\n":
         "/usr/share/quillstead/network/NET_ReadNetworkInfo",
-    "": """/bin/ping /etc/ppp/dial /sbin/depmod /sbin/ifdown /sbin/ifup /sbin/insmod /sbin/ipchains /sbin/ipvsadm
-        /sbin/modprobe /sbin/rmmod /sbin/route /usr/local/squid/bin/squid /usr/sbin/adsl-connect /usr/sbin/adsl-start
+    "": """/bin/sh /bin/ping /etc/ppp/dial /sbin/depmod /sbin/ifdown /sbin/ifup /sbin/insmod /sbin/ipchains
+        /sbin/ipvsadm /sbin/modprobe /sbin/rmmod /sbin/route /usr/local/squid/bin/squid /usr/sbin/adsl-connect /usr/sbin/adsl-start
         /usr/sbin/adsl-stop /usr/sbin/chat /usr/sbin/diald /usr/sbin/pppd /usr/sbin/pppoe
         /usr/share/quillstead/network/NET_SetDHCPServer /usr/share/quillstead/network/NET_SetDNS
         /usr/share/quillstead/network/NET_SetNetatalk /usr/share/quillstead/network/NET_SetTCPIP

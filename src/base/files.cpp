@@ -134,7 +134,7 @@ Source source_of(const std::string& path) {
     }
     source.size = static_cast<std::size_t>(size);
     // What the kernel makes up as it is read has no size.
-    if (source.size == 0 || source.size > kMostKept || path.find("/tmp/") != path.npos)
+    if (source.size > kMostKept || path.find("/tmp/") != path.npos || path.starts_with("/proc/"))
         return source;
     source.text = read_whole(source.file, path, source.size);
     source.file.reset();
