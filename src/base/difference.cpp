@@ -1,8 +1,8 @@
 #include "base/difference.h"
 
 #include <algorithm>
-#include <map>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "base/format.h"
@@ -76,14 +76,28 @@ std::vector<Step> steps_of(Lines before, Lines after) {
     return steps;
 }
 
-using Settings = std::map<std::string_view, std::string_view>;
+// Keys in order; of one that is there twice one value counts.
+using Settings = std::vector<std::pair<std::string_view, std::string_view>>;
+using Setting = Settings::value_type;
+
+Settings by_key(Settings settings) {
+    std::ranges::sort(settings);
+    const auto repeated = std::ranges::unique(settings, {}, &Setting::first);
+    settings.erase(repeated.begin(), repeated.end());
+    return settings;
+}
+
+const std::string_view* value_of(const Settings& settings, std::string_view key) {
+    const auto found = std::ranges::lower_bound(settings, key, {}, &Setting::first);
+    return found != settings.end() && found->first == key ? &found->second : nullptr;
+}
 
 Settings settings_of(std::string_view text) {
     Settings settings;
     for (const std::string_view line : lines_of(text))
         if (const std::size_t equals = line.find('='); equals != line.npos && line[0] != '#')
-            settings.emplace(line.substr(0, equals), line.substr(equals + 1));
-    return settings;
+            settings.emplace_back(line.substr(0, equals), line.substr(equals + 1));
+    return by_key(std::move(settings));
 }
 
 bool is_password(std::string_view key) {
@@ -143,22 +157,19 @@ std::string settings_difference(std::string_view before, std::string_view after)
     const Settings old_settings = settings_of(before);
     const Settings new_settings = settings_of(after);
     Settings all = new_settings;
-    all.insert(old_settings.begin(), old_settings.end());
+    all.insert(all.end(), old_settings.begin(), old_settings.end());
     std::string text;
-    for (const auto& [key, value] : all) {
-        const auto was = old_settings.find(key);
-        const auto is = new_settings.find(key);
-        const bool was_set = was != old_settings.end();
-        const bool is_set = is != new_settings.end();
-        if (was_set && is_set && was->second == is->second) continue;
+    for (const auto& [key, value] : by_key(std::move(all))) {
+        const std::string_view* was = value_of(old_settings, key);
+        const std::string_view* is = value_of(new_settings, key);
+        if (was && is && *was == *is) continue;
         if (is_password(key))
             text += format_text("%s: changed\n", key);
-        else if (!is_set)
-            text += format_text("%s: - %s\n", key, was->second);
-        else if (!was_set)
-            text += format_text("%s: %s\n", key, is->second);
+        else if (!is)
+            text += format_text("%s: - %s\n", key, *was);
         else
-            text += format_text("%s: %s \u2192 %s\n", key, was->second, is->second);
+            text += was ? format_text("%s: %s \u2192 %s\n", key, *was, *is)
+                        : format_text("%s: %s\n", key, *is);
     }
     return text;
 }

@@ -270,6 +270,7 @@ bool put_back(const KeptFile& file) {
 }
 
 bool put_all_back(const Change& change) {
+    forget_files();
     for (auto file = change.files.rbegin(); file != change.files.rend(); ++file)
         if (!put_back(*file)) return cannot_keep();
     return true;
@@ -287,6 +288,7 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
         own.head += one_line(text) + "\n";
     for (const std::string& name : names) own.head += one_line(name) + "\n";
     keep_before_changes(keep_old);
+    forget_files();  // what keeps texts must be there first, to be there still at the exit
     std::atexit(end_change);
 }
 

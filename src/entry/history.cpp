@@ -4,7 +4,6 @@
 #include "entry/history.h"
 
 #include <algorithm>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -176,20 +175,21 @@ constexpr std::array array_fun_tab = std::to_array<ArrayFun>({
 // ---- undo ----
 
 struct Wanted {
+    std::string path;
     std::optional<FileMark> mark;
     std::string content;
 };
 
 // How every file was before the oldest of the changes; nothing when one is damaged.
-std::optional<std::map<std::string, Wanted>> files_before(const std::vector<Change>& changes) {
-    std::map<std::string, Wanted> files;
+std::optional<std::vector<Wanted>> files_before(const std::vector<Change>& changes) {
+    std::vector<Wanted> files;
     for (const Change& change : changes) {
         if (!change.damage.empty()) return std::nullopt;
         for (const KeptFile& file : change.files) {
-            if (files.contains(file.path)) continue;
+            if (std::ranges::count(files, file.path, &Wanted::path)) continue;
             const std::optional<std::string> content = old_content(change, file);
             if (file.old && !content) return std::nullopt;
-            files[file.path] = {file.old, content.value_or("")};
+            files.push_back({file.path, file.old, content.value_or("")});
         }
     }
     return files;
@@ -197,22 +197,23 @@ std::optional<std::map<std::string, Wanted>> files_before(const std::vector<Chan
 
 // A file that somebody edited by hand: it is not what the newest of the changes has left.
 std::string edited_by_hand(const std::vector<Change>& changes) {
-    std::map<std::string, std::string> left;
-    for (const Change& change : changes)
-        for (const KeptFile& file : change.files)
-            if (file.left) left[file.path] = *file.left;
-    for (const auto& [path, digest] : left)
-        if (digest_of(path) != digest) return path;
+    std::vector<std::string> seen;
+    for (auto change = changes.rbegin(); change != changes.rend(); ++change)
+        for (const KeptFile& file : change->files) {
+            if (!file.left || std::ranges::count(seen, file.path)) continue;
+            if (digest_of(file.path) != *file.left) return file.path;
+            seen.push_back(file.path);
+        }
     return "";
 }
 
-std::map<std::string, Wanted> to_put_back;
+std::vector<Wanted> to_put_back;
 
 int put_back() {
     int failed = 0;
-    for (const auto& [path, wanted] : to_put_back) {
-        const Written written =
-            wanted.mark ? replace_file(path, wanted.content, wanted.mark->mode) : remove_file(path);
+    for (const Wanted& file : to_put_back) {
+        const Written written = file.mark ? replace_file(file.path, file.content, file.mark->mode)
+                                          : remove_file(file.path);
         if (written != Written::done) failed = 1;
     }
     return failed;

@@ -1,8 +1,7 @@
 #include "framework/entries.h"
 
 #include <algorithm>
-#include <unordered_map>
-#include <unordered_set>
+#include <vector>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -40,14 +39,23 @@ int GetEntries(const std::string& path, int first, int maximum, std::span<char> 
 int AppendEntries(const std::string& path, std::span<const std::string_view> entries,
                   std::size_t& appended) {
     // Only what is to be added is remembered, however long the list is.
-    std::unordered_map<std::string_view, bool> listed;
-    for (const std::string_view entry : entries) listed.emplace(entry, false);
+    struct Entry {
+        std::string_view name;
+        bool is_listed;
+    };
+    std::vector<Entry> wanted;
+    for (const std::string_view entry : entries) wanted.push_back({entry, false});
+    std::ranges::sort(wanted, {}, &Entry::name);
+    const auto find = [&](std::string_view name) {
+        const auto found = std::ranges::lower_bound(wanted, name, {}, &Entry::name);
+        return found != wanted.end() && found->name == name ? &*found : nullptr;
+    };
     // Takes note of a line as readers of the list take it: in pieces.
     const auto note = [&](std::string_view line) {
         for (; !line.empty(); line.remove_prefix(std::min(kSettingLine, line.size()))) {
             const std::string_view piece = line.substr(0, kSettingLine);
-            const auto entry = is_comment(piece) ? listed.end() : listed.find(first_word(piece));
-            if (entry != listed.end()) entry->second = true;
+            Entry* entry = is_comment(piece) ? nullptr : find(first_word(piece));
+            if (entry) entry->is_listed = true;
         }
     };
     std::size_t added = 0;
@@ -59,7 +67,7 @@ int AppendEntries(const std::string& path, std::span<const std::string_view> ent
         },
         [&](Replacement& out) {
             for (const std::string_view entry : entries) {
-                if (listed[entry]) continue;
+                if (find(entry)->is_listed) continue;
                 out.end_line();
                 out.write_line(entry);
                 note(entry);
@@ -79,11 +87,13 @@ int AppendEntry(const std::string& path, std::string_view entry) {
 int RemoveEntries(const std::string& path, std::span<const std::string_view> names) {
     // Here alone case is ignored: a site that is taken off the list is meant however it is spelled,
     // while two spellings may well be added.
-    std::unordered_set<std::string> unwanted = {""};  // a blank line has no first word
-    for (const std::string_view name : names) unwanted.insert(lower_case(name));
+    std::vector<std::string> unwanted = {""};  // a blank line has no first word
+    for (const std::string_view name : names) unwanted.push_back(lower_case(name));
+    std::ranges::sort(unwanted);
     const Written written = rewrite_lines(
         path, path + ".tmp", Replacement::kKeepMode, [&](std::string_view line, Replacement& out) {
-            if (is_comment(line) || !unwanted.contains(lower_case(first_word(line))))
+            if (is_comment(line) ||
+                !std::ranges::binary_search(unwanted, lower_case(first_word(line))))
                 out.write(line);
         });
     return code_of(written, kEntryCodes);
