@@ -82,7 +82,7 @@ int show_plain(const PlainView& view, const FormList* form) try {
 } catch (const Unreadable&) {
     Message message;
     tell(*first_failure(), message);
-    return answer_with_status("500 Internal Server Error", escape_html(message));
+    return answer_with_status("500 Internal Server Error", message);
 }
 
 // What a crash has left half made is taken back by the first request that comes, a view or not.

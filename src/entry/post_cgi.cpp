@@ -45,7 +45,7 @@ private:
     // The page with that name; without one the fatal error page with message 10.
     const CgiPage& page(const char* name, const char* mark) {
         if (GetCgiTabIndex(name) < 0)
-            GetErrMsgByIndex(Msg::UnknownPage, message_, escape_html(name ? name : ""));
+            GetErrMsgByIndex(Msg::UnknownPage, message_, name ? name : "");
         return page_or_message(name, mark);
     }
 

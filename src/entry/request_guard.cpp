@@ -5,7 +5,7 @@
 
 #include "base/text.h"
 #include "framework/cgi-lib.h"
-#include "framework/html-lib.h"
+#include "framework/message.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <initializer_list>
 
+#include "base/escape.h"
 #include "base/io.h"
 
 namespace {
@@ -30,6 +31,31 @@ void put_page(std::span<iovec> pieces) {
     static_cast<void>(write_all(STDOUT_FILENO, pieces));
 }
 
+void html_end() { put("</BODY>\n</HTML>\n"); }
+
+void h1(std::string_view text) { heading("1", text); }
+void h2(std::string_view text) { heading("2", text); }
+
+void notice_page(std::string_view title, std::string_view headline, std::string_view text) {
+    put("<!DOCTYPE html>\n<HTML lang=\"en\">\n<HEAD>\n<META charset=\"utf-8\">\n"
+        "<META name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+        "<LINK rel=\"icon\" href=\"icon.svg\">\n<LINK rel=\"stylesheet\" href=\"style.css\">\n");
+    put_all({"<TITLE>", escape_html(title), "</TITLE>\n</HEAD>\n<BODY>\n<MAIN>\n"});
+    h1(escape_html(headline));
+    h2(escape_html(text));
+    put("<P><A href=\"nat.cgi?next_file=nat_base.htm\">Internet sharing</A></P>\n</MAIN>\n");
+    html_end();
+}
+
+void cgi_err(std::string_view title, std::string_view text) {
+    mime_header("text/html");
+    notice_page("Error!", title, text);
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+    std::exit(0);
+}
+
+// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
 void html_begin(std::string_view title, std::string_view body_attributes) {
     put_all({"<HTML>\n<HEAD>\n<TITLE>", title, "</TITLE>\n</HEAD>\n"});
     if (body_attributes.empty())
@@ -37,34 +63,6 @@ void html_begin(std::string_view title, std::string_view body_attributes) {
     else
         put_all({"<BODY ", body_attributes, ">\n"});
 }
-
-void html_end() { put("</BODY>\n</HTML>\n"); }
-
-void h1(std::string_view text) { heading("1", text); }
-void h2(std::string_view text) { heading("2", text); }
-
-int answer_with_status(std::string_view status, std::string_view text) {
-    const std::string_view words = status.substr(status.find(' ') + 1);
-    put_all({"Status: ", status, "\n"});
-    mime_header("text/html");
-    html_begin(words, "");
-    h1(words);
-    h2(text);
-    html_end();
-    return 0;
-}
-
-void cgi_err(std::string_view title, std::string_view text) {
-    mime_header("text/html");
-    html_begin("Error!", "");
-    h1(title);
-    h2(text);
-    html_end();
-    std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
-    std::exit(0);
-}
-
-// ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
 
 void h3(std::string_view text) { heading("3", text); }
 void h4(std::string_view text) { heading("4", text); }

@@ -1,5 +1,5 @@
-// What the program writes to standard output: the HTTP header, simple HTML elements, and the fatal
-// error page. Nothing here escapes: each function writes its texts as they stand.
+// What the program writes to standard output: the HTTP header, simple HTML elements, and the pages
+// that are no pages of the page table. Only these escape their texts; all else stands as it is.
 #pragma once
 
 #include <sys/uio.h>
@@ -18,21 +18,26 @@ void mime_header(std::string_view type);
 inline constexpr std::string_view kPageHeader = "Content-type: text/html\n\n";
 void put_page(std::span<iovec> pieces);
 
-// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty),
-// and its end.
-void html_begin(std::string_view title, std::string_view body_attributes);
+// The end of a document.
 void html_end();
 
 // Headings.
 void h1(std::string_view text);
 void h2(std::string_view text);
 
-// The end of every fatal failure: writes an error page with the two headings to standard output and
+// A whole document, without the HTTP header: two headings (`headline` may be empty) and a link to
+// the start page, in the style of the pages. Escapes all three.
+void notice_page(std::string_view title, std::string_view headline, std::string_view text);
+
+// The end of every fatal failure: writes a notice page of the title "Error!" to standard output and
 // `text` to standard error, and ends the process with status 0 (a web server would hide the page of
 // a program that fails).
 [[noreturn]] void cgi_err(std::string_view title, std::string_view text);
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
+
+// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty).
+void html_begin(std::string_view title, std::string_view body_attributes);
 
 // Smaller headings.
 void h3(std::string_view text);
@@ -45,7 +50,3 @@ void hidden(std::string_view name, std::string_view value);
 
 // A redirection header, in place of mime_header.
 void location(std::string_view url);
-
-// The whole answer to a request that gets a status of its own, such as "404 Not Found": a small
-// page with the status's words and `text`. 0, the program's exit status.
-int answer_with_status(std::string_view status, std::string_view text);

@@ -30,6 +30,17 @@ int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
     return std::ferror(stdout) ? -1 : 0;
 }
 
+int answer_with_status(std::string_view status, std::string_view text, std::string_view headline,
+                       std::string_view header) {
+    const std::string_view words = status.substr(status.find(' ') + 1);
+    for (const std::string_view part :
+         {std::string_view("Status: "), status, std::string_view("\n"), header})
+        put(part);
+    mime_header("text/html");
+    notice_page(words, headline.empty() ? words : headline, text);
+    return 0;
+}
+
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
 
 int get_update(const char* message, const FormList* form) {

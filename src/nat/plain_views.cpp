@@ -13,6 +13,7 @@
 #include "base/turn.h"
 #include "filter/flt_log.h"
 #include "framework/html-lib.h"
+#include "framework/message.h"
 
 namespace {
 

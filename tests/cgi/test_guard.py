@@ -10,7 +10,7 @@ ACT = "this_file=sites_ban.htm&todo=del_all"
 HOST, BROWSER = "HTTP_HOST", {"HTTP_USER_AGENT": "Mozilla/5.0 (X11)"}
 ORIGIN, SITE, REFERER = "HTTP_ORIGIN", "HTTP_SEC_FETCH_SITE", "HTTP_REFERER"
 FORBIDDEN = "Status: 403 Forbidden\nContent-type: text/html\n\n" + FATAL.replace("Error!", "Forbidden").format(
-    "Forbidden", "This request was not sent from one of the appliance's own pages, so nothing was changed.")
+    "Forbidden", "This request was not sent from one of the appliance&#39;s own pages, so nothing was changed.")
 
 SAME = [("http://box", "box"), ("HTTP://Box", "bOX"), ("http://box", "box:80"), ("http://box:80", "box"),
         ("https://box", "box:443"), ("https://box:443", "box"), ("http://box:8080", "box:8080"),
