@@ -1,27 +1,14 @@
-// Hosts that the appliance knows can be chosen where the address of one is asked for.
-import { all, main, make, view } from "./page.js";
-import { fieldsOf, labelOf, write } from "./values.js";
-
-let hosts = null; // each { address, name, mac }; an older program knows none
-
-async function fetchHosts() {
-  const answer = await fetch(view("hosts")).catch(() => null);
-  return answer?.headers.get("Content-Type")?.includes("json") ? answer.json() : [];
-}
-
-function offer(place) {
-  const fields = place.matches("input") ? [place] : fieldsOf(place);
-  const group = place.closest("[role=group]")?.getAttribute("aria-label") ?? labelOf(place);
-  const list = make("select", { class: "pick", "aria-label": `${group}: hosts of the LAN` }, new Option("Choose a host", ""),
-    ...hosts.map(({ address, name }) => new Option(`${address} ${name}`, address)));
-  list.addEventListener("change", () => {
-    write(fields, list.value.split(".").slice(-fields.length));
-    list.value = "";
-  });
-  place.after(list);
-}
+// Hosts that the appliance knows are offered where the address of one is asked for, or the last number of it.
+import { all, ask, main, make } from "./page.js";
 
 export async function prepare() {
-  hosts ??= await fetchHosts();
-  if (hosts.length) all("[data-hosts]", main()).forEach(offer);
+  const answer = await ask("hosts").catch(() => null);
+  if (!answer?.headers.get("Content-Type")?.includes("json")) return; // an older program knows none
+  const hosts = await answer.json();
+  for (const [id, valueOf] of Object.entries({ hosts: (address) => address, numbers: (address) => address.split(".")[3] })) {
+    document.getElementById(id)?.remove();
+    document.body.append(make("datalist", { id }, ...hosts.map(({ address, name }) =>
+      make("option", { value: valueOf(address) }, `${address} ${name}`))));
+  }
+  for (const field of all("[data-hosts]", main)) field.setAttribute("list", field.type === "number" ? "numbers" : "hosts");
 }

@@ -1,13 +1,14 @@
-// The state of the connection, in the head of every page.
-import { get, one, textOf } from "./page.js";
+// The state of the connection, and what is being changed, in the head of every page.
+import { ask, get, isBusy, one, textOf } from "./page.js";
 import { newest } from "./values.js";
 
 const NOT_CONNECTED = "10.112.112.112"; // the address of a link that is not up
+const LOOK_SECONDS = 2; // while something is being changed
 const STATE_SECONDS = 60;
 
 export const watchers = []; // what else is to be told of the state: functions of the status page and the link
 export const part = (name, page) => textOf(one(`[data-state=${name}]`, page));
-export const isOwn = () => Boolean(part("method", document));
+export const isOwn = () => part("method", document);
 
 export function linkOf(page) {
   const [method, address] = [part("method", page), part("address", page)];
@@ -28,4 +29,28 @@ export async function showState(isNew) {
 }
 
 export const settled = showState;
-setInterval(() => document.hidden || showState(true), STATE_SECONDS * 1000);
+
+// ---- what is being changed ----
+
+const verbOf = (command) => (/stop|down|kill/.test(command) ? "Disconnecting" : /start|dial|up$/.test(command) ? "Connecting" : "Working");
+
+// Says in every tab what the appliance is busy with, and beside the button that started it.
+async function showBusy() {
+  const { busy } = await ask("progress").then((answer) => answer.json()).catch(() => ({}));
+  const line = one("#busy");
+  const isOver = line.textContent && !busy;
+  const doing = busy && `${busy.command ?? "files are written"}, ${busy.seconds} s`;
+  const by = [busy?.user, busy?.address].filter(Boolean).join(" at ");
+  line.textContent = busy ? `A change is being made${by && ` by ${by}`}: ${doing}.` : "";
+  if (busy?.command) one("button[aria-busy]")?.replaceChildren(`${verbOf(busy.command)}: ${doing}`);
+  if (isOver) showState(true);
+}
+
+let ticks = 0;
+setInterval(() => {
+  if (document.hidden) return;
+  ticks += 1;
+  const isTime = ticks % (STATE_SECONDS / LOOK_SECONDS) === 0;
+  if (isTime || isBusy() || one("#busy").textContent) showBusy();
+  if (isTime) showState(true);
+}, LOOK_SECONDS * 1000);

@@ -1,20 +1,21 @@
 // What the state of the connection means, and what can be done about it; what changes by itself is looked at again.
-import { during, forms, get, inForce, isBusy, make, messageOf, nameOf, one, post, say, step, textOf, view } from "./page.js";
+import { ask, during, forms, get, here, isBusy, isPage, main, make, messageOf, one, post, say, source, step, textOf,
+  view } from "./page.js";
 import { isOwn, linkOf, part, showState, watchers } from "./link.js";
 import { freshen, newest, valueIn } from "./values.js";
 
 const PATIENCE = 3; // looks at a link that is not up yet
 const FAILURE = /fail|error|no (carrier|answer|dial)|busy|time(d )?out|refused|denied/i;
 const METHODS = {
-  "Direct connection": { choice: "WAN Port - Direct Connection", settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect", label: "Connect now" },
-  PPPoE: { choice: "WAN Port - PPPoE", settings: "wan_ppp.htm", page: "ppp_status.htm", todo: "ppp_connect", label: "Connect now" },
+  "Direct connection": { choice: "WAN Port - Direct Connection", settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect" },
+  PPPoE: { choice: "WAN Port - PPPoE", settings: "wan_ppp.htm", page: "ppp_status.htm", todo: "ppp_connect" },
   Modem: { choice: "Serial Port", settings: "sp_base.htm", page: "sp_status.htm", todo: "nat_dial", label: "Dial now" },
 };
 
 // ---- the state in words ----
 
 async function showNow(status, link) {
-  const base = nameOf(newest()) === "nat_base.htm" ? newest() : await get("nat_base.htm").catch(() => null);
+  const base = isPage(newest(), "nat_base.htm") ? newest() : await get("nat_base.htm").catch(() => null);
   if (!base) return;
   const { text, kind = "", steps = [] } = link.isUp ? upNow(status, link) : await downNow(status, base);
   const now = one("#now");
@@ -26,8 +27,7 @@ async function showNow(status, link) {
 
 const goTo = (label, page) => make("a", { class: "second", href: view(page) }, label);
 const settingsOf = (method) => goTo("Open the settings", METHODS[method].settings);
-const dial = (method) => step(METHODS[method].label, () => act({ this_file: METHODS[method].page, todo: METHODS[method].todo }));
-const valueOn = async (page, name) => get(page).then((there) => valueIn(there, name), () => "unknown");
+const valueOn = (page, name) => get(page).then((there) => valueIn(there, name), () => "unknown");
 
 function upNow(status, { method, text }) {
   if (!one("[data-state=gateway]", status) || part("gateway", status)) return { text: `${text}.`, kind: "good" };
@@ -38,7 +38,8 @@ function upNow(status, { method, text }) {
 async function downNow(status, base) {
   const chosen = valueIn(base, "access_method");
   const method = Object.keys(METHODS).find((each) => METHODS[each].choice === chosen);
-  const [change, connect] = [settingsOf(method), dial(method)];
+  const { page, todo, label = "Connect now" } = METHODS[method];
+  const [change, connect] = [settingsOf(method), step(label, () => act({ this_file: page, todo }))];
   if (method === "Modem" && !(await valueOn("sp_base.htm", "nat_tel01")))
     return { text: "No connection is set up yet. How does this appliance reach the internet?",
       steps: Object.entries(METHODS).map(([name, { settings }]) => goTo(name, settings)) };
@@ -59,11 +60,11 @@ async function downNow(status, base) {
 // Does what a button beside the state offers. A status page acts while it is shown, so that it must be the answer.
 const act = (fields) => during("This may take a minute.", null, async () => {
   const page = await post(fields);
-  const isRefused = fields.next_file && nameOf(page) !== fields.next_file;
+  const isRefused = fields.next_file && !isPage(page, fields.next_file);
   say(messageOf(page), isRefused ? "bad" : "");
   if (isRefused) return;
   const later = fields.next_file ? page : await onceUp(page);
-  freshen(nameOf(page) === nameOf(document) ? later : await inForce());
+  freshen(isPage(page, here) ? later : await get(source));
   forms().forEach((form) => form.dispatchEvent(new Event("input")));
   await showState(true);
 });
@@ -75,21 +76,18 @@ async function onceUp(page) {
   let newest = page;
   for (let tries = 0; tries < PATIENCE && !linkOf(newest).isUp; tries += 1) {
     await new Promise((resolve) => setTimeout(resolve, 2000));
-    newest = await get(nameOf(page));
+    newest = await get(page.body.dataset.page);
   }
   return newest;
 }
 
 export async function outcome({ button, page, text, said }) {
-  const { goal, empties } = button.dataset;
-  if (goal === "up") {
-    const later = await onceUp(page);
-    const { isUp, text: state } = linkOf(later);
-    return { page: later, text: text || (isUp ? `${state}.` : "Still not connected."), kind: isUp ? "good" : "" };
-  }
-  const { isUp } = linkOf(page);
-  if (goal === "down") return { text: text || (isUp ? "Still connected." : "Disconnected."), kind: isUp ? "bad" : "good" };
-  if ("silent" in button.dataset) return { text, kind: "" };
+  const { goal, empties, silent } = button.dataset;
+  const later = goal === "up" ? await onceUp(page) : page;
+  const { isUp, text: state } = linkOf(later);
+  if (goal === "up") return { page: later, text: text || (isUp ? `${state}.` : "Still not connected."), kind: isUp ? "good" : "" };
+  if (goal) return { text: text || (isUp ? "Still connected." : "Disconnected."), kind: isUp ? "bad" : "good" };
+  if (silent === "") return { text, kind: "" };
   if (!empties) return null;
   const isEmpty = !textOf(one(`#${empties}`, page));
   return { text: text || (isEmpty ? said : "It could not be cleared."), kind: isEmpty ? "good" : "bad" };
@@ -97,35 +95,29 @@ export async function outcome({ button, page, text, said }) {
 
 // ---- logs ----
 
-async function wholeLog() {
-  const answer = await fetch(view("log&name=pppd"), { cache: "no-store" }).catch(() => null);
-  return answer?.headers.get("Content-Type")?.startsWith("text/plain") ? answer.text() : null;
-}
-
 // The end of a log that does not fit its room comes from the whole log.
 async function endOfLog(status) {
-  const isCut = textOf(one("#cut", status));
-  const log = isCut ? await wholeLog() ?? "" : one("#log", status)?.textContent ?? "";
+  const whole = textOf(one("#cut", status)) && await ask("log&name=pppd").catch(() => null);
+  const log = whole?.ok ? await whole.text() : one("#log", status)?.textContent ?? "";
   return log.trimEnd().split("\n").at(-1);
 }
 
 // ---- looking again ----
 
 // Looks at the page again, while it is seen and nothing is being done on it.
-export function prepare(page) {
-  const seconds = page.dataset.refresh;
+export function prepare() {
+  const seconds = main.dataset.refresh;
   if (!seconds) return;
-  const box = make("input", { type: "checkbox" });
-  box.checked = sessionStorage.getItem("refresh") !== "off";
-  box.addEventListener("change", () => sessionStorage.setItem("refresh", box.checked ? "on" : "off"));
-  one(".actions", page).append(make("label", { class: "count" }, box, ` Refresh every ${seconds} seconds`));
+  const box = make("input", { type: "checkbox", checked: sessionStorage.getItem("refresh") !== "off",
+    change: () => sessionStorage.setItem("refresh", box.checked ? "on" : "off") });
+  one(".actions", main).append(make("label", { class: "count" }, box, ` Refresh every ${seconds} seconds`));
   setInterval(async () => {
-    if (!box.checked || document.hidden || isBusy() || one("dialog[open]")) return;
-    const fresh = await get(isOwn() ? "nat_status.htm" : nameOf(document)).catch(() => null);
+    if (!box.checked || document.hidden || isBusy() || one("dialog")) return;
+    const fresh = await get(isOwn() ? "nat_status.htm" : here).catch(() => null);
     if (!fresh || isBusy()) return;
-    if (nameOf(fresh) !== nameOf(document)) return location.replace(view("nat_status.htm")); // another method is in force
+    if (!isPage(fresh, here)) return location.replace(view("nat_status.htm")); // another method is in force
     freshen(fresh);
-    showState(false);
+    showState();
   }, seconds * 1000);
 }
 

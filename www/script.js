@@ -15,7 +15,6 @@
 //          data-shows    chooses what the page shows, which is this; its choice is sent at once and kept in the address
 //          data-method   access method whose settings these are
 //   item   data-item     name of a setting that is made of several fields, such as a switch and an address
-//          data-join     what stands between the parts of a value
 //          data-need     "name=value|value": must be filled while that field has one of the values, else it does not count
 //          data-with     the same for what may be left blank
 //   field  data-word     what stands before its value in the list of changes
@@ -25,38 +24,52 @@
 //          data-typed    empty again after a success
 //          data-host     only the host of a pasted address is left of it
 //          data-hosts    gets a list of the hosts of the LAN to choose from
-//   octets data-mask     is a netmask
+//   parts  data-join     become one field; what stands between them there
+//          data-type     kind of that field
+//          data-digits   how many each part has
+//          data-mask     is a netmask
 //          data-beside   address and netmask of the network that this gateway must be in
 //          data-lan      "in" or "out": where this address should be, seen from the LAN
 //   text   data-warn     "name=value name!=value name": shown while all hold (a bare name: was changed), told before a save
 //   part   data-live     is taken from the newest answer, by its id
 //          data-told     what is said here is told before a save
 //          data-unscripted, data-scripted  is there without, or only with scripts
+//          data-words    words for the numbers in a list
 //   button data-confirm  question to ask first
 //          data-goal     "up" or "down": what the link shall be then
 //          data-empties  id of the part that shall be empty then
 //          data-silent   says nothing after a success
-import { all, lock, main, one, textOf } from "./page.js";
 
-lock();
-document.title = `${textOf(one("h1"))} - ${location.hostname}`; // there may be several appliances
+for (const form of document.forms) form.inert = true; // until the values in force are in it
 
-const narrow = matchMedia("(max-width: 52rem)");
-const fold = () => one(".menu").toggleAttribute("open", !narrow.matches);
-narrow.addEventListener("change", fold);
-fold();
+// Says what is missing when a server does not hand out all scripts, as with settings older than the pages.
+const tell = ({ message }) => document.querySelector(".message")?.replaceChildren(
+  `This page is not complete, so nothing can be changed here: ${message}. `
+  + "Reload it. If this comes back, let the web server hand out all files whose names end in .js.");
 
-// What a page brings along: how it prepares its content, what became of a request, what is to be done after one.
-const uses = await Promise.all(document.body.dataset.uses.trim().split(" ").map((name) => import(`./${name}.js`)));
-let begun = null;
-const begin = () => (begun ??= import("./form.js").then((form) => form.begin(uses)));
+try {
+  // What a page brings along: how it prepares its content, what became of a request, what is to be done after one.
+  const load = (name) => import(`./${name}.js`);
+  const [{ all, main, one, textOf }, ...uses] = await Promise.all(["page", ...document.body.dataset.uses.split(" ")].map(load));
+  document.title = `${textOf(one("h1"))} - ${location.hostname}`; // there may be several appliances
 
-// Forms behind "Change" come to life when one of them is asked for.
-const shutters = all("details", main());
-if (shutters.length) {
-  shutters.forEach((shutter) => shutter.addEventListener("toggle", begin, { once: true }));
-  uses.forEach(({ settled }) => settled?.(false));
-  main().dataset.shut = "";
-} else {
-  await begin();
+  const narrow = matchMedia("(max-width: 52rem)");
+  const fold = () => one(".menu").toggleAttribute("open", !narrow.matches);
+  narrow.addEventListener("change", fold);
+  fold();
+
+  let begun = null;
+  const begin = () => (begun ??= load("form").then((form) => form.begin(uses)).catch(tell));
+
+  // Forms behind "Change" come to life when one of them is asked for.
+  const shutters = all("details", main);
+  for (const shutter of shutters) shutter.addEventListener("toggle", begin, { once: true });
+  if (shutters.length) {
+    uses.forEach(({ settled }) => settled?.());
+    main.dataset.shut = "";
+  } else {
+    await begin();
+  }
+} catch (error) {
+  tell(error);
 }

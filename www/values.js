@@ -1,20 +1,19 @@
 // What is in force, what stands in the fields, and how to say the difference in words.
-import { all, main, nameOf, one, sourceName, textOf } from "./page.js";
+import { all, here, isPage, main, one, source, textOf } from "./page.js";
 
 let latest = document.cloneNode(true); // the newest page with values in force
 export const newest = () => latest;
 export const setNewest = (page) => (latest = page);
 
-export const settings = () => all("form[data-settings]", main());
+export const settings = () => all("form[data-settings]", main);
 
 // ---- fields ----
 
-export const isSwitch = (field) => field.getAttribute("role") === "switch";
-const isList = (field) => field.tagName === "SELECT" && (field.multiple || field.size > 1);
-export const fieldsOf = (root) => all("input[name], select[name]", root).filter((field) => field.type !== "hidden");
+export const isSwitch = ({ type }) => type === "checkbox";
+export const fieldsOf = (root) => all("input[name]:not([type=hidden]), select[name]", root);
 // Fields that hold a value; the others choose what is meant.
 export const valuesOf = (root) =>
-  fieldsOf(root).filter((field) => !["radio", "file"].includes(field.type) && !isList(field) && !field.closest(".checks"));
+  fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *"));
 export const valueOf = (field) => (isSwitch(field) ? (field.checked ? "checked" : "unchecked") : field.value);
 export const named = (name, root) => fieldsOf(root).find((field) => field.name === name);
 export const valueIn = (page, name) => valueOf(named(name, one("main", page)));
@@ -22,16 +21,9 @@ export const valueIn = (page, name) => valueOf(named(name, one("main", page)));
 export function fill(field, value) {
   if (isSwitch(field)) field.checked = value === "checked";
   else {
-    const isNew = field.tagName === "SELECT" && !all("option", field).some((option) => option.value === value);
-    if (isNew) field.prepend(new Option(value, value));
+    if (field.options && ![...field.options].some((option) => option.value === value)) field.prepend(new Option(value, value));
     field.value = value;
   }
-}
-
-// Writes as a hand would: the page notices.
-export function write(fields, values) {
-  fields.forEach((field, index) => (field.value = values[index]));
-  fields.at(-1).dispatchEvent(new Event("input", { bubbles: true }));
 }
 
 export const before = new WeakMap(); // field: its value in force
@@ -40,43 +32,28 @@ export const isEdited = (form) => !form.dataset.shows && valuesOf(form).some(isC
 
 // The value of a field: as it stands on this page, or else as it is in force.
 export function current(name, form) {
-  const field = named(name, form) ?? named(name, main()) ?? named(name, one("main", latest));
+  const field = named(name, form) ?? named(name, main) ?? named(name, one("main", latest));
   return field ? valueOf(field) : "";
 }
 
 // ---- taking values ----
 
-// Forms whose values a page tells in a way of its own: a function of the page that gives one of the field's name.
+// Forms whose values a page tells in a way of its own: a function of the page that makes an element with their fields.
 export const tellers = new WeakMap();
-export function teller(form, page) {
-  if (tellers.has(form)) return tellers.get(form)(page);
-  return (name) => {
-    const field = named(name, one("main", page));
-    return field && valueOf(field);
-  };
-}
-
-// The parts of an address change together.
-function unitsOf(form) {
-  const units = new Map();
-  for (const field of valuesOf(form)) {
-    const whole = field.closest("[data-join]") ?? field;
-    units.set(whole, [...(units.get(whole) ?? []), field]);
-  }
-  return [...units.values()];
-}
 
 // Takes the values in force into a form, except where something was typed; returns the names of what
 // others have changed at the same place.
-export function take(form, page, isPosted = false) {
-  const tell = teller(form, page);
+export function take(form, page, isPosted) {
   const clashes = new Set();
-  for (const unit of unitsOf(form).filter(([field]) => tell(field.name) !== undefined)) {
-    const isTyped = !isPosted && unit.some(isChanged);
-    const isElsewhere = unit.some((field) => before.get(field) !== tell(field.name));
-    unit.forEach((field) => before.set(field, tell(field.name)));
-    if (!isTyped) unit.forEach((field) => fill(field, tell(field.name)));
-    else if (isElsewhere && unit.some(isChanged)) clashes.add(itemOf(unit[0]));
+  const there = tellers.get(form)?.(page) ?? one("main", page);
+  for (const field of valuesOf(form)) {
+    const twin = named(field.name, there);
+    if (!twin) continue;
+    const value = valueOf(twin);
+    if (isPosted || !isChanged(field)) fill(field, value);
+    else if (![before.get(field), valueOf(field)].includes(value)) clashes.add(itemOf(field));
+    before.set(field, value);
+    if (field.placeholder !== twin.placeholder) field.placeholder = twin.placeholder;
   }
   return [...clashes];
 }
@@ -85,11 +62,11 @@ export const builders = []; // what makes parts of this page out of a page that 
 
 // Takes what a page shows and tells anew; what stands beside it is left alone.
 export function freshen(page, posted) {
-  if (nameOf(page) === nameOf(document)) {
-    all("[data-live]", main()).forEach((part) => replace(part, one(`#${part.id}`, page)));
+  if (isPage(page, here)) {
+    all("[data-live]", main).forEach((part) => replace(part, one(`#${part.id}`, page)));
     builders.forEach((build) => build(page));
   }
-  if (nameOf(page) !== sourceName()) return;
+  if (!isPage(page, source)) return;
   latest = page;
   settings().forEach((form) => take(form, page, form === posted));
 }
@@ -110,25 +87,18 @@ export const itemOf = (field) => field.closest("[data-item]")?.dataset.item ?? l
 function wordOf(field, get) {
   const value = get(field);
   if (isSwitch(field)) return value === "checked" ? "on" : "off";
-  const option = field.tagName === "SELECT" && all("option", field).find((each) => each.value === value);
-  return option ? option.text : value || "empty";
+  const option = [...field.options ?? []].find((each) => each.value === value);
+  return option?.text ?? (value || (field.dataset.parts ? "no address" : ""));
 }
 
 // "off", "192.168.1.9, port 80" or, where the parts of something that is off are to be told, "off (192.168.1.9)".
-function inFull(item, get, whole) {
-  const parts = [];
-  let off = false;
-  let joined = null;
-  for (const field of fieldsOf(item)) {
-    const group = field.closest("[data-join]");
-    if (isSwitch(field)) off = get(field) !== "checked";
-    else if (group && group === joined) parts[parts.length - 1] += group.dataset.join + get(field);
-    else if (group || get(field)) parts.push(group ? get(field) : `${field.dataset.word ?? ""} ${wordOf(field, get)}`.trim());
-    joined = group;
-  }
-  const text = parts.map((part) => (/^\.*$/.test(part) ? "no address" : part)).join(", ");
-  if (!off) return text || "on";
-  return whole && text ? `off (${text})` : "off";
+function inFull(item, get, isWhole) {
+  const fields = fieldsOf(item);
+  const isOff = fields.some((field) => isSwitch(field) && get(field) !== "checked");
+  const text = fields.filter((field) => !isSwitch(field) && wordOf(field, get))
+    .map((field) => `${field.dataset.word ?? ""} ${wordOf(field, get)}`.trim()).join(", ");
+  if (!isOff) return text || "on";
+  return isWhole && text ? `off (${text})` : "off";
 }
 
 export function changesOf(form) {
@@ -137,8 +107,8 @@ export function changesOf(form) {
   for (const field of valuesOf(form).filter(isChanged)) {
     const item = field.closest("[data-item]");
     if (changes.has(item ?? field) || field.dataset.same) continue;
-    const whole = item && inFull(item, was) === inFull(item, valueOf);
-    const words = (get) => (item ? inFull(item, get, whole) : wordOf(field, get));
+    const isWhole = item && inFull(item, was) === inFull(item, valueOf);
+    const words = (get) => (item ? inFull(item, get, isWhole) : wordOf(field, get) || "empty");
     const text = field.type === "password" ? "changed" : `from ${words(was)} to ${words(valueOf)}`;
     changes.set(item ?? field, `${itemOf(field)}: ${text}`);
   }
@@ -148,7 +118,7 @@ export function changesOf(form) {
 // ---- warnings ----
 
 const conditionsOf = (text) => text.dataset.warn.split(" ").map((condition) => /^(\w+)(!?=)?(.*)$/.exec(condition));
-const isNew = (name, form) => Boolean(named(name, form) && isChanged(named(name, form)));
+const isNew = (name, form) => named(name, form) && isChanged(named(name, form));
 
 export const warns = (text, form) => conditionsOf(text).every(([, name, sign, value]) =>
   (sign ? (current(name, form) === value) === (sign === "=") : isNew(name, form)));

@@ -1,20 +1,16 @@
 // The settings of a connection: addresses that go together, and taking the connection into use.
-import { all, during, get, messageOf, nameOf, post, say, step, view } from "./page.js";
-import { ADDRESS_RULES, isWhole, numberOf } from "./rules.js";
-import { fieldsOf, valueIn, valueOf } from "./values.js";
+import { during, get, isPage, messageOf, post, say, step, view } from "./page.js";
+import { bitsOf, RULES } from "./rules.js";
+import { named, valueIn } from "./values.js";
 
-const beginning = (name, form) => all(".octets", form).map((group) => fieldsOf(group)).find(([first]) => first.name.startsWith(name)).map(valueOf);
-
-ADDRESS_RULES.push(function mask(group, parts) {
-  const isMask = /^1+0+$/.test(numberOf(parts).toString(2));
-  return group.matches("[data-mask]") && !isMask ? "A netmask is ones and then zeros, such as 255.255.255.0." : "";
-}, function gateway(group, parts, form) {
-  if (!group.dataset.beside) return "";
-  const [own, mask] = group.dataset.beside.split(" ").map((name) => beginning(name, form));
-  if (![own, mask].every(isWhole)) return "";
-  if (numberOf(own) === numberOf(parts)) return "The gateway cannot be this appliance itself.";
-  const isInside = parts.every((part, at) => (part & mask[at]) === (own[at] & mask[at]));
-  return isInside ? "" : "The gateway must be in the network of the IP address.";
+RULES.push(function mask({ value, dataset }) {
+  const isMask = /^1+0+$/.test((bitsOf(value) >>> 0).toString(2));
+  return "mask" in dataset && value && !isMask ? "A netmask is ones and then zeros, such as 255.255.255.0." : "";
+}, function gateway({ value, dataset }, form) {
+  const [own, mask] = dataset.beside?.split(" ").map((name) => named(name, form).value) ?? [];
+  if (!value || !own || !mask) return "";
+  if (own === value) return "The gateway cannot be this appliance itself.";
+  return (bitsOf(own) ^ bitsOf(value)) & bitsOf(mask) ? "The gateway must be in the network of the IP address." : "";
 });
 
 async function isUsed(choice) {
@@ -25,7 +21,7 @@ async function isUsed(choice) {
 const use = (choice) => during("Connecting. This may take a minute.", null, async () => {
   const page = await post({ this_file: "nat_conn.htm", todo: "save", next_file: "nat_base.htm",
     internet_access: "checked", access_method: choice });
-  if (nameOf(page) !== "nat_base.htm") throw new Error(messageOf(page));
+  if (!isPage(page, "nat_base.htm")) throw new Error(messageOf(page));
   sessionStorage.removeItem("link");
   location.assign(view("nat_status.htm"));
 });
@@ -38,5 +34,5 @@ export async function answers({ dataset: { method } }) {
 
 export function answered({ dataset: { method } }, answer) {
   if (answer === "use") use(method);
-  if (answer === "keep") say("Saved. ", "good", step("Use this connection now", () => use(method)));
+  if (answer === "keep") say("Saved.", "good", step("Use this connection now", () => use(method)));
 }

@@ -68,10 +68,12 @@ inline constexpr auto joined_literal = join_literals<First, Second>();
 template <Literal First, Literal Second>
 inline constexpr std::string_view joined = joined_literal<First, Second>.text.data();
 
-// A key table without its getters: so a page shows what was posted, or nothing.
+// A key table without its getters: so a page shows what was posted, or nothing. A secret keeps the
+// getter that shows nothing.
 template <class Record, std::size_t N>
 constexpr auto without_getters(std::array<KeyFun<Record>, N> rows) {
-    for (KeyFun<Record>& row : rows) row.getter = nullptr;
+    for (KeyFun<Record>& row : rows)
+        if (!row.is_secret) row.getter = nullptr;
     return rows;
 }
 
@@ -96,6 +98,10 @@ constexpr bool is_not_unchecked(std::string_view value) { return value != kUnche
 // A page whose getters and savers share no record.
 struct NoRecord {};
 
+// Whether a secret that is posted empty means the stored one: pages do not show it, so they cannot
+// send it back. A box that removes it posts another value, which sorts before this one.
+inline bool keeps_secrets(const FormList* form) { return field_is(form, "keep_secrets", "yes"); }
+
 // Which posted fields count as present.
 enum class Present { also_empty, only_filled };
 
@@ -109,6 +115,7 @@ int save_fields(const std::array<KeyFun<Record>, N>& keys, const FormList* form,
         if (!row.saver) continue;
         const char* value = find_val(form, row.key);
         if (!value || (present == Present::only_filled && !*value)) continue;
+        if (row.is_secret && !*value && keeps_secrets(form)) continue;
         any = true;
         const int refused = row.saver(value, mode, message, record);
         if (refused) return refused;

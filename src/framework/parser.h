@@ -32,12 +32,14 @@ using ListGetter = int (*)(LongText& text, int& error);
 template <class Record>
 using FieldSaver = int (*)(const char* value, int mode, Message& message, Record& record);
 
-// A row of a page's key table. Either function may be missing.
+// A row of a page's key table. Either function may be missing. A secret is shown neither as it is
+// stored nor as it was typed.
 template <class Record>
 struct KeyFun {
     std::string_view key;
     ValueGetter getter;
     FieldSaver<Record> saver;
+    bool is_secret = false;
 };
 
 // A row of a page's list table.

@@ -84,11 +84,19 @@ int get_dynamic_ip(ValueText& value, LongText&, int&) {
     return show(value, shown_record.DynamicIP ? "dynamic" : "fixed");
 }
 
+int get_password_kept(ValueText& value, LongText&, int&) {
+    return show_kept(value, shown_record.Password);
+}
+
+constexpr std::array kept_row = std::to_array<KeyFun<PPPConf>>({
+    {"nat_ac_pwd_kept", get_password_kept, nullptr},
+});
+
 // The page's own script compares the password with its confirmation: nothing here looks at that.
 constexpr std::array account_rows = std::to_array<KeyFun<PPPConf>>({
     {"nat_ac_name", get_text<&PPPConf::User>, required<Msg::NoUserName, save_text<&PPPConf::User>>},
-    {"nat_ac_pwd", get_text<&PPPConf::Password>, save_ac_pwd},
-    {"nat_ac_pwd_v", get_text<&PPPConf::Password>, nullptr},
+    {"nat_ac_pwd", show_no_secret, save_ac_pwd, true},
+    {"nat_ac_pwd_v", show_no_secret, nullptr, true},
     {"nat_tel01", get_text<&PPPConf::Phone1>,
      required<Msg::NoTelephone, save_telephone<&PPPConf::Phone1, kFirstNumber>>},
     {"nat_tel02", get_text<&PPPConf::Phone2>, save_telephone<&PPPConf::Phone2, kSecondNumber>},
@@ -105,9 +113,9 @@ constexpr std::array dns_name_row = std::to_array<KeyFun<PPPConf>>({
     {"dns_name", get_text<&PPPConf::DNS>, nullptr},
 });
 
-constexpr std::array key_fun_tab =
-    join_rows(dns_name_row, without_getters(account_rows), without_getters(dns_rows<PPPConf>));
-constexpr std::array kAccountGetters = getters_of(account_rows);
+constexpr std::array key_fun_tab = join_rows(dns_name_row, kept_row, without_getters(account_rows),
+                                             without_getters(dns_rows<PPPConf>));
+constexpr std::array kAccountGetters = getters_of(join_rows(kept_row, account_rows));
 
 }  // namespace
 

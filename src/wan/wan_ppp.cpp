@@ -41,6 +41,10 @@ int save_ppp_ac_pwd(const char* value, int mode, Message& message, PPPoeConf& re
     return save_text<&PPPoeConf::password>(value, mode, message, record);
 }
 
+int get_password_kept(ValueText& value, LongText&, int&) {
+    return show_kept(value, shown.password);
+}
+
 int get_ppp_idle_time(ValueText& value, LongText&, int&) {
     return show(value, std::to_string(shown.idle));
 }
@@ -89,8 +93,9 @@ int save_service_name(const char* value, int mode, Message& message, PPPoeConf& 
 // The page's own script compares the password with its confirmation, "ppp_ac_pwd_v".
 constexpr std::array account_rows = std::to_array<KeyFun<PPPoeConf>>({
     {"ppp_ac_name", get_text<&PPPoeConf::user>, save_ppp_ac_name},
-    {"ppp_ac_pwd", get_text<&PPPoeConf::password>, save_ppp_ac_pwd},
-    {"ppp_ac_pwd_v", get_text<&PPPoeConf::password>, nullptr},
+    {"ppp_ac_pwd", show_no_secret, save_ppp_ac_pwd, true},
+    {"ppp_ac_pwd_v", show_no_secret, nullptr, true},
+    {"ppp_ac_pwd_kept", get_password_kept, nullptr},
     {"ppp_idle_time", get_ppp_idle_time, save_ppp_idle_time},
     {"nat_isp_ip01", get_ip<1>, save_ip<1>},
     {"nat_isp_ip02", get_ip<2>, save_ip<2>},
@@ -106,6 +111,13 @@ constexpr std::array service_row = std::to_array<KeyFun<PPPoeConf>>({
 
 constexpr std::array key_fun_tab = join_rows(account_rows, dns_rows<PPPoeConf>, service_row);
 
+// A file that cannot be read refuses the save itself.
+SettingText stored_password() {
+    PPPoeConf stored;
+    static_cast<void>(GetPPPoeConf(&stored));
+    return stored.password;
+}
+
 }  // namespace
 
 int get_wan_ppp(const char* message, const FormList* form) {
@@ -118,6 +130,7 @@ int set_wan_ppp(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mo
                 Message& message) {
     if (!field_is(form, "todo", "save")) return 0;
     PPPoeConf record;
+    if (mode == kSet && keeps_secrets(form)) record.password = stored_password();
     bool any = false;
     const int refused = save_fields_and_dns(key_fun_tab, form, mode, message, record, any);
     if (refused || mode == kCheck || !any) return refused;

@@ -9,6 +9,7 @@ LOGS = ["/var/log/ppp1.log", "/var/log/ppp0.log", "/var/log/pppd.log"]
 
 ACCOUNT = dict(nat_ac_name="joe@isp", nat_ac_pwd="secret", nat_ac_pwd_v="secret", nat_tel01="555", nat_tel02="",
                nat_tel03="777", nat_idle_time="5", nat_isp_ip_radio="dynamic", **octets("nat_isp_ip0", "10.0.0.1"))
+SHOWN = {**{key: value for key, value in ACCOUNT.items() if "pwd" not in key}, "nat_ac_pwd_kept": "unchanged"}
 
 
 def save(appliance, **fields):
@@ -58,14 +59,15 @@ def test_refused(account, field, value, number):
     form = {**ACCOUNT, "nat_ac_name": "ann", "dns1_ip_1": "9", field: value}
     result = save(account, **form, nat_serspeed_list="9600")
     assert (result.message, result.did_nothing) == (told(number), True)
-    assert {key: result.shown[key] for key in form if key in result.shown} == {**form, "nat_ac_pwd_v": "secret"}
+    assert {key: result.shown[key] for key in form if key in result.shown} == {
+        key: value for key, value in form.items() if "pwd" not in key}
     assert (result.shown["dns2_ip_1"], result.shown["dns_name"]) == ("", "192.0.2.53")
     account.write("/www/cgi_err", f"{number}-No %s.\n")
     assert save(account, **form).message == f"No {RECORD}."
 
 
 @pytest.mark.parametrize("values, expected", [
-    ({}, {**ACCOUNT, "nat_serspeed_list": "115200", "nat_modem_list": "_Standard Modem", "nat_init_string": "AT&F",
+    ({}, {**SHOWN, "nat_serspeed_list": "115200", "nat_modem_list": "_Standard Modem", "nat_init_string": "AT&F",
           "nat_dial_type_radio": "tone", **octets("dns1_ip_", "192.0.2.53"), **octets("dns2_ip_", "198.51.100.53"),
           **octets("dns3_ip_", "...")}),
     ({"DialType": "1", "DynamicIP": "0", "IP": "192.168.1"},
@@ -84,7 +86,7 @@ def test_overview(account, values, expected):
     assert {key: result.shown[key] for key in expected} == expected
     assert (result.changed, result.message) == ({}, "")
     if not values:  # saved as it stands, the page changes nothing
-        saved = save(account, **result.shown, next_file="sp_base.htm")
+        saved = save(account, **{**result.shown, "nat_ac_pwd": ""}, keep_secrets="yes", next_file="sp_base.htm")
         assert saved.shown == result.shown and saved.commands == [SET_DNS] * 2 and saved.changed.keys() <= {SETTINGS}
 
 

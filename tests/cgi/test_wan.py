@@ -139,11 +139,11 @@ def test_hardware_address_kept(appliance, todo, address, number):
 
 
 @pytest.mark.parametrize("wan, extra, expected", [
-    ({}, '""', {"ppp_ac_name": "", "ppp_ac_pwd": "", "ppp_idle_time": "5", "isp_ip_type": "dynamic", "service_name": "",
+    ({}, '""', {"ppp_ac_name": "", "ppp_ac_pwd_kept": "", "ppp_idle_time": "5", "isp_ip_type": "dynamic", "service_name": "",
                 **dns("192.0.2.53", "198.51.100.53", "...")}),
     ({"pppoe_username": "joe#1 x@isp", "pppoe_password": "a=b ' $c", "idle": "10", "pppoe_dyna": "0",
       "pppoe_ip": "10.20.30.40"}, '"-S ISP1  "',
-     {"ppp_ac_name": "joe#1 x@isp", "ppp_ac_pwd": "a=b ' $c", "ppp_ac_pwd_v": "a=b ' $c", "ppp_idle_time": "10",
+     {"ppp_ac_name": "joe#1 x@isp", "ppp_ac_pwd_kept": "unchanged", "ppp_idle_time": "10",
       "isp_ip_type": "fixed", "service_name": "ISP1", **octets("nat_isp_ip0", "10.20.30.40")}),
     ({"pppoe_ip": "10.20.30.40"}, '"-U -S a \\$b" #"', {"service_name": "a $b", **octets("nat_isp_ip0", "...")}),
 ])

@@ -1,0 +1,40 @@
+"""Passwords: a page never sends one back, and an empty field means the stored one where the form says so."""
+
+import pytest
+
+from appliance import RECORD, WAN, WWW, told
+
+PAGES = {
+    "wan_ppp.htm": ("ppp_ac_pwd", WAN, "pppoe_password", dict(ppp_ac_name="j", ppp_idle_time="5", isp_ip_type="dynamic")),
+    "sp_int.htm": ("nat_ac_pwd", RECORD, "Password", dict(nat_ac_name="j", nat_tel01="5", nat_idle_time="5")),
+}
+
+
+@pytest.mark.parametrize("page", PAGES)
+@pytest.mark.parametrize("sent, typed, stored", [
+    ("yes", "", "secret"), ("yes", None, "secret"), ("yes", "new", "new"), ("no", "", ""), ("no", "new", "new"),
+    ("yes no", "", ""), ("yes no", "new", "new"), ("", "", ""), ("Yes", "", ""),
+])
+def test_an_empty_password(appliance, page, sent, typed, stored):
+    field, path, key, form = PAGES[page]
+    appliance.save(page, **form, **{field: "secret"})
+    kept = "".join(f"&keep_secrets={value}" for value in sent.split())
+    password = "" if typed is None else f"&{field}={typed}"
+    account = "".join(f"&{name}={value}" for name, value in form.items())
+    result = appliance.post(f"this_file={page}&todo=save&next_file={page}{account}{password}{kept}")
+    assert (result.message, appliance.keys(path)[key]) == ("", stored)
+    assert appliance.view(page).shown[f"{field}_kept"] == ("unchanged" if stored else "")
+
+
+@pytest.mark.parametrize("page", PAGES)
+def test_no_page_shows_a_password(appliance, page):
+    """Neither the stored one nor, after a refusal, what was typed, even if a template asks for it."""
+    field, _, _, form = PAGES[page]
+    for name in (page, "sp_base.htm"):
+        appliance.write(f"/www/{name}", (WWW / name).read_text() + f"@{field}#@{field}_v#\n")
+    appliance.save(page, **form, **{field: "geheim", f"{field}_v": "geheim"})
+    idle = next(key for key in form if "idle" in key)
+    refused = appliance.save(page, **{**form, idle: "", field: "getippt", f"{field}_v": "getippt"})
+    assert told(15) in refused.body
+    for body in refused.body, appliance.view(page).body, appliance.view("sp_base.htm").body:
+        assert body and "geheim" not in body and "getippt" not in body
