@@ -1,17 +1,10 @@
-// What forms do: they wait for the values in force, tell what changes, ask, send, and say what became of it.
-import { all, choice, during, forms, get, here, isBusy, isPage, isReady, lock, main, make, messageOf, one, patiently, post,
-  say, source, step, textOf, view } from "./page.js";
-import { follow, mark, showMistake, strayOf } from "./rules.js";
-import { before, builders, changesOf, fieldsOf, fill, freshen, isChanged, isEdited, named, newest, setNewest, settings,
-  take, valueOf, valuesOf, warningsOf } from "./values.js";
+// What forms do: they wait for the values in force, check, tell what changes, ask, send, and say what became of it.
+import { again, all, before, builders, changesOf, choice, current, during, fieldsOf, fill, forms, freshen, get, here,
+  inForce, isBusy, isChanged, isEdited, isPage, isReady, isSwitch, itemOf, lock, main, make, messageOf, named,
+  newest, one, patiently, post, say, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf,
+  warningsOf, warns } from "./page.js";
 
 let uses = []; // what else the page brings along
-
-// The page with the values in force. Where a page shows one of several groups, it is asked for that group.
-const chooser = () => one("[data-shows]", main);
-const shown = () => one("select", chooser());
-const choose = (value) => post({ this_file: here, todo: "select", [shown().name]: value });
-export const inForce = () => (chooser() ? choose(chooser().dataset.shows) : get(source));
 
 // ---- sending ----
 
@@ -19,18 +12,17 @@ async function submit(event) {
   event.preventDefault();
   const form = event.target;
   const button = event.submitter ?? one("button", form) ?? make("button"); // a choice needs none
-  if (isBusy() || !isReady() || one("dialog")) return;
+  if (isBusy() || !isReady() || one("dialog[open]")) return;
   say("");
   if (isWrong(form, button)) return;
   const was = await during("Looking up what is in force.", button, () => lookUp(form));
   if (!was) return;
   const trouble = troubleOf(form, was);
   if (trouble) return say(trouble, "bad");
-  const clashes = form.matches("[data-settings]") && isPage(was, source) ? take(form, was) : [];
+  const clashes = "settings" in form.dataset && isPage(was, source) ? take(form, was) : [];
   if (isWrong(form, button)) return;
   const answer = await agree(form, button, clashes).catch((error) => say(error.message, "bad"));
   if (answer) during("Saving. Connecting may take a minute.", button, () => send(form, button, was, answer));
-  else if (form.dataset.shows) back(form);
 }
 
 // A button that leaves the fields alone needs only what it is meant for.
@@ -44,9 +36,7 @@ function isWrong(form, button) {
 
 // What is in force is asked for again, so that what others did meanwhile is neither undone nor hidden.
 function lookUp(form) {
-  if (form.matches("[data-settings]")) return inForce();
-  if (!form.dataset.list) return newest();
-  return main.dataset.source ? get(here) : inForce();
+  return "settings" in form.dataset ? inForce() : form.dataset.list ? again() : newest;
 }
 
 // A page that could not read its settings shows others; what the form holds is none of theirs then.
@@ -58,15 +48,13 @@ function troubleOf({ dataset }, page) {
 // Asks about what the form is about to do; nothing when it is not to be done.
 async function agree(form, button, clashes) {
   const label = textOf(button);
-  if (button.dataset.confirm) return choice(button.dataset.confirm, {}, [["yes", label]], true);
-  if (form.dataset.shows && forms().some(isEdited))
-    return choice("Go on without saving?", { warnings: ["What was changed on this page is lost then."] }, [["yes", "Go on"]], true);
-  if (!form.matches("[data-settings]")) return "yes";
+  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true);
+  if (!("settings" in form.dataset)) return "yes";
   const changes = changesOf(form);
   const warnings = [...warningsOf(form), ...all("[data-told]", form).map(textOf).filter(Boolean), ...await strayOf(form),
     ...clashes.map((name) => `${name}: somebody else has changed this too. What stands here replaces it.`)];
   const answers = await uses.find((part) => part.answers)?.answers(form) ?? [["yes", label]];
-  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, { changes, warnings }, answers);
+  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, changes, warnings);
 }
 
 async function send(form, button, was, answer) {
@@ -83,7 +71,7 @@ async function send(form, button, was, answer) {
     : await outcomeOf({ form, button, was, page, text, said, data });
   const isTaken = kind !== "bad";
   if (isTaken) await settle(form, later);
-  say(words || (isTaken ? messageOf(newest()) : ""), kind);
+  say(words || (isTaken ? messageOf(newest) : ""), kind);
   if (isTaken) setTimeout(() => uses.forEach((part) => part.answered?.(form, answer))); // when the form is free again
 }
 
@@ -100,22 +88,16 @@ async function outcomeOf(request) {
 // Takes what is in force after a request: its answer tells it, or else it is asked for.
 async function settle(form, page) {
   all("[data-typed]", form).forEach((field) => before.set(field, (field.value = "")));
-  if (form.dataset.shows) await renew(page);
-  else if (form.dataset.fills) fillFrom(page, document.getElementById(form.dataset.fills));
+  if (form.dataset.fills) valuesOf(document.getElementById(form.dataset.fills)).forEach((field) => fill(field, valueIn(page, field.name)));
   else {
     freshen(page, form);
-    if (form.matches("[data-settings]") && !isPage(page, source)) freshen(await reload(), form);
-    forms().forEach(follow);
+    if (!isPage(page, source)) freshen(await reload(), form);
   }
+  forms().forEach(follow);
   uses.forEach(({ settled }) => settled?.(true));
 }
 
 const reload = () => inForce().catch(() => { throw new Error("Saved. What is in force now could not be fetched: reload the page."); });
-
-function fillFrom(page, form) {
-  valuesOf(form).forEach((field) => fill(field, valueOf(named(field.name, page))));
-  follow(form);
-}
 
 // ---- what forms do ----
 
@@ -130,13 +112,12 @@ function mend({ target, target: { form } }) {
 
 // How much is not saved yet stands beside the button that saves it.
 function watch(form) {
-  const count = make("output", { class: "count" });
-  const undo = make("button", { type: "button", class: "quiet", click: () => back(form) }, "Undo");
-  one(".actions, .buttons", form).append(count, undo);
+  const [count, undo] = all(".count, [data-undo]", form);
+  undo.onclick = () => back(form);
   form.addEventListener("followed", () => {
     const { length } = changesOf(form);
-    count.textContent = length === 1 ? "1 change not saved" : `${length} changes not saved`;
-    count.hidden = undo.hidden = !length;
+    undo.hidden = !length;
+    count.textContent = length ? `${length} ${length === 1 ? "change" : "changes"} not saved` : "";
   });
 }
 
@@ -155,42 +136,146 @@ function neaten(field) {
   if (dataset.join === ".") field.value = value.trim().replaceAll(",", ".").replace(/[/:].*/, "").replace(/\b0+(?=\d)/g, "");
 }
 
+// ---- rules ----
+
+// The markup holds the rules that a browser knows by itself, here are the others, as validity of the same fields; so
+// there is one answer to what is wrong with a field.
+
+const isAddress = (text) => /^(\d{1,3}\.){3}\d{1,3}$/.test(text) && text.split(".").every((part) => part < 256);
+
+// An address as the 32 bits that it stands for.
+const bitsOf = (address) => address.split(".").reduce((bits, part) => (bits << 8) | part, 0);
+
+// Each gives a text when it is broken.
+export const RULES = [
+  function address({ value, required, dataset }) {
+    if (dataset.join !== "." || (!value && !required)) return "";
+    if (!isAddress(value)) return "Enter four numbers from 0 to 255, such as 192.168.1.9.";
+    const first = value.split(".")[0];
+    return "mask" in dataset || (first > 0 && first < 224 && first !== "127") ? "" : "No host can have this address.";
+  },
+  function mask({ value, dataset }) {
+    const isMask = /^1+0+$/.test((bitsOf(value) >>> 0).toString(2));
+    return "mask" in dataset && value && !isMask ? "A netmask is ones and then zeros, such as 255.255.255.0." : "";
+  },
+  function gateway({ value, dataset }, form) {
+    const [own, mask] = dataset.beside?.split(" ").map((name) => named(name, form).value) ?? [];
+    if (!value || !own || !mask) return "";
+    if (own === value) return "The gateway cannot be this appliance itself.";
+    return (bitsOf(own) ^ bitsOf(value)) & bitsOf(mask) ? "The gateway must be in the network of the IP address." : "";
+  },
+  function repeated({ value, dataset }, form) {
+    return dataset.same && value !== named(dataset.same, form).value ? "The two passwords are not the same." : "";
+  },
+  function range({ value, dataset }, form) {
+    const isBefore = dataset.from && value && Number(value) < Number(named(dataset.from, form).value);
+    return isBefore ? "The last of a range cannot come before the first." : "";
+  },
+  // Two virtual servers that are on cannot have one port.
+  function port(field, form) {
+    if (!field.value || !field.matches("[data-port]:required")) return "";
+    if (/^0+$/.test(field.value)) return "Enter a whole number from 1 to 65535.";
+    const taken = all("[data-port]:required", form).find((other) => Number(other.value) === Number(field.value));
+    return taken === field ? "" : `Port ${field.value} is taken by ${itemOf(taken)}. Give each server a port of its own.`;
+  },
+];
+
+function counts({ dataset }, form) {
+  const [name, values] = (dataset.need ?? dataset.with).split("=");
+  return values.split("|").includes(current(name, form));
+}
+
+// What follows from a change: what is needed now, what is wrong, and what there is to say about it.
+export function follow(form) {
+  for (const part of all("[data-need], [data-with]", form)) {
+    part.inert = !counts(part, form);
+    if (part.dataset.need) fieldsOf(part).forEach((field) => (field.required = !part.inert));
+  }
+  for (const item of all("[data-item]", form)) {
+    const isOn = fieldsOf(item).find(isSwitch);
+    if (isOn) all("[data-parts], [data-port]", item).forEach((field) => (field.required = isOn.checked));
+  }
+  for (const field of fieldsOf(form))
+    field.setCustomValidity(RULES.map((rule) => rule(field, form)).find(Boolean) ?? "");
+  for (const text of all("[data-warn]", form)) text.hidden = !warns(text, form);
+  form.dispatchEvent(new Event("followed"));
+}
+
+// What is wrong with a field, in words; nothing when it is right or does not count.
+function mistakeOf(field) {
+  const { validity, min, max, type } = field;
+  if (validity.valid || field.closest("[data-need][inert], [data-with][inert]")) return "";
+  if (validity.customError) return field.validationMessage;
+  if (validity.patternMismatch) return `Enter ${field.title}.`;
+  if (type === "number" && !validity.valueMissing)
+    return `Enter a whole number from ${min} to ${max}.`;
+  return type === "file" ? "Choose a file." : "Fill this in.";
+}
+
+function showMistake(field, text) {
+  const id = `error-${field.form.id}-${field.name}`;
+  one(`#${id}`)?.remove();
+  const helps = (field.getAttribute("aria-describedby") ?? "").replace(id, "").trim();
+  field.setAttribute("aria-describedby", text ? `${helps} ${id}` : helps);
+  field.setAttribute("aria-invalid", Boolean(text));
+  if (!text) return;
+  const place = field.closest("td, .field, .checks, .wide");
+  place[place.tagName === "TD" ? "append" : "after"](make("p", { className: "error", id }, text));
+}
+
+// Marks what is wrong, of several fields of a name the first; returns the first field that is.
+function mark(fields) {
+  const wrong = fields.filter((field, at) => {
+    if (fields.findIndex(({ name }) => name === field.name) < at) return false;
+    const text = mistakeOf(field);
+    showMistake(field, text);
+    return text;
+  });
+  return wrong[0];
+}
+
+// Addresses that are on the wrong side of the appliance. Its network in the LAN is asked for only when one was changed.
+async function strayOf(form) {
+  const fields = all("[data-lan]:valid", form).filter((field) => field.value && isChanged(field));
+  const page = fields.length && await get("ac_cfg.htm").catch(() => null);
+  if (!page) return [];
+  const lan = ["vs_web_1", "vs_web_2", "vs_web_3"].map((name) => one(`[name=${name}]`, page).value).join(".");
+  return fields.filter(({ value, dataset }) => value.startsWith(`${lan}.`) !== (dataset.lan === "in")).map((field) =>
+    `${itemOf(field)}: this address is ${field.dataset.lan === "in" ? "outside" : "in"} the network of the LAN, ${lan}.`);
+}
+
 // ---- the content of the page ----
 
 // A switch that had to be a list, because a page without values cannot be filled in, becomes a switch.
 function switchFor(list) {
   const { name, value } = list;
-  const label = list.getAttribute("aria-label") ?? false;
-  const field = make("input", { type: "checkbox", role: "switch", name, value: "checked", "aria-label": label });
+  const field = make("input", { type: "checkbox", role: "switch", name, value: "checked", ariaLabel: list.getAttribute("aria-label") });
   fill(field, value);
-  before.set(field, value ? "" : "unchecked");
   list.replaceWith(make("input", { type: "hidden", name, value: "unchecked" }), field);
 }
 
-// A list without scripts begins with the value in force, or with nothing, before all that can be chosen.
-function tidy(list) {
-  const [first, ...others] = list.options;
-  const twin = others.find(({ value }) => value === first?.value);
-  if (twin && first.selected) twin.selected = true;
-  if (twin || first?.value === "") first.remove();
+// What a list shows in force without scripts stands before all that can be chosen; here it is one of them.
+function tidy(option) {
+  const list = option.parentElement;
+  const { value } = list;
+  option.remove();
+  if (value) fill(list, value);
 }
 
 // Nothing can be sent before the values in force are in the forms.
-async function prepare() {
-  lock();
-  builders.length = 0;
+export async function begin(parts) {
+  uses = parts;
   all("select[data-switch]", main).forEach(switchFor);
   all("[data-unscripted]", main).forEach((element) => element.remove());
   all("[data-scripted]", main).forEach((element) => (element.hidden = element.disabled = false));
-  uses.forEach((part) => part.prepare?.());
-  builders.forEach((build) => build(newest()));
+  uses.forEach(({ prepare }) => prepare?.());
+  builders.forEach((build) => build(newest));
   for (const form of forms()) {
     form.noValidate = true;
     form.addEventListener("submit", submit);
     form.addEventListener("input", mend);
     form.addEventListener("change", mend);
-    const isBlank = main.dataset.source && form.matches("[data-settings]");
-    for (const field of valuesOf(form)) if (!before.has(field)) before.set(field, isBlank ? "" : valueOf(field));
+    for (const field of valuesOf(form)) before.set(field, valueOf(field));
   }
   settings().forEach(watch);
   await fillIn();
@@ -204,12 +289,12 @@ async function fillIn() {
     return say("The values in force could not be fetched, so nothing can be changed.", "bad", tryAgain());
   }
   for (const form of settings()) {
-    const trouble = troubleOf(form, newest());
+    const trouble = troubleOf(form, newest);
     form.toggleAttribute("data-locked", trouble);
     if (trouble) say(trouble, "bad", tryAgain());
-    else take(form, newest());
+    else take(form, newest);
   }
-  all("select[name]:not([multiple], [size])", main).forEach(tidy);
+  all("option[selected]", main).forEach(tidy);
   forms().forEach(follow);
   main.dataset.ready = "";
   lock();
@@ -221,33 +306,10 @@ const tryAgain = () => step("Try again", () => {
   fillIn();
 });
 
-// Takes the whole content, as that of another group; only the message stays where it is.
-async function renew(page) {
-  const rest = (root) => all(":scope > :not(.message)", root);
-  rest(main).forEach((element) => element.remove());
-  one(".message", main).before(...rest(one("main", page)));
-  setNewest(document.cloneNode(true));
-  const { name, value } = shown();
-  history.replaceState(null, "", `${view(here)}&${new URLSearchParams({ [name]: value })}`);
-  delete main.dataset.ready;
-  await prepare();
-}
-
 addEventListener("beforeunload", (event) => {
   if (forms().some(isEdited)) event.preventDefault();
 });
-addEventListener("change", ({ target }) => {
-  neaten(target);
-  if (target.form?.dataset.shows) target.form.requestSubmit();
-}, true);
+addEventListener("change", ({ target }) => neaten(target), true);
 addEventListener("wheel", ({ target }) => {
   if (target === document.activeElement && target.type === "number") target.blur(); // else it would count
 }, { passive: true });
-
-// Begins with the group that the address names, where there are groups.
-export async function begin(parts) {
-  uses = parts;
-  const group = chooser() && new URLSearchParams(location.search).get(shown().name);
-  if (group && group !== chooser().dataset.shows) await choose(group).then(renew, prepare);
-  else await prepare();
-}

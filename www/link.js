@@ -1,10 +1,8 @@
 // The state of the connection, and what is being changed, in the head of every page.
-import { ask, get, isBusy, one, textOf } from "./page.js";
-import { newest } from "./values.js";
+import { ask, get, isBusy, newest, one, textOf } from "./page.js";
 
 const NOT_CONNECTED = "10.112.112.112"; // the address of a link that is not up
-const LOOK_SECONDS = 2; // while something is being changed
-const STATE_SECONDS = 60;
+const MINUTE = 60000;
 
 export const watchers = []; // what else is to be told of the state: functions of the status page and the link
 export const part = (name, page) => textOf(one(`[data-state=${name}]`, page));
@@ -19,8 +17,8 @@ export function linkOf(page) {
 // What was asked for a short while ago is not asked for again, unless something may have changed it.
 export async function showState(isNew) {
   const known = JSON.parse(sessionStorage.getItem("link") ?? "{}");
-  const isKnown = !isNew && !watchers.length && Date.now() - known.time < STATE_SECONDS * 1000;
-  const status = isOwn() ? newest() : !isKnown && await get("nat_status.htm").catch(() => null);
+  const isKnown = !isNew && !watchers.length && Date.now() - known.time < MINUTE;
+  const status = isOwn() ? newest : !isKnown && await get("nat_status.htm").catch(() => null);
   const link = status ? linkOf(status) : isKnown ? known : { text: "Connection: unknown" };
   if (status) sessionStorage.setItem("link", JSON.stringify({ ...link, time: Date.now() }));
   one("#state").dataset.up = link.isUp ?? "";
@@ -40,17 +38,10 @@ async function showBusy() {
   const line = one("#busy");
   const isOver = line.textContent && !busy;
   const doing = busy && `${busy.command ?? "files are written"}, ${busy.seconds} s`;
-  const by = [busy?.user, busy?.address].filter(Boolean).join(" at ");
-  line.textContent = busy ? `A change is being made${by && ` by ${by}`}: ${doing}.` : "";
+  line.textContent = busy ? `${busy.user || "Somebody"} at ${busy.address || "another place"} is making a change: ${doing}.` : "";
   if (busy?.command) one("button[aria-busy]")?.replaceChildren(`${verbOf(busy.command)}: ${doing}`);
   if (isOver) showState(true);
 }
 
-let ticks = 0;
-setInterval(() => {
-  if (document.hidden) return;
-  ticks += 1;
-  const isTime = ticks % (STATE_SECONDS / LOOK_SECONDS) === 0;
-  if (isTime || isBusy() || one("#busy").textContent) showBusy();
-  if (isTime) showState(true);
-}, LOOK_SECONDS * 1000);
+setInterval(() => document.hidden || showState(true) && showBusy(), MINUTE);
+setInterval(() => document.hidden || (isBusy() || one("#busy").textContent) && showBusy(), 2000);

@@ -1,7 +1,7 @@
 // Lists: boxes to choose from, a search field above a long one, applications, modems.
-import { all, main, make, one, step, textOf } from "./page.js";
-import { follow, RULES } from "./rules.js";
-import { before, builders, current, labelOf, named, newest, take, tellers, valueOf, valuesOf } from "./values.js";
+import { follow, RULES } from "./form.js";
+import { all, before, builders, current, get, labelOf, main, make, named, newest, one, step, take, tellers, textOf,
+  valueOf, valuesOf } from "./page.js";
 
 const SEARCH_FROM = 8; // entries from which a list gets a search field
 
@@ -36,14 +36,14 @@ const firstWord = (entry) => entry.split(/\s/)[0];
 // A list to choose several of gets a box for each.
 function checklist(list) {
   const { name, form } = list;
-  const boxes = make("div", { class: "checks", role: "group", "aria-label": labelOf(list) });
+  const boxes = make("div", { className: "checks", role: "group", ariaLabel: labelOf(list) });
   const box = (value, more) => make("input", { type: "checkbox", name, value, ...more });
   list.closest(".field").replaceWith(boxes);
   builders.push((page) => {
     boxes.replaceChildren(...entriesOf(name, page).map((entry) => make("label", {}, box(firstWord(entry)), ` ${entry}`)));
     boxes.dispatchEvent(new Event("renewed"));
   });
-  searchable(boxes, (text) => isCut(newest()) && step(`Delete ${text} from the list`, () => {
+  searchable(boxes, (text) => isCut(newest) && step(`Delete ${text} from the list`, () => {
     boxes.append(box(text, { checked: true, hidden: true }));
     form.requestSubmit(one(".danger", form));
   }));
@@ -51,29 +51,25 @@ function checklist(list) {
 
 RULES.push(function chosen(field) {
   const boxes = field.closest(".checks");
-  return boxes && one("input", boxes) === field && !one(":checked", boxes) ? "Choose at least one." : "";
+  return boxes && one("input", boxes) === field && !one(":checked", boxes) ? "Choose from the list." : "";
 });
 
 // ---- searching ----
 
-// A search field above a long list or table; `beyond` makes a button for what it does not show.
+// `beyond` makes a button for what the list does not show.
 function searchable(list, beyond = () => "") {
-  const count = make("output", { class: "count" });
-  const unlisted = make("span");
-  const find = () => {
+  const field = one("[type=search]", list.closest("fieldset, main"));
+  const box = field.closest(".field");
+  field.oninput = () => {
     const text = field.value.trim();
     const entries = all("tbody tr, label", list);
     for (const entry of entries) entry.hidden = !entry.textContent.toLowerCase().includes(text.toLowerCase());
     const { length } = entries.filter(({ hidden }) => !hidden);
     box.hidden = entries.length < SEARCH_FROM;
-    count.textContent = text && `${length} found`;
-    unlisted.replaceChildren((text && !length && beyond(text)) || "");
+    one("output", box).replaceChildren(text && `${length} found `, (text && !length && beyond(text)) || "");
   };
-  const field = make("input", { type: "search", input: find });
-  const box = make("div", { class: "field" }, make("label", {}, make("span", {}, "Search "), field), count, unlisted);
-  list.closest(".wide, .checks").before(box);
-  list.addEventListener("renewed", find);
-  find();
+  list.addEventListener("renewed", field.oninput);
+  field.oninput();
 }
 
 // ---- modems ----
@@ -107,13 +103,13 @@ function rangeOf(get, way) {
 }
 
 // What an application opens, in words.
-function openingOf(form) {
-  const get = (name) => current(name, form);
+function openingOf(get) {
   const [incoming, outgoing] = [rangeOf(get, "in"), rangeOf(get, "out")];
   const text = [incoming !== "none" && `opens ${incoming} from the internet`,
     outgoing !== "none" && `lets ${outgoing} out to the internet`].filter(Boolean).join(" and ");
-  if (!text || /n\/a/.test(text)) return "";
-  return get("v_nat_sap_enable") === "checked" ? `This ${text}.` : `Off. Switched on, this ${text}.`;
+  const isOn = get("v_nat_sap_enable") === "checked";
+  if (!text || /n\/a/.test(text)) return isOn ? "On." : "Off.";
+  return isOn ? `This ${text}.` : `Off. Switched on, this ${text}.`;
 }
 
 RULES.push(function opening({ name }, form) {
@@ -124,17 +120,15 @@ RULES.push(function opening({ name }, form) {
 
 const chosenIn = (form) => one("input[type=radio]:checked", form)?.value;
 
-// The list of applications becomes a table; choosing one shows its settings in the fields below.
+// Choosing an application shows its settings in the fields below.
 function applications(list) {
   const { form } = list;
-  const rows = make("tbody");
-  const heads = ["Application", "State", "From the internet", "To the internet"];
-  const table = make("table", {}, make("thead", {}, make("tr", {}, ...heads.map((head) => make("th", { scope: "col" }, head)))), rows);
-  list.closest(".field").replaceWith(make("div", { class: "wide" }, table));
+  const rows = make("div", { className: "checks" });
+  list.closest(".field").replaceWith(rows);
   tellers.set(form, (page) => settingsOf(chosenIn(form), page));
-  const change = () => {
+  const onchange = () => {
     valuesOf(form).forEach((field) => before.delete(field));
-    take(form, newest());
+    take(form, newest);
     follow(form);
   };
   builders.push((page) => {
@@ -142,23 +136,22 @@ function applications(list) {
     rows.replaceChildren(...all("[data-applications] option", page).map(({ text }) => {
       const value = text.trim();
       const there = settingsOf(value, page);
-      const get = (name) => valueOf(named(name, there));
-      const radio = make("input", { type: "radio", name: list.name, value, required: true, checked: value === chosen, change });
-      const cells = [get("v_nat_sap_enable") === "checked" ? "on" : "off", rangeOf(get, "in"), rangeOf(get, "out")];
-      return make("tr", {}, make("th", { scope: "row" }, make("label", {}, radio, ` ${value}`)),
-        ...cells.map((cell) => make("td", {}, cell)));
+      const radio = make("input", { type: "radio", name: list.name, value, checked: value === chosen, onchange });
+      return make("label", {}, radio, ` ${value} `, make("small", {}, openingOf((name) => valueOf(named(name, there)))));
     }));
-    table.dispatchEvent(new Event("renewed"));
+    rows.dispatchEvent(new Event("renewed"));
   });
+  searchable(rows);
 }
 
 export function prepare() {
+  for (const link of all("nav a", main)) if (textOf(link) === textOf(one("h2", main))) link.ariaCurrent = "page";
   all("select[multiple]", main).forEach(checklist);
   all("[data-applications]", main).forEach(applications);
   all("[data-modems]", main).forEach(modems);
-  all("table[data-search]", main).forEach((table) => searchable(table));
+  all(".wide", main).forEach((table) => searchable(table));
   for (const text of all("[data-told]", main)) {
     const form = text.closest("form");
-    form.addEventListener("followed", () => (text.textContent = openingOf(form)));
+    form.addEventListener("followed", () => (text.textContent = openingOf((name) => current(name, form))));
   }
 }

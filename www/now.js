@@ -1,84 +1,50 @@
 // What the state of the connection means, and what can be done about it; what changes by itself is looked at again.
-import { ask, during, forms, get, here, isBusy, isPage, main, make, messageOf, one, post, say, source, step, textOf,
-  view } from "./page.js";
 import { isOwn, linkOf, part, showState, watchers } from "./link.js";
-import { freshen, newest, valueIn } from "./values.js";
+import { all, ask, freshen, get, here, isBusy, isPage, main, newest, one, textOf, valueIn, view } from "./page.js";
 
 const PATIENCE = 3; // looks at a link that is not up yet
-const FAILURE = /fail|error|no (carrier|answer|dial)|busy|time(d )?out|refused|denied/i;
-const METHODS = {
-  "Direct connection": { choice: "WAN Port - Direct Connection", settings: "wan_dc.htm", page: "dc_status.htm", todo: "dc_connect" },
-  PPPoE: { choice: "WAN Port - PPPoE", settings: "wan_ppp.htm", page: "ppp_status.htm", todo: "ppp_connect" },
-  Modem: { choice: "Serial Port", settings: "sp_base.htm", page: "sp_status.htm", todo: "nat_dial", label: "Dial now" },
-};
+const FAILURE = /fail|error|no (carrier|answer|dial)|busy|timed? ?out|refused|denied/i;
+const now = one("#now");
 
 // ---- the state in words ----
 
 async function showNow(status, link) {
-  const base = isPage(newest(), "nat_base.htm") ? newest() : await get("nat_base.htm").catch(() => null);
+  const base = isPage(newest, "nat_base.htm") ? newest : await get("nat_base.htm").catch(() => null);
   if (!base) return;
-  const { text, kind = "", steps = [] } = link.isUp ? upNow(status, link) : await downNow(status, base);
-  const now = one("#now");
-  now.dataset.kind = kind;
-  if (textOf(one("p", now)) !== text) one("p", now).textContent = text;
-  one(".buttons", now).replaceChildren(...steps);
+  const way = all("[data-method]", now).find(({ dataset }) => dataset.method === valueIn(base, "access_method"));
+  const [name, word] = await caseOf(status, base, link, textOf(way));
+  for (const each of all("[data-now]", now)) each.hidden = !each.dataset.now.split(" ").includes(name);
+  for (const each of all("p:not([hidden]) b", now)) if (each.textContent !== word) each.textContent = word;
+  one("#settings").href = way.href;
+  for (const field of ["this_file", "todo"]) one("#connect").elements[field].value = way.dataset[field];
+  now.dataset.kind = one("p:not([hidden])", now).dataset.kind ?? "";
   now.hidden = false;
 }
 
-const goTo = (label, page) => make("a", { class: "second", href: view(page) }, label);
-const settingsOf = (method) => goTo("Open the settings", METHODS[method].settings);
 const valueOn = (page, name) => get(page).then((there) => valueIn(there, name), () => "unknown");
 
-function upNow(status, { method, text }) {
-  if (!one("[data-state=gateway]", status) || part("gateway", status)) return { text: `${text}.`, kind: "good" };
-  return { text: `${text}. There is no gateway, so the internet is out of reach.`, kind: "bad", steps: [settingsOf(method)] };
-}
-
 // While internet access is off, the status is that of no method: the settings tell which one is meant.
-async function downNow(status, base) {
-  const chosen = valueIn(base, "access_method");
-  const method = Object.keys(METHODS).find((each) => METHODS[each].choice === chosen);
-  const { page, todo, label = "Connect now" } = METHODS[method];
-  const [change, connect] = [settingsOf(method), step(label, () => act({ this_file: page, todo }))];
-  if (method === "Modem" && !(await valueOn("sp_base.htm", "nat_tel01")))
-    return { text: "No connection is set up yet. How does this appliance reach the internet?",
-      steps: Object.entries(METHODS).map(([name, { settings }]) => goTo(name, settings)) };
-  if (valueIn(base, "internet_access") !== "checked")
-    return { text: `Internet access is switched off. The method is ${method}.`, steps: [step("Switch internet access on",
-      () => act({ this_file: "nat_conn.htm", todo: "save", next_file: "nat_base.htm", internet_access: "checked" })), change] };
-  if (method === "Direct connection") {
-    const text = part("dhcp", status) === "yes" ? "No address from DHCP. Check the cable of the WAN port." : "The WAN port has no address.";
-    return { text, kind: "bad", steps: [connect, change] };
-  }
+async function caseOf(status, base, { isUp, text }, method) {
+  if (isUp) return [one("[data-state=gateway]", status) && !part("gateway", status) ? "out" : "up", text];
+  if (method === "Modem" && !(await valueOn("sp_base.htm", "nat_tel01"))) return ["new"];
+  if (valueIn(base, "internet_access") !== "checked") return ["off", method];
+  if (method === "Direct connection") return [part("dhcp", status) === "yes" ? "dhcp" : "bare"];
   const end = await endOfLog(status);
-  if (FAILURE.test(end)) return { text: `The last attempt failed. The log ends with: ${end}`, kind: "bad", steps: [change, connect] };
-  if (method === "PPPoE" && await valueOn("wan_ppp.htm", "ppp_idle_time") === "0")
-    return { text: "Not connected.", kind: "bad", steps: [connect, change] };
-  return { text: `Waiting for traffic: ${method === "PPPoE" ? method : "the modem"} dials when somebody needs it.`, kind: "good", steps: [connect] };
+  if (FAILURE.test(end)) return ["failed", end];
+  if (method === "PPPoE" && await valueOn("wan_ppp.htm", "ppp_idle_time") === "0") return ["down"];
+  return ["waiting", method];
 }
-
-// Does what a button beside the state offers. A status page acts while it is shown, so that it must be the answer.
-const act = (fields) => during("This may take a minute.", null, async () => {
-  const page = await post(fields);
-  const isRefused = fields.next_file && !isPage(page, fields.next_file);
-  say(messageOf(page), isRefused ? "bad" : "");
-  if (isRefused) return;
-  const later = fields.next_file ? page : await onceUp(page);
-  freshen(isPage(page, here) ? later : await get(source));
-  forms().forEach((form) => form.dispatchEvent(new Event("input")));
-  await showState(true);
-});
 
 // ---- what became of a request ----
 
 // A link takes a moment to come up.
 async function onceUp(page) {
-  let newest = page;
-  for (let tries = 0; tries < PATIENCE && !linkOf(newest).isUp; tries += 1) {
+  let latest = page;
+  for (let tries = 0; tries < PATIENCE && !linkOf(latest).isUp; tries += 1) {
     await new Promise((resolve) => setTimeout(resolve, 2000));
-    newest = await get(page.body.dataset.page);
+    latest = await get(page.body.dataset.page);
   }
-  return newest;
+  return latest;
 }
 
 export async function outcome({ button, page, text, said }) {
@@ -93,12 +59,10 @@ export async function outcome({ button, page, text, said }) {
   return { text: text || (isEmpty ? said : "It could not be cleared."), kind: isEmpty ? "good" : "bad" };
 }
 
-// ---- logs ----
-
 // The end of a log that does not fit its room comes from the whole log.
 async function endOfLog(status) {
   const whole = textOf(one("#cut", status)) && await ask("log&name=pppd").catch(() => null);
-  const log = whole?.ok ? await whole.text() : one("#log", status)?.textContent ?? "";
+  const log = whole?.ok ? await whole.text() : textOf(one("#log", status));
   return log.trimEnd().split("\n").at(-1);
 }
 
@@ -106,19 +70,18 @@ async function endOfLog(status) {
 
 // Looks at the page again, while it is seen and nothing is being done on it.
 export function prepare() {
-  const seconds = main.dataset.refresh;
-  if (!seconds) return;
-  const box = make("input", { type: "checkbox", checked: sessionStorage.getItem("refresh") !== "off",
-    change: () => sessionStorage.setItem("refresh", box.checked ? "on" : "off") });
-  one(".actions", main).append(make("label", { class: "count" }, box, ` Refresh every ${seconds} seconds`));
+  const box = one("#refresh");
+  if (!box) return;
+  box.checked = sessionStorage.getItem("refresh") !== "false";
+  box.onchange = () => sessionStorage.setItem("refresh", box.checked);
   setInterval(async () => {
-    if (!box.checked || document.hidden || isBusy() || one("dialog")) return;
+    if (!box.checked || document.hidden || isBusy() || one("dialog[open]")) return;
     const fresh = await get(isOwn() ? "nat_status.htm" : here).catch(() => null);
     if (!fresh || isBusy()) return;
     if (!isPage(fresh, here)) return location.replace(view("nat_status.htm")); // another method is in force
     freshen(fresh);
     showState();
-  }, seconds * 1000);
+  }, main.dataset.refresh * 1000);
 }
 
-if (one("#now")) watchers.push(showNow);
+if (now) watchers.push(showNow);

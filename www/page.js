@@ -1,4 +1,5 @@
-// What every page is made of: finding and making elements, asking the appliance, telling and asking the administrator.
+// What every page is made of: finding and making elements, asking the appliance, telling and asking the administrator,
+// waiting, the values in force and those in the fields, and how to say the difference in words.
 
 const PATIENCE = 2000; // milliseconds after which a page says what it waits for
 const UNKNOWN = "It is not known whether this was stored. Reload the page to see.";
@@ -8,22 +9,19 @@ export const one = (selector, root = document) => root.querySelector(selector);
 export const main = one("main");
 export const here = document.body.dataset.page;
 export const source = main.dataset.source ?? here; // the page with the values in force
+const origin = main.dataset.origin ?? here;
 export const forms = () => all("form", main);
 export const textOf = (element) => element?.textContent.trim() ?? "";
 export const messageOf = (page) => textOf(one(".message", page));
 export const isPage = (page, name) => page.body.dataset.page === name;
 export const view = (page) => `nat.cgi?next_file=${page}`;
 
-export function make(tag, attributes = {}, ...children) {
-  const element = document.createElement(tag);
-  for (const [name, value] of Object.entries(attributes)) {
-    if (typeof value === "function") element.addEventListener(name, value);
-    else if (value !== false) element.setAttribute(name, value === true ? "" : value);
-  }
+export function make(tag, properties, ...children) {
+  const element = Object.assign(document.createElement(tag), properties);
   element.append(...children);
   return element;
 }
-export const step = (label, work) => make("button", { type: "button", class: "second", click: work }, label);
+export const step = (label, onclick) => make("button", { type: "button", className: "second", onclick }, label);
 
 // The parts of an address, or of a time of day, become one field, which knows their names.
 function join(page) {
@@ -31,9 +29,12 @@ function join(page) {
     const parts = all("input", group);
     const { type = "text", join: sign, digits } = group.dataset;
     const values = parts.map(({ value }) => value.padStart(digits, "0"));
-    const field = make("input", { type, name: parts[0].name, inputmode: "decimal", required: parts[0].required,
-      value: parts.some(({ value }) => value) && values.join(sign), "data-parts": parts.map(({ name }) => name).join(" ") });
-    for (const { name, value } of group.attributes) if (name !== "role") field.setAttribute(name, value);
+    const [{ name, required }] = parts;
+    const field = make("input", { type, name, required, inputMode: "decimal" });
+    for (const { name: attribute, value } of group.attributes) field.setAttribute(attribute, value);
+    field.removeAttribute("role");
+    field.dataset.parts = parts.map((part) => part.name).join(" ");
+    if (parts.some(({ value }) => value)) field.value = values.join(sign);
     group.replaceWith(field);
   }
   return page;
@@ -52,6 +53,8 @@ async function read(answer) {
 
 export const ask = (what) => fetch(view(what), { cache: "no-store" });
 export const get = async (page) => read(await ask(page));
+export const again = () => get(origin);
+export const inForce = () => get(main.dataset.source ?? origin);
 
 export async function post(data, isUpload) {
   const answer = await fetch("nat.cgi", { method: "POST", body: isUpload ? data : new URLSearchParams(data) })
@@ -70,25 +73,16 @@ export function say(text, kind = "", ...buttons) {
 }
 
 // Returns the value of the answer that was chosen, or nothing. What destroys is not a mere press of the Enter key away.
-export function choice(title, lists, answers, isGrave) {
-  const told = make("div", { id: "told" });
-  for (const [kind, texts] of Object.entries(lists))
-    if (texts.length) told.append(make("ul", { class: kind }, ...texts.map((text) => make("li", {}, text))));
-  const button = ([value, label], index) => make("button", {
-    type: "button", class: !value ? "quiet" : isGrave ? "danger" : index ? "second" : "",
-    autofocus: isGrave ? !value : !index, click: () => dialog.close(value),
-  }, label);
-  const dialog = make("dialog", { "aria-labelledby": "question", "aria-describedby": "told" },
-    make("h2", { id: "question" }, title), told,
-    make("div", { class: "buttons" }, ...[...answers, ["", "Cancel"]].map(button)));
-  document.body.append(dialog);
+export function choice(title, answers, isGrave, changes = [], warnings = []) {
+  const dialog = one("dialog");
+  one("h2", dialog).textContent = title;
+  const items = (texts) => texts.map((text) => make("li", {}, text));
+  all("ul", dialog).forEach((list, at) => list.replaceChildren(...items([changes, warnings][at])));
+  one(".buttons", dialog).replaceChildren(...[...answers, ["", "Cancel"]].map(([value, label], at) => make("button",
+    { value, className: !value ? "quiet" : isGrave ? "danger" : at ? "second" : "", autofocus: isGrave ? !value : !at }, label)));
+  dialog.returnValue = "";
   dialog.showModal();
-  return new Promise((resolve) => {
-    dialog.addEventListener("close", () => {
-      dialog.remove();
-      resolve(dialog.returnValue);
-    });
-  });
+  return new Promise((resolve) => { dialog.onclose = () => resolve(dialog.returnValue); });
 }
 
 // ---- waiting ----
@@ -96,18 +90,6 @@ export function choice(title, lists, answers, isGrave) {
 export const isBusy = () => "busy" in document.body.dataset;
 export const isReady = () => "ready" in main.dataset;
 export const lock = () => forms().forEach((form) => (form.inert = isBusy() || !isReady() || "locked" in form.dataset));
-
-// Returns what puts the keyboard back to where it is now, in a list that was made anew, too.
-function hand() {
-  const at = document.activeElement;
-  const id = at.form?.id;
-  const isTwin = ({ name, type, value }) => name === at.name && type === at.type && (type !== "radio" || value === at.value);
-  return () => {
-    if (document.activeElement !== document.body) return;
-    const target = at.isConnected ? at : id && all("button, input, select", document.getElementById(id)).find(isTwin);
-    (target ?? main).focus({ preventScroll: true });
-  };
-}
 
 // Says what is waited for when it takes long.
 export async function patiently(text, work) {
@@ -122,7 +104,7 @@ export async function patiently(text, work) {
 
 // While this is done, nothing else is. What the appliance was too busy for can be tried again.
 export async function during(text, button, work) {
-  const back = hand();
+  const at = document.activeElement;
   const label = textOf(button);
   document.body.dataset.busy = "";
   button?.setAttribute("aria-busy", "true");
@@ -136,6 +118,133 @@ export async function during(text, button, work) {
     button?.removeAttribute("aria-busy");
     button?.replaceChildren(label);
     lock();
-    back();
+    if (document.activeElement === document.body) (at.isConnected ? at : main).focus({ preventScroll: true });
   }
 }
+
+// ---- the values in force ----
+
+export let newest = document.cloneNode(true); // the newest page with values in force
+export const setNewest = (page) => (newest = page);
+
+export const settings = () => all("form[data-settings]", main);
+
+// ---- fields ----
+
+export const isSwitch = ({ type }) => type === "checkbox";
+export const fieldsOf = (root) => all("input[name]:not([type=hidden]), select[name]", root);
+// Fields that hold a value; the others choose what is meant.
+export const valuesOf = (root) =>
+  fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *"));
+export const valueOf = (field) => (isSwitch(field) ? (field.checked ? "checked" : "unchecked") : field.value);
+export const named = (name, root) => fieldsOf(root).find((field) => field.name === name);
+export const valueIn = (page, name) => valueOf(named(name, one("main", page)));
+
+export function fill(field, value) {
+  if (isSwitch(field)) field.checked = value === "checked";
+  else {
+    if (field.options && ![...field.options].some((option) => option.value === value)) field.prepend(new Option(value, value));
+    field.value = value;
+  }
+}
+
+export const before = new WeakMap(); // field: its value in force
+export const isChanged = (field) => before.has(field) && valueOf(field) !== before.get(field);
+export const isEdited = (form) => valuesOf(form).some(isChanged);
+
+// The value of a field: as it stands on this page, or else as it is in force.
+export function current(name, form) {
+  const field = named(name, form) ?? named(name, main) ?? named(name, one("main", newest));
+  return field ? valueOf(field) : "";
+}
+
+// ---- taking values ----
+
+// Forms whose values a page tells in a way of its own: a function of the page that makes an element with their fields.
+export const tellers = new WeakMap();
+
+// Takes the values in force into a form, except where something was typed; returns the names of what
+// others have changed at the same place.
+export function take(form, page, isPosted) {
+  const clashes = new Set();
+  const there = tellers.get(form)?.(page) ?? one("main", page);
+  for (const field of valuesOf(form)) {
+    const twin = named(field.name, there);
+    if (!twin) continue;
+    const value = valueOf(twin);
+    if (isPosted || !isChanged(field)) fill(field, value);
+    else if (![before.get(field), valueOf(field)].includes(value)) clashes.add(itemOf(field));
+    before.set(field, value);
+    if (field.placeholder !== twin.placeholder) field.placeholder = twin.placeholder;
+  }
+  return [...clashes];
+}
+
+export const builders = []; // what makes parts of this page out of a page that was fetched
+
+// Takes what a page shows and tells anew; what stands beside it is left alone.
+export function freshen(page, posted) {
+  if (isPage(page, here)) {
+    all("[data-live]", main).forEach((part) => replace(part, one(`#${part.id}`, page)));
+    builders.forEach((build) => build(page));
+  }
+  if (!isPage(page, source)) return;
+  newest = page;
+  settings().forEach((form) => take(form, page, form === posted));
+}
+
+function replace(part, fresh) {
+  if (!fresh || fresh.innerHTML === part.innerHTML) return;
+  const { value } = part;
+  part.replaceChildren(...document.importNode(fresh, true).childNodes);
+  if (value !== undefined) fill(part, value);
+  part.closest(".wide")?.dispatchEvent(new Event("renewed"));
+}
+
+// ---- words ----
+
+export const labelOf = (field) => field.getAttribute("aria-label") ?? textOf(one("span", field.closest(".field")));
+export const itemOf = (field) => field.closest("[data-item]")?.dataset.item ?? labelOf(field);
+
+function wordOf(field, get) {
+  const value = get(field);
+  if (isSwitch(field)) return value === "checked" ? "on" : "off";
+  const option = [...field.options ?? []].find((each) => each.value === value);
+  return option?.text ?? (value || (field.dataset.parts ? "no address" : ""));
+}
+
+// "off", "192.168.1.9, port 80" or, where the parts of something that is off are to be told, "off (192.168.1.9)".
+function inFull(item, get, isWhole) {
+  const fields = fieldsOf(item);
+  const isOff = fields.some((field) => isSwitch(field) && get(field) !== "checked");
+  const text = fields.filter((field) => !isSwitch(field) && wordOf(field, get))
+    .map((field) => `${field.dataset.word ?? field.dataset.port ?? ""} ${wordOf(field, get)}`.trim()).join(", ");
+  if (!isOff) return text || "on";
+  return isWhole && text ? `off (${text})` : "off";
+}
+
+export function changesOf(form) {
+  const changes = new Map();
+  const was = (field) => before.get(field);
+  for (const field of valuesOf(form).filter(isChanged)) {
+    const item = field.closest("[data-item]");
+    if (changes.has(item ?? field) || field.dataset.same) continue;
+    const isWhole = item && inFull(item, was) === inFull(item, valueOf);
+    const words = (get) => (item ? inFull(item, get, isWhole) : wordOf(field, get) || "empty");
+    const text = field.type === "password" ? "changed" : `from ${words(was)} to ${words(valueOf)}`;
+    changes.set(item ?? field, `${itemOf(field)}: ${text}`);
+  }
+  return [...changes.values()];
+}
+
+// ---- warnings ----
+
+const conditionsOf = (text) => text.dataset.warn.split(" ").map((condition) => /^(\w+)(!?=)?(.*)$/.exec(condition));
+const isNew = (name, form) => named(name, form) && isChanged(named(name, form));
+
+export const warns = (text, form) => conditionsOf(text).every(([, name, sign, value]) =>
+  (sign ? (current(name, form) === value) === (sign === "=") : isNew(name, form)));
+
+// A warning is told before a save when something in this form has brought it about.
+export const warningsOf = (form) => all("[data-warn]", form)
+  .filter((text) => warns(text, form) && conditionsOf(text).some(([, name]) => isNew(name, form))).map(textOf);

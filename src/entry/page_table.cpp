@@ -54,6 +54,7 @@ constexpr std::array kPlainViews = std::to_array<PlainView>({
     {"log", show_log},
     {"hosts", show_hosts},
     {"progress", show_progress},
+    {"group", show_group},
 });
 
 constexpr std::array kProcTab = std::to_array<ProcEntry>({

@@ -240,6 +240,11 @@ int get_ac_cfg(const char* message, const FormList* form) {
     return html_parser(kPage, key_fun_tab, {}, message, form);
 }
 
+int show_group(const FormList* form) {
+    acc.number = group_number(field_text(form, "group_name"));
+    return get_ac_cfg(nullptr, nullptr);
+}
+
 int set_ac_cfg(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {
     if (mode == kCheck) return 0;
     acc.number = group_number(field_text(form, "group_name"));

@@ -1,6 +1,6 @@
 // Every page as an administrator meets it: seen, changed, refused, searched, attacked.
 import assert from "node:assert/strict";
-import { readFileSync, statSync } from "node:fs";
+import { readdirSync, readFileSync, statSync } from "node:fs";
 import { createServer } from "node:http";
 import { createRequire } from "node:module";
 import { after, before, describe, test } from "node:test";
@@ -35,7 +35,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   }
   async function show(name) {
     const answer = await page.goto(box.view(`${name}.htm`));
-    if (scripted) await page.waitForSelector("main:is([data-ready], [data-shut])");
+    if (scripted) await page.waitForSelector("main[data-ready]");
     return answer;
   }
   const field = (name) => page.locator(`:is(input, select)[name="${name}"]:not([type=hidden])`);
@@ -69,7 +69,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await button.click();
     await answer;
     await page.waitForLoadState();
-    if (scripted) await page.locator("body:not([data-busy]):has(main:is([data-ready], [data-shut]))").waitFor();
+    if (scripted) await page.locator("body:not([data-busy]):has(main[data-ready])").waitFor();
   }
   const button = (name, form = page) => form.getByRole("button", { name, exact: true });
   const saveOf = (form) => page.locator(`#${form} .actions button`).first();
@@ -95,14 +95,15 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
 
   test("every page opens, is light, fits a telephone, and reads well in light and dark", async () => {
     const size = (name) => statSync(new URL(name, www)).size;
-    assert.ok(size("script.js") + size("style.css") < 40000);
+    const served = readdirSync(www).filter((name) => /\.(js|css)$/.test(name));
+    assert.ok(served.reduce((sum, name) => sum + size(name), 0) < 40000);
     await open("nat_base", { viewport: { width: 360, height: 740 } });
     let loaded = new Set();
     page.on("request", (each) => /\w+\.js$/.test(each.url()) && loaded.add(/\w+\.js$/.exec(each.url())[0]));
     for (const name of ["nat_fs", "sp_fs"]) { // where the program's page for an unknown page leads
       await page.goto(`${box.base}/${name}.htm`);
       await page.locator("main a").click();
-      await page.waitForSelector("main[data-shut], main[data-ready]");
+      await page.waitForSelector("main[data-ready]");
     }
     for (const colorScheme of ["light", "dark"]) {
       await page.emulateMedia({ colorScheme });
@@ -133,7 +134,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       for (const change of await page.locator("main summary").all()) await change.click();
       await setAll({ vs_web_enable: true, enable_dmz: true, filter_when: "between" });
       await saveOf("nat_vs").click();
-      assert.equal(await page.locator("#nat_vs .error").innerText(), "Enter an address such as 192.168.1.9: four numbers from 0 to 255.");
+      assert.equal(await page.locator("#nat_vs .error").innerText(), "Enter four numbers from 0 to 255, such as 192.168.1.9.");
       await judge("mistakes");
       assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
       const { width } = await field("vs_web_enable").boundingBox();
@@ -163,7 +164,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   const SETTINGS = [
     { name: "nat_conn", changes: { enable_telnet: false, enable_dmz: true, ...dmz("192.168.1.9") },
       asked: ["Telnet: from on to off", "DMZ host: from off to 192.168.1.9"], stored: [[RECORD, /^DMZ_IP=192\.168\.1\.9$/m], [RECORD, /^SrvTelNet=0$/m]],
-      mistakes: [["dmz_ip_1", "192.168.1.999", "four numbers from 0 to 255."]], gone: RECORD },
+      mistakes: [["dmz_ip_1", "192.168.1.999", "Enter four numbers from 0 to 255"]], gone: RECORD },
     { name: "nat_vs", changes: { vs_web_enable: true, ...address("vs_web_", "192.168.1.5"), vs_ud1_name: "Game" },
       asked: ["Web: from off to 192.168.1.5, port 80", "Server 1: from off (no address, port 0) to off (Game, no address, port 0)"],
       stored: [[RECORD, /^WebIP=192\.168\.1\.5$/m], [RECORD, /^UD1_Name=Game$/m]],
@@ -177,12 +178,12 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       ...address("nat_isp_gw0", "192.0.2.1"), device_name: "my-pc" },
       asked: ["Address: from dynamic (by DHCP) to fixed", "IP address: from no address to 192.0.2.10", "Device name: from empty to my-pc"],
       stored: [["/etc/sysconfig/network-scripts/ifcfg-eth0", /^IPADDR=192\.0\.2\.10$/m]],
-      mistakes: [["nat_isp_ip01", "192.0.2", "Enter an address such as"]] },
+      mistakes: [["nat_isp_ip01", "192.0.2", "Enter four numbers"]] },
     { name: "wan_ppp", changes: { ppp_ac_name: "joe \"#1\"@isp", ppp_ac_pwd: "a'b\\c d", ppp_ac_pwd_v: "a'b\\c d", ppp_idle_time: "12" }, shown: { ppp_ac_pwd: "", ppp_ac_pwd_v: "" },
       asked: ["User name: from empty to joe \"#1\"@isp", "Password: changed", "Idle time, minutes: from 5 to 12"],
       stored: [["/etc/ppp/pap-secrets", /joe/]], mistakes: [["ppp_ac_pwd_v", "another", "The two passwords are not the same."],
         ["service_name", "a b", "Enter a name without blanks and double quotes."],
-        ["isp_ip_type", "fixed", "Enter an address such as"]] },
+        ["isp_ip_type", "fixed", "Enter four numbers"]] },
     { name: "sp_port", changes: { nat_modem_list: "56k V.92 Fax Voice", nat_serspeed_list: "57600" }, shown: { nat_init_string: "AT&F&C1&D2\\N3%C3" },
       asked: ["Model: from _Standard Modem to 56k V.92 Fax Voice", "Init string: from AT&F to AT&F&C1&D2\\N3%C3"],
       stored: [[RECORD, /^Modem=56k V\.92 Fax Voice$/m], ["/etc/diald.conf", /^speed 57600$/m]], gone: RECORD },
@@ -197,7 +198,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       mistakes: [["vs_ftp_portno_data", "80", "Port 80 is taken by Web"]] },
     { name: "sp_base", form: "sp_int", changes: { nat_isp_ip_radio: "fixed", ...isp("203.0.113.5"), nat_tel02: "555 0101" },
       asked: ["IP address: from 10.0.0.1 to 203.0.113.5", "Second number: from empty to 555 0101"],
-      stored: [[RECORD, /^IP=203\.0\.113\.5$/m]], mistakes: [["nat_isp_ip01", "300.0.0.1", "Enter an address such as"]] },
+      stored: [[RECORD, /^IP=203\.0\.113\.5$/m]], mistakes: [["nat_isp_ip01", "300.0.0.1", "Enter four numbers"]] },
   ];
 
   test("what is changed is told, stored and shown; mistakes and refusals lose nothing", async () => {
@@ -211,7 +212,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
         await set(wrong, to);
         await saveOf(form).click();
         assert.ok((await page.locator(".error").first().innerText()).includes(text), `${name}: ${text}`);
-        assert.equal(await page.locator("dialog").count(), 0, name);
+        assert.equal(await page.locator("dialog[open]").count(), 0, name);
         await set(wrong, right);
       }
       if (gone) {
@@ -305,7 +306,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.equal(await left, "stayed");
     page.once("dialog", (dialog) => dialog.accept());
     await show("nat_sap");
-    await page.getByLabel("ICQ").check();
+    await page.getByLabel(/^\s*ICQ/).check();
     await page.locator("#change [name=v_nat_sapin_port01]").fill("5191");
     page.once("dialog", (dialog) => dialog.accept());
     await show("nat_conn");
@@ -314,10 +315,10 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     for (const [key, to, text] of [["internet_access", false, "Switching internet access off takes the connection down."],
       ["access_method", "Serial Port", "Changing the access method takes the connection down and starts the new one."]]) {
       await set(key, to);
-      assert.ok(await page.getByText(text).isVisible());
+      assert.ok(await page.locator("main").getByText(text).isVisible());
       assert.ok((await save("nat_conn", { agree: false })).includes(text));
       await button("Undo").click();
-      assert.equal(await page.getByText(text).isVisible(), false);
+      assert.equal(await page.locator("main").getByText(text).isVisible(), false);
     }
   });
 
@@ -366,7 +367,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await page.waitForURL(/nat_status/);
     await now.getByText("Waiting for traffic: PPPoE dials when somebody needs it.").waitFor();
     await button("Connect now").click();
-    await now.getByText(/^Connected: PPPoE, \d/).waitFor();
+    await now.getByText(/^Connected: PPPoE, \d[\d.]+\.$/).waitFor();
     box.write("/var/log/pppd.log", `${"a line of a long log\n".repeat(600)}PAP authentication failed\n`);
     await page.reload();
     assert.match(await page.locator("#cut").innerText(), /^The first [\d,]+ of [\d,]+ characters/);
@@ -375,7 +376,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await set("isp_ip_type", "dynamic");
     await save("wan_dc");
     await button("Use this connection now").click();
-    await now.getByText(/Connected: Direct connection|No address from DHCP/).waitFor();
+    await now.locator("p:visible", { hasText: /Connected: Direct connection|No address from DHCP/ }).waitFor();
   });
 
   test("the status buttons, and the state in the head of every page", async () => {
@@ -443,7 +444,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await button("Add the name").click();
     assert.match(await page.locator(".error").innerText(), /a host name without blanks/);
     await button("Delete the chosen sites").click();
-    assert.equal(await page.locator("#delete .error").innerText(), "Choose at least one.");
+    assert.equal(await page.locator("#delete .error").innerText(), "Choose from the list.");
     await page.getByRole("searchbox").fill("SPACE");
     assert.deepEqual((await sites.allInnerTexts()).map((text) => text.trim()), ["has space.example"]);
     await sites.locator("input").check();
@@ -482,7 +483,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     const errors = (form) => form.locator(".error").allInnerTexts();
     await button("Update", chosen).click();
     await button("Delete", chosen).click();
-    assert.deepEqual(await errors(chosen), ["Choose one of these."]);
+    assert.deepEqual(await errors(chosen), ["Choose from the list."]);
     await add.locator("[name=v_nat_sap_name]").fill("Chess");
     await button("Add", add).click();
     assert.deepEqual(await errors(add), ["Choose a protocol for at least one direction."]);
@@ -500,11 +501,11 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await send(button("Add", add));
     assert.match(await message(), /already an application of this name/);
     assert.equal(await add.locator("[name=v_nat_sap_enable]").isChecked(), false);
-    await chosen.getByLabel("Chess").check();
+    await chosen.getByLabel(/^\s*Chess/).check();
     const other = await page.context().newPage();
     await other.goto(box.view("nat_sap.htm"));
     await other.waitForSelector("main[data-ready]");
-    await other.getByLabel("Chess").check();
+    await other.getByLabel(/^\s*Chess/).check();
     await other.locator("#change [name=v_nat_sapin_port01]").fill("7005");
     await other.locator("#change [name=v_nat_sapin_port02]").fill("7009");
     await other.getByRole("button", { name: "Update" }).click();
@@ -517,16 +518,16 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.match(firewall(), /#@Chess\n#ipchains -A input .* 7005:7009/);
     await press(button("Delete", chosen));
     assert.ok(!firewall().includes("Chess"));
-    await chosen.getByLabel("Ping").check();
+    await chosen.getByLabel(/^\s*Ping/).check();
     await press(button("Delete", chosen));
     assert.match(await message(), /reserved/);
   });
 
   test("access control edits the group that it shows", async () => {
     await open("ac_cfg");
-    await set("group_name", "Group 2");
+    await page.getByRole("link", { name: "Group 2" }).click();
     await button("Delete from Group 2").first().waitFor();
-    assert.match(page.url(), /group_name=Group\+2/);
+    assert.match(page.url(), /group_name=Group%202/);
     await page.reload();
     await page.getByRole("heading", { name: "Ports of Group 2", exact: true }).waitFor();
     await page.locator("main[data-ready]").waitFor();
@@ -551,9 +552,10 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.match(await press(button("Change Group 2")), /Hosts of Group 2 lose all ports that are not on the list at once\./);
     assert.match(box.file("/etc/CGI_qs.conf"), /^G0P=B,\n[^]*^G2P=A,21-25\nG2A=192\.168\.1\.40$/m);
     await set("block_allow", "Block");
-    await set("group_name", "Group 1");
-    await button("Cancel").click();
-    assert.deepEqual([await value("group_name"), await value("block_allow")], ["Group 2", "Block"]);
+    const asked = page.waitForEvent("dialog").then((dialog) => dialog.dismiss());
+    await page.getByRole("link", { name: "Group 1" }).click({ noWaitAfter: true });
+    await asked;
+    assert.equal(await value("block_allow"), "Block");
   });
 
   test("the overviews without scripts", async () => {
@@ -599,7 +601,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     isAttack = true;
     for (const bait of ["button", "a"]) {
       await page.goto(`http://127.0.0.1:${stranger.address().port}/`);
-      const [answer] = await Promise.all([page.waitForEvent("response"), page.locator(bait).click()]);
+      const [answer] = await Promise.all([page.waitForResponse(/nat\.cgi/), page.locator(bait).click()]);
       assert.equal(answer.status(), 403, bait);
     }
     isAttack = false;
