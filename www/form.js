@@ -204,7 +204,7 @@ export function follow(form) {
 // What is wrong with a field, in words; nothing when it is right or does not count.
 function mistakeOf(field) {
   const { validity, min, max, type } = field;
-  if (validity.valid || field.closest("[data-need][inert], [data-with][inert]")) return "";
+  if (validity.valid || field.closest(":is([data-need], [data-with])[inert]")) return "";
   if (validity.customError) return field.validationMessage;
   if (validity.patternMismatch) return `Enter ${field.title}.`;
   if (type === "number" && !validity.valueMissing)

@@ -38,7 +38,7 @@ async function showBusy() {
   const line = one("#busy");
   const isOver = line.textContent && !busy;
   const doing = busy && `${busy.command ?? "files are written"}, ${busy.seconds} s`;
-  line.textContent = busy ? `${busy.user || "Somebody"} at ${busy.address || "another place"} is making a change: ${doing}.` : "";
+  line.textContent = busy ? `${busy.user || busy.address || "Somebody"} is making a change: ${doing}.` : "";
   if (busy?.command) one("button[aria-busy]")?.replaceChildren(`${verbOf(busy.command)}: ${doing}`);
   if (isOver) showState(true);
 }

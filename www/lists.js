@@ -1,6 +1,6 @@
 // Lists: boxes to choose from, a search field above a long one, applications, modems.
 import { follow, RULES } from "./form.js";
-import { all, before, builders, current, get, labelOf, main, make, named, newest, one, step, take, tellers, textOf,
+import { all, before, builders, current, labelOf, main, make, named, newest, one, step, take, tellers, textOf,
   valueOf, valuesOf } from "./page.js";
 
 const SEARCH_FROM = 8; // entries from which a list gets a search field
@@ -107,9 +107,8 @@ function openingOf(get) {
   const [incoming, outgoing] = [rangeOf(get, "in"), rangeOf(get, "out")];
   const text = [incoming !== "none" && `opens ${incoming} from the internet`,
     outgoing !== "none" && `lets ${outgoing} out to the internet`].filter(Boolean).join(" and ");
-  const isOn = get("v_nat_sap_enable") === "checked";
-  if (!text || /n\/a/.test(text)) return isOn ? "On." : "Off.";
-  return isOn ? `This ${text}.` : `Off. Switched on, this ${text}.`;
+  if (!text || /n\/a/.test(text)) return "";
+  return get("v_nat_sap_enable") === "checked" ? `This ${text}.` : `Off. Switched on, this ${text}.`;
 }
 
 RULES.push(function opening({ name }, form) {
@@ -135,9 +134,9 @@ function applications(list) {
     const chosen = chosenIn(form);
     rows.replaceChildren(...all("[data-applications] option", page).map(({ text }) => {
       const value = text.trim();
-      const there = settingsOf(value, page);
+      const get = (name) => valueOf(named(name, settingsOf(value, page)));
       const radio = make("input", { type: "radio", name: list.name, value, checked: value === chosen, onchange });
-      return make("label", {}, radio, ` ${value} `, make("small", {}, openingOf((name) => valueOf(named(name, there)))));
+      return make("label", {}, radio, ` ${value} `, make("small", {}, openingOf(get) || (get("v_nat_sap_enable") === "checked" ? "On." : "Off.")));
     }));
     rows.dispatchEvent(new Event("renewed"));
   });

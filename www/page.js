@@ -10,7 +10,7 @@ export const main = one("main");
 export const here = document.body.dataset.page;
 export const source = main.dataset.source ?? here; // the page with the values in force
 const origin = main.dataset.origin ?? here;
-export const forms = () => all("form", main);
+export const forms = () => all("form:not([data-plain])", main);
 export const textOf = (element) => element?.textContent.trim() ?? "";
 export const messageOf = (page) => textOf(one(".message", page));
 export const isPage = (page, name) => page.body.dataset.page === name;

@@ -5,7 +5,8 @@
 //   main   data-source   page that holds the values in force (pages that cannot show them themselves)
 //          data-origin   what to ask for to get this page again, if it is not its name
 //          data-refresh  seconds after which the page is looked at again
-//   form   data-settings edits what is in force: says what changes, asks before it is sent
+//   form   data-plain    is left to the browser
+//          data-settings edits what is in force: says what changes, asks before it is sent
 //          data-despite  words of messages that do not concern it
 //          data-done     page to ask for as the sign that everything was accepted
 //          data-said     what to say after a success
@@ -40,7 +41,7 @@
 //          data-empties  id of the part that shall be empty then
 //          data-silent   says nothing after a success
 
-for (const form of document.querySelectorAll("main form")) form.inert = true; // until the values in force are in it
+for (const form of document.querySelectorAll("main form:not([data-plain])")) form.inert = true; // until the values in force are in it
 
 try {
   // What a page brings along: how it prepares its content, what became of a request, what is to be done after one.
@@ -52,5 +53,5 @@ try {
 } catch ({ message }) {
   // As with a server whose settings are older than the pages.
   document.querySelector(".message")?.replaceChildren(`This page is not complete: ${message}. `
-    + "Reload it. If that does not help, let the web server hand out all files that end in .js.");
+    + "Reload it. If that does not help, the web server must hand out all .js files.");
 }

@@ -61,9 +61,9 @@ int answer_busy() {
     Message command;
     GetErrMsgByIndex(Msg::AnotherChange, message, other.seconds, who);
     if (!other.command.empty()) GetErrMsgByIndex(Msg::AnotherChangeRuns, command, other.command);
-    put("Retry-After: 10\n");
     return answer_with_status("503 Service Unavailable",
-                              escape_html(message.view()) + escape_html(command.view()));
+                              std::string(message.view()) + command.c_str(), "Please wait",
+                              "Retry-After: 10\n");
 }
 
 int show(const char* name, const char* back_link, const FormList* form,

@@ -9,7 +9,7 @@ import { house } from "./house.mjs";
 const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 const www = new URL("../../build/www/", import.meta.url);
 const PAGES = ["nat_base", "nat_conn", "nat_vs", "nat_sap", "nat_filter", "wan_dc", "wan_ppp", "sp_base", "sp_port", "sp_int",
-  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg"];
+  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history"];
 const RECORD = "/etc/ppp/nat_ppp.con";
 const FILTER = "/usr/local/squid/etc/filter.conf";
 const HOSTILE = "\"><script>window.ran=1</script>&'";
@@ -233,6 +233,20 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     }
   });
 
+  test("a stored password is not shown, stays, and can be removed", async () => {
+    await open("wan_ppp");
+    const kept = () => field("ppp_ac_pwd").getAttribute("placeholder");
+    assert.deepEqual([await value("ppp_ac_pwd"), await kept()], ["", "unchanged"]);
+    await set("ppp_idle_time", "13");
+    await save("wan_ppp");
+    assert.match(box.file("/etc/ppp/CGI_nat.conf"), /^pppoe_password=a'b\\c d$/m);
+    await page.getByLabel("Remove the stored password").check();
+    assert.match(await save("wan_ppp"), /Remove the stored password: from off to on/);
+    assert.match(box.file("/etc/ppp/CGI_nat.conf"), /^pppoe_password=$/m);
+    assert.equal(await kept(), "");
+    assert.ok(await page.getByLabel("Remove the stored password").isHidden());
+  });
+
   test("nothing is sent before the values are there, and nothing is called stored that may not be", async () => {
     await open("nat_conn");
     const record = box.file(RECORD);
@@ -271,17 +285,40 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       await page.unroute("**/nat.cgi");
     }
     isAttack = false;
+    await page.route("**/nat.cgi", (route) => route.fulfill({ status: 503, body: "<h2>Another change is being made.</h2>" }));
+    isAttack = true;
+    await ask(saveOf("nat_conn"));
+    await agreeing().click();
+    await page.getByText("Another change is being made.").waitFor();
+    isAttack = false;
+    await page.unroute("**/nat.cgi");
     await page.route("**/nat.cgi", async (route) => { await new Promise((resolve) => { go = resolve; }); route.continue(); });
+    const busy = { user: "anna", address: "192.168.1.7", command: "adsl-start", seconds: 12 };
+    await page.route("**/*=progress", (route) => route.fulfill({ json: { busy } }));
     posts = 0;
-    const saved = save("nat_conn");
-    await page.waitForSelector("form[inert] button[aria-busy=true]");
+    await button("Try again").click();
+    await page.waitForSelector("form[inert]");
     await press_save();
     await page.getByText("Saving. Connecting may take a minute.").waitFor();
+    assert.equal(await page.locator("#busy").innerText(), "anna is making a change: adsl-start, 12 s.");
+    await page.unroute("**/*=progress");
     go();
-    await saved;
+    await page.getByText("Saved.").waitFor();
+    await box.until(async () => await page.locator("#busy").textContent() === "");
     assert.deepEqual([posts, await message(), /^SrvFTP=0$/m.test(box.file(RECORD))], [1, "Saved.", true]);
-    await page.unroute("**/nat.cgi");
+    await set("enable_ftp", true);
+    await page.route("**/*=progress", (route) => route.fulfill({ json: { busy } }));
+    await ask(saveOf("nat_conn"));
+    await agreeing().click();
+    await button("Connecting: adsl-start, 12 s").waitFor();
+    await page.unroute("**/*=progress");
+    go();
+    await page.getByText("Saved.").waitFor();
     assert.equal(await page.evaluate(() => document.activeElement.textContent), "Save");
+    await page.route("**/page.js", (route) => route.abort());
+    await page.reload();
+    await page.getByText(/^This page is not complete: .*page\.js/).waitFor();
+    assert.equal(await page.locator("form[inert]").count(), 1);
   });
 
   test("the list of changes is the truth, and no change is lost", async () => {
