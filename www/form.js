@@ -1,7 +1,7 @@
 // What forms do: they wait for the values in force, check, tell what changes, ask, send, and say what became of it.
 import { again, all, before, builders, changesOf, choice, current, during, fieldsOf, fill, forms, freshen, get, here,
-  inForce, isBusy, isChanged, isEdited, isPage, isReady, isSwitch, itemOf, lock, main, make, messageOf, named,
-  newest, one, patiently, post, say, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf,
+  inForce, isBusy, isChanged, isEdited, isPage, isReady, isSwitch, itemOf, lock, main, make, messageOf, named, newest,
+  one, patiently, post, say, see, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf,
   warningsOf, warns } from "./page.js";
 
 let uses = []; // what else the page brings along
@@ -17,6 +17,7 @@ async function submit(event) {
   if (isWrong(form, button)) return;
   const was = await during("Looking up what is in force.", button, () => lookUp(form));
   if (!was) return;
+  see(was);
   const trouble = troubleOf(form, was);
   if (trouble) return say(trouble, "bad");
   const clashes = "settings" in form.dataset && isPage(was, source) ? take(form, was) : [];
@@ -65,13 +66,14 @@ async function send(form, button, was, answer) {
   const { done, said = "Saved." } = form.dataset;
   if (done) data.set("next_file", done);
   const page = await post(data, one("[type=file]", form));
+  see(page);
   const text = messageOf(page);
   const isRefused = done && !isPage(page, done);
   const { kind, page: later = page, text: words } = isRefused ? { text, kind: "bad" }
     : await outcomeOf({ form, button, was, page, text, said, data });
   const isTaken = kind !== "bad";
   if (isTaken) await settle(form, later);
-  say(words || (isTaken ? messageOf(newest) : ""), kind);
+  say(words || (isTaken ? messageOf(newest) : ""), kind, ...all("#undo:not([data-change='']) a", page));
   if (isTaken) setTimeout(() => uses.forEach((part) => part.answered?.(form, answer))); // when the form is free again
 }
 

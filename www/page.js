@@ -64,6 +64,10 @@ export async function post(data, isUpload) {
   return read(answer);
 }
 
+// A form tells which change it was filled after, so that a later one is not overwritten unseen.
+export const see = (page) =>
+  all("[name=seen]").forEach((field) => { field.value = one("[name=seen]", page)?.value ?? field.value; });
+
 // ---- telling and asking ----
 
 export function say(text, kind = "", ...buttons) {

@@ -1,6 +1,8 @@
 #include "base/files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,7 +10,9 @@
 #include <array>
 #include <cerrno>
 #include <utility>
+
 #include <vector>
+#include "base/words.h"
 
 namespace {
 
@@ -59,6 +63,21 @@ bool copy_beside(const std::string& temporary, const std::string& beside) {
 
 bool allow(const std::string&) { return true; }
 BeforeChange may_change = allow;
+
+// What processes that were killed have left of a file that they were to make: hidden names that end
+// in the number of a process.
+void remove_left_over(const std::string& path) {
+    const std::string folder = folder_of(path);
+    const std::string beginning = "." + name_of(path) + ".";
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries{opendir(folder.c_str()), closedir};
+    while (const dirent* entry = entries ? readdir(entries.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (!name.starts_with(beginning)) continue;
+        const int process = to_int(name.substr(beginning.size()));
+        if (process > 0 && kill(process, 0) != 0 && errno == ESRCH)
+            unlink((folder + entry->d_name).c_str());
+    }
+}
 
 Written noted(Written how, const std::string& path) {
     note_failure(Failure::cannot_write, path);
@@ -314,6 +333,7 @@ Written Replacement::install() {
 
 Replacement Replacement::for_new(const std::string& target, mode_t mode) {
     const std::string real = behind_links(target);
+    remove_left_over(real);
     return {real, folder_of(real) + "." + name_of(real) + "." + std::to_string(getpid()), mode};
 }
 
