@@ -115,3 +115,10 @@ def test_hosts_outside_the_lan(ac, missing, added):
     result = post(ac, "add_ip", 1, {**NETWORK, "start_ip_1": "10", "start_ip_4": "5"})
     assert [result.shown[key] for key in ("address_list", "vs_web_3")] == [added, "1"]
     assert result.message == ("Warning: ip address not in LAN range." if added else "")
+
+
+@pytest.mark.parametrize("name, group", [("Group 2", "Group 2"), ("Group 9", "Default"), ("", "Default")])
+def test_a_group_is_a_view_of_its_own(ac, name, group):
+    result = ac.get(f"next_file=group&group_name={name}&port_start=9&todo")
+    assert (result.page, result.shown["group_name"], result.changed) == ("ac_cfg.htm", group, {})
+    assert result.shown["port_start"] == ""
