@@ -377,7 +377,7 @@ Written Replacement::put_in_place() {
     }
     removable_ = !renamed && hidden_;
     if (!renamed) return fail(Written::not_renamed);
-    forget_file(name_);
+    for (const std::string& name : {name_, target_}) forget_file(name);
     // The new file is there; whether a power cut would leave it there is not known.
     if (!flush_folder(folder_of(target_))) note_failure(Failure::cannot_write, target_);
     return Written::done;
