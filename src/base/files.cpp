@@ -98,14 +98,12 @@ struct Kept {
     FileText text;
 };
 
-std::vector<Kept>& kept() {
-    static std::vector<Kept> files;
-    return files;
-}
+// Older than all that is registered to run when the process exits, which may read files, too.
+std::vector<Kept> kept;
 
 FileText find_kept(const std::string& path) {
-    const auto found = std::ranges::find(kept(), path, &Kept::path);
-    return found == kept().end() ? FileText() : found->text;
+    const auto found = std::ranges::find(kept, path, &Kept::path);
+    return found == kept.end() ? FileText() : found->text;
 }
 
 // Reads at most so many bytes of a file; returns how many came before its end.
@@ -157,7 +155,7 @@ Source source_of(const std::string& path) {
         return source;
     source.text = read_whole(source.file, path, source.size);
     source.file.reset();
-    kept().push_back({path, source.text});
+    kept.push_back({path, source.text});
     return source;
 }
 
@@ -175,10 +173,10 @@ FileText file_text(const std::string& path) {
 }
 
 void forget_file(const std::string& path) {
-    std::erase_if(kept(), [&](const Kept& file) { return file.path == path; });
+    std::erase_if(kept, [&](const Kept& file) { return file.path == path; });
 }
 
-void forget_files() { kept().clear(); }
+void forget_files() { kept.clear(); }
 
 LineReader::LineReader(const std::string& path, std::size_t limit) : path_(path), limit_(limit) {
     Source source = source_of(path);
