@@ -288,7 +288,6 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
         own.head += one_line(text) + "\n";
     for (const std::string& name : names) own.head += one_line(name) + "\n";
     keep_before_changes(keep_old);
-    forget_files();  // what keeps texts must be there first, to be there still at the exit
     std::atexit(end_change);
 }
 

@@ -13,11 +13,14 @@
 #include <utility>
 #include <vector>
 
+#include "base/files.h"
+
 using Pairs = std::vector<std::pair<std::string, std::string>>;  // what goes in, what comes out
 
 inline constexpr std::string_view kNoFile = "(no file)";
 
 inline void put_file(const std::string& path, std::string_view text, mode_t mode = 0644) {
+    forget_files();  // what the request before has read
     std::filesystem::remove_all(path);
     if (text == kNoFile) return;
     std::ofstream(path, std::ios::binary) << text;
@@ -40,6 +43,7 @@ protected:
         for (const char* top : {"/etc", "/tmp", "/usr", "/www"})
             for (const auto& entry : std::filesystem::directory_iterator(top))
                 std::filesystem::remove_all(entry);
+        forget_files();
         std::filesystem::create_directories("/etc/ppp");
     }
 };
