@@ -1,7 +1,7 @@
 // What forms do: they wait for the values in force, check, tell what changes, ask, send, and say what became of it.
 import { again, all, before, builders, changesOf, choice, current, during, fieldsOf, fill, forms, freshen, get, here,
   inForce, isBusy, isChanged, isEdited, isPage, isReady, isSwitch, itemOf, lock, main, make, messageOf, named, newest,
-  one, patiently, post, say, see, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf,
+  one, patiently, post, say, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf,
   warningsOf, warns } from "./page.js";
 
 let uses = []; // what else the page brings along
@@ -40,6 +40,9 @@ function lookUp(form) {
   return "settings" in form.dataset ? inForce() : form.dataset.list ? again() : newest;
 }
 
+// A form tells which change it was filled after, so that a later one is not overwritten unseen.
+const see = (page) => all("[name=seen]").forEach((field) => { field.value = one("[name=seen]", page).value; });
+
 // A page that could not read its settings shows others; what the form holds is none of theirs then.
 function troubleOf({ dataset }, page) {
   const text = "settings" in dataset && isPage(page, source) ? messageOf(page) : "";
@@ -53,7 +56,7 @@ async function agree(form, button, clashes) {
   if (!("settings" in form.dataset)) return "yes";
   const changes = changesOf(form);
   const warnings = [...warningsOf(form), ...all("[data-told]", form).map(textOf).filter(Boolean), ...await strayOf(form),
-    ...clashes.map((name) => `${name}: somebody else has changed this too. What stands here replaces it.`)];
+    ...clashes.map((name) => `${name}: somebody else has changed this too. Yours replaces it.`)];
   const answers = await uses.find((part) => part.answers)?.answers(form) ?? [["yes", label]];
   return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, changes, warnings);
 }
@@ -73,7 +76,7 @@ async function send(form, button, was, answer) {
     : await outcomeOf({ form, button, was, page, text, said, data });
   const isTaken = kind !== "bad";
   if (isTaken) await settle(form, later);
-  say(words || (isTaken ? messageOf(newest) : ""), kind, ...all("#undo:not([data-change='']) a", page));
+  say(words || (isTaken ? messageOf(newest) : ""), kind, ...all("#undo :not([href$='='])", page));
   if (isTaken) setTimeout(() => uses.forEach((part) => part.answered?.(form, answer))); // when the form is free again
 }
 
@@ -99,7 +102,7 @@ async function settle(form, page) {
   uses.forEach(({ settled }) => settled?.(true));
 }
 
-const reload = () => inForce().catch(() => { throw new Error("Saved. What is in force now could not be fetched: reload the page."); });
+const reload = () => inForce().catch(() => { throw new Error("Saved. Reload the page."); });
 
 // ---- what forms do ----
 
@@ -158,16 +161,16 @@ export const RULES = [
   },
   function mask({ value, dataset }) {
     const isMask = /^1+0+$/.test((bitsOf(value) >>> 0).toString(2));
-    return "mask" in dataset && value && !isMask ? "A netmask is ones and then zeros, such as 255.255.255.0." : "";
+    return "mask" in dataset && value && !isMask ? "Ones, then zeros, such as 255.255.255.0." : "";
   },
   function gateway({ value, dataset }, form) {
     const [own, mask] = dataset.beside?.split(" ").map((name) => named(name, form).value) ?? [];
     if (!value || !own || !mask) return "";
-    if (own === value) return "The gateway cannot be this appliance itself.";
+    if (own === value) return "The gateway cannot be this appliance.";
     return (bitsOf(own) ^ bitsOf(value)) & bitsOf(mask) ? "The gateway must be in the network of the IP address." : "";
   },
   function repeated({ value, dataset }, form) {
-    return dataset.same && value !== named(dataset.same, form).value ? "The two passwords are not the same." : "";
+    return dataset.same && value !== named(dataset.same, form).value ? "The passwords differ." : "";
   },
   function range({ value, dataset }, form) {
     const isBefore = dataset.from && value && Number(value) < Number(named(dataset.from, form).value);
@@ -178,7 +181,7 @@ export const RULES = [
     if (!field.value || !field.matches("[data-port]:required")) return "";
     if (/^0+$/.test(field.value)) return "Enter a whole number from 1 to 65535.";
     const taken = all("[data-port]:required", form).find((other) => Number(other.value) === Number(field.value));
-    return taken === field ? "" : `Port ${field.value} is taken by ${itemOf(taken)}. Give each server a port of its own.`;
+    return taken === field ? "" : `Port ${field.value} is taken by ${itemOf(taken)}.`;
   },
 ];
 
@@ -288,7 +291,7 @@ async function fillIn() {
   try {
     if (!isOwn) setNewest(await patiently("Waiting for the values in force.", inForce));
   } catch {
-    return say("The values in force could not be fetched, so nothing can be changed.", "bad", tryAgain());
+    return say("The values could not be fetched, so nothing can be changed.", "bad", tryAgain());
   }
   for (const form of settings()) {
     const trouble = troubleOf(form, newest);

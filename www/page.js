@@ -45,7 +45,7 @@ join(document);
 
 async function read(answer) {
   const page = join(new DOMParser().parseFromString(await answer.text(), "text/html"));
-  if (answer.status === 401) throw new Error("The appliance asks for its password again. Reload the page.");
+  if (answer.status === 401) throw new Error("The appliance asks for its password: reload the page.");
   if (!page.body.dataset.page)
     throw new Error(textOf(one("h2", page) ?? page.body).replace(/\s+/g, " "), { cause: answer.status });
   return page;
@@ -63,10 +63,6 @@ export async function post(data, isUpload) {
   if (status >= 500 && status !== 503) throw new Error(`The server answered "${status} ${statusText}". ${UNKNOWN}`);
   return read(answer);
 }
-
-// A form tells which change it was filled after, so that a later one is not overwritten unseen.
-export const see = (page) =>
-  all("[name=seen]").forEach((field) => { field.value = one("[name=seen]", page)?.value ?? field.value; });
 
 // ---- telling and asking ----
 

@@ -53,5 +53,5 @@ try {
 } catch ({ message }) {
   // As with a server whose settings are older than the pages.
   document.querySelector(".message")?.replaceChildren(`This page is not complete: ${message}. `
-    + "Reload it. If that does not help, the web server must hand out all .js files.");
+    + "Reload it. The web server must hand out all .js files.");
 }

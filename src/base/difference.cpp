@@ -82,8 +82,8 @@ using Setting = Settings::value_type;
 
 Settings by_key(Settings settings) {
     std::ranges::sort(settings);
-    const auto repeated = std::ranges::unique(settings, {}, &Setting::first);
-    settings.erase(repeated.begin(), repeated.end());
+    const auto same_key = [](const Setting& a, const Setting& b) { return a.first == b.first; };
+    settings.erase(std::unique(settings.begin(), settings.end(), same_key), settings.end());
     return settings;
 }
 

@@ -31,6 +31,14 @@ void put_page(std::span<iovec> pieces) {
     static_cast<void>(write_all(STDOUT_FILENO, pieces));
 }
 
+void html_begin(std::string_view title, std::string_view body_attributes) {
+    put_all({"<HTML>\n<HEAD>\n<TITLE>", title, "</TITLE>\n</HEAD>\n"});
+    if (body_attributes.empty())
+        put("<BODY>\n");
+    else
+        put_all({"<BODY ", body_attributes, ">\n"});
+}
+
 void html_end() { put("</BODY>\n</HTML>\n"); }
 
 void h1(std::string_view text) { heading("1", text); }
@@ -49,20 +57,15 @@ void notice_page(std::string_view title, std::string_view headline, std::string_
 
 void cgi_err(std::string_view title, std::string_view text) {
     mime_header("text/html");
-    notice_page("Error!", title, text);
+    html_begin("Error!", "");
+    h1(escape_html(title));
+    h2(escape_html(text));
+    html_end();
     std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
     std::exit(0);
 }
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
-
-void html_begin(std::string_view title, std::string_view body_attributes) {
-    put_all({"<HTML>\n<HEAD>\n<TITLE>", title, "</TITLE>\n</HEAD>\n"});
-    if (body_attributes.empty())
-        put("<BODY>\n");
-    else
-        put_all({"<BODY ", body_attributes, ">\n"});
-}
 
 void h3(std::string_view text) { heading("3", text); }
 void h4(std::string_view text) { heading("4", text); }

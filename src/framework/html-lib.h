@@ -18,7 +18,9 @@ void mime_header(std::string_view type);
 inline constexpr std::string_view kPageHeader = "Content-type: text/html\n\n";
 void put_page(std::span<iovec> pieces);
 
-// The end of a document.
+// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty),
+// and its end.
+void html_begin(std::string_view title, std::string_view body_attributes);
 void html_end();
 
 // Headings.
@@ -29,15 +31,12 @@ void h2(std::string_view text);
 // the start page, in the style of the pages. Escapes all three.
 void notice_page(std::string_view title, std::string_view headline, std::string_view text);
 
-// The end of every fatal failure: writes a notice page of the title "Error!" to standard output and
-// `text` to standard error, and ends the process with status 0 (a web server would hide the page of
+// The end of every fatal failure: writes an error page with the two headings, escaped, to standard
+// output and `text` to standard error, and ends the process with status 0 (a web server would hide the page of
 // a program that fails).
 [[noreturn]] void cgi_err(std::string_view title, std::string_view text);
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
-
-// The start of a document, with a title (may be empty) and the attributes of <BODY> (may be empty).
-void html_begin(std::string_view title, std::string_view body_attributes);
 
 // Smaller headings.
 void h3(std::string_view text);

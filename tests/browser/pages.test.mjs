@@ -181,7 +181,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       mistakes: [["nat_isp_ip01", "192.0.2", "Enter four numbers"]] },
     { name: "wan_ppp", changes: { ppp_ac_name: "joe \"#1\"@isp", ppp_ac_pwd: "a'b\\c d", ppp_ac_pwd_v: "a'b\\c d", ppp_idle_time: "12" }, shown: { ppp_ac_pwd: "", ppp_ac_pwd_v: "" },
       asked: ["User name: from empty to joe \"#1\"@isp", "Password: changed", "Idle time, minutes: from 5 to 12"],
-      stored: [["/etc/ppp/pap-secrets", /joe/]], mistakes: [["ppp_ac_pwd_v", "another", "The two passwords are not the same."],
+      stored: [["/etc/ppp/pap-secrets", /joe/]], mistakes: [["ppp_ac_pwd_v", "another", "The passwords differ."],
         ["service_name", "a b", "Enter a name without blanks and double quotes."],
         ["isp_ip_type", "fixed", "Enter four numbers"]] },
     { name: "sp_port", changes: { nat_modem_list: "56k V.92 Fax Voice", nat_serspeed_list: "57600" }, shown: { nat_init_string: "AT&F&C1&D2\\N3%C3" },
@@ -272,7 +272,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     const answers = [
       [(route) => route.abort(), /did not answer\. It is not known whether this was stored/],
       [(route) => route.fulfill({ status: 504, body: "late" }), /"504 .*It is not known whether this was stored/],
-      [(route) => route.fulfill({ status: 401, body: "who?" }), /asks for its password again/],
+      [(route) => route.fulfill({ status: 401, body: "who?" }), /asks for its password/],
       [(route) => route.fulfill({ status: 403, contentType: "text/html", body: "<h2>Not sent from here.</h2>" }), /^Not sent from here\.$/]];
     isAttack = true;
     await set("enable_ftp", false);
@@ -305,7 +305,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     go();
     await page.getByText("Saved.").waitFor();
     await box.until(async () => await page.locator("#busy").textContent() === "");
-    assert.deepEqual([posts, await message(), /^SrvFTP=0$/m.test(box.file(RECORD))], [1, "Saved.", true]);
+    assert.deepEqual([posts, await message(), /^SrvFTP=0$/m.test(box.file(RECORD))], [1, "Saved. Look at it or undo it", true]);
     await set("enable_ftp", true);
     await page.route("**/*=progress", (route) => route.fulfill({ json: { busy } }));
     await ask(saveOf("nat_conn"));
@@ -371,7 +371,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       assert.equal(await value("nat_isp_ip01"), shown);
     }
     await setAll({ nat_isp_mask01: "255.0.255.0", nat_isp_gw01: "203.0.113.5:80" });
-    assert.deepEqual(await errors(), ["A netmask is ones and then zeros, such as 255.255.255.0.", "The gateway cannot be this appliance itself."]);
+    assert.deepEqual(await errors(), ["Ones, then zeros, such as 255.255.255.0.", "The gateway cannot be this appliance."]);
     await setAll({ nat_isp_mask01: "255.255.255.0", nat_isp_gw01: "203.0.114.5" });
     assert.deepEqual(await errors(), ["The gateway must be in the network of the IP address."]);
     await setAll({ nat_isp_ip01: "192.168.1.5", nat_isp_gw01: "192.168.1.7" });
@@ -599,7 +599,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await open("nat_base", { javaScriptEnabled: false });
     await setAll({ enable_email: false, ...dmz("192.168.1.19") });
     await send(saveOf("nat_conn"));
-    assert.deepEqual([await message(), await value("enable_email"), await value("dmz_ip_4")], ["Saved.", false, "19"]);
+    assert.deepEqual([await message(), await value("enable_email"), await value("dmz_ip_4")], ["Saved. Look at it or undo it", false, "19"]);
     await setAll({ vs_pop3_enable: true, ...address("vs_pop3_", "192.168.1.7") });
     await send(saveOf("nat_vs"));
     await setAll({ filter_when: "always", enable_filter_log: false });

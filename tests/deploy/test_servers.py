@@ -1,8 +1,6 @@
 """The web server configurations: what each lets through, refuses and adds."""
 
-import fcntl
 import http.client
-import os
 import re
 import signal
 import socket
@@ -135,17 +133,14 @@ def test_what_commands_print_does_not_reach_the_browser(server):
 
 @pytest.mark.parametrize("reset", [False, True])
 def test_a_save_outlives_its_sender(server, reset):
-    connection, lock = server.connect(), os.open(server.www, os.O_RDONLY)
-    try:
-        fcntl.flock(lock, fcntl.LOCK_EX)
+    connection = server.connect()
+    with server.box.take_turn():
         connection.request("POST", PAGE, ACT, FORM | login(SECRET))
         until(server.programs)
         if reset:
             connection.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         connection.close()
         assert server.ask(path="/style.css")[0] == 200  # by now the server knows that nobody waits
-    finally:
-        os.close(lock)
     until(lambda: not server.programs())
     assert server.box.read(LIST) == ""
 

@@ -46,7 +46,7 @@ TEST_F(Root, MessagesAreFoundByWholeNumberAndCut) {
     }
     GetErrMsgByIndex(1, text, std::string(200, 'x'));
     EXPECT_EQ(text, "one " + std::string(123, 'x'));
-    unlink("cgi_err");
+    put_file("cgi_err", kNoFile);
     GetErrMsgByIndex(1, text);
     EXPECT_EQ(text, "Unknown error");
 }
