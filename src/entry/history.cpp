@@ -97,11 +97,12 @@ int get_list(LongText& text, int&) {
     return 0;
 }
 
+// The change that is shown comes first, as it is the choice at the beginning.
 int get_numbers(LongText& text, int&) {
+    std::vector<unsigned> numbers = newest_first();
+    std::ranges::partition(numbers, [](unsigned each) { return each == shown.change.number; });
     text.emplace();
-    for (const unsigned number : newest_first())
-        *text += format_text(
-            number == shown.change.number ? "<option selected>%u\n" : "<option>%u\n", long{number});
+    for (const unsigned number : numbers) *text += format_text("<option>%u\n", long{number});
     return 0;
 }
 
@@ -150,6 +151,7 @@ int get_later(ValueText&, LongText& text, int&) {
     text.emplace();
     for (const Change& change : shown.later)
         *text += (text->empty() ? "" : ", ") + std::to_string(change.number);
+    if (text->empty()) *text = "none";
     return 0;
 }
 
