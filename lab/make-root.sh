@@ -72,7 +72,8 @@ rm -rf "$root/var/lib/practice" "$root/proc" "$root/tmp" "$root/usr/local/squid/
 mkdir -p "$root/var/lib"
 mkdir -m 1777 "$root/tmp"
 
-mkdir -p -m 700 "$root/var/lib/quillstead-admin" "$root/var/lib/quillstead-admin/changes"
+mkdir -p "$root/var/lib/quillstead-admin/changes"
+chmod 700 "$root/var/lib/quillstead-admin" "$root/var/lib/quillstead-admin/changes"
 install -m 755 "$program" "$root/usr/lib/quillstead/nat.cgi"
 rm -rf "$root/www"
 cp -RL "$www" "$root/www"

@@ -32,8 +32,8 @@ void h2(std::string_view text);
 void notice_page(std::string_view title, std::string_view headline, std::string_view text);
 
 // The end of every fatal failure: writes an error page with the two headings, escaped, to standard
-// output and `text` to standard error, and ends the process with status 0 (a web server would hide the page of
-// a program that fails).
+// output and `text` to standard error, and ends the process with status 0 (a web server would hide
+// the page of a program that fails).
 [[noreturn]] void cgi_err(std::string_view title, std::string_view text);
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
