@@ -2,32 +2,15 @@
 
 import pytest
 
+from test_requests import NOTICE
 from test_uploads import END, TYPE, field, left_behind, upload
 
 LIST = "/usr/local/squid/etc/deny.list"
 ACT = "this_file=sites_ban.htm&todo=del_all"
 HOST, BROWSER = "HTTP_HOST", {"HTTP_USER_AGENT": "Mozilla/5.0 (X11)"}
 ORIGIN, SITE, REFERER = "HTTP_ORIGIN", "HTTP_SEC_FETCH_SITE", "HTTP_REFERER"
-NOTICE = """<!DOCTYPE html>
-<HTML lang="en">
-<HEAD>
-<META charset="utf-8">
-<META name="viewport" content="width=device-width, initial-scale=1">
-<LINK rel="icon" href="icon.svg">
-<LINK rel="stylesheet" href="style.css">
-<TITLE>Forbidden</TITLE>
-</HEAD>
-<BODY>
-<MAIN>
-<H1>{}</H1>
-<H2>{}</H2>
-<P><A href="nat.cgi?next_file=nat_base.htm">Internet sharing</A></P>
-</MAIN>
-</BODY>
-</HTML>
-"""
 FORBIDDEN = "Status: 403 Forbidden\nContent-type: text/html\n\n" + NOTICE.format(
-    "Forbidden", "This request was not sent from one of the appliance&#39;s own pages, so nothing was changed.")
+    "Forbidden", "Forbidden", "This request was not sent from one of the appliance&#39;s own pages, so nothing was changed.")
 
 SAME = [("http://box", "box"), ("HTTP://Box", "bOX"), ("http://box", "box:80"), ("http://box:80", "box"),
         ("https://box", "box:443"), ("https://box:443", "box"), ("http://box:8080", "box:8080"),

@@ -7,6 +7,24 @@ import pytest
 
 from appliance import PROJECT, RECORD, WAN, WWW, plain, told
 
+NOTICE = """<!DOCTYPE html>
+<HTML lang="en">
+<HEAD>
+<META charset="utf-8">
+<META name="viewport" content="width=device-width, initial-scale=1">
+<LINK rel="icon" href="icon.svg">
+<LINK rel="stylesheet" href="style.css">
+<TITLE>{}</TITLE>
+</HEAD>
+<BODY>
+<MAIN>
+<H1>{}</H1>
+<H2>{}</H2>
+<P><A href="nat.cgi?next_file=nat_base.htm">Internet sharing</A></P>
+</MAIN>
+</BODY>
+</HTML>
+"""
 FATAL = """<HTML>
 <HEAD>
 <TITLE>Error!</TITLE>

@@ -5,7 +5,7 @@ import json
 import pytest
 
 from appliance import RECORD, SETTINGS, WAN, told
-from test_requests import FATAL
+from test_requests import NOTICE
 
 SQUID = "/usr/local/squid/etc/squid.conf"
 LOG, LEASES, ARP = "/var/log/pppd.log", "/var/lib/dhcpd.leases", "/proc/net/arp"
@@ -21,7 +21,7 @@ def log(appliance, name="pppd"):
 
 
 def is_refused(result, status, text):
-    page = FATAL.replace("Error!", status[4:]).format(status[4:], text)
+    page = NOTICE.format(status[4:], status[4:], text)
     answer = f"Status: {status}\nContent-type: text/html\n\n{page}"
     return (result.stdout.decode(), result.status) == (answer, 0)
 
