@@ -100,7 +100,8 @@ int get_list(LongText& text, int&) {
 // The change that is shown comes first, as it is the choice at the beginning.
 int get_numbers(LongText& text, int&) {
     std::vector<unsigned> numbers = newest_first();
-    std::ranges::partition(numbers, [](unsigned each) { return each == shown.change.number; });
+    const auto shown_one = std::ranges::find(numbers, shown.change.number);
+    if (shown_one != numbers.end()) std::rotate(numbers.begin(), shown_one, shown_one + 1);
     text.emplace();
     for (const unsigned number : numbers) *text += format_text("<option>%u\n", long{number});
     return 0;
