@@ -99,6 +99,12 @@ bool write_whole(const std::string& path, std::string_view text, int flags) {
     return file.is_open() && write_all(file.get(), text) && file.reset();
 }
 
+// Behind every number that is taken, also where a crash came before "newest" could tell.
+unsigned next_number() {
+    const std::vector<unsigned> all = kept_changes();
+    return std::max(newest_change(), all.empty() ? 0U : all.back()) + 1;
+}
+
 bool begin_change() {
     Journal& own = journal();
     if (own.is_open) return true;
@@ -106,7 +112,7 @@ bool begin_change() {
     if (!own.is_open || !write_whole(kOpen + std::string("request"), own.head, O_EXCL) ||
         !flush_folder(kFolder))
         return cannot_keep();
-    own.number = newest_change() + 1;
+    own.number = next_number();
     return true;
 }
 
@@ -293,6 +299,7 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
 
 bool keep_old(const std::string& path) {
     Journal& own = journal();
+    if (own.head.empty()) return true;  // nothing is kept, or no more
     const auto is_above = [&](std::string_view folder) { return path.starts_with(folder); };
     if (!path.starts_with('/') || std::ranges::any_of(kNoSettings, is_above)) return true;
     if (std::ranges::find(own.kept, path) != own.kept.end()) return true;
@@ -339,6 +346,7 @@ void end_change() {
     name_newest(own.number);
     if (!flush_folder(kFolder)) cannot_keep();
     own.is_open = false;
+    own.head.clear();
     drop_old_changes();
     tell_system_log(report_on(read_change(own.number)));
 }
@@ -389,7 +397,7 @@ bool take_back_interrupted() {
     Journal& own = journal();
     const Change change = interrupted_change();
     own = {};
-    own.number = newest_change() + 1;
+    own.number = next_number();
     own.is_open = true;
     own.head = own.result = "interrupted";
     for (const KeptFile& file : change.files) own.kept.push_back(file.path);

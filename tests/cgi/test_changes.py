@@ -111,6 +111,21 @@ def test_at_most_so_many_changes_are_kept(kept):
     assert numbers == [*(f"{n:06}" for n in range(7, 71)), "newest"]
 
 
+def test_a_crash_before_the_newest_number_was_noted_costs_no_change(kept):
+    save(kept, SERVICES, enable_dmz="checked")
+    kept.at(f"{CHANGES}/newest").unlink()
+    save(kept, SERVICES, enable_ftp="unchecked")
+    assert kept.view("nat_base.htm").message == "" and "SrvFTP=0\n" in kept.read(RECORD)
+    assert sorted(path.name for path in kept.at(CHANGES).iterdir()) == ["000001", "000002", "newest"]
+
+
+def test_a_view_that_takes_a_change_back_may_make_what_is_missing(kept):
+    kept.at(f"{CHANGES}/open").mkdir()
+    kept.write(RECORD, None)
+    assert "interrupted" in kept.view("nat_vs.htm").message and kept.exists(RECORD)
+    assert kept.view("nat_vs.htm").message == "" and not kept.exists(f"{CHANGES}/open")
+
+
 @pytest.mark.parametrize("damage", ["request", "1", "1.of"])
 def test_a_damaged_change_is_named_and_stops_nothing(kept, damage):
     save(kept, SERVICES, enable_dmz="checked")
