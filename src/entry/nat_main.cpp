@@ -85,9 +85,18 @@ int show_plain(const PlainView& view, const FormList* form) try {
     return answer_with_status("500 Internal Server Error", message);
 }
 
+// A server that ends its program, hangs up or reads no further would end it in the middle of a
+// save. A handler, because daemons would inherit an ignored signal.
+void finish_what_is_begun() {
+    for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
+}
+
 // What a crash has left half made is taken back by the first request that comes, a view or not.
 // False when that is not possible.
-bool recover(Message& message) { return !is_interrupted() || take_back_half_made_change(message); }
+bool recover(Message& message) {
+    finish_what_is_begun();
+    return !is_interrupted() || take_back_half_made_change(message);
+}
 
 // A view shows what is in force and echoes no field: a link may carry any. The history alone is
 // asked for one of its changes.
@@ -119,11 +128,6 @@ int main() {
     static std::array<char, kPageSize + BUFSIZ> output;  // the answer leaves in one piece
     std::setvbuf(stdout, output.data(), _IOFBF, output.size());
     log_line("Enter MAIN");
-    // A server that ignores its children would hide the commands' results. One that ends its
-    // program, hangs up or reads no further would end it in the middle of a save; a handler,
-    // because daemons would inherit an ignored signal.
-    signal(SIGCHLD, SIG_DFL);
-    for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
     warn_no = 0;
     std::optional<FormList> form;
     if (!is_form_empty()) {
@@ -139,6 +143,7 @@ int main() {
     if (!todo) return view(next_file, fields);
     if (!comes_from_own_page()) return refuse_request();
     // Now that the form is complete: a slow sender keeps nobody waiting.
+    finish_what_is_begun();
     const Request request = request_of(fields);
     const Turn turn = take_turn(request, kTurnLimit);
     if (turn == Turn::not_in_time) return answer_busy();
