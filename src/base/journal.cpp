@@ -29,7 +29,6 @@ constexpr char kNewest[] = "/var/lib/quillstead-admin/changes/newest";
 constexpr char kGone[] = "/var/lib/quillstead-admin/changes/gone/";
 constexpr std::size_t kMostChanges = 64;
 constexpr off_t kMostOctets = 4 << 20;
-constexpr std::array<std::string_view, 3> kNoSettings = {"/tmp/", "/var/", "/run/"};
 
 struct Journal {
     bool is_open = false;  // it has changed something
@@ -300,8 +299,7 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
 bool keep_old(const std::string& path) {
     Journal& own = journal();
     if (own.head.empty()) return true;  // nothing is kept, or no more
-    const auto is_above = [&](std::string_view folder) { return path.starts_with(folder); };
-    if (!path.starts_with('/') || std::ranges::any_of(kNoSettings, is_above)) return true;
+    if (!path.starts_with('/') || is_passing(path)) return true;
     if (std::ranges::find(own.kept, path) != own.kept.end()) return true;
     if (!begin_change()) return false;
     const auto number = static_cast<unsigned>(own.kept.size() + 1);
@@ -328,6 +326,7 @@ void keep_result(std::string_view result) { journal().result = one_line(result);
 void end_change() {
     Journal& own = journal();
     if (!own.is_open) return;
+    flush_folders();
     if (own.failed && put_all_back(interrupted_change())) {  // all or nothing
         remove_folder(kOpen);
         own = {};
