@@ -85,16 +85,16 @@ bool differs(const ForeseenFile& file) {
 }  // namespace
 
 void begin_preview() { preview.is_on = true; }
-void end_preview() { preview.is_on = false; }
 bool in_preview() { return preview.is_on; }
+
+void end_preview() {
+    preview.is_on = false;
+    std::erase_if(preview.files, [](const ForeseenFile& file) { return !differs(file); });
+}
 
 // ---- what it shows ----
 
-std::vector<ForeseenFile> foreseen_changes() {
-    std::vector<ForeseenFile> changes = preview.files;
-    std::erase_if(changes, [](const ForeseenFile& file) { return !differs(file); });
-    return changes;
-}
+std::vector<ForeseenFile>& foreseen_files() { return preview.files; }
 
 void foresee_command(std::string text) { preview.commands.push_back(std::move(text)); }
 

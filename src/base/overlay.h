@@ -13,6 +13,7 @@
 #include "base/files.h"
 
 void begin_preview();
+// Forgets what would be as it is on the disk.
 void end_preview();
 bool in_preview();
 
@@ -29,9 +30,8 @@ struct ForeseenFile {
     bool is_cut = false;  // emptied where it lies, as logs are
 };
 
-// The files that would differ from those on the disk, in the order in which they would first be
-// changed. To be asked behind end_preview().
-std::vector<ForeseenFile> foreseen_changes();
+// The files that would be changed, in the order in which that would first happen.
+std::vector<ForeseenFile>& foreseen_files();
 
 void foresee_command(std::string text);
 const std::vector<std::string>& foreseen_commands();

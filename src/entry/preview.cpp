@@ -20,7 +20,6 @@ constexpr char kPage[] = "preview.htm";
 struct Shown {
     std::string result;  // "accepted", "refused", "failed"; empty: there was no request
     std::string page;    // that the request belongs to
-    std::vector<ForeseenFile> files;
 };
 Shown shown;
 
@@ -46,7 +45,7 @@ std::string command_lines() {
 }
 
 int get_files(LongText& text, int&) {
-    text = list_of_files(shown.files, command_lines(), describe);
+    text = list_of_files(foreseen_files(), command_lines(), describe);
     return 0;
 }
 
@@ -59,7 +58,7 @@ int summary() {
     if (shown.result.empty()) return Msg::NothingPreviewed;
     if (shown.result == "refused") return Msg::WouldBeRefused;
     if (shown.result == "failed") return Msg::WouldFail;
-    const bool changes_nothing = shown.files.empty() && foreseen_commands().empty();
+    const bool changes_nothing = foreseen_files().empty() && foreseen_commands().empty();
     return changes_nothing ? Msg::WouldChangeNothing : Msg::WouldBeDone;
 }
 
@@ -96,12 +95,11 @@ int show_preview(const FormList& form, int (*act)(const FormList& form)) {
     begin_preview();
     act(form);
     end_preview();
-    const std::string& result = own_result();
-    shown = {.result = result.substr(0, result.find(':')),
-             .page = page_of(form),
-             .files = foreseen_changes()};
     // An upload goes in any case.
-    std::erase_if(shown.files, [](const ForeseenFile& file) { return is_own_upload(file.path); });
+    std::erase_if(foreseen_files(),
+                  [](const ForeseenFile& file) { return is_own_upload(file.path); });
+    const std::string& result = own_result();
+    shown = {.result = result.substr(0, result.find(':')), .page = page_of(form)};
     return get_preview(unwritten_message().c_str(), nullptr);
 }
 

@@ -5,6 +5,7 @@ import os
 import re
 import stat
 import threading
+from collections import Counter
 
 import pytest
 
@@ -60,6 +61,10 @@ def look(appliance, page, todo="save", **fields):
     return appliance.post({"this_file": page, "todo": todo, "preview": "yes", **fields})
 
 
+def outcome(seen):
+    return seen.shown["preview_result"], seen.shown["preview_summary"].rstrip("\n")
+
+
 @pytest.fixture
 def kept(saved):
     saved.at(CHANGES).mkdir(parents=True)
@@ -68,7 +73,7 @@ def kept(saved):
 
 @pytest.mark.parametrize("case", [case for case in CASES if case.form], ids=lambda case: case.name)
 def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, case):
-    """The answers of commands are fixed here, so nothing that ran makes a difference to what follows."""
+    """What commands answer is fixed here, so none that ran makes a difference to what follows."""
     case.prepare(appliance, proxy.pid)
     appliance.at(CHANGES).mkdir(parents=True)
     appliance.at(f"{HARNESS}/foreseen").mkdir()
@@ -99,22 +104,38 @@ def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, c
         assert left == {path: (after[path][0], after[path][3]) for path in changed & after.keys()}
 
 
-@pytest.mark.parametrize("answer, starts", [("4711\n", False), ("", True)])
-def test_what_a_command_would_have_changed_is_not_foreseen(kept, answer, starts):
-    """A preview asks what runs now; what the request itself starts or stops first is not seen there."""
-    kept.answer("pidof squid", answer)
-    seen = look(kept, "nat_conn.htm", internet_access="checked", access_method="WAN Port - PPPoE")
-    assert ("/usr/local/squid/bin/squid" in seen.shown["preview_commands"]) == starts
+SQUID, DIAL = "/usr/local/squid/bin/squid", "/etc/ppp/dial"
+
+
+@pytest.mark.parametrize("method, not_run", [
+    ("WAN Port - PPPoE", [SQUID]),  # it runs when it is asked for the second time
+    # diald has all its routes when they are counted
+    ("Serial Port", [SQUID, f"{DIAL} stop", "ifconfig sl0 down", f"{DIAL} start"]),
+])
+def test_what_a_command_brings_about_is_not_foreseen(kept, method, not_run):
+    for path, script in {
+        SQUID: ": > /.harness/squid", DIAL: ": > /.harness/diald",
+        "/sbin/pidof": '[ "$1" = squid -a -e /.harness/squid ] && echo 77',
+        "/sbin/route": "[ -e /.harness/diald ] && printf 'sl0\\nsl0\\nsl0\\n'",
+    }.items():
+        kept.write(path, None)
+        kept.write(path, f"#!/bin/bash\n{script}\n", 0o755)
+    fields = {"internet_access": "checked", "access_method": method}
+    seen = look(kept, "nat_conn.htm", **fields).shown["preview_commands"].splitlines()
+    kept.save("nat_conn.htm", **fields)
+    ran = kept.view("history.htm").shown["history_commands"].splitlines()
+    assert Counter(seen) - Counter(line.split(" ", 1)[1] for line in ran) == Counter(not_run)
+    assert [line.split(" ", 1)[1] for line in ran if line.split(" ", 1)[1] not in seen] == []
 
 
 def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
     before = state(kept)
     seen = look(kept, "wan_ppp.htm", ppp_ac_name="")
-    assert (seen.shown["preview_result"], seen.shown["preview_summary"]) == ("refused", told(82) + "\n")
+    assert outcome(seen) == ("refused", told(82))
     assert (seen.message, seen.shown["preview_page"]) == (told(16), "wan_ppp.htm")
     seen = look(kept, "nat_vs.htm")
-    assert (seen.shown["preview_result"], seen.shown["preview_summary"]) == ("accepted", told(81) + "\n")
-    assert kept.view("preview.htm").shown["preview_summary"] == told(84) + "\n"
+    assert outcome(seen) == ("accepted", told(81))
+    assert outcome(kept.view("preview.htm")) == ("", told(84))
     assert state(kept) == before
     kept.save("nat_conn.htm", enable_dmz="checked")
     seen = look(kept, "nat_conn.htm", seen=0, enable_dmz="unchecked")
@@ -138,8 +159,9 @@ def test_secrets_are_not_shown(kept, is_new, password):
 
 
 def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
-    kept.at("/sbin/pidof").unlink()
-    kept.write("/sbin/pidof", "#!/bin/sh\n: > /tmp/asked\nwhile ! [ -e /tmp/go ]; do sleep .05; done\n", 0o755)
+    script = ": > /tmp/asked\nwhile ! [ -e /tmp/go ]; do sleep .05; done"
+    kept.write("/sbin/pidof", None)
+    kept.write("/sbin/pidof", f"#!/bin/sh\n{script}\n", 0o755)
     fields = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
     looking = threading.Thread(target=look, args=(kept, "nat_conn.htm"), kwargs=fields)
     looking.start()
@@ -153,11 +175,12 @@ def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
 
 def test_an_undo_can_be_previewed_and_a_long_list_is_cut(kept):
     kept.save("nat_conn.htm", enable_dmz="checked")
-    kept.write("/usr/local/squid/etc/access.list", "".join(f"{n}.example.org\n" for n in range(4000)))
+    sites = "".join(f"{n}.example.org\n" for n in range(4000))
+    kept.write("/usr/local/squid/etc/access.list", sites)
     seen = look(kept, "history.htm", "undo", change=1)
     assert files_of(seen.shown["preview_files"])[RECORD].startswith("DMZ: 1 → 0")
     assert "DMZ=1\n" in kept.read(RECORD)
     seen = look(kept, "sites_allow.htm", "del_all")
     path, words = files_of(seen.shown["preview_files"]).popitem()
     assert words == "(There is more than this page has room for.)"
-    assert path == "/usr/local/squid/etc/access.list" and "3999" in kept.read(path)
+    assert path == "/usr/local/squid/etc/access.list" and kept.read(path) == sites

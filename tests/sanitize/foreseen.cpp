@@ -12,7 +12,7 @@
 
 int main() {
     const int status = answer_request();
-    for (const ForeseenFile& file : foreseen_changes()) {
+    for (const ForeseenFile& file : foreseen_files()) {
         if (!file.exists) continue;
         std::string name = file.path;
         std::replace(name.begin(), name.end(), '/', '%');
