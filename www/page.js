@@ -84,8 +84,13 @@ export function choice(title, answers, isGrave, look, changes = [], warnings = [
   const ahead = one("details", dialog);
   const show = (...parts) => one("div", ahead).replaceChildren(...parts);
   ahead.open = false;
-  ahead.ontoggle = async () => ahead.open && show(...await look().catch(({ message }) => [message]));
-  show("Looking ahead.");
+  const toggled = async () => {
+    if (!ahead.open) return;
+    show("Looking ahead.");
+    const parts = await look().catch(({ message }) => [message]);
+    if (ahead.ontoggle === toggled) show(...parts); // else another question is asked meanwhile
+  };
+  ahead.ontoggle = toggled;
   dialog.returnValue = "";
   dialog.showModal();
   return new Promise((resolve) => { dialog.onclose = () => resolve(dialog.returnValue); });

@@ -9,7 +9,7 @@ from collections import Counter
 
 import pytest
 
-from appliance import CHAP, HARNESS, PAP, PROGRAM, RECORD, told, until
+from appliance import CHAP, HARNESS, PAP, PPPOE, PROGRAM, RECORD, told, until
 from table import CASES, SECRET
 
 CHANGES = "/var/lib/quillstead-admin/changes"
@@ -96,8 +96,10 @@ def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, c
     # The history also lists what has got a mode and the old one again, and no logs and states.
     assert {path: words[path] for path in words.keys() & changed} == {
         path: files[path] for path in files if not path.startswith(NO_SETTINGS)}
-    assert seen.shown["preview_commands"].splitlines() == [
-        line.split(" ", 1)[1] for line in history["history_commands"].splitlines()]
+    commands = seen.shown["preview_commands"].splitlines()
+    assert commands == [line.split(" ", 1)[1] for line in history["history_commands"].splitlines()]
+    assert not {re.sub(r"^\S*/", "", command) for command in commands} & {
+        re.sub(r"^\S*/", "", command) for command in seen.commands}
     left = {path.name.replace("%", "/"): (path.stat().st_mode, path.read_bytes())
             for path in appliance.at(f"{HARNESS}/foreseen").iterdir()}
     if FORESEEN:
@@ -140,8 +142,27 @@ def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
     kept.save("nat_conn.htm", enable_dmz="checked")
     seen = look(kept, "nat_conn.htm", seen=0, enable_dmz="unchecked")
     assert seen.headers["Status"] == "409 Conflict" and seen.message.startswith("Not stored: ")
-    kept.block(RECORD)
-    assert look(kept, "nat_vs.htm", vs_web_enable="checked").message == told(13, RECORD)
+
+
+@pytest.mark.parametrize("path", [RECORD, PPPOE, PAP, "/etc/rc.d/rc.ipvs", "/etc/ppp/user"])
+def test_what_cannot_be_written_is_foreseen(saved, path):
+    saved.block(path)
+    form = {"ppp_ac_name": "joe", "ppp_idle_time": "5", "vs_web_enable": "checked",
+            "nat_modem_list": "Other", "next_file": "nat_base.htm"}
+    pages = "nat_vs.htm", "wan_ppp.htm", "sp_port.htm"
+    said = [look(saved, page, **form).message for page in pages]
+    assert said == [saved.save(page, **form).message for page in pages] and any(said)
+
+
+def test_what_a_request_makes_first_is_foreseen(kept):
+    for path in RECORD, "/etc/ppp/modem.ini":
+        kept.write(path, None)
+        (kept.at(path).parent / f".{kept.at(path).name}.999999999").write_text("left over")
+    before = state(kept)
+    seen = look(kept, "sp_port.htm", nat_modem_list="Other", nat_init_string="ATZ")
+    assert state(kept) == before
+    files = files_of(seen.shown["preview_files"])
+    assert all(files[path].startswith("(new)\n") for path in (RECORD, "/etc/ppp/modem.ini"))
 
 
 @pytest.mark.parametrize("password", ["geheim", "geheim=1"])
