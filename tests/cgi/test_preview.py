@@ -142,6 +142,8 @@ def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
     kept.save("nat_conn.htm", enable_dmz="checked")
     seen = look(kept, "nat_conn.htm", seen=0, enable_dmz="unchecked")
     assert seen.headers["Status"] == "409 Conflict" and seen.message.startswith("Not stored: ")
+    kept.block("/etc/rc.d/rc.ipvs")
+    assert outcome(look(kept, "nat_vs.htm", vs_web_enable="checked")) == ("failed", told(83))
 
 
 @pytest.mark.parametrize("path", [RECORD, PPPOE, PAP, "/etc/rc.d/rc.ipvs", "/etc/ppp/user"])
