@@ -52,22 +52,36 @@ function troubleOf({ dataset }, page) {
 // Asks about what the form is about to do; nothing when it is not to be done.
 async function agree(form, button, clashes) {
   const label = textOf(button);
-  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true);
+  const look = () => lookAhead(form, button);
+  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true, look);
   if (!("settings" in form.dataset)) return "yes";
   const changes = changesOf(form);
   const warnings = [...warningsOf(form), ...all("[data-told]", form).map(textOf).filter(Boolean), ...await strayOf(form),
     ...clashes.map((name) => `${name}: somebody else has changed this too. Yours replaces it.`)];
   const answers = await uses.find((part) => part.answers)?.answers(form) ?? [["yes", label]];
-  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, changes, warnings);
+  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, look, changes, warnings);
 }
 
-async function send(form, button, was, answer) {
+// What the appliance says that it would do.
+async function lookAhead(form, button) {
+  const data = dataOf(form, button);
+  data.set("preview", "yes");
+  const page = await post(data, one("[type=file]", form));
+  return [messageOf(page), ...one("#preview", page).childNodes];
+}
+
+function dataOf(form, button) {
   const data = new FormData(form);
   for (const { value, dataset: { parts, join } } of all("[data-parts]", form))
     parts.split(" ").forEach((name, at) => data.set(name, value.split(join)[at] ?? ""));
   if (button.name) data.set(button.name, button.value);
+  if (form.dataset.done) data.set("next_file", form.dataset.done);
+  return data;
+}
+
+async function send(form, button, was, answer) {
+  const data = dataOf(form, button);
   const { done, said = "Saved." } = form.dataset;
-  if (done) data.set("next_file", done);
   const page = await post(data, one("[type=file]", form));
   see(page);
   const text = messageOf(page);

@@ -73,13 +73,24 @@ export function say(text, kind = "", ...buttons) {
 }
 
 // Returns the value of the answer that was chosen, or nothing. What destroys is not a mere press of the Enter key away.
-export function choice(title, answers, isGrave, changes = [], warnings = []) {
+// `look` promises what the appliance would do, for those who open that part.
+export function choice(title, answers, isGrave, look, changes = [], warnings = []) {
   const dialog = one("dialog");
   one("h2", dialog).textContent = title;
   const items = (texts) => texts.map((text) => make("li", {}, text));
   all("ul", dialog).forEach((list, at) => list.replaceChildren(...items([changes, warnings][at])));
   one(".buttons", dialog).replaceChildren(...[...answers, ["", "Cancel"]].map(([value, label], at) => make("button",
     { value, className: !value ? "quiet" : isGrave ? "danger" : at ? "second" : "", autofocus: isGrave ? !value : !at }, label)));
+  const ahead = one("details", dialog);
+  const show = (...parts) => one("div", ahead).replaceChildren(...parts);
+  ahead.open = false;
+  const toggled = async () => {
+    if (!ahead.open) return;
+    show("Looking ahead.");
+    const parts = await look().catch(({ message }) => [message]);
+    if (ahead.ontoggle === toggled) show(...parts); // else another question is asked meanwhile
+  };
+  ahead.ontoggle = toggled;
   dialog.returnValue = "";
   dialog.showModal();
   return new Promise((resolve) => { dialog.onclose = () => resolve(dialog.returnValue); });

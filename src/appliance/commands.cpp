@@ -1,9 +1,14 @@
 #include "appliance/commands.h"
 
+#include <signal.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "base/files.h"
+#include "base/format.h"
 #include "base/journal.h"
+#include "base/overlay.h"
 
 namespace {
 
@@ -14,21 +19,48 @@ std::string text_of(const CommandLine& line, std::string_view word) {
     return text;
 }
 
+bool is_only_noted(const std::string& text) {
+    if (in_preview()) foresee_command(text);
+    return in_preview();
+}
+
 }  // namespace
 
 int run_command(Acting command, std::string_view word) {
     const CommandLine& line = row_of(command.name).line;
+    const std::string text = text_of(line, word);
+    if (is_only_noted(text)) return 0;
     flush_folders();
     const int status = run(line, word);
-    keep_command(text_of(line, word), status);
+    keep_command(text, status);
     return status;
 }
 
 void start_command(Acting command) {
     const CommandLine& line = row_of(command.name).line;
+    const std::string text = text_of(line, {});
+    if (is_only_noted(text)) return;
     flush_folders();
     start(line, {});
-    keep_command(text_of(line, {}), 0);
+    keep_command(text, 0);
+}
+
+bool send_signal(pid_t process, int signal) {
+    constexpr int kFailed = 1 << 8;  // the status of a kill command that failed
+    const std::string text =
+        format_text("kill -%s %d", signal == SIGHUP ? "HUP" : "TERM", long{process});
+    if (is_only_noted(text)) return kill(process, 0) == 0;
+    const bool sent = kill(process, signal) == 0;
+    keep_command(text, sent ? 0 : kFailed);
+    return sent;
+}
+
+void wait_seconds(unsigned seconds) {
+    if (!in_preview()) sleep(seconds);
+}
+
+void sync_disks() {
+    if (!in_preview()) sync();
 }
 
 std::optional<std::string> ask_command(Asking command, std::string_view word) {

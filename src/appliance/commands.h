@@ -2,6 +2,8 @@
 // in force; those that are asked tell of it and change nothing, so a view may ask.
 #pragma once
 
+#include <sys/types.h>
+
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -119,11 +121,24 @@ struct CommandThat {
 using Acting = CommandThat<Does::acts>;
 using Asking = CommandThat<Does::asks>;
 
+// What acts is kept with the change (journal.h). In a preview (overlay.h) it is noted, not done,
+// and taken to succeed.
+
 // Runs a command that acts and waits for its end (run.h): the status as wait(2) gives it.
 int run_command(Acting command, std::string_view word = {});
 
 // Starts a command that acts and does not wait.
 void start_command(Acting command);
+
+// Sends a process a signal, as the command "kill" does; false when it cannot be sent, in a preview
+// also when it could not be.
+bool send_signal(pid_t process, int signal);
+
+// Waits so many seconds, for what was started to come up or to end.
+void wait_seconds(unsigned seconds);
+
+// Writes to the disks what the system still holds, for the sake of what is run next.
+void sync_disks();
 
 // What a command prints that is asked (run.h). Nothing when it could not be asked.
 std::optional<std::string> ask_command(Asking command, std::string_view word = {});

@@ -100,6 +100,17 @@ Settings settings_of(std::string_view text) {
     return by_key(std::move(settings));
 }
 
+// A name, blanks if any, and "=". A line of secrets may hold a "=" in its password.
+bool begins_with_key(std::string_view line) {
+    const auto is_name = [](char c) {
+        return is_letter(c) || is_digit(c) || c == '_' || c == '-' || c == '.';
+    };
+    const auto end = std::ranges::find_if_not(line, is_name);
+    line.remove_prefix(static_cast<std::size_t>(end - line.begin()));
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    return line.starts_with('=');
+}
+
 bool is_password(std::string_view key) {
     std::string lower(key);
     std::ranges::transform(lower, lower.begin(), lower_case);
@@ -149,7 +160,7 @@ std::string unified_difference(std::string_view before, std::string_view after) 
 
 bool is_settings_text(std::string_view text) {
     return std::ranges::all_of(lines_of(text), [](std::string_view line) {
-        return line.empty() || line[0] == '#' || line[0] == '[' || line.find('=') != line.npos;
+        return line.empty() || line[0] == '#' || line[0] == '[' || begins_with_key(line);
     });
 }
 

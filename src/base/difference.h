@@ -9,7 +9,8 @@
 // the texts are equal. Where very much differs, all of it is shown as removed and added.
 std::string unified_difference(std::string_view before, std::string_view after);
 
-// True when every line of a text is a comment, a section header, empty or a setting "key=value".
+// True when every line of a text is a comment, a section header, empty or a setting "key=value",
+// whose key is a name of letters, digits, "_", "-" and ".".
 bool is_settings_text(std::string_view text);
 
 // A line "key: before -> after" for each setting that differs, "key: after" and "key: - before" for

@@ -13,6 +13,8 @@
 #include <utility>
 
 #include <vector>
+
+#include "base/overlay.h"
 #include "base/words.h"
 
 namespace {
@@ -154,6 +156,9 @@ struct Source {
 
 Source source_of(const std::string& path) {
     Source source;
+    const ForeseenFile* const foreseen = foreseen_file(path);
+    if (foreseen) source.text = foreseen->text;
+    if (foreseen && (foreseen->text || !foreseen->exists)) return source;
     source.text = find_kept(path);
     if (source.text) return source;
     off_t size = 0;
@@ -228,7 +233,7 @@ std::string_view LineReader::text() const {
 
 bool exists(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0) return true;
+    if (stat_seen(path, status) == 0) return true;
     if (!means_missing(errno)) fail_to_read(path);
     return false;
 }
@@ -270,7 +275,7 @@ Replacement::Replacement(const std::string& target, std::string temporary, mode_
     if (hidden_) temporary_ = hidden_name_beside(target_);
     // A file that can be seen but not opened is replaced all the same: its bytes are not wanted.
     struct stat old {};
-    if (stat(target_.c_str(), &old) != 0) {
+    if (stat_seen(target_, old) != 0) {
         if (!means_missing(errno)) state_ = fail(Written::unreadable);
         if (mode_ == kKeepMode) mode_ = kPlainMode;
         return;
@@ -278,7 +283,7 @@ Replacement::Replacement(const std::string& target, std::string temporary, mode_
     owner_ = old.st_uid;
     group_ = old.st_gid;
     if (mode_ == kKeepMode) mode_ = old.st_mode & 07777;
-    old_ = open_regular(target_, O_RDONLY);
+    if (!in_preview()) old_ = open_regular(target_, O_RDONLY);
 }
 
 Replacement::~Replacement() {
@@ -289,7 +294,7 @@ void Replacement::write(std::string_view text) {
     if (text.empty()) return;
     line_open_ = text.back() != '\n';
     pending_ += text;
-    if (pending_.size() >= kBlock) flush_pending();
+    if (pending_.size() >= kBlock && !in_preview()) flush_pending();
 }
 
 void Replacement::write_line(std::string_view text) {
@@ -336,6 +341,7 @@ void Replacement::leave_old_bytes() {
 }
 
 Written Replacement::install() {
+    if (in_preview()) return foresee();
     if (!pending_.empty()) flush_pending();
     if (state_ != Written::done) return state_;
     if (!file_.is_open()) {
@@ -350,11 +356,12 @@ Written Replacement::install() {
 
 Replacement Replacement::for_new(const std::string& target, mode_t mode) {
     const std::string real = behind_links(target);
-    remove_left_over(real);
+    if (!in_preview()) remove_left_over(real);
     return {real, folder_of(real) + "." + name_of(real) + "." + std::to_string(getpid()), mode};
 }
 
 Written Replacement::create() {
+    if (in_preview()) return exists(target_) ? Written::done : foresee();
     if (!pending_.empty()) flush_pending();
     if (state_ == Written::done && !file_.is_open()) leave_old_bytes();
     if (state_ != Written::done) return state_;
@@ -399,6 +406,16 @@ Written Replacement::put_in_place() {
     return Written::done;
 }
 
+Written Replacement::foresee() {
+    if (state_ != Written::done) return state_;
+    return foresee_text({.path = target_,
+                         .mode = mode_,
+                         .owner = owner_,
+                         .group = group_,
+                         .text = FileText(pending_)},
+                        temporary_);
+}
+
 Written Replacement::fail(Written how) { return noted(how, target_); }
 
 // The new files are there; whether a power cut would leave them there is not known.
@@ -415,6 +432,7 @@ Written replace_file(const std::string& target, std::string_view text, mode_t mo
 }
 
 Written empty_file(const std::string& path) {
+    if (in_preview()) return foresee_cut(path);
     Descriptor file = open_regular(path, O_WRONLY);
     if (!file.is_open() && means_missing(errno)) return Written::missing;
     forget_file(path);
@@ -423,6 +441,13 @@ Written empty_file(const std::string& path) {
 }
 
 Written write_anew(const std::string& path, std::string_view text) {
+    if (in_preview())
+        return foresee_text({.path = path,
+                             .mode = kSecretMode,
+                             .owner = geteuid(),
+                             .group = getegid(),
+                             .text = FileText(text)},
+                            path);
     forget_file(path);
     Descriptor file = open_anew(path);
     const bool written = file.is_open() && write_all(file.get(), text);
@@ -431,6 +456,7 @@ Written write_anew(const std::string& path, std::string_view text) {
 }
 
 Written remove_file(const std::string& path) {
+    if (in_preview()) return foresee_removal(path);
     forget_file(path);
     if (!may_change(path) || (unlink(path.c_str()) != 0 && !means_missing(errno)))
         return noted(Written::not_written, path);
@@ -440,15 +466,19 @@ Written remove_file(const std::string& path) {
 
 Written set_mode(const std::string& path, mode_t mode) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0)
+    if (stat_seen(path, status) != 0)
         return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
-    const bool set = (status.st_mode & 07777) == mode ||
-                     (may_change(behind_links(path)) && chmod(path.c_str(), mode) == 0);
+    if ((status.st_mode & 07777) == mode) return Written::done;
+    if (in_preview()) {
+        foresee_mode(path, status, mode);
+        return Written::done;
+    }
+    const bool set = may_change(behind_links(path)) && chmod(path.c_str(), mode) == 0;
     return set ? Written::done : noted(Written::not_written, path);
 }
 
 Written make_executable(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0) return set_mode(path, (status.st_mode & 07777) | 0111);
+    if (stat_seen(path, status) == 0) return set_mode(path, (status.st_mode & 07777) | 0111);
     return means_missing(errno) ? Written::missing : noted(Written::not_written, path);
 }

@@ -95,7 +95,7 @@ std::optional<std::string> read_first_line(const std::string& path, std::size_t 
 std::optional<std::string> read_file(const std::string& path,
                                      std::size_t limit = LineReader::kWholeLines);
 
-// ---- writing ----
+// ---- writing; in a preview (overlay.h) nothing but the memory of the process is written ----
 
 // What is asked before a file is replaced, removed or given another mode; where it says no, that is
 // a failed write. It is how changes are kept (journal.h); at first nobody is asked.
@@ -143,6 +143,7 @@ private:
     void leave_old_bytes();
     Written put_in_place();
     Written adopt_mode();
+    Written foresee();
     Written fail(Written how);
 
     std::string name_;  // as readers of the file know it

@@ -234,10 +234,12 @@ Change read_from(const std::string& folder, unsigned number) {
         const std::string of = read_link(kept + ".of");
         if (of.empty()) break;
         std::string_view line = of;
-        KeptFile found{.number = file, .path = {}, .old = take_mark(line), .left = {}};
+        KeptFile found{.number = file, .path = {}, .old = take_mark(line)};
         line.remove_prefix(std::min(line.find('/'), line.size()));
         found.path = line;
         const std::string to = read_link(kept + ".to");
+        std::string_view mark = to;
+        if (!to.empty()) found.made = take_mark(mark);
         if (!to.empty()) found.left = to.substr(to.rfind(' ') + 1);
         if (found.old && !exists(kept)) change.damage = std::to_string(file);
         change.files.push_back(std::move(found));
@@ -322,6 +324,8 @@ void keep_effects(std::span<const std::string_view> names) {
 }
 
 void keep_result(std::string_view result) { journal().result = one_line(result); }
+
+const std::string& own_result() { return journal().result; }
 
 void end_change() {
     Journal& own = journal();

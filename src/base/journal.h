@@ -49,6 +49,8 @@ void keep_effects(std::span<const std::string_view> names);
 
 // Says what came of the request; without it the request broke off.
 void keep_result(std::string_view result);
+// What was said.
+const std::string& own_result();
 
 // Finishes the change: it has a number from now on. Also called when the process exits.
 void end_change();
@@ -65,7 +67,8 @@ struct KeptFile {
     unsigned number;
     std::string path;
     std::optional<FileMark> old;
-    std::optional<std::string> left;  // a digest of what the change left; "-": no file
+    std::optional<FileMark> made = {};     // what the change left
+    std::optional<std::string> left = {};  // a digest of that; "-": no file
 };
 struct Change {
     unsigned number = 0;

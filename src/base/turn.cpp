@@ -28,7 +28,7 @@ constexpr std::size_t kRecord =
 // The turn of this process.
 struct OwnTurn {
     Descriptor lock;
-    std::string request;  // its lines
+    std::string request;  // its lines; none of one that only looks
 };
 OwnTurn& own() {
     static OwnTurn turn;
@@ -113,21 +113,23 @@ bool is_held(int lock) {
 
 }  // namespace
 
-Turn take_turn(const Request& request, int seconds) {
+Turn take_turn(const Request& request, int seconds, Purpose purpose) {
     Descriptor lock = open_lock();
     if (!lock.is_open()) return Turn::cannot_lock;
     const Turn turn = wait_for(lock.get(), seconds);
     if (turn != Turn::taken) return turn;
     own().lock = std::move(lock);
-    own().request = line_of(request.page) + line_of(request.todo) + line_of(request.user) +
-                    line_of(request.address) + line_of(std::to_string(now()));
+    if (purpose == Purpose::change)
+        own().request = line_of(request.page) + line_of(request.todo) + line_of(request.user) +
+                        line_of(request.address) + line_of(std::to_string(now()));
     tell_progress("");
     return turn;
 }
 
 void tell_progress(std::string_view command) {
     if (!own().lock.is_open()) return;
-    std::string record = own().request + line_of(command) + line_of(std::to_string(now()));
+    std::string record = own().request;
+    if (!record.empty()) record += line_of(command) + line_of(std::to_string(now()));
     record.resize(kRecord, '\n');
     // Nothing but a status line depends on it.
     if (pwrite(own().lock.get(), record.data(), record.size(), 0) < 0) errno = 0;
@@ -145,7 +147,9 @@ std::optional<Progress> progress() {
     for (std::string* part :
          {&found.request.page, &found.request.todo, &found.request.user, &found.request.address})
         *part = take_line(rest);
-    found.seconds = now() - to_long(take_line(rest));
+    const std::string since = take_line(rest);
+    if (since.empty()) return std::nullopt;
+    found.seconds = now() - to_long(since);
     found.command = take_line(rest);
     found.command_seconds = now() - to_long(take_line(rest));
     return found;

@@ -16,10 +16,14 @@ struct Request {
 
 enum class Turn { taken, not_in_time, cannot_lock };
 
+// What the turn is for. Of one who only looks, at what nobody is changing, the others learn
+// nothing.
+enum class Purpose { change, look };
+
 // Waits for the turn, at most so many seconds. Where it is taken the lock's file tells of the
 // request until the process ends; programs that it starts do not inherit the lock.
 // Files: "/run/quillstead-admin/lock", root's alone (0600 in a folder 0700), made when missing.
-Turn take_turn(const Request& request, int seconds);
+Turn take_turn(const Request& request, int seconds, Purpose purpose = Purpose::change);
 
 // What the request that has the turn is at: the name of a program that it waits for, or nothing.
 // Without the turn nothing happens.
@@ -32,5 +36,5 @@ struct Progress {
     long command_seconds = 0;
 };
 
-// The request that has the turn; nothing when there is none or this is it.
+// The request that has the turn; nothing when there is none, when it only looks, or this is it.
 std::optional<Progress> progress();

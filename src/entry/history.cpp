@@ -8,13 +8,12 @@
 #include <vector>
 
 #include "base/date.h"
-#include "base/difference.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/journal.h"
 #include "base/words.h"
+#include "entry/file_texts.h"
 #include "framework/msgfile.h"
-#include "framework/page_room.h"
 
 namespace {
 
@@ -52,22 +51,20 @@ std::optional<std::string> content_after(const std::string& path) {
     return read_file(path);
 }
 
-std::string difference_of(const Change& change, const KeptFile& file) try {
-    const std::string before = old_content(change, file).value_or("");
-    const std::optional<std::string> after = content_after(file.path);
-    const bool is_settings = is_settings_text(before) && is_settings_text(after.value_or(""));
-    if (is_settings) return settings_difference(before, after.value_or(""));
-    const bool is_secret = file.old && (file.old->mode & 077) == 0;
-    return is_secret ? "changed\n" : unified_difference(before, after.value_or(""));
-} catch (const Unreadable&) {
-    return "";
+// What nobody but the owner may read, before or after; also what nothing is known of.
+bool is_secret(const KeptFile& file) {
+    if (!file.old && !file.made) return true;
+    return (file.old && is_private(file.old->mode)) || (file.made && is_private(file.made->mode));
 }
 
-std::string describe(const Change& change, const KeptFile& file) {
-    std::string text = difference_of(change, file);
-    if (!file.old) text.insert(0, "(new)\n");
-    if (file.left == "-") text.insert(0, "(removed)\n");
-    return text.empty() ? "(mode)\n" : text;
+std::string describe(const KeptFile& file) try {
+    std::optional<std::string> before;
+    std::optional<std::string> after;
+    if (file.old) before = old_content(shown.change, file).value_or("");
+    if (file.left != "-") after = content_after(file.path).value_or("");
+    return difference_in_words(before, after, is_secret(file));
+} catch (const Unreadable&) {
+    return "changed\n";
 }
 
 // ---- the page ----
@@ -107,23 +104,19 @@ int get_numbers(LongText& text, int&) {
     return 0;
 }
 
+std::string command_lines() {
+    std::string lines;
+    for (const std::string& line : shown.change.commands) lines += line + "\n";
+    return lines;
+}
+
 int get_files(LongText& text, int&) {
-    ListRoom room;
-    text.emplace();
-    for (const KeptFile& file : shown.change.files) {
-        const std::string part = file.path + "\n" + describe(shown.change, file) + "\n";
-        if (!room.take(part)) {
-            *text += file.path + "\n(There is more than this page has room for.)\n";
-            break;
-        }
-        *text += part;
-    }
+    text = list_of_files(shown.change.files, command_lines(), describe);
     return 0;
 }
 
 int get_commands(LongText& text, int&) {
-    text.emplace();
-    for (const std::string& line : shown.change.commands) *text += line + "\n";
+    text = command_lines();
     return 0;
 }
 

@@ -16,6 +16,7 @@
 #include "base/turn.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
+#include "entry/preview.h"
 #include "entry/recovery.h"
 #include "entry/request_guard.h"
 #include "framework/cgi-lib.h"
@@ -122,6 +123,13 @@ std::vector<std::string> names_of(const FormList& form) {
     return names;
 }
 
+// The modem page imports an upload while it is rendered, so there is nothing to check or set.
+int act(const FormList& form) {
+    if (!field_is(&form, "todo", "upload") || entry_with_control(form)) return PostCgi(form);
+    keep_result("accepted");
+    return show("sp_port.htm", "sp_fs.htm", &form);
+}
+
 }  // namespace
 
 int main() {
@@ -146,20 +154,18 @@ int main() {
     // Now that the form is complete: a slow sender keeps nobody waiting.
     finish_what_is_begun();
     const Request request = request_of(fields);
-    const Turn turn = take_turn(request, kTurnLimit);
+    const bool looks = field_is(fields, "preview", "yes");
+    const Turn turn = take_turn(request, kTurnLimit, looks ? Purpose::look : Purpose::change);
     if (turn == Turn::not_in_time) return answer_busy();
     if (turn == Turn::cannot_lock) cgi_err("Error!", "The lock file cannot be locked.");
     if (keeps_changes()) {
         Message message;
         if (!recover(message)) cgi_err("Error!", message);
-        keep_changes_of(request, names_of(*form));
+        if (!looks) keep_changes_of(request, names_of(*form));
     }
-    // The modem page imports an upload while it is rendered, so there is nothing to check or set.
-    if (std::string_view(todo) == "upload" && !entry_with_control(*form)) {
-        keep_result("accepted");
-        show("sp_port.htm", "sp_fs.htm", fields);
-    } else {
-        PostCgi(*form);
-    }
+    if (looks)
+        show_preview(*form, act);
+    else
+        act(*form);
     return 0;
 }

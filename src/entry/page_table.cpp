@@ -4,6 +4,7 @@
 
 #include "appliance/ppp_conf.h"
 #include "entry/history.h"
+#include "entry/preview.h"
 #include "filter/ac_cfg.h"
 #include "filter/filterconf.h"
 #include "filter/flt_log.h"
@@ -48,6 +49,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"filterlog.htm", get_filterlog, set_filter_log},
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
     {"history.htm", get_history, set_history},
+    {"preview.htm", get_preview, nullptr},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({

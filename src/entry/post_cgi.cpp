@@ -1,11 +1,10 @@
 #include "entry/post_cgi.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <string>
 #include <vector>
 
+#include "appliance/commands.h"
 #include "appliance/ppp_conf.h"
 #include "base/date.h"
 #include "base/escape.h"
@@ -171,7 +170,8 @@ private:
             for (const ProcNode* node = head.get(); node; node = node->next.get())
                 names.push_back(node->name);
         keep_effects(names);
-        sync();  // what the commands read is on disk, should one of them take the appliance down
+        // What the commands read is on disk, should one of them take the appliance down.
+        sync_disks();
         for (const auto& head : heads_)
             for (const ProcNode* node = head.get(); node; node = node->next.get())
                 if (!run_action(*node)) return false;

@@ -78,6 +78,11 @@ enum : int {
     NoSuchChange = 77,
     EditedByHand = 78,
     ChangeUndone = 79,
+    WouldBeDone = 80,
+    WouldChangeNothing = 81,
+    WouldBeRefused = 82,
+    WouldFail = 83,
+    NothingPreviewed = 84,
 };
 }  // namespace Msg
 

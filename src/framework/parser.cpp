@@ -9,6 +9,7 @@
 #include "base/files.h"
 #include "base/journal.h"
 #include "base/log.h"
+#include "base/overlay.h"
 #include "base/turn.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
@@ -170,6 +171,14 @@ public:
         return rest.error() || used >= kPageSize ? 0 : kPageSize - 1 - used;
     }
 
+    // What failed comes before what is merely worth a warning.
+    std::string message() const {
+        if (message_ && *message_) return message_;
+        if (measures_) return warning() + longest_value();
+        if (!store_.empty()) return store_;
+        return first_failure() ? failure_text(*first_failure()) : warning();
+    }
+
     // The size of a text at the marker that is being resolved.
     std::size_t size_of(std::string_view text) const {
         return resolved_.escape ? resolved_.escape(text).size() : text.size();
@@ -262,14 +271,6 @@ private:
         return std::to_string(*seen_);
     }
 
-    // What failed comes before what is merely worth a warning.
-    std::string message() const {
-        if (message_ && *message_) return message_;
-        if (measures_) return warning() + longest_value();
-        if (!store_.empty()) return store_;
-        return first_failure() ? failure_text(*first_failure()) : warning();
-    }
-
     // A key with a getter never echoes the form: what is in force is shown, not what was typed.
     void resolve_key(const Marker& marker) {
         const int index = GetKeyFunIndex(marker.name);
@@ -338,6 +339,8 @@ FileText template_text(const char* path) try { return file_text(path); } catch (
 // The run that makes the page, for its getters.
 const Expander* page_in_work = nullptr;
 
+std::string unwritten;
+
 void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays) {
     KeyFunTab = keys;
     ArrayFunTab = arrays;
@@ -367,10 +370,16 @@ int render_page(const char* path, std::span<const KeyGetter> keys, std::span<con
     static Store store;  // not on the heap, which would grow for it
     Expander page(text.view(), message, form, store);
     expand(page, keys, arrays);
+    if (in_preview()) {
+        unwritten = page.message();
+        return 0;
+    }
     if (page.error()) cgi_err(message_text(*page.error()), "");
     put_page(page.page().pieces());
     return 0;
 }
+
+const std::string& unwritten_message() { return unwritten; }
 
 int GetKeyFunIndex(std::string_view name) { return key_index.find(name); }
 

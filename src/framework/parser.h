@@ -65,6 +65,10 @@ extern int warn_no;
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form);
 
+// In a preview (overlay.h) render_page writes nothing: another page will answer. This is the
+// message that the last page would have shown.
+const std::string& unwritten_message();
+
 // The getters of a key table.
 template <class Record, std::size_t N>
 constexpr std::array<KeyGetter, N> getters_of(const std::array<KeyFun<Record>, N>& keys) {

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <ctime>
@@ -82,3 +83,5 @@ std::optional<std::string> usable_upload(const char* path) {
         if (lies_below(*real, folder)) return real;
     return std::nullopt;
 }
+
+bool is_own_upload(const std::string& path) { return std::ranges::count(stored(), path) > 0; }

@@ -15,3 +15,6 @@ std::optional<std::string> store_upload(std::string_view content);
 // file, not a link, below "/tmp" or "/var/tmp". Pages rewrite and delete uploaded files, and a form
 // can name any path.
 std::optional<std::string> usable_upload(const char* path);
+
+// True for a file that this request has uploaded.
+bool is_own_upload(const std::string& path);

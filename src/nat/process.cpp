@@ -78,7 +78,7 @@ bool is_forwarding_line(std::string_view line) {
 }  // namespace
 
 int Delay1() {
-    sleep(2);
+    wait_seconds(2);
     return 0;
 }
 
@@ -122,14 +122,14 @@ int StartSquid() {
 int KillSquid() {
     const int pid = SquidPid();
     if (pid < 2) return 0;
-    return kill(pid, SIGTERM) == 0 ? 0 : -1;
+    return send_signal(pid, SIGTERM) ? 0 : -1;
 }
 
 int StopDiald() {
     PidText pid;
     if (GetPid("diald", pid) != 0) return 0;
     const int number = to_int(pid);  // 0 of one that could not be found out
-    if (number < 2 || kill(number, SIGTERM) != 0) {
+    if (number < 2 || !send_signal(number, SIGTERM)) {
         log_errno("StopDiald Kill diald Error: %s");
         return kCannotKill;
     }
@@ -164,11 +164,11 @@ int SetIPV4(const char* value) {
 int RestartNet() {
     (void)SetIPV4(PortEnabled() ? Enable : Disable);  // the page tells of a failure
     for (const Acting program : kNetworkPrograms) run_command(program);
-    sync();
+    sync_disks();
     return 0;
 }
 
 int ProcReconfigFilter() {
     const int pid = SquidPid();
-    return pid < 2 || kill(pid, SIGHUP) != 0 ? kCannotSignal : 0;
+    return pid < 2 || !send_signal(pid, SIGHUP) ? kCannotSignal : 0;
 }

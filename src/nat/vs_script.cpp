@@ -1,7 +1,5 @@
 #include "nat/vs_script.h"
 
-#include <unistd.h>
-
 #include <string>
 
 #include "appliance/commands.h"
@@ -94,7 +92,7 @@ int SaveAndRunVS() {
     if (replace_file(VSF, script(record)) != Written::done) return 2;
     told(SetFileString("dmz", record.DMZ ? "\"yes\"" : "\"no\"", IPUPF));
     told(set_mode(IPUPF, 0755));
-    sync();
+    sync_disks();
     told(make_executable(VSF));
     apply(record.Method);
     return 0;

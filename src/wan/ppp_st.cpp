@@ -2,8 +2,6 @@
 // not been asked is empty; what is not known is a blank.
 #include "wan/ppp_st.h"
 
-#include <unistd.h>
-
 #include <optional>
 #include <string>
 
@@ -93,7 +91,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 // The link dials when a packet wants to cross it.
 void connect() {
     RunPPPoeConnect();
-    sleep(1);
+    wait_seconds(1);
     start_command(Command::ping_ppp);
 }
 

@@ -1,7 +1,5 @@
 #include "wan/wanport.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <string>
 
@@ -74,7 +72,7 @@ int RunModemConnect() {
     stop_direct_if_up();
     told(set_wan_if(kSerial));
     RestartNet();
-    if (start_squid_if_stopped()) sync();
+    if (start_squid_if_stopped()) sync_disks();
     run_command(Command::dial_start);
     // As many routes lead over its interface when diald has come up whole. With fewer, or more, it
     // gets a second chance; what comes of that is for the status page.

@@ -9,7 +9,7 @@ import { house } from "./house.mjs";
 const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 const www = new URL("../../build/www/", import.meta.url);
 const PAGES = ["nat_base", "nat_conn", "nat_vs", "nat_sap", "nat_filter", "wan_dc", "wan_ppp", "sp_base", "sp_port", "sp_int",
-  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history"];
+  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history", "preview"];
 const RECORD = "/etc/ppp/nat_ppp.con";
 const FILTER = "/usr/local/squid/etc/filter.conf";
 const HOSTILE = "\"><script>window.ran=1</script>&'";
@@ -200,6 +200,29 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
       asked: ["IP address: from 10.0.0.1 to 203.0.113.5", "Second number: from empty to 555 0101"],
       stored: [[RECORD, /^IP=203\.0\.113\.5$/m]], mistakes: [["nat_isp_ip01", "300.0.0.1", "Enter four numbers"]] },
   ];
+
+  test("what exactly a save will do is told before it, and nothing is done", async () => {
+    await open("nat_conn", { viewport: { width: 360, height: 740 } });
+    const before = box.file(RECORD);
+    await set("enable_telnet", !(await value("enable_telnet")));
+    await ask(saveOf("nat_conn"));
+    const ahead = page.locator("dialog details");
+    await ahead.locator("summary").click();
+    await ahead.getByText("Commands").waitFor();
+    assert.match(await ahead.innerText(), /\/nat_ppp\.con\n[^]*SrvTelNet: 1 \u2192 0/);
+    await judge("what will happen");
+    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
+    await button("Cancel").click();
+    assert.equal(box.file(RECORD), before);
+    await saveOf("nat_conn").click();
+    await page.locator("dialog details:not([open])").waitFor();
+    await button("Cancel").click();
+    await open("nat_base", { javaScriptEnabled: false });
+    await set("enable_telnet", !(await value("enable_telnet")));
+    await send(button("Preview", page.locator("#nat_conn")));
+    assert.match(await page.locator("#preview").innerText(), /SrvTelNet: /);
+    assert.equal(box.file(RECORD), before);
+  });
 
   test("what is changed is told, stored and shown; mistakes and refusals lose nothing", async () => {
     await open("nat_base");

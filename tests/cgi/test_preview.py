@@ -1,0 +1,209 @@
+"""A preview tells what a request would do, and does nothing of it."""
+
+import fcntl
+import os
+import re
+import stat
+import threading
+from collections import Counter
+
+import pytest
+
+from appliance import CHAP, HARNESS, PAP, PPPOE, PROGRAM, RECORD, told, until
+from table import CASES, SECRET
+
+CHANGES = "/var/lib/quillstead-admin/changes"
+FORESEEN = os.environ.get("NAT_FORESEEN")  # the program that leaves the files of a preview
+UNSEEN = {"bin", "dev", "proc", "run", "sbin", HARNESS}
+NO_SETTINGS = "/tmp/", "/var/", "/usr/local/squid/logs/"
+
+
+def state(appliance):
+    """Mode, owner, content and time of everything; of /tmp, where uploads come and go, no time."""
+    found = {}
+    for folder, folders, files in os.walk(appliance.root):
+        if folder == str(appliance.root):
+            folders[:] = [name for name in folders if name not in UNSEEN]
+        for path in (os.path.join(folder, name) for name in (*folders, *files)):
+            status, content = os.lstat(path), None
+            if stat.S_ISLNK(status.st_mode):
+                content = os.readlink(path)
+            elif stat.S_ISREG(status.st_mode):
+                with open(path, "rb") as file:
+                    content = file.read()
+            name = path[len(str(appliance.root)):]
+            found[name] = (status.st_mode, status.st_uid, status.st_gid, content,
+                           0 if name == "/tmp" else status.st_mtime_ns)
+    return found
+
+
+def changed_in(before, after):
+    return {path for path in before.keys() | after.keys() if not path.startswith(CHANGES)
+            and before.get(path, ())[:4] != after.get(path, ())[:4]}
+
+
+def preview_of(case):
+    """The same request with one more field."""
+    if not isinstance(case.form, bytes):
+        return type(case)(case.name, {**case.form, "preview": "yes"})
+    line = case.form.split(b"\r\n", 1)[0]
+    part = b'\r\nContent-Disposition: form-data; name="preview"\r\n\r\nyes\r\n'
+    return type(case)(case.name, line + part + case.form)
+
+
+def files_of(text):
+    """What a list says of each file."""
+    parts = re.split(r"(?m)^(?=/)", text)[1:]
+    return {path: words.rstrip("\n") for path, words in (part.split("\n", 1) for part in parts)}
+
+
+def look(appliance, page, todo="save", **fields):
+    return appliance.post({"this_file": page, "todo": todo, "preview": "yes", **fields})
+
+
+def outcome(seen):
+    return seen.shown["preview_result"], seen.shown["preview_summary"].rstrip("\n")
+
+
+@pytest.fixture
+def kept(saved):
+    saved.at(CHANGES).mkdir(parents=True)
+    return saved
+
+
+@pytest.mark.parametrize("case", [case for case in CASES if case.form], ids=lambda case: case.name)
+def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, case):
+    """What commands answer is fixed here, so none that ran makes a difference to what follows."""
+    case.prepare(appliance, proxy.pid)
+    appliance.at(CHANGES).mkdir(parents=True)
+    appliance.at(f"{HARNESS}/foreseen").mkdir()
+    before = state(appliance)
+    appliance.program = FORESEEN or PROGRAM
+    seen = preview_of(case).send(appliance)
+    appliance.program = PROGRAM
+    assert state(appliance) == before and proxy.poll() is None
+    result = case.send(appliance)
+    after = state(appliance)
+    changed = changed_in(before, after)
+    assert SECRET not in str(seen.body)
+    if seen.page is None:  # the answer of last resort is the same for both
+        assert (seen.body, changed) == (result.body, set())
+        return
+    files = files_of(seen.shown["preview_files"])
+    assert (seen.page, files.keys()) == ("preview.htm", changed)
+    history = appliance.view("history.htm").shown
+    words = files_of(history["history_files"])
+    # The history also lists what has got a mode and the old one again, and no logs and states.
+    assert {path: words[path] for path in words.keys() & changed} == {
+        path: files[path] for path in files if not path.startswith(NO_SETTINGS)}
+    commands = seen.shown["preview_commands"].splitlines()
+    assert commands == [line.split(" ", 1)[1] for line in history["history_commands"].splitlines()]
+    assert not {re.sub(r"^\S*/", "", command) for command in commands} & {
+        re.sub(r"^\S*/", "", command) for command in seen.commands}
+    left = {path.name.replace("%", "/"): (path.stat().st_mode, path.read_bytes())
+            for path in appliance.at(f"{HARNESS}/foreseen").iterdir()}
+    if FORESEEN:
+        assert left == {path: (after[path][0], after[path][3]) for path in changed & after.keys()}
+
+
+SQUID, DIAL = "/usr/local/squid/bin/squid", "/etc/ppp/dial"
+
+
+@pytest.mark.parametrize("method, not_run", [
+    ("WAN Port - PPPoE", [SQUID]),  # it runs when it is asked for the second time
+    # diald has all its routes when they are counted
+    ("Serial Port", [SQUID, f"{DIAL} stop", "ifconfig sl0 down", f"{DIAL} start"]),
+])
+def test_what_a_command_brings_about_is_not_foreseen(kept, method, not_run):
+    for path, script in {
+        SQUID: ": > /.harness/squid", DIAL: ": > /.harness/diald",
+        "/sbin/pidof": '[ "$1" = squid -a -e /.harness/squid ] && echo 77',
+        "/sbin/route": "[ -e /.harness/diald ] && printf 'sl0\\nsl0\\nsl0\\n'",
+    }.items():
+        kept.write(path, None)
+        kept.write(path, f"#!/bin/bash\n{script}\n", 0o755)
+    fields = {"internet_access": "checked", "access_method": method}
+    seen = look(kept, "nat_conn.htm", **fields).shown["preview_commands"].splitlines()
+    kept.save("nat_conn.htm", **fields)
+    ran = kept.view("history.htm").shown["history_commands"].splitlines()
+    assert Counter(seen) - Counter(line.split(" ", 1)[1] for line in ran) == Counter(not_run)
+    assert [line.split(" ", 1)[1] for line in ran if line.split(" ", 1)[1] not in seen] == []
+
+
+def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
+    before = state(kept)
+    seen = look(kept, "wan_ppp.htm", ppp_ac_name="")
+    assert outcome(seen) == ("refused", told(82))
+    assert (seen.message, seen.shown["preview_page"]) == (told(16), "wan_ppp.htm")
+    seen = look(kept, "nat_vs.htm")
+    assert outcome(seen) == ("accepted", told(81))
+    assert outcome(kept.view("preview.htm")) == ("", told(84))
+    assert state(kept) == before
+    kept.save("nat_conn.htm", enable_dmz="checked")
+    seen = look(kept, "nat_conn.htm", seen=0, enable_dmz="unchecked")
+    assert seen.headers["Status"] == "409 Conflict" and seen.message.startswith("Not stored: ")
+    kept.block("/etc/rc.d/rc.ipvs")
+    assert outcome(look(kept, "nat_vs.htm", vs_web_enable="checked")) == ("failed", told(83))
+
+
+@pytest.mark.parametrize("path", [RECORD, PPPOE, PAP, "/etc/rc.d/rc.ipvs", "/etc/ppp/user"])
+def test_what_cannot_be_written_is_foreseen(saved, path):
+    saved.block(path)
+    form = {"ppp_ac_name": "joe", "ppp_idle_time": "5", "vs_web_enable": "checked",
+            "nat_modem_list": "Other", "next_file": "nat_base.htm"}
+    pages = "nat_vs.htm", "wan_ppp.htm", "sp_port.htm"
+    said = [look(saved, page, **form).message for page in pages]
+    assert said == [saved.save(page, **form).message for page in pages] and any(said)
+
+
+def test_what_a_request_makes_first_is_foreseen(kept):
+    for path in RECORD, "/etc/ppp/modem.ini":
+        kept.write(path, None)
+        (kept.at(path).parent / f".{kept.at(path).name}.999999999").write_text("left over")
+    before = state(kept)
+    seen = look(kept, "sp_port.htm", nat_modem_list="Other", nat_init_string="ATZ")
+    assert state(kept) == before
+    files = files_of(seen.shown["preview_files"])
+    assert all(files[path].startswith("(new)\n") for path in (RECORD, "/etc/ppp/modem.ini"))
+
+
+@pytest.mark.parametrize("password", ["geheim", "geheim=1"])
+@pytest.mark.parametrize("is_new", [True, False])
+def test_secrets_are_not_shown(kept, is_new, password):
+    """Neither a file of them that is new, nor one whose lines look like settings."""
+    for path in (PAP, CHAP):
+        kept.write(path, None if is_new else "#PPPoE\nold\tppp0\tgeheim=0\n", 0o600)
+    fields = {"ppp_ac_name": "joe", "ppp_ac_pwd": password, "ppp_idle_time": "5"}
+    seen = look(kept, "wan_ppp.htm", **fields)
+    kept.save("wan_ppp.htm", **fields)
+    for text in seen.shown["preview_files"], kept.view("history.htm").shown["history_files"]:
+        assert files_of(text)[PAP] == "(new)\nchanged" if is_new else "changed"
+        assert "joe" in text and "geheim" not in text
+
+
+def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
+    script = ": > /tmp/asked\nwhile ! [ -e /tmp/go ]; do sleep .05; done"
+    kept.write("/sbin/pidof", None)
+    kept.write("/sbin/pidof", f"#!/bin/sh\n{script}\n", 0o755)
+    fields = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
+    looking = threading.Thread(target=look, args=(kept, "nat_conn.htm"), kwargs=fields)
+    looking.start()
+    until(lambda: kept.exists("/tmp/asked"))
+    with open(kept.at("/run/quillstead-admin/lock"), "r+") as lock, pytest.raises(BlockingIOError):
+        fcntl.lockf(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    assert kept.view("progress").body == '{"busy": null}\n'
+    kept.write("/tmp/go", "")
+    looking.join()
+
+
+def test_an_undo_can_be_previewed_and_a_long_list_is_cut(kept):
+    kept.save("nat_conn.htm", enable_dmz="checked")
+    sites = "".join(f"{n}.example.org\n" for n in range(4000))
+    kept.write("/usr/local/squid/etc/access.list", sites)
+    seen = look(kept, "history.htm", "undo", change=1)
+    assert files_of(seen.shown["preview_files"])[RECORD].startswith("DMZ: 1 → 0")
+    assert "DMZ=1\n" in kept.read(RECORD)
+    seen = look(kept, "sites_allow.htm", "del_all")
+    path, words = files_of(seen.shown["preview_files"]).popitem()
+    assert words == "(There is more than this page has room for.)"
+    assert path == "/usr/local/squid/etc/access.list" and kept.read(path) == sites
