@@ -14,6 +14,7 @@
 #include "base/journal.h"
 #include "base/log.h"
 #include "base/turn.h"
+#include "entry/confirmation.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
 #include "entry/recovery.h"
@@ -85,16 +86,12 @@ int show_plain(const PlainView& view, const FormList* form) try {
     return answer_with_status("500 Internal Server Error", message);
 }
 
-// What a crash has left half made is taken back by the first request that comes, a view or not.
-// False when that is not possible.
-bool recover(Message& message) { return !is_interrupted() || take_back_half_made_change(message); }
-
 // A view shows what is in force and echoes no field: a link may carry any. The history alone is
 // asked for one of its changes.
 int view(const char* next_file, const FormList* form) {
     Message notice;
-    // Without the turn the change is in progress.
-    if (is_interrupted() && take_turn({}, 0) == Turn::taken) (void)recover(notice);
+    // Without the turn the change is in progress, or is being taken back.
+    if (must_recover() && take_turn({}, 0) == Turn::taken) (void)recover(notice);
     const char* name = next_file ? next_file : Def_Htm;
     if (std::string_view(name) == "nat_status.htm") {
         int method = kNoMethod;
@@ -125,6 +122,7 @@ int main() {
     signal(SIGCHLD, SIG_DFL);
     for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
     warn_no = 0;
+    know_on_every_page(confirmation_keys());
     std::optional<FormList> form;
     if (!is_form_empty()) {
         if (is_foreign_post()) return refuse_request();
@@ -147,9 +145,12 @@ int main() {
         Message message;
         if (!recover(message)) cgi_err("Error!", message);
         keep_changes_of(request, names_of(*form));
+        wait_if_wished(*form);
     }
     // The modem page imports an upload while it is rendered, so there is nothing to check or set.
-    if (std::string_view(todo) == "upload" && !entry_with_control(*form)) {
+    Message refusal;
+    if (std::string_view(todo) == "upload" && !entry_with_control(*form) &&
+        refusal_for_waiting(*form, refusal) == 0) {
         keep_result("accepted");
         show("sp_port.htm", "sp_fs.htm", fields);
     } else {

@@ -78,6 +78,11 @@ enum : int {
     NoSuchChange = 77,
     EditedByHand = 78,
     ChangeUndone = 79,
+    BadWait = 85,
+    ChangeWaits = 86,
+    NotWaiting = 87,
+    NothingIsKept = 88,
+    ChangeNotKept = 89,
 };
 }  // namespace Msg
 

@@ -1,0 +1,74 @@
+#include "entry/going_back.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "base/failures.h"
+#include "base/files.h"
+#include "entry/page_table.h"
+
+namespace {
+
+struct Wanted {
+    std::string path;
+    std::optional<FileMark> mark;
+    std::string content;
+};
+std::vector<Wanted> to_put_back;
+
+bool put_back(const Wanted& file) {
+    const Written written =
+        file.mark ? replace_file(file.path, file.content, file.mark->mode) : remove_file(file.path);
+    return written == Written::done;
+}
+
+bool remember(const Change& change, const KeptFile& file) {
+    if (std::ranges::count(to_put_back, file.path, &Wanted::path)) return true;
+    const std::optional<std::string> content = old_content(change, file);
+    to_put_back.push_back({file.path, file.old, content.value_or("")});
+    return content || !file.old;
+}
+
+}  // namespace
+
+std::vector<Change> changes_from(unsigned number) {
+    std::vector<Change> changes;
+    for (const unsigned each : kept_changes())
+        if (each >= number) changes.push_back(read_change(each));
+    return changes;
+}
+
+bool remember_files_before(const std::vector<Change>& changes) {
+    to_put_back.clear();
+    for (const Change& change : changes) {
+        if (!change.damage.empty()) return false;
+        for (const KeptFile& file : change.files)
+            if (!remember(change, file)) return false;
+    }
+    return true;
+}
+
+int PutBackAgain() {
+    const auto failed = [](const Wanted& file) { return !put_back(file); };
+    return std::ranges::count_if(to_put_back, failed) > 0;  // no failure spares the files behind it
+}
+
+std::vector<const ProcRow*> effects_of(const std::vector<Change>& changes) {
+    std::vector<const ProcRow*> effects;
+    for (unsigned level = 1; level < kLevels; ++level)
+        for (const ProcRow& row : kProcRows) {
+            const auto has_queued = [&](const Change& change) {
+                return std::ranges::count(change.effects, row.name) > 0;
+            };
+            if (row.level == level && std::ranges::any_of(changes, has_queued))
+                effects.push_back(&row);
+        }
+    return effects;
+}
+
+void run_effects(const std::vector<const ProcRow*>& effects) {
+    for (const ProcRow* effect : effects) try {
+            ProcTab[effect->action].body();
+        } catch (const Unreadable&) {  // noted where it was thrown
+        }
+}

@@ -1,0 +1,28 @@
+// Going back to how all files were before a change: what an undo, a change that nobody has kept in
+// time and one that was interrupted have in common.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/journal.h"
+#include "framework/action_queue.h"
+
+// The changes from a number on, in order.
+std::vector<Change> changes_from(unsigned number);
+
+// Remembers how each file was before the first of these changes that has replaced it. False when
+// one of them is damaged; nothing is to be put back then.
+[[nodiscard]] bool remember_files_before(const std::vector<Change>& changes);
+
+// Puts the remembered files in their places. 0, or 1 when one cannot be written. As the last action
+// of an undo it does so once more, as the actions before it may have written them. (Action
+// "PutBack".)
+int PutBackAgain();
+
+// What must run for the files that were put back: the actions that these changes have queued, each
+// once, in the order of levels. The writers among them, those of level 0, have nothing to do.
+std::vector<const ProcRow*> effects_of(const std::vector<Change>& changes);
+
+// Runs them, whatever becomes of each.
+void run_effects(const std::vector<const ProcRow*>& effects);
