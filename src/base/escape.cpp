@@ -1,6 +1,7 @@
 #include "base/escape.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -24,13 +25,20 @@ constexpr std::string_view reference_to(char c) {
     }
 }
 
+// Whether a character stands for itself.
+constexpr std::array<bool, 256> kPlain = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t c = 0; c < plain.size(); ++c)
+        plain[c] = reference_to(static_cast<char>(c)).empty();
+    return plain;
+}();
+
 void append_escaped(std::string& page, std::string_view text) {
     std::size_t plain = 0;  // where the characters begin that stand for themselves
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string_view reference = reference_to(text[i]);
-        if (reference.empty()) continue;
+        if (kPlain[static_cast<unsigned char>(text[i])]) continue;
         page += text.substr(plain, i - plain);
-        page += reference;
+        page += reference_to(text[i]);
         plain = i + 1;
     }
     page += text.substr(plain);

@@ -9,7 +9,9 @@
 void logerr([[maybe_unused]] std::string_view text) {
     while (text.ends_with('\n')) text.remove_suffix(1);
 #if defined(NAT_LOG_STDERR)
-    std::fprintf(stderr, "nat.cgi: %.*s\n", static_cast<int>(text.size()), text.data());
+    std::fputs("nat.cgi: ", stderr);
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fputc('\n', stderr);
 #elif defined(NAT_LOG_SYSLOG)
     syslog(LOG_DAEMON | LOG_DEBUG, "nat.cgi: %.*s", static_cast<int>(text.size()), text.data());
 #endif

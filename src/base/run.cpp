@@ -118,6 +118,8 @@ pid_t spawn(const CommandLine& command, std::string_view word, int output, const
     for (std::string& text : texts) words.push_back(text.data());
     Start start(command, output, mask);
     pid_t pid = -1;
+    // A server that ignores its children would hide the commands' results.
+    signal(SIGCHLD, SIG_DFL);
     errno = start.spawn(pid, path, words);
     if (errno != ENOEXEC) return errno == 0 ? pid : -1;
     std::string shell = kShell;

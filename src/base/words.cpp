@@ -23,7 +23,9 @@ std::string_view without_line_end(std::string_view line) {
 }
 
 std::string_view take_word(std::string_view& rest, std::string_view separators) {
-    const auto separates = [&](char c) { return std::ranges::count(separators, c) > 0; };
+    const auto separates = [&](char c) {
+        return std::ranges::find(separators, c) != separators.end();
+    };
     const auto begin = std::find_if_not(rest.begin(), rest.end(), separates);
     const auto end = std::find_if(begin, rest.end(), separates);
     rest = {end, rest.end()};

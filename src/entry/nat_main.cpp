@@ -86,12 +86,21 @@ int show_plain(const PlainView& view, const FormList* form) try {
     return answer_with_status("500 Internal Server Error", message);
 }
 
+// A server that ends its program, hangs up or reads no further would end it in the middle of a
+// save. A handler, because daemons would inherit an ignored signal.
+void finish_what_is_begun() {
+    for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
+}
+
 // A view shows what is in force and echoes no field: a link may carry any. The history alone is
 // asked for one of its changes.
 int view(const char* next_file, const FormList* form) {
     Message notice;
     // Without the turn the change is in progress, or is being taken back.
-    if (must_recover() && take_turn({}, 0) == Turn::taken) (void)recover(notice);
+    if (must_recover() && take_turn({}, 0) == Turn::taken) {
+        finish_what_is_begun();
+        (void)recover(notice);
+    }
     const char* name = next_file ? next_file : Def_Htm;
     if (std::string_view(name) == "nat_status.htm") {
         int method = kNoMethod;
@@ -116,11 +125,6 @@ int main() {
     static std::array<char, kPageSize + BUFSIZ> output;  // the answer leaves in one piece
     std::setvbuf(stdout, output.data(), _IOFBF, output.size());
     log_line("Enter MAIN");
-    // A server that ignores its children would hide the commands' results. One that ends its
-    // program, hangs up or reads no further would end it in the middle of a save; a handler,
-    // because daemons would inherit an ignored signal.
-    signal(SIGCHLD, SIG_DFL);
-    for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
     warn_no = 0;
     know_on_every_page(confirmation_keys());
     std::optional<FormList> form;
@@ -137,6 +141,7 @@ int main() {
     if (!todo) return view(next_file, fields);
     if (!comes_from_own_page()) return refuse_request();
     // Now that the form is complete: a slow sender keeps nobody waiting.
+    finish_what_is_begun();
     const Request request = request_of(fields);
     const Turn turn = take_turn(request, kTurnLimit);
     if (turn == Turn::not_in_time) return answer_busy();

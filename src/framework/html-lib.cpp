@@ -61,7 +61,8 @@ void cgi_err(std::string_view title, std::string_view text) {
     h1(escape_html(title));
     h2(escape_html(text));
     html_end();
-    std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fputc('\n', stderr);
     std::exit(0);
 }
 

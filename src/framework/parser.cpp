@@ -55,9 +55,13 @@ private:
     static constexpr int kNone = -1;
     static constexpr std::size_t kBuckets = 128;
 
+    // Keys differ in their length, or in one of these characters.
     static std::size_t bucket_of(std::string_view key) {
-        std::size_t sum = 0;
-        for (const char c : key) sum = sum * 31 + static_cast<unsigned char>(c);
+        std::size_t sum = key.size();
+        if (sum < 4) return sum;
+        for (const std::size_t at :
+             {key.size() / 2, key.size() - 1, std::size_t{3}, key.size() - 3})
+            sum = sum * 5 + static_cast<unsigned char>(key[at]);
         return sum % kBuckets;
     }
     static std::string_view key_of(int row) { return KeyFunTab[static_cast<std::size_t>(row)].key; }
@@ -112,11 +116,11 @@ std::string warning() {
 using Escape = std::string (*)(std::string_view text);
 
 struct Filter {
-    std::string_view name;
+    std::string_view ending;  // of a marker's text
     Escape escape;
 };
 constexpr std::array<Filter, 3> kFilters = {
-    {{"html", escape_html}, {"options", escape_options}, {"rows", escape_rows}}};
+    {{"|html", escape_html}, {"|options", escape_options}, {"|rows", escape_rows}}};
 
 // What stands between the "@" and the "#".
 struct Marker {
@@ -126,10 +130,9 @@ struct Marker {
 
 // A filter that is not known belongs to the name.
 Marker marker_of(std::string_view text) {
-    const std::size_t bar = text.rfind('|');
-    if (bar == text.npos) return {text, nullptr};
     for (const Filter& filter : kFilters)
-        if (filter.name == text.substr(bar + 1)) return {text.substr(0, bar), filter.escape};
+        if (text.ends_with(filter.ending))
+            return {text.substr(0, text.size() - filter.ending.size()), filter.escape};
     return {text, nullptr};
 }
 
@@ -246,7 +249,7 @@ private:
         else if (marker.name == "busy")
             show(busy_text(), marker);
         else if (marker.name == "seen")
-            show(std::to_string(newest_change()), marker);
+            show(seen(), marker);
         else if (marker.name == "change")
             show(own_change() ? std::to_string(own_change()) : "", marker);
         else if (const CommonKey* common = common_key(marker.name))
@@ -261,6 +264,12 @@ private:
         copy("//@");
         copy(text);
         copy("#");  // so an unfinished list shows where it should have ended
+    }
+
+    // The newest change, looked up once: each form of a page names it.
+    std::string seen() {
+        if (!seen_) seen_ = newest_change();
+        return std::to_string(*seen_);
     }
 
     // What failed comes before what is merely worth a warning.
@@ -329,6 +338,7 @@ private:
     std::string store_;                // why the last marker that failed did
     std::optional<int> last_failure_;  // of the marker just resolved
     bool stopped_ = false;
+    std::optional<unsigned> seen_;
 };
 
 FileText template_text(const char* path) try { return file_text(path); } catch (const Unreadable&) {
