@@ -52,13 +52,14 @@ function troubleOf({ dataset }, page) {
 // Asks about what the form is about to do; nothing when it is not to be done.
 async function agree(form, button, clashes) {
   const label = textOf(button);
-  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true);
+  const wish = one(".keep", form) ?? "";
+  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true, [], [], wish);
   if (!("settings" in form.dataset)) return "yes";
   const changes = changesOf(form);
   const warnings = [...warningsOf(form), ...all("[data-told]", form).map(textOf).filter(Boolean), ...await strayOf(form),
     ...clashes.map((name) => `${name}: somebody else has changed this too. Yours replaces it.`)];
   const answers = await uses.find((part) => part.answers)?.answers(form) ?? [["yes", label]];
-  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, changes, warnings);
+  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, changes, warnings, wish);
 }
 
 async function send(form, button, was, answer) {
@@ -66,6 +67,7 @@ async function send(form, button, was, answer) {
   for (const { value, dataset: { parts, join } } of all("[data-parts]", form))
     parts.split(" ").forEach((name, at) => data.set(name, value.split(join)[at] ?? ""));
   if (button.name) data.set(button.name, button.value);
+  if (answer === "use") data.delete("confirm_within"); // what is not in use cuts nobody off; the next request might
   const { done, said = "Saved." } = form.dataset;
   if (done) data.set("next_file", done);
   const page = await post(data, one("[type=file]", form));

@@ -48,6 +48,7 @@ async function read(answer) {
   if (answer.status === 401) throw new Error("The appliance asks for its password: reload the page.");
   if (!page.body.dataset.page)
     throw new Error(textOf(one("h2", page) ?? page.body).replace(/\s+/g, " "), { cause: answer.status });
+  showWaiting(page);
   return page;
 }
 
@@ -73,16 +74,23 @@ export function say(text, kind = "", ...buttons) {
 }
 
 // Returns the value of the answer that was chosen, or nothing. What destroys is not a mere press of the Enter key away.
-export function choice(title, answers, isGrave, changes = [], warnings = []) {
+export function choice(title, answers, isGrave, changes = [], warnings = [], wish = "") {
   const dialog = one("dialog");
   one("h2", dialog).textContent = title;
   const items = (texts) => texts.map((text) => make("li", {}, text));
   all("ul", dialog).forEach((list, at) => list.replaceChildren(...items([changes, warnings][at])));
   one(".buttons", dialog).replaceChildren(...[...answers, ["", "Cancel"]].map(([value, label], at) => make("button",
     { value, className: !value ? "quiet" : isGrave ? "danger" : at ? "second" : "", autofocus: isGrave ? !value : !at }, label)));
+  const home = wish.parentElement;
+  one("#told", dialog).append(wish);
   dialog.returnValue = "";
   dialog.showModal();
-  return new Promise((resolve) => { dialog.onclose = () => resolve(dialog.returnValue); });
+  return new Promise((resolve) => {
+    dialog.onclose = () => {
+      home?.append(wish);
+      resolve(dialog.returnValue);
+    };
+  });
 }
 
 // ---- waiting ----
@@ -122,6 +130,36 @@ export async function during(text, button, work) {
   }
 }
 
+// ---- the change that waits to be kept ----
+
+let end = 0; // of its time
+
+// What the newest answer tells of it.
+function showWaiting(page) {
+  const bar = one("#keep", page);
+  if (!bar) return;
+  end = Date.now() + 1000 * textOf(one("b", bar));
+  if (page !== document) one("#keep").replaceWith(document.importNode(bar, true));
+}
+showWaiting(document);
+
+setInterval(() => {
+  const left = one("#keep b");
+  if (!textOf(left)) return;
+  left.textContent = Math.max(0, Math.round((end - Date.now()) / 1000));
+  if (Date.now() > end) one("#keep").textContent = "The time is over, so the change takes itself back. Reload the page.";
+}, 1000);
+
+addEventListener("submit", (event) => {
+  const { target, submitter } = event;
+  if (target.id !== "keep") return;
+  event.preventDefault();
+  during("Keeping it.", submitter, async () => {
+    const text = messageOf(await post(new FormData(target)));
+    say(text || "Kept.", text ? "bad" : "good");
+  });
+});
+
 // ---- the values in force ----
 
 export let newest = document.cloneNode(true); // the newest page with values in force
@@ -135,7 +173,7 @@ export const isSwitch = ({ type }) => type === "checkbox";
 export const fieldsOf = (root) => all("input[name]:not([type=hidden]), select[name]", root);
 // Fields that hold a value; the others choose what is meant.
 export const valuesOf = (root) =>
-  fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *"));
+  fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *, .keep *"));
 export const valueOf = (field) => (isSwitch(field) ? (field.checked ? "checked" : "unchecked") : field.value);
 export const named = (name, root) => fieldsOf(root).find((field) => field.name === name);
 export const valueIn = (page, name) => valueOf(named(name, one("main", page)));

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <optional>
 
+#include "appliance/commands.h"
+#include "appliance/links.h"
 #include "base/failures.h"
 #include "base/files.h"
+#include "base/words.h"
 #include "entry/page_table.h"
 
 namespace {
@@ -15,6 +18,7 @@ struct Wanted {
     std::string content;
 };
 std::vector<Wanted> to_put_back;
+std::vector<Change> to_undo;  // whose files these are
 
 bool put_back(const Wanted& file) {
     const Written written =
@@ -29,6 +33,16 @@ bool remember(const Change& change, const KeptFile& file) {
     return content || !file.old;
 }
 
+bool have_run(const std::vector<Change>& changes, std::string_view program) {
+    const auto names_it = [&](std::string_view line) {
+        take_word(line, " ");  // its status
+        return take_word(line, " ") == program;
+    };
+    return std::ranges::any_of(changes, [&](const Change& change) {
+        return std::ranges::any_of(change.commands, names_it);
+    });
+}
+
 }  // namespace
 
 std::vector<Change> changes_from(unsigned number) {
@@ -40,6 +54,7 @@ std::vector<Change> changes_from(unsigned number) {
 
 bool remember_files_before(const std::vector<Change>& changes) {
     to_put_back.clear();
+    to_undo = changes;
     for (const Change& change : changes) {
         if (!change.damage.empty()) return false;
         for (const KeptFile& file : change.files)
@@ -48,9 +63,15 @@ bool remember_files_before(const std::vector<Change>& changes) {
     return true;
 }
 
-int PutBackAgain() {
+int put_files_back() {
     const auto failed = [](const Wanted& file) { return !put_back(file); };
     return std::ranges::count_if(to_put_back, failed) > 0;  // no failure spares the files behind it
+}
+
+int PutBackAgain() {
+    const int failed = put_files_back();
+    run_unqueued(to_undo);
+    return failed;
 }
 
 std::vector<const ProcRow*> effects_of(const std::vector<Change>& changes) {
@@ -71,4 +92,10 @@ void run_effects(const std::vector<const ProcRow*>& effects) {
             ProcTab[effect->action].body();
         } catch (const Unreadable&) {  // noted where it was thrown
         }
+}
+
+void run_unqueued(const std::vector<Change>& changes) try {
+    if (have_run(changes, SetDNSF)) run_command(Command::set_dns);
+    if (have_run(changes, IPUPF)) Run_ip_up();
+} catch (const Unreadable&) {  // noted where it was thrown
 }

@@ -15,9 +15,11 @@ std::vector<Change> changes_from(unsigned number);
 // one of them is damaged; nothing is to be put back then.
 [[nodiscard]] bool remember_files_before(const std::vector<Change>& changes);
 
-// Puts the remembered files in their places. 0, or 1 when one cannot be written. As the last action
-// of an undo it does so once more, as the actions before it may have written them. (Action
-// "PutBack".)
+// Puts the remembered files in their places. 0, or 1 when one cannot be written.
+int put_files_back();
+
+// The last action of an undo: puts them back once more, which the actions before it may have
+// written, and runs what applies to them (run_unqueued). The same results. (Action "PutBack".)
 int PutBackAgain();
 
 // What must run for the files that were put back: the actions that these changes have queued, each
@@ -26,3 +28,7 @@ std::vector<const ProcRow*> effects_of(const std::vector<Change>& changes);
 
 // Runs them, whatever becomes of each.
 void run_effects(const std::vector<const ProcRow*>& effects);
+
+// Runs what these changes have run without a queue, as setters do that store something which their
+// page says takes effect at once: the link-up script and the program of the DNS servers.
+void run_unqueued(const std::vector<Change>& changes);

@@ -195,7 +195,7 @@ int undo(const FormList* form, int mode, const Actions& actions, Message& messag
         return Msg::EditedByHand;
     }
     if (mode == kCheck) return 0;
-    if (PutBackAgain() != 0) return 1;
+    if (put_files_back() != 0) return 1;
     for (const ProcRow* effect : effects_of(changes)) actions.add(effect->action);
     actions.add(kPutBack);
     end_waiting_by_undo();

@@ -30,6 +30,7 @@ bool take_back_half_made_change(Message& message) {
         tell(*first_failure(), message);
         return false;
     }
+    run_unqueued({change});
     end_change();
     GetErrMsgByIndex(Msg::ChangeTakenBack, message, date_text(change.time));
     return true;
@@ -49,7 +50,7 @@ bool take_back_unkept_change(const std::vector<Change>& changes) {
     Request request = unkept.request;
     request.todo = "take_back";
     keep_changes_of(request, {});
-    if (PutBackAgain() != 0) return false;
+    if (put_files_back() != 0) return false;
     const std::vector<const ProcRow*> effects = effects_of(changes);
     keep_effects(names_of(effects));
     run_effects(effects);
