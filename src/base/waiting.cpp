@@ -9,6 +9,7 @@
 
 #include "base/deadline.h"
 #include "base/files.h"
+#include "base/format.h"
 #include "base/io.h"
 #include "base/words.h"
 
@@ -90,9 +91,10 @@ void forget_waiting() { seen.is_known = false; }
 
 bool mark_waiting(unsigned number, int seconds) {
     const std::string temporary = std::string(kMark) + ".tmp";
-    const std::string mark = std::to_string(number) + " " +
-                             std::to_string(now() + milliseconds(seconds)) + " " + boot_id() + " " +
-                             std::to_string(time(nullptr) + seconds);
+    std::string mark;
+    for (const std::int64_t part : {std::int64_t{number}, now() + milliseconds(seconds)})
+        mark += std::to_string(part) + " ";
+    mark += boot_id() + format_text(" %d", static_cast<long>(time(nullptr) + seconds));
     forget_waiting();
     unlink(temporary.c_str());
     return symlink(mark.c_str(), temporary.c_str()) == 0 && rename(temporary.c_str(), kMark) == 0 &&

@@ -18,7 +18,7 @@ struct Wanted {
     std::string content;
 };
 std::vector<Wanted> to_put_back;
-std::vector<Change> to_undo;  // whose files these are
+Unqueued to_run_again;  // when they are back
 
 bool put_back(const Wanted& file) {
     const Written written =
@@ -33,7 +33,7 @@ bool remember(const Change& change, const KeptFile& file) {
     return content || !file.old;
 }
 
-bool have_run(const std::vector<Change>& changes, std::string_view program) {
+bool have_run(std::span<const Change> changes, std::string_view program) {
     const auto names_it = [&](std::string_view line) {
         take_word(line, " ");  // its status
         return take_word(line, " ") == program;
@@ -52,9 +52,9 @@ std::vector<Change> changes_from(unsigned number) {
     return changes;
 }
 
-bool remember_files_before(const std::vector<Change>& changes) {
+bool remember_files_before(std::span<const Change> changes) {
     to_put_back.clear();
-    to_undo = changes;
+    to_run_again = unqueued_of(changes);
     for (const Change& change : changes) {
         if (!change.damage.empty()) return false;
         for (const KeptFile& file : change.files)
@@ -70,11 +70,11 @@ int put_files_back() {
 
 int PutBackAgain() {
     const int failed = put_files_back();
-    run_unqueued(to_undo);
+    run_unqueued(to_run_again);
     return failed;
 }
 
-std::vector<const ProcRow*> effects_of(const std::vector<Change>& changes) {
+std::vector<const ProcRow*> effects_of(std::span<const Change> changes) {
     std::vector<const ProcRow*> effects;
     for (unsigned level = 1; level < kLevels; ++level)
         for (const ProcRow& row : kProcRows) {
@@ -94,8 +94,12 @@ void run_effects(const std::vector<const ProcRow*>& effects) {
         }
 }
 
-void run_unqueued(const std::vector<Change>& changes) try {
-    if (have_run(changes, SetDNSF)) run_command(Command::set_dns);
-    if (have_run(changes, IPUPF)) Run_ip_up();
+Unqueued unqueued_of(std::span<const Change> changes) {
+    return {.link_up_script = have_run(changes, IPUPF), .dns_program = have_run(changes, SetDNSF)};
+}
+
+void run_unqueued(const Unqueued& unqueued) try {
+    if (unqueued.dns_program) run_command(Command::set_dns);
+    if (unqueued.link_up_script) Run_ip_up();
 } catch (const Unreadable&) {  // noted where it was thrown
 }

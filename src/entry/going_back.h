@@ -2,7 +2,7 @@
 // time and one that was interrupted have in common.
 #pragma once
 
-#include <string>
+#include <span>
 #include <vector>
 
 #include "base/journal.h"
@@ -13,7 +13,7 @@ std::vector<Change> changes_from(unsigned number);
 
 // Remembers how each file was before the first of these changes that has replaced it. False when
 // one of them is damaged; nothing is to be put back then.
-[[nodiscard]] bool remember_files_before(const std::vector<Change>& changes);
+[[nodiscard]] bool remember_files_before(std::span<const Change> changes);
 
 // Puts the remembered files in their places. 0, or 1 when one cannot be written.
 int put_files_back();
@@ -24,11 +24,15 @@ int PutBackAgain();
 
 // What must run for the files that were put back: the actions that these changes have queued, each
 // once, in the order of levels. The writers among them, those of level 0, have nothing to do.
-std::vector<const ProcRow*> effects_of(const std::vector<Change>& changes);
+std::vector<const ProcRow*> effects_of(std::span<const Change> changes);
 
 // Runs them, whatever becomes of each.
 void run_effects(const std::vector<const ProcRow*>& effects);
 
-// Runs what these changes have run without a queue, as setters do that store something which their
-// page says takes effect at once: the link-up script and the program of the DNS servers.
-void run_unqueued(const std::vector<Change>& changes);
+// What runs without a queue: setters run it themselves for what takes effect at once.
+struct Unqueued {
+    bool link_up_script = false;
+    bool dns_program = false;
+};
+Unqueued unqueued_of(std::span<const Change> changes);
+void run_unqueued(const Unqueued& unqueued);

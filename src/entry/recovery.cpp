@@ -25,12 +25,12 @@ bool is_there(const std::vector<Change>& changes, unsigned number) {
 bool take_back_half_made_change(Message& message) {
     const Change change = interrupted_change();
     const bool back = take_back_interrupted();
-    if (back) run_effects(effects_of({change}));
+    if (back) run_effects(effects_of({&change, 1}));
     if (!back || !take_back_interrupted()) {
         tell(*first_failure(), message);
         return false;
     }
-    run_unqueued({change});
+    run_unqueued(unqueued_of({&change, 1}));
     end_change();
     GetErrMsgByIndex(Msg::ChangeTakenBack, message, date_text(change.time));
     return true;

@@ -2,13 +2,11 @@
 
 import os
 import re
-import signal
-import subprocess
 import time
 
 import pytest
 
-from appliance import RECORD, told, until
+from appliance import RECORD, Appliance, told, until
 from test_changes import ADMIN, CHANGES, SERVICES, save, settings, undo
 from test_wan import dns
 
@@ -22,8 +20,7 @@ PPPOE = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
 def kept(saved):
     saved.at(CHANGES).mkdir(parents=True)
     yield saved
-    for pid in waiting(saved):
-        os.kill(pid, signal.SIGTERM)
+    saved.end_processes()
 
 
 @pytest.fixture
@@ -34,23 +31,12 @@ def hurried(kept):
     return kept
 
 
-def waiting(appliance):
-    """The processes that wait in this root."""
-    found = subprocess.run(["find", "/proc", "-maxdepth", "2", "-path", "/proc/[0-9]*/root", "-lname", appliance.root],
-                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
-    return [int(pid) for pid in re.findall(r"\d+", found.replace(str(appliance.root), ""))]
-
-
 def save_for(appliance, seconds=600, page=SERVICES, **fields):
     return save(appliance, page, confirm_within=seconds, **(fields or PPPOE))
 
 
 def keep(appliance, number):
     return appliance.post({"this_file": "nat_vs.htm", "todo": "confirm", "change": number}, ADMIN)
-
-
-def of_another_boot(appliance):
-    appliance.write(BOOT_ID, "0b5e55ed-0000-4000-8000-000000000000\n")
 
 
 def result_of(appliance, number):
@@ -61,7 +47,7 @@ def test_what_is_kept_in_time_stays(hurried):
     save_for(hurried, 30)
     after = settings(hurried)
     assert (keep(hurried, 1).message, hurried.exists(MARK)) == ("", False)
-    until(lambda: not waiting(hurried))
+    until(lambda: not hurried.processes())
     assert settings(hurried) == after and not hurried.exists(f"{CHANGES}/000002")
 
 
@@ -71,7 +57,7 @@ def test_what_nobody_keeps_is_taken_back_with_all_that_it_did(hurried):
     assert settings(hurried) != before
     commands = hurried.at("/.harness/commands")
     commands.unlink()
-    until(lambda: not waiting(hurried))
+    until(lambda: not hurried.processes())
     assert settings(hurried) == before and not hurried.exists(MARK)
     assert b"NET_SetTCPIP\0" in commands.read_bytes()
     assert result_of(hurried, 2) == "taken back: nobody has kept change 1 in time"
@@ -84,7 +70,7 @@ def test_what_nobody_keeps_is_taken_back_with_all_that_it_did(hurried):
 def test_a_process_waits_without_server_answer_lock_or_folder(kept):
     """The answer has come to its end, or the request would not have."""
     save_for(kept, 600)
-    pid, = waiting(kept)
+    pid, = kept.processes()
     status = dict(re.findall(r"(?m)^(\w+):\s+(.*)$", open(f"/proc/{pid}/status").read()))
     assert os.getsid(pid) not in (os.getsid(0), pid) and status["Umask"] == "0022"
     assert os.readlink(f"/proc/{pid}/cwd") == str(kept.root)
@@ -93,11 +79,11 @@ def test_a_process_waits_without_server_answer_lock_or_folder(kept):
     kept.take_turn().close()
 
 
-@pytest.mark.parametrize("ends", [lambda box: time.sleep(1.6), of_another_boot])
+@pytest.mark.parametrize("ends", [lambda _: time.sleep(1.6), Appliance.start_anew])
 def test_when_its_process_is_gone_whoever_comes_next_takes_it_back(hurried, ends):
     before = settings(hurried)
     save_for(hurried, 30)
-    os.kill(*waiting(hurried), signal.SIGTERM)
+    hurried.end_processes()
     assert hurried.view("nat_vs.htm").message == ""
     ends(hurried)
     assert hurried.view("history.htm").message == told(89, 1)
@@ -148,15 +134,15 @@ def test_what_has_changed_something_waits_whatever_came_of_it(kept):
     refused = {**dns("4.4.4.4", "5.5.5.5", "6.6.6.6"), "service_name": '"'}
     for page, fields, has_changed in ((SERVICES, {"dmz_ip_1": "1234"}, False), ("wan_ppp.htm", refused, True)):
         result = save_for(kept, 600, page, **fields)
-        assert result.message != "" and kept.exists(MARK) == has_changed == bool(waiting(kept))
-    of_another_boot(kept)
+        assert result.message != "" and kept.exists(MARK) == has_changed == bool(kept.processes())
+    kept.start_anew()
     assert kept.view("nat_vs.htm").message == told(89, 1)
     kept.write(BOOT_ID, None)
     assert settings(kept) == before
     kept.write("/etc/rc.d/rc.ipvs", None)
     kept.at("/etc/rc.d/rc.ipvs").mkdir()
     assert save_for(kept, 600, enable_dmz="checked").message == told(12, "SaVS")
-    of_another_boot(kept)
+    kept.start_anew()
     kept.view("nat_vs.htm")
     assert result_of(kept, 3).startswith("failed") and kept.keys(RECORD)["DMZ"] == "0"
     assert save_for(kept, 600, enable_dmz="unchecked").message == "" and not kept.exists(MARK)
@@ -164,7 +150,7 @@ def test_what_has_changed_something_waits_whatever_came_of_it(kept):
 
 def test_a_preview_never_waits(kept):
     save(kept, SERVICES, preview="yes", confirm_within="60", **PPPOE)
-    assert not kept.exists(MARK) and not waiting(kept)
+    assert not kept.exists(MARK) and not kept.processes()
 
 
 def test_every_page_tells_how_long_there_is(kept):
