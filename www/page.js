@@ -130,35 +130,13 @@ export async function during(text, button, work) {
   }
 }
 
-// ---- the change that waits to be kept ----
-
-let end = 0; // of its time
-
-// What the newest answer tells of it.
+// The newest answer tells of a change that waits to be kept.
 function showWaiting(page) {
   const bar = one("#keep", page);
-  if (!bar) return;
-  end = Date.now() + 1000 * textOf(one("b", bar));
-  if (page !== document) one("#keep").replaceWith(document.importNode(bar, true));
+  if (bar && page !== document) one("#keep").replaceWith(document.importNode(bar, true));
+  if (bar?.dataset.change) import("./keep.js");
 }
 showWaiting(document);
-
-setInterval(() => {
-  const left = one("#keep b");
-  if (!textOf(left)) return;
-  left.textContent = Math.max(0, Math.round((end - Date.now()) / 1000));
-  if (Date.now() > end) one("#keep").textContent = "The time is over, so the change takes itself back. Reload the page.";
-}, 1000);
-
-addEventListener("submit", (event) => {
-  const { target, submitter } = event;
-  if (target.id !== "keep") return;
-  event.preventDefault();
-  during("Keeping it.", submitter, async () => {
-    const text = messageOf(await post(new FormData(target)));
-    say(text || "Kept.", text ? "bad" : "good");
-  });
-});
 
 // ---- the values in force ----
 
