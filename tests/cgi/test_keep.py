@@ -6,8 +6,9 @@ import time
 
 import pytest
 
-from appliance import RECORD, Appliance, told, until
+from appliance import LINK_UP, RECORD, SET_DNS, WAN, Appliance, told, until
 from test_changes import ADMIN, CHANGES, SERVICES, save, settings, undo
+from test_turns import script
 from test_wan import dns
 
 IMPATIENT = os.environ.get("NAT_IMPATIENT")  # the program with seconds of 50 milliseconds
@@ -44,6 +45,8 @@ def result_of(appliance, number):
 
 
 def test_what_is_kept_in_time_stays(hurried):
+    """The time begins when the save ends, which takes longer here."""
+    script(hurried, "/usr/sbin/adsl-start", "sleep 2\n")
     save_for(hurried, 30)
     after = settings(hurried)
     assert (keep(hurried, 1).message, hurried.exists(MARK)) == ("", False)
@@ -76,10 +79,16 @@ def test_a_process_waits_without_server_answer_lock_or_folder(kept):
     assert os.readlink(f"/proc/{pid}/cwd") == str(kept.root)
     files = {fd: os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")}
     assert files == dict.fromkeys("012", str(kept.at("/dev/null")))
-    kept.take_turn().close()
 
 
-@pytest.mark.parametrize("ends", [lambda _: time.sleep(1.6), Appliance.start_anew])
+def restart_its_clock(box):
+    """With the kernel, which gives boots no id."""
+    end = int(os.readlink(box.at(MARK)).split()[1])
+    box.at(MARK).unlink()
+    box.at(MARK).symlink_to(f"1 {end + 10**8} - 0")
+
+
+@pytest.mark.parametrize("ends", [lambda _: time.sleep(1.6), Appliance.start_anew, restart_its_clock])
 def test_when_its_process_is_gone_whoever_comes_next_takes_it_back(hurried, ends):
     before = settings(hurried)
     save_for(hurried, 30)
@@ -90,6 +99,24 @@ def test_when_its_process_is_gone_whoever_comes_next_takes_it_back(hurried, ends
     hurried.write(BOOT_ID, None)
     assert settings(hurried) == before and not hurried.exists(MARK)
     assert keep(hurried, 1).message == told(87, 1)
+
+
+def test_what_was_interrupted_or_could_not_be_made_does_not_wait(kept):
+    kept.at(f"{CHANGES}/open").mkdir()
+    kept.at(MARK).symlink_to(f"1 {int(time.clock_gettime(time.CLOCK_BOOTTIME) + 300) * 1000} - 0")
+    assert "interrupted" in kept.view("nat_vs.htm").message and not kept.exists(MARK)
+    kept.disk = 5000
+    result = save_for(kept, 600, **PPPOE, **{"x" * 6000: ""})
+    assert result.message == told(64, f"{CHANGES}/") and not kept.exists(MARK)
+
+
+def test_what_takes_effect_at_once_does_so_again(kept):
+    kept.change(WAN, nat_enable="yes", connect_method=1)
+    kept.answer("ifconfig eth0", "eth0 Link\n inet addr:192.0.2.7  Mask:255.255.255.0\n")
+    form = {"this_file": "ac_cfg.htm", "todo": "change_access", "group_name": "Group 1", "block_allow": "Allow"}
+    assert kept.post({**form, "confirm_within": 60}).commands.count(LINK_UP % "eth0") == 1
+    kept.start_anew()
+    assert kept.view("nat_vs.htm").commands[-1] == LINK_UP % "eth0"
 
 
 def test_nothing_else_is_changed_while_one_waits(kept):
@@ -136,7 +163,8 @@ def test_what_has_changed_something_waits_whatever_came_of_it(kept):
         result = save_for(kept, 600, page, **fields)
         assert result.message != "" and kept.exists(MARK) == has_changed == bool(kept.processes())
     kept.start_anew()
-    assert kept.view("nat_vs.htm").message == told(89, 1)
+    result = kept.view("nat_vs.htm")
+    assert result.message == told(89, 1) and SET_DNS in result.commands
     kept.write(BOOT_ID, None)
     assert settings(kept) == before
     kept.write("/etc/rc.d/rc.ipvs", None)
