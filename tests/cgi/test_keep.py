@@ -174,6 +174,8 @@ def test_what_has_changed_something_waits_whatever_came_of_it(kept):
     kept.view("nat_vs.htm")
     assert result_of(kept, 3).startswith("failed") and kept.keys(RECORD)["DMZ"] == "0"
     assert save_for(kept, 600, enable_dmz="unchecked").message == "" and not kept.exists(MARK)
+    only_runs = {"this_file": "sp_status.htm", "todo": "nat_hangup", "confirm_within": 60}
+    assert "/etc/ppp/dial down" in kept.post(only_runs).commands and not kept.exists(MARK)
 
 
 def test_a_preview_never_waits(kept):
