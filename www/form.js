@@ -53,13 +53,14 @@ function troubleOf({ dataset }, page) {
 async function agree(form, button, clashes) {
   const label = textOf(button);
   const look = () => lookAhead(form, button);
-  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true, look);
+  const wish = one(".keep", form) ?? "";
+  if (button.dataset.confirm) return choice(button.dataset.confirm, [["yes", label]], true, look, [], [], wish);
   if (!("settings" in form.dataset)) return "yes";
   const changes = changesOf(form);
   const warnings = [...warningsOf(form), ...all("[data-told]", form).map(textOf).filter(Boolean), ...await strayOf(form),
     ...clashes.map((name) => `${name}: somebody else has changed this too. Yours replaces it.`)];
   const answers = await uses.find((part) => part.answers)?.answers(form) ?? [["yes", label]];
-  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, look, changes, warnings);
+  return choice(changes.length ? "Save these changes?" : `Nothing was changed. ${label} all the same?`, answers, false, look, changes, warnings, wish);
 }
 
 // What the appliance says that it would do.
@@ -81,6 +82,7 @@ function dataOf(form, button) {
 
 async function send(form, button, was, answer) {
   const data = dataOf(form, button);
+  if (answer === "use") data.delete("confirm_within"); // what is not in use cuts nobody off; the next request might
   const { done, said = "Saved." } = form.dataset;
   const page = await post(data, one("[type=file]", form));
   see(page);

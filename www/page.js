@@ -48,6 +48,7 @@ async function read(answer) {
   if (answer.status === 401) throw new Error("The appliance asks for its password: reload the page.");
   if (!page.body.dataset.page)
     throw new Error(textOf(one("h2", page) ?? page.body).replace(/\s+/g, " "), { cause: answer.status });
+  showWaiting(page);
   return page;
 }
 
@@ -74,7 +75,7 @@ export function say(text, kind = "", ...buttons) {
 
 // Returns the value of the answer that was chosen, or nothing. What destroys is not a mere press of the Enter key away.
 // `look` promises what the appliance would do, for those who open that part.
-export function choice(title, answers, isGrave, look, changes = [], warnings = []) {
+export function choice(title, answers, isGrave, look, changes = [], warnings = [], wish = "") {
   const dialog = one("dialog");
   one("h2", dialog).textContent = title;
   const items = (texts) => texts.map((text) => make("li", {}, text));
@@ -91,9 +92,16 @@ export function choice(title, answers, isGrave, look, changes = [], warnings = [
     if (ahead.ontoggle === toggled) show(...parts); // else another question is asked meanwhile
   };
   ahead.ontoggle = toggled;
+  const home = wish.parentElement;
+  one("#told", dialog).append(wish);
   dialog.returnValue = "";
   dialog.showModal();
-  return new Promise((resolve) => { dialog.onclose = () => resolve(dialog.returnValue); });
+  return new Promise((resolve) => {
+    dialog.onclose = () => {
+      home?.append(wish);
+      resolve(dialog.returnValue);
+    };
+  });
 }
 
 // ---- waiting ----
@@ -133,6 +141,14 @@ export async function during(text, button, work) {
   }
 }
 
+// The newest answer tells of a change that waits to be kept.
+function showWaiting(page) {
+  const bar = one("#keep", page);
+  if (bar && page !== document) one("#keep").replaceWith(document.importNode(bar, true));
+  if (bar?.dataset.change) import("./keep.js");
+}
+showWaiting(document);
+
 // ---- the values in force ----
 
 export let newest = document.cloneNode(true); // the newest page with values in force
@@ -146,7 +162,7 @@ export const isSwitch = ({ type }) => type === "checkbox";
 export const fieldsOf = (root) => all("input[name]:not([type=hidden]), select[name]", root);
 // Fields that hold a value; the others choose what is meant.
 export const valuesOf = (root) =>
-  fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *"));
+  fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *, .keep *"));
 export const valueOf = (field) => (isSwitch(field) ? (field.checked ? "checked" : "unchecked") : field.value);
 export const named = (name, root) => fieldsOf(root).find((field) => field.name === name);
 export const valueIn = (page, name) => valueOf(named(name, one("main", page)));

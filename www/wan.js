@@ -6,9 +6,9 @@ async function isUsed(method) {
   return valueIn(base, "internet_access") === "checked" && valueIn(base, "access_method") === method;
 }
 
-const use = (method) => during("Connecting. This may take a minute.", null, async () => {
+const use = (method, within = "") => during("Connecting. This may take a minute.", null, async () => {
   const page = await post({ this_file: "nat_conn.htm", todo: "save", next_file: "nat_base.htm",
-    internet_access: "checked", access_method: method });
+    internet_access: "checked", access_method: method, confirm_within: within });
   if (!isPage(page, "nat_base.htm")) throw new Error(messageOf(page));
   sessionStorage.removeItem("link");
   location.assign(view("nat_status.htm"));
@@ -20,7 +20,8 @@ export async function answers({ dataset: { method } }) {
   return [["use", "Save and use this connection now"], ["keep", "Save only"]];
 }
 
-export function answered({ dataset: { method } }, answer) {
-  if (answer === "use") use(method);
+export function answered(form, answer) {
+  const { method } = form.dataset;
+  if (answer === "use") use(method, new FormData(form).get("confirm_within") ?? "");
   if (answer === "keep") say("Saved.", "good", step("Use this connection now", () => use(method)));
 }

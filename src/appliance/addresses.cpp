@@ -1,5 +1,6 @@
 #include "appliance/addresses.h"
 
+#include <algorithm>
 #include <string>
 
 #include "base/quote.h"
@@ -39,6 +40,19 @@ void first_octet(AddressText& buffer, const char* octet) {
 void middle_octet(AddressText& buffer, const char* octet) { extend(buffer, octet, "."); }
 
 void last_octet(AddressText& buffer, const char* octet) { extend(buffer, octet, ""); }
+
+std::optional<std::uint32_t> address_number(std::string_view address) {
+    std::uint32_t number = 0;
+    for (const bool is_last : {false, false, false, true}) {
+        const std::string_view octet =
+            address.substr(0, is_last ? address.npos : address.find('.'));
+        const bool is_number = octet.size() <= 3 && std::ranges::all_of(octet, is_digit);
+        if (octet.empty() || !is_number || to_int(octet) > 255) return std::nullopt;
+        number = number * 256 + static_cast<std::uint32_t>(to_int(octet));
+        address.remove_prefix(std::min(octet.size() + 1, address.size()));
+    }
+    return number;
+}
 
 void extract_ip(std::string_view text, OctetText& a, OctetText& b, OctetText& c, OctetText& d) {
     text = text.substr(0, text.find('\n'));

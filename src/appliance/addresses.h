@@ -3,6 +3,8 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +13,9 @@
 using AddressText = Text<16>;  // a dotted quad
 using OctetText = Text<4>;     // as typed: up to three characters
 using Octets = std::array<OctetText, 4>;
+
+// A dotted quad as a number of 32 bits, the first octet the highest; nothing for any other text.
+std::optional<std::uint32_t> address_number(std::string_view address);
 
 // Splits the first line of a text, a dotted address, into octets, each cut to three characters.
 // What is missing is empty.

@@ -18,20 +18,6 @@ namespace {
 
 // ---- the list ----
 
-// Nothing for a text that is no dotted quad.
-std::optional<std::uint32_t> number_of(std::string_view address) {
-    std::uint32_t number = 0;
-    for (const bool is_last : {false, false, false, true}) {
-        const std::string_view octet =
-            address.substr(0, is_last ? address.npos : address.find('.'));
-        const bool is_number = octet.size() <= 3 && std::ranges::all_of(octet, is_digit);
-        if (octet.empty() || !is_number || to_int(octet) > 255) return std::nullopt;
-        number = number * 256 + static_cast<std::uint32_t>(to_int(octet));
-        address.remove_prefix(std::min(octet.size() + 1, address.size()));
-    }
-    return number;
-}
-
 // The host with that address, or where it would stand.
 Hosts::iterator place_of(Hosts& hosts, std::uint32_t number) {
     return std::ranges::lower_bound(hosts, number, {}, &Host::number);
@@ -157,7 +143,7 @@ void LeaseReader::begin_lease() {
     std::string_view rest = statement_;
     if (take_word(rest) != "lease") return;
     const std::string_view address = take_word(rest);
-    const auto number = number_of(address);
+    const auto number = address_number(address);
     if (number) lease_ = {*number, address, {}, {}};
 }
 
@@ -188,7 +174,7 @@ void add_arp_line(std::string_view line, std::string_view interface, Hosts& host
     std::array<std::string_view, 6> words;
     for (std::string_view& word : words) word = take_word(line);
     const auto& [address, type, flags, mac, mask, device] = words;
-    const auto number = number_of(address);
+    const auto number = address_number(address);
     const bool is_complete =
         (std::strtoul(std::string(flags).c_str(), nullptr, 16) & kComplete) != 0;
     if (!number || !is_complete || !is_mac(mac) || device != interface) return;

@@ -59,15 +59,19 @@ Descriptor open_regular(const std::string& path, int flags, off_t& size) {
 
 std::string behind_links(std::string path) {
     constexpr int kMostLinks = 8;
-    std::array<char, PATH_MAX> target;
     for (int link = 0; link < kMostLinks; ++link) {
-        const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+        const std::string leads_to = read_link(path);
         const std::string folder = folder_of(path);
-        if (length <= 0 || others_may_write(folder)) break;
-        const std::string_view leads_to(target.data(), static_cast<std::size_t>(length));
-        path = leads_to.starts_with('/') ? std::string(leads_to) : folder + std::string(leads_to);
+        if (leads_to.empty() || others_may_write(folder)) break;
+        path = leads_to.starts_with('/') ? leads_to : folder + leads_to;
     }
     return path;
+}
+
+std::string read_link(const std::string& path) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    return {target.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
 bool means_missing(int error) { return error == ENOENT || error == ENOTDIR; }

@@ -50,6 +50,9 @@ Descriptor open_regular(const std::string& path, int flags, off_t& size);
 // folder that only the program's own user may write. Firmware images keep files on flash so.
 std::string behind_links(std::string path);
 
+// Where a symbolic link leads, as it stands; empty when there is none.
+std::string read_link(const std::string& path);
+
 // True when `error` says that there is no such file.
 bool means_missing(int error);
 

@@ -14,11 +14,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "base/failures.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/io.h"
+#include "base/waiting.h"
 #include "base/words.h"
 
 namespace {
@@ -37,6 +39,8 @@ struct Journal {
     std::string head;      // the lines of "request"
     std::string result = "broken off";
     std::vector<std::string> kept;  // paths, in order
+    int waits = 0;                  // seconds that the finished change waits to be kept
+    bool ends_waiting = false;      // it takes the place of the change that waits
 };
 Journal& journal() {
     static Journal own;
@@ -83,12 +87,6 @@ std::optional<FileMark> take_mark(std::string_view& line) {
     mark.owner = static_cast<uid_t>(to_long(take_word(line, " ")));
     mark.group = static_cast<gid_t>(to_long(take_word(line, " ")));
     return mark;
-}
-
-std::string read_link(const std::string& path) {
-    std::array<char, 4096> text;
-    const ssize_t length = readlink(path.c_str(), text.data(), text.size());
-    return {text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
 // ---- keeping ----
@@ -283,6 +281,40 @@ bool put_all_back(const Change& change) {
     return true;
 }
 
+// Removes the mark of a change that will not be finished.
+bool forget_mark_of(unsigned number) {
+    const std::optional<Waiting> waiting = find_waiting();
+    return !waiting || waiting->number != number || end_waiting();
+}
+
+void finish_change() {
+    Journal& own = journal();
+    flush_folders();
+    if (own.failed && put_all_back(interrupted_change()) && forget_mark_of(own.number)) {
+        remove_folder(kOpen);  // all or nothing
+        own = {};
+        return;
+    }
+    for (std::size_t i = 0; i < own.kept.size(); ++i) {
+        const std::string to = in_open(static_cast<unsigned>(i + 1), ".to");
+        const std::string& path = own.kept[i];
+        if (symlink(mark_of(path, digest_of(path)).c_str(), to.c_str()) != 0 && errno != EEXIST)
+            cannot_keep();
+    }
+    // The time begins anew when all is done; where that fails it ends a little earlier.
+    if (own_change_waits()) (void)mark_waiting(own.number, own.waits);
+    const std::string folder = folder_of_change(own.number);
+    if (!write_whole(kOpen + std::string("result"), own.result + "\n", O_TRUNC) ||
+        !flush_folder(kOpen) || rename(kOpen, folder.c_str()) != 0)
+        cannot_keep();
+    name_newest(own.number);
+    if (!flush_folder(kFolder)) cannot_keep();
+    own.is_open = false;
+    own.head.clear();
+    drop_old_changes();
+    tell_system_log(report_on(read_change(own.number)));
+}
+
 }  // namespace
 
 // ---- keeping ----
@@ -304,6 +336,10 @@ bool keep_old(const std::string& path) {
     if (!path.starts_with('/') || is_passing(path)) return true;
     if (std::ranges::find(own.kept, path) != own.kept.end()) return true;
     if (!begin_change()) return false;
+    // From the first file on a change that is to wait does so; while it is "open" a crash takes it
+    // back anyhow.
+    if (own.kept.empty() && own.waits > 0 && !mark_waiting(own.number, own.waits))
+        return cannot_keep();
     const auto number = static_cast<unsigned>(own.kept.size() + 1);
     const std::string of = in_open(number, ".of");
     if (!keep_content(path, number) || symlink(mark_of(path, path).c_str(), of.c_str()) != 0 ||
@@ -329,30 +365,19 @@ const std::string& own_result() { return journal().result; }
 
 void end_change() {
     Journal& own = journal();
-    if (!own.is_open) return;
-    flush_folders();
-    if (own.failed && put_all_back(interrupted_change())) {  // all or nothing
-        remove_folder(kOpen);
-        own = {};
-        return;
-    }
-    for (std::size_t i = 0; i < own.kept.size(); ++i) {
-        const std::string to = in_open(static_cast<unsigned>(i + 1), ".to");
-        const std::string& path = own.kept[i];
-        if (symlink(mark_of(path, digest_of(path)).c_str(), to.c_str()) != 0 && errno != EEXIST)
-            cannot_keep();
-    }
-    const std::string folder = folder_of_change(own.number);
-    if (!write_whole(kOpen + std::string("result"), own.result + "\n", O_TRUNC) ||
-        !flush_folder(kOpen) || rename(kOpen, folder.c_str()) != 0)
-        cannot_keep();
-    name_newest(own.number);
-    if (!flush_folder(kFolder)) cannot_keep();
-    own.is_open = false;
-    own.head.clear();
-    drop_old_changes();
-    tell_system_log(report_on(read_change(own.number)));
+    if (own.is_open) finish_change();
+    // Last of all: a crash before this finds the change waiting, and takes it back once more.
+    if (std::exchange(own.ends_waiting, false) && !own.failed && !end_waiting()) cannot_keep();
 }
+
+void wait_after_change(int seconds) { journal().waits = seconds; }
+
+bool own_change_waits() {
+    const Journal& own = journal();
+    return own.is_open && !own.failed && own.waits > 0 && !own.kept.empty();
+}
+
+void end_waiting_with_change() { journal().ends_waiting = true; }
 
 // ---- reading ----
 
@@ -405,5 +430,5 @@ bool take_back_interrupted() {
     own.head = own.result = "interrupted";
     for (const KeptFile& file : change.files) own.kept.push_back(file.path);
     keep_before_changes(keep_old);
-    return put_all_back(change);
+    return put_all_back(change) && forget_mark_of(own.number);
 }

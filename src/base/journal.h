@@ -13,6 +13,7 @@
 //       effects     lines: the names of the queued actions, before the first one runs
 //       result      what came of it
 //     newest        a symbolic link to the number of the newest change
+//     waiting       of the change that waits to be kept, if there is one (waiting.h)
 //
 // The links tell of a file, for a link is written together with its folder, in one flush.
 #pragma once
@@ -54,6 +55,14 @@ const std::string& own_result();
 
 // Finishes the change: it has a number from now on. Also called when the process exits.
 void end_change();
+
+// When this request has changed files it leaves its change waiting to be kept, for so many seconds
+// from its end on (waiting.h).
+void wait_after_change(int seconds);
+// True from the first of these files on until the change ends.
+bool own_change_waits();
+// The change that waits ends waiting with the end of this one, which has undone it.
+void end_waiting_with_change();
 
 // ---- reading ----
 

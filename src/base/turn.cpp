@@ -126,6 +126,8 @@ Turn take_turn(const Request& request, int seconds, Purpose purpose) {
     return turn;
 }
 
+void leave_turn() { own().lock.reset(); }
+
 void tell_progress(std::string_view command) {
     if (!own().lock.is_open()) return;
     std::string record = own().request;

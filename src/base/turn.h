@@ -25,6 +25,9 @@ enum class Purpose { change, look };
 // Files: "/run/quillstead-admin/lock", root's alone (0600 in a folder 0700), made when missing.
 Turn take_turn(const Request& request, int seconds, Purpose purpose = Purpose::change);
 
+// Gives the turn back before the process ends.
+void leave_turn();
+
 // What the request that has the turn is at: the name of a program that it waits for, or nothing.
 // Without the turn nothing happens.
 void tell_progress(std::string_view command);

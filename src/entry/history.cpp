@@ -12,7 +12,9 @@
 #include "base/format.h"
 #include "base/journal.h"
 #include "base/words.h"
+#include "entry/confirmation.h"
 #include "entry/file_texts.h"
+#include "entry/going_back.h"
 #include "framework/msgfile.h"
 
 namespace {
@@ -26,14 +28,6 @@ struct Shown {
     bool asks_to_overwrite = false;
 };
 Shown shown;
-
-// The changes from a number on, in order; none when one of them cannot be read whole.
-std::vector<Change> changes_from(unsigned number) {
-    std::vector<Change> changes;
-    for (const unsigned each : kept_changes())
-        if (each >= number) changes.push_back(read_change(each));
-    return changes;
-}
 
 std::string who(const Request& request) {
     if (request.user.empty()) return request.address;
@@ -170,27 +164,6 @@ constexpr std::array array_fun_tab = std::to_array<ArrayFun>({
 
 // ---- undo ----
 
-struct Wanted {
-    std::string path;
-    std::optional<FileMark> mark;
-    std::string content;
-};
-
-// How every file was before the oldest of the changes; nothing when one is damaged.
-std::optional<std::vector<Wanted>> files_before(const std::vector<Change>& changes) {
-    std::vector<Wanted> files;
-    for (const Change& change : changes) {
-        if (!change.damage.empty()) return std::nullopt;
-        for (const KeptFile& file : change.files) {
-            if (std::ranges::count(files, file.path, &Wanted::path)) continue;
-            const std::optional<std::string> content = old_content(change, file);
-            if (file.old && !content) return std::nullopt;
-            files.push_back({file.path, file.old, content.value_or("")});
-        }
-    }
-    return files;
-}
-
 // A file that somebody edited by hand: it is not what the newest of the changes has left.
 std::string edited_by_hand(const std::vector<Change>& changes) {
     std::vector<std::string> seen;
@@ -203,23 +176,10 @@ std::string edited_by_hand(const std::vector<Change>& changes) {
     return "";
 }
 
-std::vector<Wanted> to_put_back;
-
-int put_back() {
-    int failed = 0;
-    for (const Wanted& file : to_put_back) {
-        const Written written = file.mark ? replace_file(file.path, file.content, file.mark->mode)
-                                          : remove_file(file.path);
-        if (written != Written::done) failed = 1;
-    }
-    return failed;
-}
-
 int undo(const FormList* form, int mode, const Actions& actions, Message& message) {
     const auto number = static_cast<unsigned>(to_long(field_text(form, "change")));
     const std::vector<Change> changes = changes_from(number);
-    auto files = files_before(changes);
-    if (changes.empty() || changes.front().number != number || !files)
+    if (changes.empty() || changes.front().number != number || !remember_files_before(changes))
         return refuse(Msg::NoSuchChange, message);
     const std::string edited = edited_by_hand(changes);
     if (!edited.empty() && !field_is(form, "overwrite", "yes")) {
@@ -228,20 +188,15 @@ int undo(const FormList* form, int mode, const Actions& actions, Message& messag
         return Msg::EditedByHand;
     }
     if (mode == kCheck) return 0;
-    to_put_back = std::move(*files);
-    if (put_back() != 0) return 1;
-    for (const ProcRow& row : kProcRows)
-        for (const Change& change : changes)
-            if (row.level > 0 && std::ranges::count(change.effects, row.name))
-                actions.add(row.action);
+    if (put_files_back() != 0) return 1;
+    for (const ProcRow* effect : effects_of(changes)) actions.add(effect->action);
     actions.add(kPutBack);
+    end_waiting_by_undo();
     GetErrMsgByIndex(Msg::ChangeUndone, message);
     return 0;
 }
 
 }  // namespace
-
-int PutBackAgain() { return put_back(); }
 
 int get_history(const char* message, const FormList* form) {
     gather([&] {

@@ -6,7 +6,3 @@
 int get_history(const char* message, const FormList* form);
 int set_history(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                 int mode, Message& message);
-
-// The last action of an undo: puts the files back once more, which the actions before it may have
-// written. 0, or 1 when a file cannot be written. (Action "PutBack".)
-int PutBackAgain();

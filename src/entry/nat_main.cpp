@@ -14,6 +14,7 @@
 #include "base/journal.h"
 #include "base/log.h"
 #include "base/turn.h"
+#include "entry/confirmation.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
 #include "entry/preview.h"
@@ -92,19 +93,15 @@ void finish_what_is_begun() {
     for (const int ending : {SIGTERM, SIGHUP, SIGPIPE}) signal(ending, [](int) {});
 }
 
-// What a crash has left half made is taken back by the first request that comes, a view or not.
-// False when that is not possible.
-bool recover(Message& message) {
-    finish_what_is_begun();
-    return !is_interrupted() || take_back_half_made_change(message);
-}
-
 // A view shows what is in force and echoes no field: a link may carry any. The history alone is
 // asked for one of its changes.
 int view(const char* next_file, const FormList* form) {
     Message notice;
-    // Without the turn the change is in progress.
-    if (is_interrupted() && take_turn({}, 0) == Turn::taken) (void)recover(notice);
+    // Without the turn the change is in progress, or is being taken back.
+    if (must_recover() && take_turn({}, 0) == Turn::taken) {
+        finish_what_is_begun();
+        (void)recover(notice);
+    }
     const char* name = next_file ? next_file : Def_Htm;
     if (std::string_view(name) == "nat_status.htm") {
         int method = kNoMethod;
@@ -125,7 +122,10 @@ std::vector<std::string> names_of(const FormList& form) {
 
 // The modem page imports an upload while it is rendered, so there is nothing to check or set.
 int act(const FormList& form) {
-    if (!field_is(&form, "todo", "upload") || entry_with_control(form)) return PostCgi(form);
+    Message refusal;
+    const bool imports = field_is(&form, "todo", "upload") && !entry_with_control(form) &&
+                         refusal_for_waiting(form, refusal) == 0;
+    if (!imports) return PostCgi(form);
     keep_result("accepted");
     return show("sp_port.htm", "sp_fs.htm", &form);
 }
@@ -137,6 +137,7 @@ int main() {
     std::setvbuf(stdout, output.data(), _IOFBF, output.size());
     log_line("Enter MAIN");
     warn_no = 0;
+    know_on_every_page(confirmation_keys());
     std::optional<FormList> form;
     if (!is_form_empty()) {
         if (is_foreign_post()) return refuse_request();
@@ -161,7 +162,10 @@ int main() {
     if (keeps_changes()) {
         Message message;
         if (!recover(message)) cgi_err("Error!", message);
-        if (!looks) keep_changes_of(request, names_of(*form));
+        if (!looks) {
+            keep_changes_of(request, names_of(*form));
+            wait_if_wished(*form);
+        }
     }
     if (looks)
         show_preview(*form, act);

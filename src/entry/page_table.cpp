@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appliance/ppp_conf.h"
+#include "entry/going_back.h"
 #include "entry/history.h"
 #include "entry/preview.h"
 #include "filter/ac_cfg.h"

@@ -12,6 +12,7 @@
 #include "base/journal.h"
 #include "base/log.h"
 #include "base/words.h"
+#include "entry/confirmation.h"
 #include "entry/page_table.h"
 #include "framework/action_queue.h"
 #include "framework/html-lib.h"
@@ -34,6 +35,8 @@ public:
 
     int run() {
         if (holds_control_character()) return show_refusal();
+        if (std::string_view(todo_) == "confirm") return keep_change();
+        if (const int refused = refusal_for_waiting(*form_, message_)) return show_wait(refused);
         if (is_stale()) return show_conflict();
         const bool is_save = std::string_view(todo_) == "save";
         const bool accepted = is_save ? set_group() : set_page();
@@ -58,6 +61,19 @@ private:
         cgi_err("", message_);
     }
 
+    // Keeps the change that waits, whatever page asks for it; a program needs to name none.
+    int keep_change() {
+        if (!this_file_) this_file_ = "history.htm";
+        refusing_ = this_file_;
+        return keep_waiting_change(*form_, message_) ? show_next_page() : show_refusal();
+    }
+
+    int show_wait(int refused) {
+        refusing_ = this_file_;
+        if (refused == Msg::ChangeWaits) put(kLockedStatus);
+        return show_refusal();
+    }
+
     // A text that could break a line of a settings file never reaches a setter.
     bool holds_control_character() {
         const FormEntry* entry = entry_with_control(*form_);
@@ -77,7 +93,7 @@ private:
         for (const unsigned number : kept_changes()) {
             if (number <= last_seen) continue;
             const Change change = read_change(number);
-            if (change.result != "accepted" || !concerns_page(change.request.page)) continue;
+            if (!is_in_force(change) || !concerns_page(change.request.page)) continue;
             refusing_ = this_file_;
             const Request& by = change.request;
             GetErrMsgByIndex(Msg::ChangedMeanwhile, message_,
@@ -86,6 +102,10 @@ private:
             return true;
         }
         return false;
+    }
+
+    static bool is_in_force(const Change& change) {
+        return change.result == "accepted" || change.result.starts_with("taken back");
     }
 
     bool concerns_page(const std::string& changed) const {

@@ -83,6 +83,11 @@ enum : int {
     WouldBeRefused = 82,
     WouldFail = 83,
     NothingPreviewed = 84,
+    BadWait = 85,
+    ChangeWaits = 86,
+    NotWaiting = 87,
+    NothingIsKept = 88,
+    ChangeNotKept = 89,
 };
 }  // namespace Msg
 

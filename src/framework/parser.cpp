@@ -26,6 +26,14 @@ constexpr std::string_view kEndOfFile = "\xff";
 std::span<const KeyGetter> KeyFunTab;
 std::span<const ArrayFun> ArrayFunTab;
 
+// Those of every page.
+std::span<const CommonKey> common_keys;
+
+const CommonKey* common_key(std::string_view name) {
+    const auto found = std::ranges::find(common_keys, name, &CommonKey::name);
+    return found == common_keys.end() ? nullptr : &*found;
+}
+
 // Where the rows of the key table are: the overview looks up its keys two hundred times.
 class KeyIndex {
 public:
@@ -253,6 +261,8 @@ private:
             show(seen(), marker);
         else if (marker.name == "change")
             show(own_change() ? std::to_string(own_change()) : "", marker);
+        else if (const CommonKey* common = common_key(marker.name))
+            show(common->text(), marker);
         else
             resolve_key(marker);
     }
@@ -351,6 +361,8 @@ void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const Arr
 }
 
 }  // namespace
+
+void know_on_every_page(std::span<const CommonKey> keys) { common_keys = keys; }
 
 std::size_t room_on_page() { return page_in_work ? page_in_work->room() : 0; }
 

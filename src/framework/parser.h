@@ -57,6 +57,14 @@ struct KeyGetter {
 // The warning that a page's code wants shown when there is no other message: 52, 55, 56, 58 or 0.
 extern int warn_no;
 
+// Keys that mean the same on every page, whatever its own table says or a form has posted. Those of
+// a higher floor are made known once, before the first page is rendered.
+struct CommonKey {
+    std::string_view name;
+    std::string (*text)();
+};
+void know_on_every_page(std::span<const CommonKey> keys);
+
 // Renders the template to standard output, behind its HTTP header. `message` may be null. An
 // empty one is none either, except that a marker that fails then does not tell why. `form` may be
 // null, else its fields fill the keys that no getter fills. Returns 0. A missing template, a page

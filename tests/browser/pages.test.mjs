@@ -96,7 +96,7 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
   test("every page opens, is light, fits a telephone, and reads well in light and dark", async () => {
     const size = (name) => statSync(new URL(name, www)).size;
     const served = readdirSync(www).filter((name) => /\.(js|css)$/.test(name));
-    assert.ok(served.reduce((sum, name) => sum + size(name), 0) < 40000);
+    assert.ok(served.reduce((sum, name) => sum + size(name), 0) < 41200);
     await open("nat_base", { viewport: { width: 360, height: 740 } });
     let loaded = new Set();
     page.on("request", (each) => /\w+\.js$/.test(each.url()) && loaded.add(/\w+\.js$/.exec(each.url())[0]));
@@ -647,6 +647,43 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await send(saveOf("sp_port"));
     assert.match(box.file(RECORD), /^User=without$/m);
     assert.equal(await value("nat_dial_type_radio"), "pulse");
+  });
+
+  test("a save takes itself back unless it is kept, with scripts and without", async () => {
+    await open("nat_conn");
+    await set("enable_telnet", true);
+    await set("enable_ftp", false);
+    assert.equal(await page.locator(".keep:visible, #keep:visible").count(), 0);
+    const wish = page.locator("dialog .keep input");
+    await ask(saveOf("nat_conn"));
+    assert.equal(await wish.isChecked(), false); // the test is where the appliance is
+    await wish.check();
+    await send(agreeing());
+    const waits = /^Change \d+ takes itself back in 1(20|1[1-9]) s\./;
+    assert.match(await page.locator("#keep").innerText(), waits);
+    await judge("a change that waits");
+    isAttack = true;
+    await set("enable_ftp", true);
+    await save("nat_conn");
+    assert.match(await message(), /^Not stored: change \d+ of 127\.0\.0\.1|admin waits to be kept, 1\d\d s more/);
+    isAttack = false;
+    await box.until(async () => / 11[0-8] s\./.test(await page.locator("#keep").innerText()));
+    await send(button("Keep it"));
+    assert.deepEqual([await message(), await page.locator("#keep:visible").count()], ["Kept.", 0]);
+    await save("nat_conn");
+    await box.until(async () => / 11\d s\./.test(await page.locator("#keep").innerText()));
+    await page.evaluate(() => { const { now } = Date; Date.now = () => now() + 121000; });
+    await page.getByText("The time is over. Reload the page.").waitFor();
+
+    await open("nat_base", { javaScriptEnabled: false });
+    await page.locator("#keep button").click();
+    assert.deepEqual([await message(), await page.locator("#keep:visible").count()], ["Kept.", 0]);
+    await set("enable_ftp", false);
+    await page.locator("#nat_conn [name=confirm_within]").check();
+    await send(saveOf("nat_conn"));
+    assert.match(await page.locator("#keep").innerText(), waits);
+    await send(button("Keep it"));
+    assert.equal(await message(), "Kept.");
   });
 
   test("another site can change nothing", async () => {

@@ -309,6 +309,20 @@ class Appliance:
         fcntl.lockf(lock, fcntl.LOCK_EX)
         return lock
 
+    def processes(self):
+        """The processes that have this root."""
+        found = subprocess.run(["find", "/proc", "-maxdepth", "2", "-path", "/proc/[0-9]*/root", "-printf", "%h %l\n"],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
+        return [int(pid) for pid in re.findall(f"(?m)^/proc/(\\d+) {re.escape(str(self.root))}$", found)]
+
+    def end_processes(self):
+        for pid in self.processes():
+            os.kill(pid, signal.SIGTERM)
+
+    def start_anew(self):
+        """The kernel tells of another boot."""
+        self.write("/proc/sys/kernel/random/boot_id", "0b5e55ed-0000-4000-8000-000000000000\n")
+
     # Requests.
 
     def view(self, page):

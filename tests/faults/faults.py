@@ -23,7 +23,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cgi"))
 from appliance import (  # noqa: E402
     HARNESS, INSTALLED, MESSAGES, PROJECT, RECORD, SECRETS, SETTINGS, Appliance, Result,
     become_root, make_template)
-from table import CASES, SECRET  # noqa: E402
+from table import CASES, SECRET, WAITING, Case  # noqa: E402
 
 ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
 MEMORY = "/dev/shm"  # roots are quickest there
@@ -359,6 +359,53 @@ class KeptTrial(Trial):
                     call, (name, n // 6 + 1))
 
 
+class WaitingTrial(KeptTrial):
+    """A request whose change waits to be kept: whenever it is killed, or its taking back is, the
+    next view after its time finds all old. When its keeping is, all new unless it waits still."""
+
+    keeping = Case("keep", {"this_file": "nat_conn.htm", "todo": "confirm", "change": "1"})
+
+    def let_wait(self):
+        self.case.send(self.appliance)
+        self.appliance.end_processes()
+
+    def unlike(self, wanted):
+        self.appliance.start_anew()  # the time is over
+        self.appliance.view("nat_base.htm")
+        state = self.appliance.state()
+        aside = {path for path in state.keys() | wanted.keys() if path.startswith(("/var/", "/proc/"))}
+        if wrong := differences(state, wanted, aside | set(self.left(state))):
+            yield f"{'new' if wanted is self.wanted else 'old'} no more: {' '.join(wrong)}"
+
+    def kill(self, call):
+        self.appliance.disturb(self.case, call, "signal=KILL")
+        yield from self.unlike(self.before)
+
+    def kill_taking_back(self, *at):
+        self.let_wait()
+        self.appliance.start_anew()
+        self.appliance.view_killed(at)
+        self.appliance.view_killed(at)
+        yield from self.unlike(self.before)
+
+    def kill_keeping(self, call):
+        self.let_wait()
+        self.appliance.disturb(self.keeping, call, "signal=KILL")
+        waits = os.path.lexists(self.appliance.at(f"{CHANGES}/waiting"))
+        yield from self.unlike(self.before if waits else self.wanted)
+
+    def points(self):
+        for call in filter(lambda call: call.changes_files, self.calls):
+            yield call, "SIGKILL", self.kill(call)
+        for name in "link", "rename", "unlink", "fsync", "symlink", "chmod", "mkdir":
+            for n in range(1, 9):
+                yield f"taking back, {name} {n}", "SIGKILL, twice", self.kill_taking_back(name, n)
+        self.appliance.restore(self.before)
+        self.let_wait()
+        for call in filter(lambda call: call.changes_files, self.appliance.record(self.keeping)[1]):
+            yield call, "SIGKILL, while it is kept", self.kill_keeping(call)
+
+
 def start_worker(folder, proxy, trial):
     os.umask(0o022)
     become_root()
@@ -368,7 +415,8 @@ def start_worker(folder, proxy, trial):
 
 
 def try_case(case, every):
-    return try_case.trial(case, *try_case.place).run(every)
+    trial = WaitingTrial if case in WAITING else try_case.trial
+    return trial(case, *try_case.place).run(every)
 
 
 def try_all(cases, every, trial):
@@ -389,7 +437,7 @@ def main():
     parser.add_argument("--changes", action="store_true", help="keep changes, and kill alone")
     parser.add_argument("request", nargs="*", help="how the names of requests begin (default: all)")
     options = parser.parse_args()
-    cases = [case for case in CASES if case.name.startswith(tuple(options.request) or "")]
+    cases = [case for case in CASES + WAITING * options.changes if case.name.startswith(tuple(options.request) or "")]
     tried, failed, costs = Counter(), Counter(), []
     for case, (points, complaints, (early, replaced, fsyncs)) in try_all(
             cases, options.every, KeptTrial if options.changes else Trial):
