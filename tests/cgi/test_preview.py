@@ -146,7 +146,8 @@ def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
     assert outcome(look(kept, "nat_vs.htm", vs_web_enable="checked")) == ("failed", told(83))
 
 
-@pytest.mark.parametrize("path", [RECORD, PPPOE, PAP, "/etc/rc.d/rc.ipvs", "/etc/ppp/user"])
+@pytest.mark.parametrize("path", [RECORD, PPPOE, PAP, "/etc/rc.d/rc.ipvs", "/etc/ppp/user",
+                                  "/tmp/setstr.tmp"])
 def test_what_cannot_be_written_is_foreseen(saved, path):
     saved.block(path)
     form = {"ppp_ac_name": "joe", "ppp_idle_time": "5", "vs_web_enable": "checked",
@@ -179,6 +180,26 @@ def test_secrets_are_not_shown(kept, is_new, password):
     for text in seen.shown["preview_files"], kept.view("history.htm").shown["history_files"]:
         assert files_of(text)[PAP] == "(new)\nchanged" if is_new else "changed"
         assert "joe" in text and "geheim" not in text
+    if is_new:
+        text = look(kept, "history.htm", "undo", change=1).shown["preview_files"]
+        assert files_of(text)[PAP] == "(removed)\nchanged" and "geheim" not in text
+    kept.write("/var/log/pppd.log", "geheim\n")
+    text = look(kept, "ppp_status.htm", "ppp_clearlog").shown["preview_files"]
+    assert files_of(text) == {"/var/log/pppd.log": "(emptied)"}
+
+
+def test_files_behind_links(kept):
+    """Firmware images keep files on flash so."""
+    kept.at("/flash").mkdir()
+    kept.at(RECORD).rename(kept.at("/flash/record"))
+    kept.at(RECORD).symlink_to("/flash/record")
+    fields = {"internet_access": "checked", "access_method": "Serial Port", "enable_dmz": "checked"}
+    seen = look(kept, "nat_conn.htm", **fields).shown
+    kept.save("nat_conn.htm", **fields)
+    after = kept.view("history.htm").shown
+    assert files_of(seen["preview_files"])["/flash/record"].startswith("DMZ: 0 → 1\n")
+    assert [f"0 {line}" for line in seen["preview_commands"].splitlines()] == \
+        after["history_commands"].splitlines()
 
 
 def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
