@@ -8,8 +8,9 @@ setInterval(() => {
   if (!textOf(left)) return;
   if (left !== seen) end = Date.now() + 1000 * (textOf(left) - 1);
   seen = left;
-  left.textContent = Math.max(0, Math.round((end - Date.now()) / 1000));
-  if (Date.now() > end) one("#keep").textContent = "The time is over. Reload the page.";
+  const rest = Math.round((end - Date.now()) / 1000);
+  left.textContent = rest;
+  if (rest < 1) one("#keep").textContent = "The time is over. Reload the page.";
 }, 1000);
 
 addEventListener("submit", (event) => {

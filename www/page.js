@@ -144,7 +144,7 @@ export async function during(text, button, work) {
 // The newest answer tells of a change that waits to be kept.
 function showWaiting(page) {
   const bar = one("#keep", page);
-  if (bar && page !== document) one("#keep").replaceWith(document.importNode(bar, true));
+  if (bar) one("#keep")?.replaceWith(bar);
   if (bar?.dataset.change) import("./keep.js");
 }
 showWaiting(document);

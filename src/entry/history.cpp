@@ -132,6 +132,7 @@ int get_summary(ValueText&, LongText& text, int&) {
                         who(change.request));
     *text += change.result;
     if (!change.damage.empty()) *text += format_text(" (damaged: %s)", change.damage);
+    if (change.number == waiting_change()) *text += "; waits to be kept";
     return 0;
 }
 

@@ -381,6 +381,15 @@ class WaitingTrial(KeptTrial):
         self.appliance.disturb(self.case, call, "signal=KILL")
         yield from self.unlike(self.before)
 
+    def waits(self):
+        return os.path.lexists(self.appliance.at(f"{CHANGES}/waiting"))
+
+    def cannot_keep(self, call):
+        self.appliance.disturb(self.case, call, "error=EIO")
+        if self.waits():
+            yield "waits, though nothing of it is kept"
+        yield from self.unlike(self.before)
+
     def kill_taking_back(self, *at):
         self.let_wait()
         self.appliance.start_anew()
@@ -391,12 +400,13 @@ class WaitingTrial(KeptTrial):
     def kill_keeping(self, call):
         self.let_wait()
         self.appliance.disturb(self.keeping, call, "signal=KILL")
-        waits = os.path.lexists(self.appliance.at(f"{CHANGES}/waiting"))
-        yield from self.unlike(self.before if waits else self.wanted)
+        yield from self.unlike(self.before if self.waits() else self.wanted)
 
     def points(self):
         for call in filter(lambda call: call.changes_files, self.calls):
             yield call, "SIGKILL", self.kill(call)
+        for call in filter(lambda call: call.name.startswith("link"), self.calls):
+            yield call, "EIO", self.cannot_keep(call)
         for name in "link", "rename", "unlink", "fsync", "symlink", "chmod", "mkdir":
             for n in range(1, 9):
                 yield f"taking back, {name} {n}", "SIGKILL, twice", self.kill_taking_back(name, n)
