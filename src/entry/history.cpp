@@ -13,6 +13,7 @@
 #include "base/format.h"
 #include "base/journal.h"
 #include "base/words.h"
+#include "framework/answer.h"
 #include "framework/msgfile.h"
 #include "framework/page_room.h"
 
@@ -117,6 +118,7 @@ int get_files(LongText& text, int&) {
             break;
         }
         *text += part;
+        if (wants_data()) *text += '\0';
     }
     return 0;
 }
@@ -166,12 +168,14 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"history_summary", get_summary, nullptr},
     {"history_later", get_later, nullptr},
     {"history_overwrite", get_overwrite, nullptr},
+    {"change", nullptr, nullptr},
+    {"overwrite", nullptr, nullptr},
 });
 
 constexpr std::array array_fun_tab = std::to_array<ArrayFun>({
-    {"history_list", get_list},
-    {"history_numbers", get_numbers},
-    {"history_files", get_files},
+    {"history_list", get_list, Shape::rows},
+    {"history_numbers", get_numbers, Shape::options},
+    {"history_files", get_files, Shape::parts},
     {"history_commands", get_commands},
 });
 
@@ -250,6 +254,8 @@ int undo(const FormList* form, int mode, const Actions& actions, Message& messag
 
 int PutBackAgain() { return put_back(); }
 
+PageTables history_tables() { return {rows_of<key_fun_tab>, array_fun_tab}; }
+
 int get_history(const char* message, const FormList* form) {
     gather([&] {
         const std::vector<unsigned> numbers = kept_changes();
@@ -261,7 +267,7 @@ int get_history(const char* message, const FormList* form) {
         shown.change = shown.later.front();
         shown.later.erase(shown.later.begin());
     });
-    return html_parser(kPage, key_fun_tab, array_fun_tab, message, form);
+    return render_page(kPage, history_tables(), message, form);
 }
 
 int set_history(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,

@@ -10,3 +10,6 @@ int set_history(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcT
 // The last action of an undo: puts the files back once more, which the actions before it may have
 // written. 0, or 1 when a file cannot be written. (Action "PutBack".)
 int PutBackAgain();
+
+// What the page shows and takes.
+PageTables history_tables();

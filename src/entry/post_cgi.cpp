@@ -10,10 +10,12 @@
 #include "base/date.h"
 #include "base/escape.h"
 #include "base/journal.h"
+#include "base/json.h"
 #include "base/log.h"
 #include "base/words.h"
 #include "entry/page_table.h"
 #include "framework/action_queue.h"
+#include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
 
@@ -54,7 +56,7 @@ private:
         const int index = GetCgiTabIndex(name);
         if (index >= 0) return CgiTab[static_cast<std::size_t>(index)];
         log_line("CGI_ERR %s", mark);
-        cgi_err("", message_);
+        cgi_err("", message_, "404 Not Found");
     }
 
     // A text that could break a line of a settings file never reaches a setter.
@@ -79,9 +81,12 @@ private:
             if (change.result != "accepted" || !concerns_page(change.request.page)) continue;
             refusing_ = this_file_;
             const Request& by = change.request;
-            GetErrMsgByIndex(Msg::ChangedMeanwhile, message_,
-                             escape_html(by.user.empty() ? by.address : by.user),
-                             date_text(change.time));
+            const std::string& who = by.user.empty() ? by.address : by.user;
+            const std::string when = date_text(change.time);
+            GetErrMsgByIndex(Msg::ChangedMeanwhile, message_, wants_data() ? who : escape_html(who),
+                             when);
+            post_outcome.members =
+                ",\"who\":" + json_string(who) + ",\"when\":" + json_string(when);
             return true;
         }
         return false;
@@ -98,8 +103,8 @@ private:
     }
 
     int show_conflict() {
-        put("Status: 409 Conflict\n");
-        return show_refusal();
+        if (!wants_data()) put("Status: 409 Conflict\n");
+        return show_refusal("409 Conflict");
     }
 
     // The name of a field as it may be shown: the sender chose it.
@@ -196,17 +201,21 @@ private:
 
     int show_failed_action() {
         keep_result("failed: " + std::string(message_.view()));
+        post_outcome.status = "500 Internal Server Error";
         return page_or_message(this_file_, "CHK2").getter(message_.c_str(), form_);
     }
 
-    int show_refusal() {
+    int show_refusal(std::string_view status = "422 Unprocessable Content") {
         log_line("return error");
+        post_outcome.status = status;
         keep_result("refused: " + std::string(message_.view()));
         return page_or_message(refusing_, "CHK0").getter(message_.c_str(), form_);
     }
 
     int show_next_page() {
         keep_result("accepted");
+        post_outcome.status = kAccepted;
+        post_outcome.accepted = true;
         next_file_ = next_or_this();
         log_line("ret_html %s action=%s", or_null(next_file_), or_null(todo_));
         if (status_ != 0) follow_method();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -10,8 +11,10 @@
 #include "base/journal.h"
 #include "base/log.h"
 #include "base/turn.h"
+#include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
+#include "framework/page_data.h"
 #include "framework/page_text.h"
 
 int warn_no = 0;
@@ -257,8 +260,7 @@ private:
     std::string message() const {
         if (message_ && *message_) return message_;
         if (measures_) return warning() + longest_value();
-        if (!store_.empty()) return store_;
-        return first_failure() ? failure_text(*first_failure()) : warning();
+        return store_.empty() ? standing_message() : store_;
     }
 
     // A key with a getter never echoes the form: what is in force is shown, not what was typed.
@@ -339,7 +341,14 @@ void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const Arr
 
 }  // namespace
 
-std::size_t room_on_page() { return page_in_work ? page_in_work->room() : 0; }
+std::string standing_message() {
+    return first_failure() ? failure_text(*first_failure()) : warning();
+}
+
+std::size_t room_on_page() {
+    if (wants_data()) return std::numeric_limits<std::size_t>::max();
+    return page_in_work ? page_in_work->room() : 0;
+}
 
 std::size_t size_on_page(std::string_view text) {
     return page_in_work ? page_in_work->size_of(text) : text.size();
@@ -347,6 +356,7 @@ std::size_t size_on_page(std::string_view text) {
 
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form) {
+    if (wants_data()) return render_data(path, keys, arrays, message);
     const FileText text = template_text(path);
     if (!text) {
         Message missing;

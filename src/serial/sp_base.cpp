@@ -15,9 +15,13 @@ constexpr std::array kDnsGetters = getters_of(dns_rows<NoRecord>);
 
 }  // namespace
 
+PageTables sp_base_tables() {
+    static const std::vector keys = join_getters({modem_getters, account_getters, kDnsGetters});
+    return {keys, {}};
+}
+
 int get_sp_base(const char* message, const FormList* form) {
     PageMessage note(message);
     read_shown_record(note);
-    const std::vector keys = join_getters({modem_getters, account_getters, kDnsGetters});
-    return render_page(kPage, keys, {}, note.text(), form);
+    return render_page(kPage, sp_base_tables(), note.text(), form);
 }

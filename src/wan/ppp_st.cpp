@@ -10,13 +10,16 @@
 #include "appliance/commands.h"
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
+#include "appliance/log_mask.h"
 #include "appliance/network_info.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/paths.h"
 #include "base/words.h"
+#include "framework/answer.h"
 #include "framework/page_room.h"
 #include "framework/profile.h"
+#include "wan/wan_conf.h"
 #include "wan/wanport.h"
 
 namespace {
@@ -73,6 +76,7 @@ int get_ppp_wan_log(ValueText&, LongText& text, int&) {
     const std::string log = read_file(PppdLogF, kLogShown).value_or("");
     text.emplace(lines_with_room(log.c_str()));  // up to the first NUL
     log_shown = text->size();
+    if (wants_data()) text = masked(*text);
     return 0;
 }
 
@@ -85,9 +89,9 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"ppp_link_status", get_ppp_link_status, nullptr},
     {"ppp_ip_address", get_text<&PPPStatus::address>, nullptr},
     {"ppp_mask", get_text<&PPPStatus::netmask>, nullptr},
-    {"ppp_wan_log", get_ppp_wan_log, nullptr},
+    {"ppp_wan_log", get_ppp_wan_log, nullptr, false, Shape::lines},
     {"ppp_log_left_out", get_ppp_log_left_out, nullptr},
-    {"wan_dns", get_wan_dns, nullptr},
+    {"wan_dns", get_wan_dns, nullptr, false, Shape::broken_lines},
 });
 
 // The link dials when a packet wants to cross it.
@@ -99,9 +103,22 @@ void connect() {
 
 }  // namespace
 
+LinkState pppoe_link_state() {
+    if (status.hardware_address.empty()) gather([] { status = get_p3_st(); });
+    if (status.up) return {kConnected, "", kPPPoELabel, status.address.c_str()};
+    const LinkState link = state_of_dialled(kPPPoELabel, end_of_log(PppdLogF), false);
+    PPPoeConf settings;
+    const bool waits = GetPPPoeConf(&settings) != 0 || settings.idle != 0;
+    if (link.state != kWaiting || waits) return link;
+    if (IsRunning("pppoe")) return {kConnecting, "Not connected yet.", kPPPoELabel};
+    return {kFailed, "Not connected.", kPPPoELabel};
+}
+
+PageTables ppp_status_tables() { return {rows_of<key_fun_tab>, {}}; }
+
 int get_ppp_status(const char* message, const FormList* form) {
     gather([] { status = get_p3_st(); });
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, ppp_status_tables(), message, form);
 }
 
 int set_ppp_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {

@@ -1,0 +1,52 @@
+#include "appliance/link_state.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+#include "appliance/log_mask.h"
+#include "base/io.h"
+#include "base/words.h"
+
+namespace {
+
+constexpr std::array kFailures =
+    std::to_array<std::string_view>({"fail", "error", "no carrier", "no answer", "no dial", "busy",
+                                     "timeout", "timed out", "time out", "refused", "denied"});
+
+std::string_view last_line(std::string_view text) {
+    text = text.substr(0, text.find_last_not_of(" \r\n") + 1);
+    return text.substr(text.rfind('\n') + 1);
+}
+
+bool tells_of_failure(std::string_view line) {
+    std::string words(line);
+    std::ranges::transform(words, words.begin(), [](char c) { return lower_case(c); });
+    return std::ranges::any_of(
+        kFailures, [&](std::string_view failure) { return words.find(failure) != words.npos; });
+}
+
+}  // namespace
+
+std::string end_of_log(const char* path) {
+    constexpr off_t kLongestEnd = 1024;
+    off_t size = 0;
+    const Descriptor file = open_regular(path, O_RDONLY, size);
+    if (!file.is_open()) return "";
+    std::array<char, kLongestEnd> end{};
+    lseek(file.get(), std::max<off_t>(size - kLongestEnd, 0), SEEK_SET);
+    const ssize_t got = read_some(file.get(), end.data(), end.size());
+    return masked(last_line({end.data(), static_cast<std::size_t>(std::max<ssize_t>(got, 0))}));
+}
+
+LinkState state_of_dialled(std::string_view method, std::string_view log_end, bool dials) {
+    if (tells_of_failure(log_end))
+        return {kFailed, "The last attempt failed. The log ends with: " + std::string(log_end),
+                method};
+    if (dials) return {kConnecting, "Not connected yet.", method};
+    return {kWaiting,
+            "Waiting for traffic: " + std::string(method) + " dials when somebody needs it.",
+            method};
+}

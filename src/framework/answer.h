@@ -1,0 +1,29 @@
+// In which form a request wants its answer: as a page, or as data (JSON), and how the answers that
+// are no pages of the page table look as data.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// True when an Accept header (RFC 9110, 12.5.1) prefers application/json to text/html: by its
+// quality or, of the same, when it is named before. What names JSON nowhere prefers the page.
+bool prefers_json(std::string_view accept);
+
+// Whether the answer to this request is data.
+bool wants_data();
+
+// Writes a whole answer: the status ("404 Not Found"; empty: the server's own, 200), further header
+// lines, each with its line feed, and the object as its body.
+void answer_data(std::string_view status, std::string_view header, std::string_view json);
+
+// What became of a request that acted: the members that an answer that is data begins with.
+struct Outcome {
+    std::string_view status = {};  // empty: the request did not act
+    bool accepted = false;
+    std::string members = {};  // further ones: `,"name":value` each
+};
+inline Outcome post_outcome;
+inline constexpr std::string_view kAccepted = "200 OK";
+
+// For pages whose getter acts: the request was refused after all. Says so in data alone.
+void refuse_after_all();
