@@ -192,6 +192,11 @@ constinit const std::span<const KeyGetter> modem_getters = kModemGetters;
 PageTables sp_port_tables() { return {rows_of<key_fun_tab>, get_ary_tab}; }
 
 int get_sp_port(const char* message, const FormList* form) {
+    if (offers_defaults && wants_data()) {
+        shown_record = d_conf;
+        std::vector keys = join_getters({sp_port_tables().keys, modem_getters});
+        return render_page(kPage, {keys, get_ary_tab}, message, form);
+    }
     if (offers_defaults) {
         const FormList defaults = form_of(d_conf);
         return render_page(kPage, sp_port_tables(), message, &defaults);
