@@ -7,6 +7,7 @@
 #include <array>
 
 #include "appliance/log_mask.h"
+#include "appliance/network_info.h"
 #include "base/io.h"
 #include "base/words.h"
 
@@ -29,6 +30,10 @@ bool tells_of_failure(std::string_view line) {
 }
 
 }  // namespace
+
+bool is_real_address(std::string_view address) {
+    return !address.empty() && is_digit(address[0]) && address[0] != '0' && address != kNotDialled;
+}
 
 std::string end_of_log(const char* path) {
     constexpr off_t kLongestEnd = 1024;

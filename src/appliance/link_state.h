@@ -25,6 +25,9 @@ struct LinkState {
     std::string address = {};      // empty: none
 };
 
+// Whether an interface has a real address, not the placeholder of a link that has not dialled.
+bool is_real_address(std::string_view address);
+
 // The last line of a log, without the passwords that it may hold; empty without one. Throws
 // Unreadable.
 std::string end_of_log(const char* path);

@@ -205,7 +205,7 @@ private:
         return page_or_message(this_file_, "CHK2").getter(message_.c_str(), form_);
     }
 
-    int show_refusal(std::string_view status = "422 Unprocessable Content") {
+    int show_refusal(std::string_view status = kRefused) {
         log_line("return error");
         post_outcome.status = status;
         keep_result("refused: " + std::string(message_.view()));

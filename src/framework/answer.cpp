@@ -66,7 +66,7 @@ bool prefers_json(std::string_view accept) {
     }
     if (json.exactness < 2 || json.quality == 0) return false;
     if (json.quality != html.quality) return json.quality > html.quality;
-    return html.exactness < json.exactness || json.place < html.place;
+    return html.exactness < 2 || json.place < html.place;
 }
 
 bool wants_data() {
@@ -84,10 +84,4 @@ void answer_data(std::string_view status, std::string_view header, std::string_v
     mime_header("application/json");
     put(json);
     put("\n");
-}
-
-void refuse_after_all() {
-    if (post_outcome.status.empty()) return;
-    post_outcome.status = "422 Unprocessable Content";
-    post_outcome.accepted = false;
 }

@@ -21,9 +21,12 @@ struct Outcome {
     std::string_view status = {};  // empty: the request did not act
     bool accepted = false;
     std::string members = {};  // further ones: `,"name":value` each
+    bool refused_after_all = false;
 };
 inline Outcome post_outcome;
 inline constexpr std::string_view kAccepted = "200 OK";
+inline constexpr std::string_view kRefused = "422 Unprocessable Content";
 
-// For pages whose getter acts: the request was refused after all. Says so in data alone.
-void refuse_after_all();
+// For pages that answer a request which they could not carry out as one that they accepted, with a
+// message: data tells it as refused.
+inline void refuse_after_all() { post_outcome.refused_after_all = true; }

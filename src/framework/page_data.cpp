@@ -147,6 +147,10 @@ int render_data(const char* page, std::span<const KeyGetter> keys, std::span<con
     // Lists first: a value tells how much of one was left out.
     for (const ArrayFun& row : lists) add_list(parts, row);
     for (const KeyGetter& row : keys) add_key(parts, row);
+    if (post_outcome.accepted && post_outcome.refused_after_all) {
+        post_outcome.accepted = false;
+        post_outcome.status = kRefused;
+    }
     const std::string told = json_text(message && *message ? message : standing_message());
     Members all;
     if (!post_outcome.status.empty()) {

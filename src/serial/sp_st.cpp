@@ -168,9 +168,9 @@ LinkState modem_link_state() {
         get_phy_link(value, text, error);
         get_ppp_link(value, text, error);
     }
-    const std::string_view address = ppp_ip;
-    if (!address.empty())
-        return {kConnected, "", kModemLabel, std::string(address.substr(0, address.find('\n')))};
+    const std::string_view line = ppp_ip;
+    const std::string address(line.substr(0, line.find('\n')));
+    if (is_real_address(address)) return {kConnected, "", kModemLabel, address};
     std::string log;
     for (const char* path : kLogs)
         if (std::string end = end_of_log(path); !end.empty()) log = std::move(end);

@@ -93,7 +93,7 @@ LinkState direct_link_state() {
     if (status.hardware_address.empty()) gather([] { status = get_dc_st(); });
     const std::string_view address = status.address;
     LinkState link = {kFailed, "The WAN port has no address.", kDirectLabel};
-    if (!address.empty() && address[0] >= '1' && address[0] <= '9') {
+    if (is_real_address(address)) {
         const bool has_gateway = status.gateway.view().find_first_not_of(' ') != address.npos;
         link = {kConnected, "", kDirectLabel, std::string(address)};
         if (!has_gateway) link.cause = "There is no gateway, so the internet is out of reach.";

@@ -34,6 +34,7 @@ struct PPPStatus {
     StatusText hardware_address;
     StatusText address;
     StatusText netmask;
+    bool runs = false;
     bool up = false;
 };
 
@@ -51,7 +52,8 @@ PPPStatus get_p3_st() {
     const std::optional<Profile> port = network_info("eth0");
     found.hardware_address = setting<StatusText::size>(port, "HWADDR", kUnknown);
     found.address = found.netmask = kUnknown;
-    if (!IsRunning("pppoe")) return found;
+    found.runs = IsRunning("pppoe");
+    if (!found.runs) return found;
     const std::optional<Profile> link = network_info("ppp0");
     if (!link) return found;
     StatusText address;
@@ -105,12 +107,13 @@ void connect() {
 
 LinkState pppoe_link_state() {
     if (status.hardware_address.empty()) gather([] { status = get_p3_st(); });
-    if (status.up) return {kConnected, "", kPPPoELabel, status.address.c_str()};
+    if (is_real_address(status.address))
+        return {kConnected, "", kPPPoELabel, status.address.c_str()};
     const LinkState link = state_of_dialled(kPPPoELabel, end_of_log(PppdLogF), false);
     PPPoeConf settings;
     const bool waits = GetPPPoeConf(&settings) != 0 || settings.idle != 0;
     if (link.state != kWaiting || waits) return link;
-    if (IsRunning("pppoe")) return {kConnecting, "Not connected yet.", kPPPoELabel};
+    if (status.runs) return {kConnecting, "Not connected yet.", kPPPoELabel};
     return {kFailed, "Not connected.", kPPPoELabel};
 }
 
