@@ -652,13 +652,13 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await set("vs_ud2_name", HOSTILE.slice(0, 14));
     await save("nat_vs");
     await show("wan_ppp");
-    await setAll({ ppp_ac_name: HOSTILE, ppp_ac_pwd: HOSTILE, ppp_ac_pwd_v: HOSTILE, service_name: UNQUOTED });
+    await setAll({ ppp_ac_name: HOSTILE, ppp_ac_pwd: "pw", ppp_ac_pwd_v: "pw", service_name: UNQUOTED });
     await save("wan_ppp");
     await show("sp_port");
     await set("nat_init_string", UNQUOTED);
     await save("sp_port");
     await show("sp_int");
-    await setAll({ nat_ac_name: HOSTILE, nat_ac_pwd: HOSTILE, nat_ac_pwd_v: HOSTILE, nat_tel01: "555" });
+    await setAll({ nat_ac_name: HOSTILE, nat_ac_pwd: "pw", nat_ac_pwd_v: "pw", nat_tel01: "555" });
     const asked = await save("sp_int");
     assert.ok(asked.includes(`to ${HOSTILE}`));
     box.write(RECORD, box.file(RECORD).replace(/^(Phone[12]=).*$/gm, (_, key) => key + HOSTILE));
