@@ -8,6 +8,7 @@
 
 #include "appliance/log_mask.h"
 #include "appliance/network_info.h"
+#include "base/format.h"
 #include "base/io.h"
 #include "base/words.h"
 
@@ -46,12 +47,15 @@ std::string end_of_log(const char* path) {
     return masked(last_line({end.data(), static_cast<std::size_t>(std::max<ssize_t>(got, 0))}));
 }
 
+LinkState::LinkState(std::string_view of_method, std::string_view is, std::string_view why,
+                     std::string_view where)
+    : state(is), method(of_method), cause(why), address(where) {}
+
 LinkState state_of_dialled(std::string_view method, std::string_view log_end, bool dials) {
     if (tells_of_failure(log_end))
-        return {kFailed, "The last attempt failed. The log ends with: " + std::string(log_end),
-                method};
-    if (dials) return {kConnecting, "Not connected yet.", method};
-    return {kWaiting,
-            "Waiting for traffic: " + std::string(method) + " dials when somebody needs it.",
-            method};
+        return {method, kFailed,
+                format_text("The last attempt failed. The log ends with: %s", log_end)};
+    if (dials) return {method, kConnecting, kNotYet};
+    return {method, kWaiting,
+            format_text("Waiting for traffic: %s dials when somebody needs it.", method)};
 }

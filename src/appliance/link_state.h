@@ -13,16 +13,20 @@ inline constexpr std::string_view kConnecting = "connecting";
 inline constexpr std::string_view kConnected = "connected";
 inline constexpr std::string_view kFailed = "failed";
 
+inline constexpr std::string_view kNotYet = "Not connected yet.";
+
 // The methods, as the pages call them.
 inline constexpr std::string_view kDirectLabel = "Direct connection";
 inline constexpr std::string_view kPPPoELabel = "PPPoE";
 inline constexpr std::string_view kModemLabel = "Modem";
 
 struct LinkState {
-    std::string_view state;
-    std::string cause = {};        // in words; empty: all is well
-    std::string_view method = {};  // as the pages call it
-    std::string address = {};      // empty: none
+    std::string_view state, method;
+    std::string cause;    // in words; empty: all is well
+    std::string address;  // empty: none
+
+    LinkState(std::string_view of_method, std::string_view is, std::string_view why,
+              std::string_view where = {});
 };
 
 // Whether an interface has a real address, not the placeholder of a link that has not dialled.

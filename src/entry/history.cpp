@@ -254,7 +254,7 @@ int undo(const FormList* form, int mode, const Actions& actions, Message& messag
 
 int PutBackAgain() { return put_back(); }
 
-PageTables history_tables() { return {rows_of<key_fun_tab>, array_fun_tab}; }
+PageTables history_tables() { return {rows_of(key_fun_tab), array_fun_tab}; }
 
 int get_history(const char* message, const FormList* form) {
     gather([&] {

@@ -4,9 +4,9 @@
 
 #include "appliance/link_state.h"
 #include "appliance/ppp_conf.h"
+#include "base/format.h"
 #include "base/json.h"
 #include "entry/page_table.h"
-#include "framework/page.h"
 #include "framework/page_data.h"
 #include "serial/sp_st.h"
 #include "wan/dc_st.h"
@@ -30,33 +30,37 @@ LinkState state_of_method(int method) {
 // A link that is up is told of whatever the settings say: the modem's may outlive its switch.
 LinkState link_state() {
     PPPConf record;
-    if (ReadPPPConfig(&record) != 0) return {kNoMethodYet, "The settings cannot be read."};
-    LinkState now = state_of_method(Nat_Method());
-    if (now.state == kConnected) return now;
-    now = {.state = now.state, .cause = now.cause, .method = now.method};
+    if (ReadPPPConfig(&record) != 0) return {"", kNoMethodYet, "The settings cannot be read."};
+    LinkState link = state_of_method(Nat_Method());
+    if (link.state == kConnected) return link;
     const bool is_modem = record.Method != kDirect && record.Method != kPPPoE;
     if (is_modem && record.Phone1.empty())
-        return {kNoMethodYet,
+        return {"", kNoMethodYet,
                 "No connection is set up yet. How does this appliance reach the internet?"};
-    if (record.NatEnable) return now;
-    const std::string_view method = is_modem                   ? kModemLabel
-                                    : record.Method == kDirect ? kDirectLabel
-                                                               : kPPPoELabel;
-    return {kOff, "Internet access is switched off. The method is " + std::string(method) + ".",
-            method};
+    if (record.NatEnable) return link;
+    link.state = kOff;
+    link.method = is_modem ? kModemLabel : record.Method == kDirect ? kDirectLabel : kPPPoELabel;
+    link.cause = format_text("Internet access is switched off. The method is %s.", link.method);
+    return link;
+}
+
+// The same; what cannot be read is its cause.
+LinkState readable_link_state() try { return link_state(); } catch (const Unreadable&) {
+    return {"", kNoMethodYet, "The settings cannot be read."};
 }
 
 std::string members(std::string_view page) {
     const auto is_page = [&](const char* name) { return page == name; };
     if (std::ranges::none_of(StatusTab, is_page) && !field_is(asking_form, "state", "yes"))
         return "";
-    LinkState link = {kNoMethodYet, "The settings cannot be read."};
-    gather([&] { link = link_state(); });
-    const std::string json = json_object({{"state", link.state},
-                                          {"cause", link.cause},
-                                          {"method", link.method},
-                                          {"address", link.address}});
-    return "," + json.substr(1, json.size() - 2);
+    const LinkState link = readable_link_state();
+    std::string json = json_object({{"state", link.state},
+                                    {"cause", link.cause},
+                                    {"method", link.method},
+                                    {"address", link.address}});
+    json.front() = ',';
+    json.pop_back();
+    return json;
 }
 
 }  // namespace

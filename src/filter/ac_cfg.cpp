@@ -245,7 +245,7 @@ char group_number(std::string_view name) {
 
 }  // namespace
 
-PageTables ac_cfg_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables ac_cfg_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_ac_cfg(const char* message, const FormList* form) {
     gather(read_group);

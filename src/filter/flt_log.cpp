@@ -126,7 +126,7 @@ int clear_filter_log() try {
     return kCannotOpen;
 }
 
-PageTables filterlog_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables filterlog_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_filterlog(const char* message, const FormList* form) {
     return render_page(kPage, filterlog_tables(), message, form);

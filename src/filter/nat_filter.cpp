@@ -153,7 +153,7 @@ constinit const std::span<const KeyGetter> filter_getters = kFilterGetters;
 
 int read_shown_filter() { return get_filter_info(&shown_filter); }
 
-PageTables nat_filter_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables nat_filter_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_nat_filter(const char* message, const FormList* form) {
     return render_page(kPage, nat_filter_tables(), message, form);

@@ -114,20 +114,24 @@ void divide_room() {
     room_is_divided = true;
 }
 
-template <std::size_t Number>
-int get_list(LongText& text, int&) {
+int show_list(const List& list, LongText& text) {
     divide_room();
     if (sap_fw.empty()) return -1;
     text.emplace();
     for (const SapItem& item : sap_fw) {
         if (wants_data()) {
-            *text += lists[Number].word(item) + '\n';
+            *text += list.word(item) + '\n';
             continue;
         }
-        if (!text->empty()) *text += lists[Number].separator;
-        *text += lists[Number].cell(item);
+        if (!text->empty()) *text += list.separator;
+        *text += list.cell(item);
     }
     return 0;
+}
+
+template <std::size_t Number>
+int get_list(LongText& text, int&) {
+    return show_list(lists[Number], text);
 }
 
 template <std::size_t... Number>
@@ -256,7 +260,7 @@ int sap_main(const FormList* form, const char* message) {
 
 }  // namespace
 
-PageTables nat_sap_tables() { return {rows_of<key_fun_tab>, get_ary_tab}; }
+PageTables nat_sap_tables() { return {rows_of(key_fun_tab), get_ary_tab}; }
 
 int get_sap(const char* message, const FormList* form) { return sap_main(form, message); }
 

@@ -166,7 +166,7 @@ constexpr std::array<Button, 4> kButtons = {{
 
 template <const SitePage& Page>
 PageTables site_tables() {
-    return {rows_of<key_fun_tab<Page>>, {}};
+    return {rows_of(key_fun_tab<Page>), {}};
 }
 
 template <const SitePage& Page>

@@ -1,5 +1,6 @@
 #include "framework/answer.h"
 
+#include "base/json.h"
 #include "base/text.h"
 #include "base/words.h"
 #include "framework/cgi-lib.h"
@@ -84,4 +85,10 @@ void answer_data(std::string_view status, std::string_view header, std::string_v
     mime_header("application/json");
     put(json);
     put("\n");
+}
+
+void answer_told(std::string_view status, std::string_view name, std::string_view text,
+                 std::string_view header) {
+    text = text.substr(0, text.find_last_not_of('\n') + 1);
+    answer_data(status, header, json_object({{name, text}}));
 }

@@ -16,6 +16,10 @@ bool wants_data();
 // lines, each with its line feed, and the object as its body.
 void answer_data(std::string_view status, std::string_view header, std::string_view json);
 
+// The same with one member, such as {"message":"..."}.
+void answer_told(std::string_view status, std::string_view name, std::string_view text,
+                 std::string_view header = {});
+
 // What became of a request that acted: the members that an answer that is data begins with.
 struct Outcome {
     std::string_view status = {};  // empty: the request did not act

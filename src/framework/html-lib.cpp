@@ -8,7 +8,6 @@
 
 #include "base/escape.h"
 #include "base/io.h"
-#include "base/json.h"
 #include "framework/answer.h"
 
 namespace {
@@ -59,7 +58,7 @@ void notice_page(std::string_view title, std::string_view headline, std::string_
 
 void cgi_err(std::string_view title, std::string_view text, std::string_view status) {
     if (wants_data()) {
-        answer_data(status, "", json_object({{"error", text.empty() ? title : text}}));
+        answer_told(status, "error", text.empty() ? title : text);
         std::exit(0);
     }
     mime_header("text/html");

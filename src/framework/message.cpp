@@ -3,14 +3,13 @@
 #include <array>
 #include <cstdio>
 
-#include "base/json.h"
 #include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/parser.h"
 
 int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
     if (wants_data()) {
-        answer_data(outcome ? "" : "404 Not Found", "", json_object({{"message", text}}));
+        answer_told(outcome ? "" : "404 Not Found", "message", text);
         return 0;
     }
     // Browsers have shown this page with its small slips for as long as it exists; they stay.
@@ -39,7 +38,7 @@ int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
 int answer_with_status(std::string_view status, std::string_view text, std::string_view headline,
                        std::string_view header) {
     if (wants_data()) {
-        answer_data(status, header, json_object({{"message", text}}));
+        answer_told(status, "message", text, header);
         return 0;
     }
     const std::string_view words = status.substr(status.find(' ') + 1);

@@ -26,7 +26,11 @@ public:
         text_.append(":").append(json);
     }
     [[nodiscard]] bool empty() const { return text_.empty(); }
-    [[nodiscard]] std::string between(char begin, char end) const { return begin + text_ + end; }
+    void add(std::string_view name, unsigned number) { add(name, std::to_string(number)); }
+    [[nodiscard]] std::string between(std::string_view brackets) const {
+        std::string json(brackets.substr(0, 1));
+        return json.append(text_).append(brackets.substr(1));
+    }
 
 private:
     std::string text_;
@@ -41,7 +45,7 @@ std::string_view take_until(std::string_view& text, std::string_view end) {
 std::string json_parts(std::string_view text, std::string_view separator) {
     Members items;
     while (!text.empty()) items.add(json_string(take_until(text, separator)));
-    return items.between('[', ']');
+    return items.between("[]");
 }
 
 std::string json_options(std::string_view text) {
@@ -50,7 +54,7 @@ std::string json_options(std::string_view text) {
         const std::string_view line = take_until(text, "\n");
         if (line.starts_with(kOption)) items.add(json_string(line.substr(kOption.size())));
     }
-    return items.between('[', ']');
+    return items.between("[]");
 }
 
 std::string json_rows(std::string_view text) {
@@ -59,7 +63,7 @@ std::string json_rows(std::string_view text) {
     while (!text.empty()) {
         std::string_view line = take_until(text, "\n");
         if (line == "</tr>") {
-            rows.add(cells.between('[', ']'));
+            rows.add(cells.between("[]"));
             cells = {};
         } else if (line.starts_with(kCell) && line.ends_with(kCellEnd)) {
             line.remove_prefix(kCell.size());
@@ -67,7 +71,7 @@ std::string json_rows(std::string_view text) {
             cells.add(json_string(line));
         }
     }
-    return rows.between('[', ']');
+    return rows.between("[]");
 }
 
 std::string json_text(std::string_view text) {
@@ -155,16 +159,19 @@ int render_data(const char* page, std::span<const KeyGetter> keys, std::span<con
     Members all;
     if (!post_outcome.status.empty()) {
         all.add("accepted", post_outcome.accepted ? "true" : "false");
-        all.add("change", own_change() ? std::to_string(own_change()) : "null");
+        if (own_change())
+            all.add("change", own_change());
+        else
+            all.add("change", "null");
     }
     all.add(post_outcome.accepted ? "notice" : "message", told);
     all.add("page", json_string(page));
-    all.add("seen", std::to_string(newest_change()));
-    all.add("values", parts.values.between('{', '}'));
-    all.add("secret", parts.secrets.between('[', ']'));
-    all.add("lists", parts.lists.between('{', '}'));
-    if (!parts.errors.empty()) all.add("errors", parts.errors.between('{', '}'));
-    std::string json = all.between('{', '}');
+    all.add("seen", newest_change());
+    all.add("values", parts.values.between("{}"));
+    all.add("secret", parts.secrets.between("[]"));
+    all.add("lists", parts.lists.between("{}"));
+    if (!parts.errors.empty()) all.add("errors", parts.errors.between("{}"));
+    std::string json = all.between("{}");
     json.pop_back();
     json += post_outcome.members;
     if (further_members) json += further_members(page);

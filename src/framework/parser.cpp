@@ -345,6 +345,13 @@ std::string standing_message() {
     return first_failure() ? failure_text(*first_failure()) : warning();
 }
 
+std::vector<KeyGetter> collect_getters(const void* rows, std::size_t size,
+                                       KeyGetter (*row)(const void* rows, std::size_t number)) {
+    std::vector<KeyGetter> getters(size);
+    for (std::size_t i = 0; i < size; ++i) getters[i] = row(rows, i);
+    return getters;
+}
+
 std::size_t room_on_page() {
     if (wants_data()) return std::numeric_limits<std::size_t>::max();
     return page_in_work ? page_in_work->room() : 0;

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/text.h"
 #include "framework/cgi-lib.h"
@@ -72,8 +73,8 @@ struct KeyGetter {
 
 // What a page consists of besides its template.
 struct PageTables {
-    std::span<const KeyGetter> keys;
-    std::span<const ArrayFun> lists;
+    std::vector<KeyGetter> keys;
+    std::span<const ArrayFun> lists = {};
 };
 
 // The warning that a page's code wants shown when there is no other message: 52, 55, 56, 58 or 0.
@@ -108,14 +109,20 @@ constexpr std::array<KeyGetter, N> getters_of(const std::array<KeyFun<Record>, N
     return getters;
 }
 
-// The same, made once.
-template <const auto& Keys>
-inline constexpr std::array rows_of = getters_of(Keys);
+// The same of a table of any record: `row` gives its row of a number.
+std::vector<KeyGetter> collect_getters(const void* rows, std::size_t size,
+                                       KeyGetter (*row)(const void* rows, std::size_t number));
+template <class Record, std::size_t N>
+std::vector<KeyGetter> rows_of(const std::array<KeyFun<Record>, N>& keys) {
+    return collect_getters(keys.data(), N, [](const void* rows, std::size_t number) {
+        return getter_of(static_cast<const KeyFun<Record>*>(rows)[number]);
+    });
+}
 
 template <class Record, std::size_t N>
 int html_parser(const char* path, const std::array<KeyFun<Record>, N>& keys,
                 std::span<const ArrayFun> arrays, const char* message, const FormList* form) {
-    return render_page(path, getters_of(keys), arrays, message, form);
+    return render_page(path, rows_of(keys), arrays, message, form);
 }
 
 // For getters and generators: the characters that the page has left for the text of the marker that

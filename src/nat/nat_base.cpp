@@ -25,9 +25,7 @@ constexpr std::array kOwnGetters = std::to_array<KeyGetter>({
 }  // namespace
 
 PageTables nat_base_tables() {
-    static const std::vector keys =
-        join_getters({service_getters, filter_getters, server_getters, kOwnGetters});
-    return {keys, {}};
+    return {join_getters({service_getters, filter_getters, server_getters, kOwnGetters}), {}};
 }
 
 int get_nat_base(const char* message, const FormList* form) {

@@ -195,7 +195,7 @@ int check(const FormList* form, Message& message) {
 
 constinit const std::span<const KeyGetter> service_getters = kServiceGetters;
 
-PageTables nat_conn_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables nat_conn_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_nat_conn(const char* message, const FormList* form) {
     return render_page(kPage, nat_conn_tables(), message, form);

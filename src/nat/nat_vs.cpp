@@ -215,7 +215,7 @@ constexpr std::array kServerGetters = getters_of(server_rows);
 
 constinit const std::span<const KeyGetter> server_getters = kServerGetters;
 
-PageTables nat_vs_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables nat_vs_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_vs(const char* message, const FormList* form) {
     PageMessage note(message);

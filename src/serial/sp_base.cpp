@@ -16,8 +16,7 @@ constexpr std::array kDnsGetters = getters_of(dns_rows<NoRecord>);
 }  // namespace
 
 PageTables sp_base_tables() {
-    static const std::vector keys = join_getters({modem_getters, account_getters, kDnsGetters});
-    return {keys, {}};
+    return {join_getters({modem_getters, account_getters, kDnsGetters}), {}};
 }
 
 int get_sp_base(const char* message, const FormList* form) {

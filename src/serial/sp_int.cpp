@@ -122,7 +122,7 @@ constexpr std::array kAccountGetters = getters_of(join_rows(kept_row, account_ro
 
 constinit const std::span<const KeyGetter> account_getters = kAccountGetters;
 
-PageTables sp_int_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables sp_int_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_sp_int(const char* message, const FormList* form) {
     PageMessage note(message);

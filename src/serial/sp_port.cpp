@@ -189,7 +189,7 @@ int save(const FormList* form, const Actions& actions, Message& message) {
 
 constinit const std::span<const KeyGetter> modem_getters = kModemGetters;
 
-PageTables sp_port_tables() { return {rows_of<key_fun_tab>, get_ary_tab}; }
+PageTables sp_port_tables() { return {rows_of(key_fun_tab), get_ary_tab}; }
 
 int get_sp_port(const char* message, const FormList* form) {
     if (offers_defaults && wants_data()) {

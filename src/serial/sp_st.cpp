@@ -169,15 +169,15 @@ LinkState modem_link_state() {
         get_ppp_link(value, text, error);
     }
     const std::string_view line = ppp_ip;
-    const std::string address(line.substr(0, line.find('\n')));
-    if (is_real_address(address)) return {kConnected, "", kModemLabel, address};
+    const std::string_view address = line.substr(0, line.find('\n'));
+    if (is_real_address(address)) return {kModemLabel, kConnected, "", address};
     std::string log;
     for (const char* path : kLogs)
         if (std::string end = end_of_log(path); !end.empty()) log = std::move(end);
     return state_of_dialled(kModemLabel, log, ppp_on);
 }
 
-PageTables sp_status_tables() { return {rows_of<get_fun_tab>, get_ary_tab}; }
+PageTables sp_status_tables() { return {rows_of(get_fun_tab), get_ary_tab}; }
 
 int get_status(const char* message, const FormList* form) {
     gather([&] {

@@ -91,19 +91,17 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 // The address that the interface has, if it has a real one.
 LinkState direct_link_state() {
     if (status.hardware_address.empty()) gather([] { status = get_dc_st(); });
-    const std::string_view address = status.address;
-    LinkState link = {kFailed, "The WAN port has no address.", kDirectLabel};
-    if (is_real_address(address)) {
-        const bool has_gateway = status.gateway.view().find_first_not_of(' ') != address.npos;
-        link = {kConnected, "", kDirectLabel, std::string(address)};
-        if (!has_gateway) link.cause = "There is no gateway, so the internet is out of reach.";
-    } else if (status.dhcp) {
-        link.cause = "No address from DHCP. Check the cable of the WAN port.";
-    }
-    return link;
+    if (!is_real_address(status.address))
+        return {kDirectLabel, kFailed,
+                status.dhcp ? "No address from DHCP. Check the cable of the WAN port."
+                            : "The WAN port has no address."};
+    const bool has_gateway = status.gateway.view().find_first_not_of(' ') != std::string_view::npos;
+    return {kDirectLabel, kConnected,
+            has_gateway ? "" : "There is no gateway, so the internet is out of reach.",
+            status.address};
 }
 
-PageTables dc_status_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables dc_status_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_dc_status(const char* message, const FormList* form) {
     gather([] { status = get_dc_st(); });

@@ -107,17 +107,17 @@ void connect() {
 
 LinkState pppoe_link_state() {
     if (status.hardware_address.empty()) gather([] { status = get_p3_st(); });
-    if (is_real_address(status.address))
-        return {kConnected, "", kPPPoELabel, status.address.c_str()};
-    const LinkState link = state_of_dialled(kPPPoELabel, end_of_log(PppdLogF), false);
+    if (is_real_address(status.address)) return {kPPPoELabel, kConnected, "", status.address};
+    LinkState link = state_of_dialled(kPPPoELabel, end_of_log(PppdLogF), false);
     PPPoeConf settings;
     const bool waits = GetPPPoeConf(&settings) != 0 || settings.idle != 0;
     if (link.state != kWaiting || waits) return link;
-    if (status.runs) return {kConnecting, "Not connected yet.", kPPPoELabel};
-    return {kFailed, "Not connected.", kPPPoELabel};
+    link.state = status.runs ? kConnecting : kFailed;
+    link.cause = status.runs ? kNotYet : "Not connected.";
+    return link;
 }
 
-PageTables ppp_status_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables ppp_status_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_ppp_status(const char* message, const FormList* form) {
     gather([] { status = get_p3_st(); });

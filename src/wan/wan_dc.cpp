@@ -158,7 +158,7 @@ constexpr std::array key_fun_tab =
 
 }  // namespace
 
-PageTables wan_dc_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables wan_dc_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_wan_dc(const char* message, const FormList* form) {
     PageMessage note(message);

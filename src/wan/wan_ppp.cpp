@@ -121,7 +121,7 @@ SettingText stored_password() {
 
 }  // namespace
 
-PageTables wan_ppp_tables() { return {rows_of<key_fun_tab>, {}}; }
+PageTables wan_ppp_tables() { return {rows_of(key_fun_tab), {}}; }
 
 int get_wan_ppp(const char* message, const FormList* form) {
     PageMessage note(message);

@@ -245,7 +245,7 @@ def test_a_failed_action_and_those_who_may_not_or_must_wait(saved):
         result = saved.get(query, DATA)
         assert result.headers["Status"] == status and "&lt;" not in data_of(result)["message"]
     status, data, _ = post(saved, "<b>.htm", "nat_add_sap")
-    assert (status, data) == ("404 Not Found", {"error": told(10, "<b>.htm") + "\n"})
+    assert (status, data) == ("404 Not Found", {"error": told(10, "<b>.htm")})
     cut = saved.post(b"x", {**DATA, "CONTENT_LENGTH": "9"})
     assert (cut.headers["Status"], data_of(cut)) == ("400 Bad Request", {"error": "Error Reading Data"})
 
