@@ -55,16 +55,9 @@ void append_escaped(std::string& json, char c) {
         json.append("\\u00") += {kDigits[code >> 4], kDigits[code & 0xf]};
 }
 
-}  // namespace
-
-std::size_t utf8_length(std::string_view text) {
-    const First first = first_of(text);
-    return first.is_whole ? first.length : 0;
-}
-
-std::string json_string(std::string_view text) {
+void append_string(std::string& json, std::string_view text) {
     constexpr std::string_view kReplacement = "\xef\xbf\xbd";
-    std::string json = "\"";
+    json += '"';
     while (!text.empty()) {
         const First first = first_of(text);
         if (first.length == 1 && first.is_whole)
@@ -73,14 +66,55 @@ std::string json_string(std::string_view text) {
             json += first.is_whole ? text.substr(0, first.length) : kReplacement;
         text.remove_prefix(first.length);
     }
-    return json += '"';
+    json += '"';
+}
+
+}  // namespace
+
+std::size_t utf8_length(std::string_view text) {
+    const First first = first_of(text);
+    return first.is_whole ? first.length : 0;
+}
+
+void JsonText::separate() {
+    if (!json_.empty() && std::string_view("{[:").find(json_.back()) == std::string_view::npos)
+        json_ += ',';
+}
+
+void JsonText::begin(char bracket) {
+    separate();
+    json_ += bracket;
+}
+
+void JsonText::end(char bracket) { json_ += bracket; }
+
+void JsonText::name(std::string_view name) {
+    text(name);
+    json_ += ':';
+}
+
+void JsonText::text(std::string_view text) {
+    separate();
+    append_string(json_, text);
+}
+
+void JsonText::plain(std::string_view json) {
+    separate();
+    json_ += json;
+}
+
+void JsonText::number(unsigned number) { plain(std::to_string(number)); }
+
+std::string json_string(std::string_view text) {
+    std::string json;
+    append_string(json, text);
+    return json;
 }
 
 std::string json_object(std::initializer_list<JsonMember> members) {
-    std::string json = "{";
-    for (const JsonMember& member : members) {
-        if (json.size() > 1) json += ',';
-        json.append(json_string(member.name)).append(":").append(json_string(member.value));
-    }
-    return json += '}';
+    JsonText json;
+    json.begin('{');
+    for (const JsonMember& member : members) json.member(member.name, member.value);
+    json.end('}');
+    return json.take();
 }

@@ -40,27 +40,26 @@ void write_names(const CgiPage& page, const Group& group, Write write) {
         for (const ArrayFun& list : tables.lists) write(list.name);
 }
 
-std::string json_of(const CgiPage& page) {
-    std::string json = "{\"page\":" + json_string(page.name);
+void write_page(JsonText& json, const CgiPage& page) {
+    json.begin('{');
+    json.member("page", page.name);
     for (const Group& group : kGroups) {
-        json += "," + json_string(group.name) + ":[";
-        write_names(page, group, [&](std::string_view name) {
-            if (!json.ends_with('[')) json += ',';
-            json += json_string(name);
-        });
-        json += ']';
+        json.name_and(group.name).begin('[');
+        write_names(page, group, [&](std::string_view name) { json.text(name); });
+        json.end(']');
     }
-    return json += '}';
+    json.end('}');
 }
 
-std::string json_of_all() {
-    std::string json = "{\"pages\":[";
-    for (const CgiPage& page : CgiTab)
-        json.append(json.ends_with('[') ? "" : ",\n").append(json_of(page));
-    json += "],\n\"views\":[";
-    for (const std::string_view view : plain_view_names())
-        json.append(json.ends_with('[') ? "" : ",").append(json_string(view));
-    return json += "]}";
+void write_all(JsonText& json) {
+    json.begin('{');
+    json.name_and("pages").begin('[');
+    for (const CgiPage& page : CgiTab) write_page(json, page);
+    json.end(']');
+    json.name_and("views").begin('[');
+    for (const std::string_view view : plain_view_names()) json.text(view);
+    json.end(']');
+    json.end('}');
 }
 
 int get_text(LongText& text, int&) {
@@ -83,6 +82,8 @@ constexpr std::array kLists = std::to_array<ArrayFun>({{"api_pages", get_text}})
 
 int show_api(const FormList* form) {
     if (!wants_data()) return render_page("api.htm", {}, kLists, nullptr, form);
-    answer_data("", "", json_of_all());
+    JsonText json;
+    write_all(json);
+    answer_data("", "", json.so_far());
     return 0;
 }

@@ -49,23 +49,19 @@ LinkState readable_link_state() try { return link_state(); } catch (const Unread
     return {"", kNoMethodYet, "The settings cannot be read."};
 }
 
-std::string members(std::string_view page) {
+void write_members(JsonText& json, std::string_view page) {
     const auto is_page = [&](const char* name) { return page == name; };
-    if (std::ranges::none_of(StatusTab, is_page) && !field_is(asking_form, "state", "yes"))
-        return "";
+    if (std::ranges::none_of(StatusTab, is_page) && !field_is(asking_form, "state", "yes")) return;
     const LinkState link = readable_link_state();
-    std::string json = json_object({{"state", link.state},
-                                    {"cause", link.cause},
-                                    {"method", link.method},
-                                    {"address", link.address}});
-    json.front() = ',';
-    json.pop_back();
-    return json;
+    json.member("state", link.state);
+    json.member("cause", link.cause);
+    json.member("method", link.method);
+    json.member("address", link.address);
 }
 
 }  // namespace
 
 void offer_link_members(const FormList* form) {
     asking_form = form;
-    further_members = members;
+    further_members = write_members;
 }

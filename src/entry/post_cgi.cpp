@@ -85,8 +85,10 @@ private:
             const std::string when = date_text(change.time);
             GetErrMsgByIndex(Msg::ChangedMeanwhile, message_, wants_data() ? who : escape_html(who),
                              when);
-            post_outcome.members =
-                ",\"who\":" + json_string(who) + ",\"when\":" + json_string(when);
+            JsonText members;
+            members.member("who", who);
+            members.member("when", when);
+            post_outcome.members = members.take();
             return true;
         }
         return false;

@@ -24,7 +24,7 @@ void answer_told(std::string_view status, std::string_view name, std::string_vie
 struct Outcome {
     std::string_view status = {};  // empty: the request did not act
     bool accepted = false;
-    std::string members = {};  // further ones: `,"name":value` each
+    std::string members = {};  // further ones: `"name":value,...`
     bool refused_after_all = false;
 };
 inline Outcome post_outcome;
