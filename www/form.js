@@ -1,7 +1,7 @@
 // What forms do: they wait for the values in force, check, tell what changes, ask, send, and say what became of it.
 import { again, all, before, builders, changesOf, choice, current, during, fieldsOf, fill, forms, freshen, get, here,
   inForce, isBusy, isChanged, isEdited, isPage, isReady, isSwitch, itemOf, lock, main, make, messageOf, named, newest,
-  one, patiently, post, say, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf,
+  one, patiently, post, say, setNewest, settings, source, step, take, textOf, valueIn, valueOf, valuesOf, view,
   warningsOf, warns } from "./page.js";
 
 let uses = []; // what else the page brings along
@@ -37,11 +37,11 @@ function isWrong(form, button) {
 
 // What is in force is asked for again, so that what others did meanwhile is neither undone nor hidden.
 function lookUp(form) {
-  return "settings" in form.dataset ? inForce() : form.dataset.list ? again() : newest;
+  return "settings" in form.dataset ? inForce() : "list" in form.dataset ? again() : newest;
 }
 
 // A form tells which change it was filled after, so that a later one is not overwritten unseen.
-const see = (page) => all("[name=seen]").forEach((field) => { field.value = one("[name=seen]", page).value; });
+const see = ({ seen }) => all("[name=seen]").forEach((field) => (field.value = seen));
 
 // A page that could not read its settings shows others; what the form holds is none of theirs then.
 function troubleOf({ dataset }, page) {
@@ -68,7 +68,9 @@ async function lookAhead(form, button) {
   const data = dataOf(form, button);
   data.set("preview", "yes");
   const page = await post(data, one("[type=file]", form));
-  return [messageOf(page), ...one("#preview", page).childNodes];
+  const { values, lists } = page;
+  return [`${values.preview_summary} ${messageOf(page)}`,
+    make("pre", {}, [...lists.preview_files, ...lists.preview_commands].join("\n"))];
 }
 
 function dataOf(form, button) {
@@ -76,23 +78,24 @@ function dataOf(form, button) {
   for (const { value, dataset: { parts, join } } of all("[data-parts]", form))
     parts.split(" ").forEach((name, at) => data.set(name, value.split(join)[at] ?? ""));
   if (button.name) data.set(button.name, button.value);
-  if (form.dataset.done) data.set("next_file", form.dataset.done);
+  if ("settings" in form.dataset) data.set("next_file", source);
   return data;
 }
 
 async function send(form, button, was, answer) {
   const data = dataOf(form, button);
   if (answer === "use") data.delete("confirm_within"); // what is not in use cuts nobody off; the next request might
-  const { done, said = "Saved." } = form.dataset;
+  const { said = "Saved." } = form.dataset;
   const page = await post(data, one("[type=file]", form));
   see(page);
   const text = messageOf(page);
-  const isRefused = done && !isPage(page, done);
-  const { kind, page: later = page, text: words } = isRefused ? { text, kind: "bad" }
+  const { accepted, change } = page;
+  const { kind, page: later = page, text: words } = !accepted ? { text, kind: "bad" }
     : await outcomeOf({ form, button, was, page, text, said, data });
   const isTaken = kind !== "bad";
   if (isTaken) await settle(form, later);
-  say(words || (isTaken ? messageOf(newest) : ""), kind, ...all("#undo :not([href$='='])", page));
+  const link = change && make("a", { href: view(`history.htm&change=${change}`) }, "Look at it or undo it");
+  say(words || (isTaken ? messageOf(newest) : ""), kind, ...(link ? [link] : []));
   if (isTaken) setTimeout(() => uses.forEach((part) => part.answered?.(form, answer))); // when the form is free again
 }
 
@@ -109,13 +112,13 @@ async function outcomeOf(request) {
 // Takes what is in force after a request: its answer tells it, or else it is asked for.
 async function settle(form, page) {
   all("[data-typed]", form).forEach((field) => before.set(field, (field.value = "")));
-  if (form.dataset.fills) valuesOf(document.getElementById(form.dataset.fills)).forEach((field) => fill(field, valueIn(page, field.name)));
+  if (form.dataset.fills) valuesOf(document.getElementById(form.dataset.fills)).forEach((field) => fill(field, valueIn(page.values, field)));
   else {
     freshen(page, form);
     if (!isPage(page, source)) freshen(await reload(), form);
   }
   forms().forEach(follow);
-  uses.forEach(({ settled }) => settled?.(true));
+  uses.forEach(({ settled }) => settled?.(page));
 }
 
 const reload = () => inForce().catch(() => { throw new Error("Saved. Reload the page."); });
@@ -260,7 +263,7 @@ async function strayOf(form) {
   const fields = all("[data-lan]:valid", form).filter((field) => field.value && isChanged(field));
   const page = fields.length && await get("ac_cfg.htm").catch(() => null);
   if (!page) return [];
-  const lan = ["vs_web_1", "vs_web_2", "vs_web_3"].map((name) => one(`[name=${name}]`, page).value).join(".");
+  const lan = ["vs_web_1", "vs_web_2", "vs_web_3"].map((name) => page.values[name]).join(".");
   return fields.filter(({ value, dataset }) => value.startsWith(`${lan}.`) !== (dataset.lan === "in")).map((field) =>
     `${itemOf(field)}: this address is ${field.dataset.lan === "in" ? "outside" : "in"} the network of the LAN, ${lan}.`);
 }
@@ -290,7 +293,6 @@ export async function begin(parts) {
   all("[data-unscripted]", main).forEach((element) => element.remove());
   all("[data-scripted]", main).forEach((element) => (element.hidden = element.disabled = false));
   uses.forEach(({ prepare }) => prepare?.());
-  builders.forEach((build) => build(newest));
   for (const form of forms()) {
     form.noValidate = true;
     form.addEventListener("submit", submit);
@@ -303,12 +305,12 @@ export async function begin(parts) {
 }
 
 async function fillIn() {
-  const isOwn = !main.dataset.source && !messageOf(document);
   try {
-    if (!isOwn) setNewest(await patiently("Waiting for the values in force.", inForce));
+    setNewest(await patiently("Waiting for the values in force.", inForce));
   } catch {
     return say("The values could not be fetched, so nothing can be changed.", "bad", tryAgain());
   }
+  freshen(newest);
   for (const form of settings()) {
     const trouble = troubleOf(form, newest);
     form.toggleAttribute("data-locked", trouble);
@@ -319,7 +321,7 @@ async function fillIn() {
   forms().forEach(follow);
   main.dataset.ready = "";
   lock();
-  uses.forEach(({ settled }) => settled?.());
+  uses.forEach(({ settled }) => settled?.(newest));
 }
 
 const tryAgain = () => step("Try again", () => {

@@ -1,28 +1,21 @@
 // Lists: boxes to choose from, a search field above a long one, applications, modems.
 import { follow, RULES } from "./form.js";
-import { all, before, builders, current, labelOf, main, make, named, newest, one, step, take, tellers, textOf,
-  valueOf, valuesOf } from "./page.js";
+import { all, before, builders, current, labelOf, main, make, named, newest, one, step, take, tellers, textOf, valuesOf } from "./page.js";
 
 const SEARCH_FROM = 8; // entries from which a list gets a search field
 
 // ---- what became of a request ----
 
-// The entries of a list as a page shows them, before its value where it has one.
-function entriesOf(name, page) {
-  const list = all("select", one("main", page)).find((each) => each.name === name);
-  const texts = all("option", list).map(({ text }) => text.trim());
-  if ("applications" in list.dataset) return texts.map((text) => all("input", settingsOf(text, page)).map(valueOf).join());
-  return list.multiple ? texts : [list.value, ...texts];
-}
-const isCut = (page) => textOf(one("#cut", page));
+const isCut = ({ values }) => Object.keys(values).some((key) => key.endsWith("_left_out") && values[key]);
+const stateOf = ({ values, lists }) => JSON.stringify([values, lists]);
 
 export function outcome({ form, was, page, text, said, data }) {
   const { list, good, deletes } = form.dataset;
-  if (!list) return null;
-  const now = entriesOf(list, page);
-  const left = data.getAll(list).filter((value) => deletes === "" && now.some((entry) => firstWord(entry) === value));
+  if (list === undefined) return null;
+  const now = Object.values(page.lists).flat().map(firstWord);
+  const left = deletes ? data.getAll(deletes).filter((value) => now.includes(value)) : [];
   if (left.length) return { text: `Still on the list: ${left.join(", ")}. ${text}`, kind: "bad" };
-  if (entriesOf(list, was).join("\n") !== now.join("\n")) return { text: text || said, kind: !text || (good && text.includes(good)) ? "good" : "" };
+  if (stateOf(was) !== stateOf(page)) return { text: text || said, kind: !text || (good && text.includes(good)) ? "good" : "" };
   if (text) return { text, kind: text.startsWith("Warning") ? "" : "bad" };
   return isCut(page) ? { text: `${said} The list is too long to show it.`, kind: "good" }
     : { text: "Nothing has changed: the list is as it was.", kind: "" };
@@ -35,12 +28,12 @@ const firstWord = (entry) => entry.split(/\s/)[0];
 
 // A list to choose several of gets a box for each.
 function checklist(list) {
-  const { name, form } = list;
+  const { name, form, dataset: { options } } = list;
   const boxes = make("div", { className: "checks", role: "group", ariaLabel: labelOf(list) });
   const box = (value, more) => make("input", { type: "checkbox", name, value, ...more });
   list.closest(".field").replaceWith(boxes);
-  builders.push((page) => {
-    boxes.replaceChildren(...entriesOf(name, page).map((entry) => make("label", {}, box(firstWord(entry)), ` ${entry}`)));
+  builders.push(({ lists }) => {
+    boxes.replaceChildren(...lists[options].map((entry) => make("label", {}, box(firstWord(entry)), ` ${entry}`)));
     boxes.dispatchEvent(new Event("renewed"));
   });
   searchable(boxes, (text) => isCut(newest) && step(`Delete ${text} from the list`, () => {
@@ -76,8 +69,9 @@ function searchable(list, beyond = () => "") {
 
 // Choosing a modem brings the init string that the list knows for it.
 function modems(list) {
+  let inits = [...textOf(one("#inits")).matchAll(/'(.*)',?$/gm)].map((match) => match[1].replaceAll("\\\\", "\\"));
+  builders.push(({ lists }) => (inits = lists.a_init));
   list.addEventListener("change", () => {
-    const inits = [...textOf(one("#inits")).matchAll(/'(.*)',?$/gm)].map((match) => match[1].replaceAll("\\\\", "\\"));
     const at = list.selectedIndex - list.length + inits.length;
     if (at >= 0) named("nat_init_string", list.form).value = inits[at];
   });
@@ -86,13 +80,9 @@ function modems(list) {
 // ---- applications ----
 
 // What a page tells of an application: for each field a list with a value for each of them.
-function settingsOf(name, page) {
-  const row = all("[data-applications] option", page).findIndex(({ text }) => text.trim() === name);
-  const lists = row < 0 ? [] : all("pre", page);
-  return make("div", {}, ...lists.map((list) => {
-    const value = textOf(list).split(",")[row].replaceAll('"', "");
-    return make("input", { name: list.id, value: list.dataset.words?.split(" ")[value] ?? value });
-  }));
+function settingsOf(name, { lists }) {
+  const row = lists.nat_sap_list.indexOf(name);
+  return Object.fromEntries(all("[data-each]").map(({ id, dataset }) => [id, lists[dataset.each][row]]));
 }
 
 // "TCP 554", "UDP 6970 to 7170" or "none".
@@ -132,9 +122,8 @@ function applications(list) {
   };
   builders.push((page) => {
     const chosen = chosenIn(form);
-    rows.replaceChildren(...all("[data-applications] option", page).map(({ text }) => {
-      const value = text.trim();
-      const get = (name) => valueOf(named(name, settingsOf(value, page)));
+    rows.replaceChildren(...page.lists.nat_sap_list.map((value) => {
+      const get = (name) => settingsOf(value, page)[name];
       const radio = make("input", { type: "radio", name: list.name, value, checked: value === chosen, onchange });
       return make("label", {}, radio, ` ${value} `, make("small", {}, openingOf(get) || (get("v_nat_sap_enable") === "checked" ? "On." : "Off.")));
     }));

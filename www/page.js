@@ -12,8 +12,8 @@ export const source = main.dataset.source ?? here; // the page with the values i
 const origin = main.dataset.origin ?? here;
 export const forms = () => all("form:not([data-plain])", main);
 export const textOf = (element) => element?.textContent.trim() ?? "";
-export const messageOf = (page) => textOf(one(".message", page));
-export const isPage = (page, name) => page.body.dataset.page === name;
+export const messageOf = ({ message, notice, errors = {} }) => message || notice || Object.values(errors)[0] || "";
+export const isPage = ({ page }, name) => page === name;
 export const view = (page) => `nat.cgi?next_file=${page}`;
 
 export function make(tag, properties, ...children) {
@@ -24,45 +24,46 @@ export function make(tag, properties, ...children) {
 export const step = (label, onclick) => make("button", { type: "button", className: "second", onclick }, label);
 
 // The parts of an address, or of a time of day, become one field, which knows their names.
-function join(page) {
-  for (const group of all("[data-join]", page)) {
-    const parts = all("input", group);
-    const { type = "text", join: sign, digits } = group.dataset;
-    const values = parts.map(({ value }) => value.padStart(digits, "0"));
-    const [{ name, required }] = parts;
-    const field = make("input", { type, name, required, inputMode: "decimal" });
-    for (const { name: attribute, value } of group.attributes) field.setAttribute(attribute, value);
-    field.removeAttribute("role");
-    field.dataset.parts = parts.map((part) => part.name).join(" ");
-    if (parts.some(({ value }) => value)) field.value = values.join(sign);
-    group.replaceWith(field);
-  }
-  return page;
+for (const group of all("[data-join]")) {
+  const parts = all("input", group);
+  const { type = "text", join: sign, digits } = group.dataset;
+  const values = parts.map(({ value }) => value.padStart(digits, "0"));
+  const [{ name, required }] = parts;
+  const field = make("input", { type, name, required, inputMode: "decimal" });
+  for (const { name: attribute, value } of group.attributes) field.setAttribute(attribute, value);
+  field.removeAttribute("role");
+  field.dataset.parts = parts.map((part) => part.name).join(" ");
+  if (parts.some(({ value }) => value)) field.value = values.join(sign);
+  group.replaceWith(field);
 }
-join(document);
 
 // ---- asking the appliance ----
 
-async function read(answer) {
-  const page = join(new DOMParser().parseFromString(await answer.text(), "text/html"));
-  if (answer.status === 401) throw new Error("The appliance asks for its password: reload the page.");
-  if (!page.body.dataset.page)
-    throw new Error(textOf(one("h2", page) ?? page.body).replace(/\s+/g, " "), { cause: answer.status });
-  showWaiting(page);
-  return page;
+// A page as the appliance tells it: its values and lists by their keys, and what became of a request. What is no such
+// answer comes from a server on the way, or is why there is no page.
+async function read(answer, doubt = "") {
+  const { status, statusText } = answer;
+  const data = await answer.json().catch(() => ({}));
+  if (data.page) {
+    showWaiting(data);
+    return data;
+  }
+  if (status === 401) throw new Error("The appliance asks for its password: reload the page.");
+  throw new Error(data.message ?? data.error ?? `The server answered "${status} ${statusText}". ${doubt}`.trim(), { cause: status });
 }
 
-export const ask = (what) => fetch(view(what), { cache: "no-store" });
+const headers = { Accept: "application/json" };
+export const ask = (what) => fetch(view(what), { cache: "no-store", headers });
 export const get = async (page) => read(await ask(page));
 export const again = () => get(origin);
-export const inForce = () => get(main.dataset.source ?? origin);
+export const inForce = () => get(`${main.dataset.source ?? origin}&state=yes`);
 
 export async function post(data, isUpload) {
-  const answer = await fetch("nat.cgi", { method: "POST", body: isUpload ? data : new URLSearchParams(data) })
+  const body = isUpload ? data : new URLSearchParams(data);
+  body.set("state", "yes");
+  const answer = await fetch("nat.cgi", { method: "POST", headers, body })
     .catch(() => { throw new Error(`The appliance did not answer. ${UNKNOWN}`); });
-  const { status, statusText } = answer;
-  if (status >= 500 && status !== 503) throw new Error(`The server answered "${status} ${statusText}". ${UNKNOWN}`);
-  return read(answer);
+  return read(answer, UNKNOWN);
 }
 
 // ---- telling and asking ----
@@ -117,7 +118,7 @@ export async function patiently(text, work) {
     return await work();
   } finally {
     clearTimeout(slow);
-    if (messageOf(document) === text) say("");
+    if (textOf(one(".message", main)) === text) say("");
   }
 }
 
@@ -141,17 +142,20 @@ export async function during(text, button, work) {
   }
 }
 
-// The newest answer tells of a change that waits to be kept.
-function showWaiting(page) {
-  const bar = one("#keep", page);
-  if (bar) one("#keep")?.replaceWith(bar);
-  if (bar?.dataset.change) import("./keep.js");
+// Every answer tells of a change that waits to be kept.
+const bar = one("#keep");
+function showWaiting({ waiting = "", waiting_left: left = "" }) {
+  if (!bar?.elements.change) return;
+  bar.dataset.change = bar.elements.change.value = one("i", bar).textContent = waiting;
+  one("b", bar).textContent = left;
+  bar.dataset.end = Date.now() + 1000 * left;
+  if (waiting) import("./keep.js");
 }
-showWaiting(document);
+if (bar) showWaiting({ waiting: bar.dataset.change, waiting_left: textOf(one("b", bar)) });
 
 // ---- the values in force ----
 
-export let newest = document.cloneNode(true); // the newest page with values in force
+export let newest = { values: {}, lists: {} }; // the newest page with values in force
 export const setNewest = (page) => (newest = page);
 
 export const settings = () => all("form[data-settings]", main);
@@ -165,7 +169,13 @@ export const valuesOf = (root) =>
   fieldsOf(root).filter((field) => !field.matches("[type=radio], [type=file], [multiple], [size], .checks *, .keep *"));
 export const valueOf = (field) => (isSwitch(field) ? (field.checked ? "checked" : "unchecked") : field.value);
 export const named = (name, root) => fieldsOf(root).find((field) => field.name === name);
-export const valueIn = (page, name) => valueOf(named(name, one("main", page)));
+
+// The value of a field; that of one that was joined, of its parts; nothing where it has none. A secret is never told.
+export function valueIn(values, { name, dataset: { parts = name, join: sign, digits } }) {
+  const all = parts.split(" ").map((part) => values[part]);
+  if (all[0] === undefined) return undefined;
+  return all.some(Boolean) ? all.map((value) => value.padStart(digits, "0")).join(sign) : "";
+}
 
 export function fill(field, value) {
   if (isSwitch(field)) field.checked = value === "checked";
@@ -181,28 +191,27 @@ export const isEdited = (form) => valuesOf(form).some(isChanged);
 
 // The value of a field: as it stands on this page, or else as it is in force.
 export function current(name, form) {
-  const field = named(name, form) ?? named(name, main) ?? named(name, one("main", newest));
-  return field ? valueOf(field) : "";
+  const field = named(name, form) ?? named(name, main);
+  return field ? valueOf(field) : newest.values[name] ?? "";
 }
 
 // ---- taking values ----
 
-// Forms whose values a page tells in a way of its own: a function of the page that makes an element with their fields.
+// Forms whose values a page tells in a way of its own: a function of the page that gives them by their fields' names.
 export const tellers = new WeakMap();
 
 // Takes the values in force into a form, except where something was typed; returns the names of what
 // others have changed at the same place.
 export function take(form, page, isPosted) {
   const clashes = new Set();
-  const there = tellers.get(form)?.(page) ?? one("main", page);
+  const values = tellers.get(form)?.(page) ?? page.values;
   for (const field of valuesOf(form)) {
-    const twin = named(field.name, there);
-    if (!twin) continue;
-    const value = valueOf(twin);
+    const value = valueIn(values, field) ?? (isPosted ? before.get(field) : undefined);
+    if (value === undefined) continue;
     if (isPosted || !isChanged(field)) fill(field, value);
     else if (![before.get(field), valueOf(field)].includes(value)) clashes.add(itemOf(field));
     before.set(field, value);
-    if (field.placeholder !== twin.placeholder) field.placeholder = twin.placeholder;
+    if (field.dataset.kept) field.placeholder = values[field.dataset.kept];
   }
   return [...clashes];
 }
@@ -212,7 +221,10 @@ export const builders = []; // what makes parts of this page out of a page that 
 // Takes what a page shows and tells anew; what stands beside it is left alone.
 export function freshen(page, posted) {
   if (isPage(page, here)) {
-    all("[data-live]", main).forEach((part) => replace(part, one(`#${part.id}`, page)));
+    const { values, lists } = page;
+    for (const { dataset } of all("[data-of]", main)) dataset.is = values[dataset.of];
+    for (const part of all("[data-text]", main)) put(part, part.dataset.text.replace(/{(\w+)}/g, (_, key) => values[key]));
+    for (const part of all("[data-items]", main)) replace(part, lists[part.dataset.items]);
     builders.forEach((build) => build(page));
   }
   if (!isPage(page, source)) return;
@@ -220,11 +232,18 @@ export function freshen(page, posted) {
   settings().forEach((form) => take(form, page, form === posted));
 }
 
-function replace(part, fresh) {
-  if (!fresh || fresh.innerHTML === part.innerHTML) return;
-  const { value } = part;
-  part.replaceChildren(...document.importNode(fresh, true).childNodes);
-  if (value !== undefined) fill(part, value);
+function put(part, text) {
+  if (part.textContent !== text) part.textContent = text;
+}
+
+// A list of options, the rows of a table, or lines of text.
+function replace(part, items) {
+  const { value, tagName } = part;
+  if (tagName === "SELECT") {
+    part.replaceChildren(...items.map((item) => new Option(item)));
+    fill(part, value);
+  } else if (tagName === "TBODY") part.replaceChildren(...items.map((row) => make("tr", {}, ...row.map((cell) => make("td", {}, cell)))));
+  else put(part, items.map((line) => `${line}\n`).join(""));
   part.closest(".wide")?.dispatchEvent(new Event("renewed"));
 }
 

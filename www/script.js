@@ -8,10 +8,9 @@
 //   form   data-plain    is left to the browser
 //          data-settings edits what is in force: says what changes, asks before it is sent
 //          data-despite  words of messages that do not concern it
-//          data-done     page to ask for as the sign that everything was accepted
 //          data-said     what to say after a success
-//          data-list     list whose entries show what became of it
-//          data-deletes  the chosen entries shall be gone from it then
+//          data-list     what the page lists shows what became of it
+//          data-deletes  field with the entries that shall be gone then
 //          data-good     words of a message that is good news
 //          data-fills    form that gets the values of the answer, not yet saved
 //          data-method   access method whose settings these are
@@ -21,7 +20,9 @@
 //   field  data-word     what stands before its value in the list of changes
 //          data-same     name of the field that it repeats
 //          data-from     name of the first field of a range of which it is the last
-//          data-port     the same; cannot be that of another server that is on
+//          data-kept     key that says whether a password is stored
+//          data-options  list with the entries to choose from
+//          data-port     the same as data-word; cannot be that of another server that is on
 //          data-typed    empty again after a success
 //          data-host     only the host of a pasted address is left of it
 //          data-hosts    gets a list of the hosts of the LAN to choose from
@@ -32,13 +33,15 @@
 //          data-beside   address and netmask of the network that this gateway must be in
 //          data-lan      "in" or "out": where this address should be, seen from the LAN
 //   text   data-warn     "name=value name!=value name": shown while all hold (a bare name: was changed), told before a save
-//   part   data-live     is taken from the newest answer, by its id
+//   part   data-text     text with values of the newest answer, "{key}" each
+//          data-of       key whose value becomes data-is, for the style
+//          data-items    list of the newest answer that is shown: options, rows of a table or lines
 //          data-told     what is said here is told before a save
 //          data-unscripted, data-scripted  is there without, or only with scripts
-//          data-words    words for the numbers in a list
+//          data-each     list with the value of the field of its id for every application
 //   button data-confirm  question to ask first
 //          data-goal     "up" or "down": what the link shall be then
-//          data-empties  id of the part that shall be empty then
+//          data-empties  list that shall be empty then
 //          data-silent   says nothing after a success
 
 for (const form of document.querySelectorAll("main form:not([data-plain])")) form.inert = true; // until the values in force are in it

@@ -1,16 +1,15 @@
 // Taking a connection into use.
-import { during, get, isPage, messageOf, post, say, step, valueIn, view } from "./page.js";
+import { during, get, messageOf, post, say, step, view } from "./page.js";
 
 async function isUsed(method) {
-  const base = await get("nat_base.htm");
-  return valueIn(base, "internet_access") === "checked" && valueIn(base, "access_method") === method;
+  const { values } = await get("nat_base.htm");
+  return values.internet_access === "checked" && values.access_method === method;
 }
 
 const use = (method, within = "") => during("Connecting. This may take a minute.", null, async () => {
   const page = await post({ this_file: "nat_conn.htm", todo: "save", next_file: "nat_base.htm",
     internet_access: "checked", access_method: method, confirm_within: within });
-  if (!isPage(page, "nat_base.htm")) throw new Error(messageOf(page));
-  sessionStorage.removeItem("link");
+  if (!page.accepted) throw new Error(messageOf(page));
   location.assign(view("nat_status.htm"));
 });
 

@@ -61,3 +61,9 @@ bool LogMask::is_in_value(char c) {
     if (in_value_) matched_ = 0;
     return false;
 }
+
+std::string masked(std::string_view text) {
+    LogMask mask(stored_passwords());
+    std::string shown = mask.pass(text);
+    return shown += mask.rest();
+}

@@ -39,3 +39,6 @@ private:
     bool escaped_ = false;
     bool masking_ = false;
 };
+
+// A whole text without the stored passwords, as LogMask does. Throws Unreadable.
+std::string masked(std::string_view text);

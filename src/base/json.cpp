@@ -26,18 +26,23 @@ unsigned char octet(std::string_view text, std::size_t at) {
     return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
 }
 
-// The length of the character at the beginning of the text; 0 when none of UTF-8 is there.
-std::size_t length_of_first(std::string_view text) {
+// What is at the beginning of a text: a character, or octets that could have begun one.
+struct First {
+    std::size_t length;
+    bool is_whole;
+};
+First first_of(std::string_view text) {
     const unsigned char first = octet(text, 0);
-    if (first < 0x80) return 1;
+    if (first < 0x80) return {1, true};
     for (const Lead& lead : kLeads) {
         if (first < lead.first || first > lead.last) continue;
-        if (octet(text, 1) < lead.least_second || octet(text, 1) > lead.most_second) return 0;
+        if (octet(text, 1) < lead.least_second || octet(text, 1) > lead.most_second)
+            return {1, false};
         for (std::size_t at = 2; at < lead.length; ++at)
-            if ((octet(text, at) & 0xc0) != 0x80) return 0;
-        return lead.length;
+            if ((octet(text, at) & 0xc0) != 0x80) return {at, false};
+        return {lead.length, true};
     }
-    return 0;
+    return {1, false};
 }
 
 void append_escaped(std::string& json, char c) {
@@ -50,27 +55,66 @@ void append_escaped(std::string& json, char c) {
         json.append("\\u00") += {kDigits[code >> 4], kDigits[code & 0xf]};
 }
 
-}  // namespace
-
-std::string json_string(std::string_view text) {
+void append_string(std::string& json, std::string_view text) {
     constexpr std::string_view kReplacement = "\xef\xbf\xbd";
-    std::string json = "\"";
+    json += '"';
     while (!text.empty()) {
-        const std::size_t length = length_of_first(text);
-        if (length == 1)
+        const First first = first_of(text);
+        if (first.length == 1 && first.is_whole)
             append_escaped(json, text.front());
         else
-            json += length == 0 ? kReplacement : text.substr(0, length);
-        text.remove_prefix(length == 0 ? 1 : length);
+            json += first.is_whole ? text.substr(0, first.length) : kReplacement;
+        text.remove_prefix(first.length);
     }
-    return json += '"';
+    json += '"';
+}
+
+}  // namespace
+
+std::size_t utf8_length(std::string_view text) {
+    const First first = first_of(text);
+    return first.is_whole ? first.length : 0;
+}
+
+void JsonText::separate() {
+    if (!json_.empty() && std::string_view("{[:").find(json_.back()) == std::string_view::npos)
+        json_ += ',';
+}
+
+void JsonText::begin(char bracket) {
+    separate();
+    json_ += bracket;
+}
+
+void JsonText::end(char bracket) { json_ += bracket; }
+
+void JsonText::name(std::string_view name) {
+    text(name);
+    json_ += ':';
+}
+
+void JsonText::text(std::string_view text) {
+    separate();
+    append_string(json_, text);
+}
+
+void JsonText::plain(std::string_view json) {
+    separate();
+    json_ += json;
+}
+
+void JsonText::number(unsigned number) { plain(std::to_string(number)); }
+
+std::string json_string(std::string_view text) {
+    std::string json;
+    append_string(json, text);
+    return json;
 }
 
 std::string json_object(std::initializer_list<JsonMember> members) {
-    std::string json = "{";
-    for (const JsonMember& member : members) {
-        if (json.size() > 1) json += ',';
-        json.append(json_string(member.name)).append(":").append(json_string(member.value));
-    }
-    return json += '}';
+    JsonText json;
+    json.begin('{');
+    for (const JsonMember& member : members) json.member(member.name, member.value);
+    json.end('}');
+    return json.take();
 }

@@ -11,7 +11,7 @@
 
 // How requests are refused, beside their text: those that would have to wait for a change to be
 // kept get a status of their own, as sending them again does not help before that.
-inline constexpr char kLockedStatus[] = "Status: 423 Locked\n";  // RFC 4918, 11.3
+inline constexpr std::string_view kLocked = "423 Locked";  // RFC 4918, 11.3
 
 // Why a form that acts must not, because of its own wish to wait or of a change that waits: the
 // number of the message in `message`; 0 when it may. The undo of the very change that waits may.

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "framework/answer.h"
 #include "framework/page_room.h"
 
 // True when only its owner can read a file of that mode.
@@ -34,6 +35,7 @@ std::string list_of_files(const Files& files, std::string_view behind, Describe 
             if (!room.take(part)) break;
         }
         list += part;
+        if (wants_data()) list += '\0';  // between the items
     }
     return list;
 }

@@ -15,6 +15,7 @@
 #include "entry/confirmation.h"
 #include "entry/file_texts.h"
 #include "entry/going_back.h"
+#include "framework/answer.h"
 #include "framework/msgfile.h"
 
 namespace {
@@ -154,12 +155,14 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"history_summary", get_summary, nullptr},
     {"history_later", get_later, nullptr},
     {"history_overwrite", get_overwrite, nullptr},
+    {"change", nullptr, nullptr},
+    {"overwrite", nullptr, nullptr},
 });
 
 constexpr std::array array_fun_tab = std::to_array<ArrayFun>({
-    {"history_list", get_list},
-    {"history_numbers", get_numbers},
-    {"history_files", get_files},
+    {"history_list", get_list, Shape::rows},
+    {"history_numbers", get_numbers, Shape::options},
+    {"history_files", get_files, Shape::parts},
     {"history_commands", get_commands},
 });
 
@@ -199,6 +202,8 @@ int undo(const FormList* form, int mode, const Actions& actions, Message& messag
 
 }  // namespace
 
+PageTables history_tables() { return {rows_of(key_fun_tab), array_fun_tab}; }
+
 int get_history(const char* message, const FormList* form) {
     gather([&] {
         const std::vector<unsigned> numbers = kept_changes();
@@ -210,7 +215,7 @@ int get_history(const char* message, const FormList* form) {
         shown.change = shown.later.front();
         shown.later.erase(shown.later.begin());
     });
-    return html_parser(kPage, key_fun_tab, array_fun_tab, message, form);
+    return render_page(kPage, history_tables(), message, form);
 }
 
 int set_history(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,

@@ -15,11 +15,13 @@
 #include "base/log.h"
 #include "base/turn.h"
 #include "entry/confirmation.h"
+#include "entry/link_members.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
 #include "entry/preview.h"
 #include "entry/recovery.h"
 #include "entry/request_guard.h"
+#include "framework/answer.h"
 #include "framework/cgi-lib.h"
 #include "framework/html-lib.h"
 #include "framework/message.h"
@@ -74,7 +76,7 @@ int show(const char* name, const char* back_link, const FormList* form,
     if (index >= 0) return CgiTab[static_cast<std::size_t>(index)].getter(notice, form);
     // The link goes to a page that is a file of the folder, so it works whatever is wrong here.
     Message message;
-    GetErrMsgByIndex(Msg::UnknownPage, message, escape_html(name));
+    GetErrMsgByIndex(Msg::UnknownPage, message, wants_data() ? name : escape_html(name));
     HtmlMsg(message, back_link, 0);
     return 0;
 }
@@ -127,6 +129,7 @@ int act(const FormList& form) {
                          refusal_for_waiting(form, refusal) == 0;
     if (!imports) return PostCgi(form);
     keep_result("accepted");
+    post_outcome = {kAccepted, true};
     return show("sp_port.htm", "sp_fs.htm", &form);
 }
 
@@ -145,6 +148,7 @@ int main() {
         form = cgi_input_parse();
     }
     const FormList* fields = form ? &*form : nullptr;
+    if (wants_data()) offer_link_members(fields);
     const char* todo = find_val(fields, "todo");
     const char* next_file = find_val(fields, "next_file");
     // These read files that are replaced as a whole, and a long log may have a slow receiver.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appliance/ppp_conf.h"
+#include "entry/api.h"
 #include "entry/going_back.h"
 #include "entry/history.h"
 #include "entry/preview.h"
@@ -32,25 +33,25 @@
 namespace {
 
 constexpr std::array kCgiTab = std::to_array<CgiPage>({
-    {"nat_base.htm", get_nat_base, nullptr},
-    {"nat_sap.htm", get_sap, set_sap},
-    {"nat_conn.htm", get_nat_conn, set_nat_conn},
-    {"nat_vs.htm", get_vs, set_vs},
-    {"nat_filter.htm", get_nat_filter, set_nat_filter},
-    {"sp_base.htm", get_sp_base, nullptr},
-    {"sp_port.htm", get_sp_port, set_sp_port},
-    {"sp_int.htm", get_sp_int, set_sp_int},
-    {"sp_status.htm", get_status, set_status},
-    {"sites_allow.htm", get_sites_allow, set_sites_allow},
-    {"sites_ban.htm", get_sites_ban, set_sites_ban},
-    {"wan_dc.htm", get_wan_dc, set_wan_dc},
-    {"dc_status.htm", get_dc_status, set_dc_status},
-    {"ppp_status.htm", get_ppp_status, set_ppp_status},
-    {"wan_ppp.htm", get_wan_ppp, set_wan_ppp},
-    {"filterlog.htm", get_filterlog, set_filter_log},
-    {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
-    {"history.htm", get_history, set_history},
-    {"preview.htm", get_preview, nullptr},
+    {"nat_base.htm", get_nat_base, nullptr, nat_base_tables},
+    {"nat_sap.htm", get_sap, set_sap, nat_sap_tables},
+    {"nat_conn.htm", get_nat_conn, set_nat_conn, nat_conn_tables},
+    {"nat_vs.htm", get_vs, set_vs, nat_vs_tables},
+    {"nat_filter.htm", get_nat_filter, set_nat_filter, nat_filter_tables},
+    {"sp_base.htm", get_sp_base, nullptr, sp_base_tables},
+    {"sp_port.htm", get_sp_port, set_sp_port, sp_port_tables},
+    {"sp_int.htm", get_sp_int, set_sp_int, sp_int_tables},
+    {"sp_status.htm", get_status, set_status, sp_status_tables},
+    {"sites_allow.htm", get_sites_allow, set_sites_allow, sites_allow_tables},
+    {"sites_ban.htm", get_sites_ban, set_sites_ban, sites_ban_tables},
+    {"wan_dc.htm", get_wan_dc, set_wan_dc, wan_dc_tables},
+    {"dc_status.htm", get_dc_status, set_dc_status, dc_status_tables},
+    {"ppp_status.htm", get_ppp_status, set_ppp_status, ppp_status_tables},
+    {"wan_ppp.htm", get_wan_ppp, set_wan_ppp, wan_ppp_tables},
+    {"filterlog.htm", get_filterlog, set_filter_log, filterlog_tables},
+    {"ac_cfg.htm", get_ac_cfg, set_ac_cfg, ac_cfg_tables},
+    {"history.htm", get_history, set_history, history_tables},
+    {"preview.htm", get_preview, nullptr, preview_tables},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({
@@ -58,6 +59,7 @@ constexpr std::array kPlainViews = std::to_array<PlainView>({
     {"hosts", show_hosts},
     {"progress", show_progress},
     {"group", show_group},
+    {"api", show_api},
 });
 
 constexpr std::array kProcTab = std::to_array<ProcEntry>({
@@ -141,6 +143,12 @@ const char* status_page(int method) {
 const PlainView* plain_view(std::string_view name) {
     const auto found = std::ranges::find(kPlainViews, name, &PlainView::name);
     return found == kPlainViews.end() ? nullptr : &*found;
+}
+
+std::vector<std::string_view> plain_view_names() {
+    std::vector<std::string_view> names;
+    for (const PlainView& view : kPlainViews) names.push_back(view.name);
+    return names;
 }
 
 int GetCgiTabIndex(const char* name) { return name ? index_of(name) : -1; }

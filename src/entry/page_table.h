@@ -4,6 +4,7 @@
 #include <array>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "framework/action_queue.h"
 #include "framework/page.h"
@@ -27,6 +28,7 @@ struct PlainView {
 
 // The view of that name, or null.
 const PlainView* plain_view(std::string_view name);
+std::vector<std::string_view> plain_view_names();
 
 // The page that a request without a form shows.
 inline constexpr char Def_Htm[] = "nat_conn.htm";

@@ -10,11 +10,13 @@
 #include "base/escape.h"
 #include "base/files.h"
 #include "base/journal.h"
+#include "base/json.h"
 #include "base/log.h"
 #include "base/words.h"
 #include "entry/confirmation.h"
 #include "entry/page_table.h"
 #include "framework/action_queue.h"
+#include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
 
@@ -37,7 +39,7 @@ public:
         if (holds_control_character()) return show_refusal();
         if (std::string_view(todo_) == "confirm") return keep_change();
         if (const int refused = refusal_for_waiting(*form_, message_)) return show_wait(refused);
-        if (is_stale()) return show_conflict();
+        if (is_stale()) return show_refusal_with("409 Conflict");
         const bool is_save = std::string_view(todo_) == "save";
         const bool accepted = is_save ? set_group() : set_page();
         flush_folders();
@@ -58,7 +60,7 @@ private:
         const int index = GetCgiTabIndex(name);
         if (index >= 0) return CgiTab[static_cast<std::size_t>(index)];
         log_line("CGI_ERR %s", mark);
-        cgi_err("", message_);
+        cgi_err("", message_, "404 Not Found");
     }
 
     // Keeps the change that waits, whatever page asks for it; a program needs to name none.
@@ -70,8 +72,7 @@ private:
 
     int show_wait(int refused) {
         refusing_ = this_file_;
-        if (refused == Msg::ChangeWaits) put(kLockedStatus);
-        return show_refusal();
+        return refused == Msg::ChangeWaits ? show_refusal_with(kLocked) : show_refusal();
     }
 
     // A text that could break a line of a settings file never reaches a setter.
@@ -96,9 +97,14 @@ private:
             if (!is_in_force(change) || !concerns_page(change.request.page)) continue;
             refusing_ = this_file_;
             const Request& by = change.request;
-            GetErrMsgByIndex(Msg::ChangedMeanwhile, message_,
-                             escape_html(by.user.empty() ? by.address : by.user),
-                             date_text(change.time));
+            const std::string& who = by.user.empty() ? by.address : by.user;
+            const std::string when = date_text(change.time);
+            GetErrMsgByIndex(Msg::ChangedMeanwhile, message_, wants_data() ? who : escape_html(who),
+                             when);
+            JsonText members;
+            members.member("who", who);
+            members.member("when", when);
+            post_outcome.members = members.take();
             return true;
         }
         return false;
@@ -118,9 +124,12 @@ private:
         return index >= first && index <= last;
     }
 
-    int show_conflict() {
-        put("Status: 409 Conflict\n");
-        return show_refusal();
+    // Most refusals are answers like any other to a browser.
+    int show_refusal_with(std::string_view status) {
+        if (!wants_data())
+            for (const std::string_view part : {std::string_view("Status: "), status, {"\n"}})
+                put(part);
+        return show_refusal(status);
     }
 
     // The name of a field as it may be shown: the sender chose it.
@@ -219,17 +228,21 @@ private:
 
     int show_failed_action() {
         keep_result("failed: " + std::string(message_.view()));
+        post_outcome.status = "500 Internal Server Error";
         return page_or_message(this_file_, "CHK2").getter(message_.c_str(), form_);
     }
 
-    int show_refusal() {
+    int show_refusal(std::string_view status = kRefused) {
         log_line("return error");
+        post_outcome.status = status;
         keep_result("refused: " + std::string(message_.view()));
         return page_or_message(refusing_, "CHK0").getter(message_.c_str(), form_);
     }
 
     int show_next_page() {
         keep_result("accepted");
+        post_outcome.status = kAccepted;
+        post_outcome.accepted = true;
         next_file_ = next_or_this();
         log_line("ret_html %s action=%s", or_null(next_file_), or_null(todo_));
         if (status_ != 0) follow_method();

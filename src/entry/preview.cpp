@@ -10,6 +10,7 @@
 #include "base/overlay.h"
 #include "entry/file_texts.h"
 #include "entry/page_table.h"
+#include "framework/answer.h"
 #include "framework/msgfile.h"
 #include "framework/upload.h"
 
@@ -79,7 +80,7 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
 });
 
 constexpr std::array array_fun_tab = std::to_array<ArrayFun>({
-    {"preview_files", get_files},
+    {"preview_files", get_files, Shape::parts},
     {"preview_commands", get_commands},
 });
 
@@ -100,9 +101,12 @@ int show_preview(const FormList& form, int (*act)(const FormList& form)) {
                   [](const ForeseenFile& file) { return is_own_upload(file.path); });
     const std::string& result = own_result();
     shown = {.result = result.substr(0, result.find(':')), .page = page_of(form)};
-    return get_preview(unwritten_message().c_str(), nullptr);
+    post_outcome = {};  // it was none: "preview_result" tells what it would be
+    return get_preview(unwritten_message.c_str(), nullptr);
 }
 
+PageTables preview_tables() { return {rows_of(key_fun_tab), array_fun_tab}; }
+
 int get_preview(const char* message, const FormList*) {
-    return html_parser(kPage, key_fun_tab, array_fun_tab, message, nullptr);
+    return render_page(kPage, preview_tables(), message, nullptr);
 }

@@ -10,3 +10,6 @@
 int show_preview(const FormList& form, int (*act)(const FormList& form));
 
 int get_preview(const char* message, const FormList* form);
+
+// What the page shows.
+PageTables preview_tables();

@@ -13,6 +13,7 @@
 #include "base/quote.h"
 #include "filter/ac_lists.h"
 #include "filter/ac_script.h"
+#include "framework/answer.h"
 #include "framework/msgfile.h"
 #include "framework/profile.h"
 
@@ -55,8 +56,9 @@ bool store_list(const std::string& key, std::string_view list) {
     const std::size_t line = key.size() + 1 + list.size();
     if (line > kProfileLine)
         refuse(Msg::ListFull, mesg);
-    else
-        return SetProfileString(kSection, key, list, QSCfgF) == 0;
+    else if (SetProfileString(kSection, key, list, QSCfgF) == 0)
+        return true;
+    refuse_after_all();
     return false;
 }
 
@@ -101,8 +103,10 @@ std::string item_of(std::string_view start, std::string_view finish) {
 // The items go to a script that a shell reads.
 bool is_storable(std::string_view item, std::string_view label) {
     const char bad = shell_character(item);
-    if (bad) GetErrMsgByIndex(Msg::UnstorableCharacter, mesg, label, std::string_view(&bad, 1));
-    return bad == '\0';
+    if (!bad) return true;
+    GetErrMsgByIndex(Msg::UnstorableCharacter, mesg, label, std::string_view(&bad, 1));
+    refuse_after_all();
+    return false;
 }
 
 std::vector<const char*> selected(const FormList* form, std::string_view key) {
@@ -216,14 +220,21 @@ int get_fixed(ValueText& value, LongText&, int&) { return show(value, "false"); 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"group_name", get_group_name, nullptr},
     {"block_allow", get_block_allow, nullptr},
-    {"port_list", get_port_list, nullptr},
-    {"address_list", get_address_list, nullptr},
+    {"port_list", get_port_list, nullptr, false, Shape::options},
+    {"address_list", get_address_list, nullptr, false, Shape::options},
     {"vs_web_1", get_lan_octet<1>, nullptr},
     {"vs_web_2", get_lan_octet<2>, nullptr},
     {"vs_web_3", get_lan_octet<3>, nullptr},
     {"can_change_vsip_1", get_fixed, nullptr},
     {"can_change_vsip_2", get_fixed, nullptr},
     {"can_change_vsip_3", get_fixed, nullptr},
+    {"port_start", nullptr, nullptr},
+    {"port_finish", nullptr, nullptr},
+    {"start_ip_1", nullptr, nullptr},
+    {"start_ip_2", nullptr, nullptr},
+    {"start_ip_3", nullptr, nullptr},
+    {"start_ip_4", nullptr, nullptr},
+    {"finish_ip_4", nullptr, nullptr},
 });
 
 // Whatever names no group means the default one.
@@ -234,10 +245,12 @@ char group_number(std::string_view name) {
 
 }  // namespace
 
+PageTables ac_cfg_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_ac_cfg(const char* message, const FormList* form) {
     gather(read_group);
     if (!message && !mesg.empty()) message = mesg.c_str();
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, ac_cfg_tables(), message, form);
 }
 
 int show_group(const FormList* form) {

@@ -16,3 +16,6 @@ int show_group(const FormList* form);
 // added or stored (62, 64, 68) and the warnings and notices (53, 54) are for the page getter.
 int set_ac_cfg(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                int mode, Message& message);
+
+// What the page shows and takes.
+PageTables ac_cfg_tables();

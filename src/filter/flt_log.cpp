@@ -89,8 +89,9 @@ int get_log_left_out(ValueText& value, LongText&, int&) {
 }
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
-    {"log_record", get_log_record, nullptr},
+    {"log_record", get_log_record, nullptr, false, Shape::rows},
     {"log_left_out", get_log_left_out, nullptr},
+    {"clear", nullptr, nullptr},
 });
 
 }  // namespace
@@ -125,8 +126,10 @@ int clear_filter_log() try {
     return kCannotOpen;
 }
 
+PageTables filterlog_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_filterlog(const char* message, const FormList* form) {
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, filterlog_tables(), message, form);
 }
 
 int set_filter_log(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int,

@@ -39,3 +39,6 @@ int set_filter_log(const FormList* form, ProcHeads* heads, ProcFlags* queued, Pr
 // Fills records from record number `first` (from 0) on. A line of fewer words leaves the fields
 // behind them as they were. Returns how many it filled, or -37 when the log cannot be read.
 int get_filter_log(std::size_t first, std::span<LogRecord> records);
+
+// What the page shows and takes.
+PageTables filterlog_tables();

@@ -153,8 +153,10 @@ constinit const std::span<const KeyGetter> filter_getters = kFilterGetters;
 
 int read_shown_filter() { return get_filter_info(&shown_filter); }
 
+PageTables nat_filter_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_nat_filter(const char* message, const FormList* form) {
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, nat_filter_tables(), message, form);
 }
 
 int set_nat_filter(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,

@@ -19,3 +19,6 @@ int set_nat_filter(const FormList* form, ProcHeads* heads, ProcFlags* queued, Pr
 // when they cannot be read.
 extern const std::span<const KeyGetter> filter_getters;
 [[nodiscard]] int read_shown_filter();
+
+// What the page shows and takes.
+PageTables nat_filter_tables();

@@ -17,6 +17,7 @@
 #include "base/words.h"
 #include "filter/firewall.h"
 #include "filter/firewall_records.h"
+#include "framework/answer.h"
 #include "framework/msgfile.h"
 #include "framework/page_room.h"
 
@@ -47,10 +48,13 @@ constexpr std::array choices = std::to_array<ProtocolChoice>({
 std::string enable_cell(const SapItem& item) { return item.enabled ? "1" : "0"; }
 
 template <SapRules SapItem::*Direction>
+auto choice_of(const SapItem& item) {
+    return std::ranges::find(choices, (item.*Direction).protocol, &ProtocolChoice::protocol);
+}
+
+template <SapRules SapItem::*Direction>
 std::string protocol_cell(const SapItem& item) {
-    const auto choice =
-        std::ranges::find(choices, (item.*Direction).protocol, &ProtocolChoice::protocol);
-    return std::to_string(choice - choices.begin());
+    return std::to_string(choice_of<Direction>(item) - choices.begin());
 }
 
 template <SapRules SapItem::*Direction, std::string SapRules::*Port>
@@ -60,21 +64,41 @@ std::string port_cell(const SapItem& item) {
 
 std::string name_option(const SapItem& item) { return "\n<option> " + item.name; }
 
+// The same as data: as the fields of the form have them.
+std::string enable_word(const SapItem& item) {
+    return std::string(item.enabled ? kChecked : kUnchecked);
+}
+template <SapRules SapItem::*Direction>
+std::string protocol_word(const SapItem& item) {
+    const auto choice = choice_of<Direction>(item);
+    return std::string(choice == choices.end() ? "" : choice->label);
+}
+template <SapRules SapItem::*Direction, std::string SapRules::*Port>
+std::string port_word(const SapItem& item) {
+    return item.*Direction.*Port;
+}
+std::string name_word(const SapItem& item) { return item.name; }
+
 struct List {
     std::string_view name;
     std::string (*cell)(const SapItem& item);
+    std::string (*word)(const SapItem& item);
     std::string_view separator;
     std::string (*escape)(std::string_view text) = escape_html;
 };
+template <SapRules SapItem::*Direction, std::string SapRules::*Port>
+constexpr List port_list(std::string_view name) {
+    return {name, port_cell<Direction, Port>, port_word<Direction, Port>, ","};
+}
 constexpr std::array lists = std::to_array<List>({
-    {"a_sap_enable", enable_cell, ","},
-    {"a_inpr", protocol_cell<&SapItem::in>, ","},
-    {"a_outpr", protocol_cell<&SapItem::out>, ","},
-    {"a_port1in", port_cell<&SapItem::in, &SapRules::port1>, ","},
-    {"a_port2in", port_cell<&SapItem::in, &SapRules::port2>, ","},
-    {"a_port1out", port_cell<&SapItem::out, &SapRules::port1>, ","},
-    {"a_port2out", port_cell<&SapItem::out, &SapRules::port2>, ","},
-    {"nat_sap_list", name_option, "", escape_options},
+    {"a_sap_enable", enable_cell, enable_word, ","},
+    {"a_inpr", protocol_cell<&SapItem::in>, protocol_word<&SapItem::in>, ","},
+    {"a_outpr", protocol_cell<&SapItem::out>, protocol_word<&SapItem::out>, ","},
+    port_list<&SapItem::in, &SapRules::port1>("a_port1in"),
+    port_list<&SapItem::in, &SapRules::port2>("a_port2in"),
+    port_list<&SapItem::out, &SapRules::port1>("a_port1out"),
+    port_list<&SapItem::out, &SapRules::port2>("a_port2out"),
+    {"nat_sap_list", name_option, name_word, "", escape_options},
 });
 
 std::size_t size_in_lists(const SapItem& item) {
@@ -90,16 +114,24 @@ void divide_room() {
     room_is_divided = true;
 }
 
-template <std::size_t Number>
-int get_list(LongText& text, int&) {
+int show_list(const List& list, LongText& text) {
     divide_room();
     if (sap_fw.empty()) return -1;
     text.emplace();
     for (const SapItem& item : sap_fw) {
-        if (!text->empty()) *text += lists[Number].separator;
-        *text += lists[Number].cell(item);
+        if (wants_data()) {
+            *text += list.word(item) + '\n';
+            continue;
+        }
+        if (!text->empty()) *text += list.separator;
+        *text += list.cell(item);
     }
     return 0;
+}
+
+template <std::size_t Number>
+int get_list(LongText& text, int&) {
+    return show_list(lists[Number], text);
 }
 
 template <std::size_t... Number>
@@ -113,6 +145,14 @@ int get_left_out(ValueText& value, LongText&, int&) {
 }
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"applications_left_out", get_left_out, nullptr},
+    {"v_nat_sap_name", nullptr, nullptr},
+    {"v_nat_sap_enable", nullptr, nullptr},
+    {"v_nat_sapin_pr_list", nullptr, nullptr},
+    {"v_nat_sapin_port01", nullptr, nullptr},
+    {"v_nat_sapin_port02", nullptr, nullptr},
+    {"v_nat_sapout_pr_list", nullptr, nullptr},
+    {"v_nat_sapout_port01", nullptr, nullptr},
+    {"v_nat_sapout_port02", nullptr, nullptr},
 });
 
 // ---- the form ----
@@ -200,6 +240,8 @@ void set_a_action(std::string_view todo, const SapItem& item, Message& mesg) {
         else
             refuse(action.refusal, mesg);
     }
+    // All that these have to tell is why the script is as it was.
+    if (!mesg.empty()) refuse_after_all();
 }
 
 int sap_main(const FormList* form, const char* message) {
@@ -213,10 +255,12 @@ int sap_main(const FormList* form, const char* message) {
     room_is_divided = false;
     // An empty text, not none: the lists of an appliance without applications fail, which is
     // nothing to complain of.
-    return html_parser(kPage, key_fun_tab, get_ary_tab, message ? message : mesg.c_str(), form);
+    return render_page(kPage, nat_sap_tables(), message ? message : mesg.c_str(), form);
 }
 
 }  // namespace
+
+PageTables nat_sap_tables() { return {rows_of(key_fun_tab), get_ary_tab}; }
 
 int get_sap(const char* message, const FormList* form) { return sap_main(form, message); }
 

@@ -9,3 +9,6 @@ int get_sap(const char* message, const FormList* form);
 // Accepts everything and stores nothing: the getter acts, once all phases are over.
 int set_sap(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails, int mode,
             Message& message);
+
+// What the page shows and takes.
+PageTables nat_sap_tables();

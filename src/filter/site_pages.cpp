@@ -93,8 +93,15 @@ int get_left_out(ValueText& value, LongText&, int&) {
 
 template <const SitePage& Page>
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
-    {Page.key, get_options<Page>, nullptr},
+    {Page.key, get_options<Page>, nullptr, false, Shape::options},
     {"sites_left_out", get_left_out<Page>, nullptr},
+    {Page.list_field, nullptr, nullptr},
+    {"new_url", nullptr, nullptr},
+    {"ip_1", nullptr, nullptr},
+    {"ip_2", nullptr, nullptr},
+    {"ip_3", nullptr, nullptr},
+    {"ip_4", nullptr, nullptr},
+    {"upload_file", nullptr, nullptr},
 });
 
 // ---- what the buttons do ----
@@ -158,8 +165,13 @@ constexpr std::array<Button, 4> kButtons = {{
 }};
 
 template <const SitePage& Page>
+PageTables site_tables() {
+    return {rows_of(key_fun_tab<Page>), {}};
+}
+
+template <const SitePage& Page>
 int get_sites(const char* message, const FormList* form) {
-    return html_parser(Page.name, key_fun_tab<Page>, {}, message, form);
+    return render_page(Page.name, site_tables<Page>(), message, form);
 }
 
 int set_sites(const SitePage& page, const FormList* form, const Actions& actions, int mode,
@@ -176,6 +188,9 @@ int set_sites(const SitePage& page, const FormList* form, const Actions& actions
 }
 
 }  // namespace
+
+PageTables sites_allow_tables() { return site_tables<kAllowPage>(); }
+PageTables sites_ban_tables() { return site_tables<kBanPage>(); }
 
 int get_sites_allow(const char* message, const FormList* form) {
     return get_sites<kAllowPage>(message, form);

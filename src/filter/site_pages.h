@@ -15,3 +15,7 @@ int set_sites_allow(const FormList* form, ProcHeads* heads, ProcFlags* queued, P
                     int mode, Message& message);
 int set_sites_ban(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                   int mode, Message& message);
+
+// What the pages show and take.
+PageTables sites_allow_tables();
+PageTables sites_ban_tables();

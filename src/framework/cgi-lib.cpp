@@ -12,9 +12,11 @@
 
 #include "base/format.h"
 #include "base/io.h"
+#include "base/json_reader.h"
 #include "base/text.h"
 #include "base/words.h"
 #include "framework/html-lib.h"
+#include "framework/message.h"
 #include "framework/multipart.h"
 #include "framework/upload.h"
 
@@ -23,6 +25,9 @@ namespace {
 // The texts of the failures stay as they have always stood, slips of spelling included: they are
 // what administrators search for.
 constexpr char kNoMemory[] = "Could not allocate enough memory.";
+
+constexpr char kBadRequest[] = "400 Bad Request";
+constexpr char kTooLarge[] = "413 Content Too Large";
 
 // Without a method no server runs the program, but a person in a shell, who needs no page.
 std::string_view request_method() {
@@ -114,7 +119,7 @@ std::string take_file(const FormPart& part) {
 void parse_parts(std::span<char> body, FormList& list) {
     std::vector<FormPart> parts;
     if (!split_multipart(content_type(), {body.data(), body.size()}, parts))
-        cgi_err("Error!", "Error Reading Data");
+        cgi_err("Error!", "Error Reading Data", kBadRequest);
     for (const FormPart& part : parts) {
         FormEntry entry{.key = list.keep(part.name)};
         const auto at = static_cast<std::size_t>(part.content.data() - body.data());
@@ -127,18 +132,41 @@ void parse_parts(std::span<char> body, FormList& list) {
     SortEntries(list);
 }
 
+// What is no form is answered as such, and not as a page that nobody asked for.
+void parse_object(std::string_view body, FormList& list) {
+    std::vector<JsonField> fields;
+    const std::string_view wrong = read_flat_object(body, fields);
+    if (!wrong.empty()) {
+        answer_with_status(kBadRequest, wrong);
+        std::exit(0);
+    }
+    for (const JsonField& field : fields) {
+        FormEntry entry{.key = list.keep(field.name)};
+        set_value(entry, {list.keep(field.value), field.value.size()});
+        add(list, entry);
+    }
+    SortEntries(list);
+}
+
+bool is_json(std::string_view content_type) {
+    const std::string_view type = content_type.substr(0, content_type.find_first_of("; \t"));
+    return StrCmpi(type, "application/json") == 0;
+}
+
 void parse_body(FormList& list) {
     const auto content_length = cgi_variable("CONTENT_LENGTH");
-    if (!content_length) cgi_err("Error!", "CONTENT_LENGTH is NULL");
+    if (!content_length) cgi_err("Error!", "CONTENT_LENGTH is NULL", kBadRequest);
     const bool with_files = is_multipart(content_type());
     if (!is_within(*content_length, 0, with_files ? kMaxFormWithFiles : kMaxForm))
-        cgi_err("Error!", kNoMemory);
+        cgi_err("Error!", kNoMemory, kTooLarge);
     const auto size = static_cast<std::size_t>(to_int(*content_length));
     const std::span<char> body(list.texts.emplace_back(new_text(size)).get(), size);
-    if (!read_exactly(body.data(), size)) cgi_err("Error!", "Error Reading Data");
+    if (!read_exactly(body.data(), size)) cgi_err("Error!", "Error Reading Data", kBadRequest);
     body.data()[size] = '\0';
     if (with_files)
         parse_parts(body, list);
+    else if (is_json(content_type()))
+        parse_object({body.data(), body.size()}, list);
     else
         parse_fields(body, list);
 }
@@ -183,12 +211,12 @@ std::optional<FormList> cgi_input_parse() try {
     if (method == "GET") {
         const std::string_view query = query_string();
         if (query.empty()) return std::nullopt;
-        if (std::ssize(query) > kMaxForm) cgi_err("Error!", kNoMemory);
+        if (std::ssize(query) > kMaxForm) cgi_err("Error!", kNoMemory, kTooLarge);
         parse_data_record(query, list);
     } else if (method == "POST") {
         parse_body(list);
     } else {
-        cgi_err("CGI Error!", "Unsupported REQUEST_METHOD");
+        cgi_err("CGI Error!", "Unsupported REQUEST_METHOD", "501 Not Implemented");
     }
     return list;
 } catch (const std::bad_alloc&) {

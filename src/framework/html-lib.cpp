@@ -8,6 +8,7 @@
 
 #include "base/escape.h"
 #include "base/io.h"
+#include "framework/answer.h"
 
 namespace {
 
@@ -55,7 +56,11 @@ void notice_page(std::string_view title, std::string_view headline, std::string_
     html_end();
 }
 
-void cgi_err(std::string_view title, std::string_view text) {
+void cgi_err(std::string_view title, std::string_view text, std::string_view status) {
+    if (wants_data()) {
+        answer_told(status, "error", text.empty() ? title : text);
+        std::exit(0);
+    }
     mime_header("text/html");
     html_begin("Error!", "");
     h1(escape_html(title));

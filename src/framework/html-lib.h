@@ -33,8 +33,9 @@ void notice_page(std::string_view title, std::string_view headline, std::string_
 
 // The end of every fatal failure: writes an error page with the two headings, escaped, to standard
 // output and `text` to standard error, and ends the process with status 0 (a web server would hide
-// the page of a program that fails).
-[[noreturn]] void cgi_err(std::string_view title, std::string_view text);
+// the page of a program that fails). Data has the status, which pages have never had.
+[[noreturn]] void cgi_err(std::string_view title, std::string_view text,
+                          std::string_view status = "500 Internal Server Error");
 
 // ---- offered to pages that a firmware adds: none of the shipped ones calls these ----
 

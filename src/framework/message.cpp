@@ -3,10 +3,15 @@
 #include <array>
 #include <cstdio>
 
+#include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/parser.h"
 
 int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
+    if (wants_data()) {
+        answer_told(outcome ? "" : "404 Not Found", "message", text);
+        return 0;
+    }
     // Browsers have shown this page with its small slips for as long as it exists; they stay.
     const std::array<std::string_view, 12> HMsg = {
         "<html><head><title>Message",
@@ -32,6 +37,10 @@ int HtmlMsg(std::string_view text, std::string_view back_link, int outcome) {
 
 int answer_with_status(std::string_view status, std::string_view text, std::string_view headline,
                        std::string_view header) {
+    if (wants_data()) {
+        answer_told(status, "message", text, header);
+        return 0;
+    }
     const std::string_view words = status.substr(status.find(' ') + 1);
     for (const std::string_view part :
          {std::string_view("Status: "), status, std::string_view("\n"), header})

@@ -30,6 +30,8 @@ struct CgiPage {
     const char* name;  // the template file, and the page's identity in form fields
     PageGetter getter;
     PageSetter setter;  // may be null
+    PageTables (*tables)() =
+        nullptr;  // what the page shows and takes, to describe it; changes nothing
 };
 
 // A key table made of several: families of rows stand in more than one page's table.
@@ -45,6 +47,9 @@ constexpr auto join_rows(const std::array<KeyFun<Record>, N>&... parts) {
 inline std::vector<KeyGetter> join_getters(
     std::initializer_list<std::span<const KeyGetter>> families) {
     std::vector<KeyGetter> all;
+    std::size_t size = 0;
+    for (const auto family : families) size += family.size();
+    all.reserve(size);
     for (const auto family : families) all.insert(all.end(), family.begin(), family.end());
     return all;
 }

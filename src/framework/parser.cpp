@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -11,8 +12,10 @@
 #include "base/log.h"
 #include "base/overlay.h"
 #include "base/turn.h"
+#include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/msgfile.h"
+#include "framework/page_data.h"
 #include "framework/page_text.h"
 
 int warn_no = 0;
@@ -349,8 +352,6 @@ FileText template_text(const char* path) try { return file_text(path); } catch (
 // The run that makes the page, for its getters.
 const Expander* page_in_work = nullptr;
 
-std::string unwritten;
-
 void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays) {
     KeyFunTab = keys;
     ArrayFunTab = arrays;
@@ -364,7 +365,23 @@ void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const Arr
 
 void know_on_every_page(std::span<const CommonKey> keys) { common_keys = keys; }
 
-std::size_t room_on_page() { return page_in_work ? page_in_work->room() : 0; }
+std::span<const CommonKey> keys_of_every_page() { return common_keys; }
+
+std::string standing_message() {
+    return first_failure() ? failure_text(*first_failure()) : warning();
+}
+
+std::vector<KeyGetter> collect_getters(const void* rows, std::size_t size,
+                                       KeyGetter (*row)(const void* rows, std::size_t number)) {
+    std::vector<KeyGetter> getters(size);
+    for (std::size_t i = 0; i < size; ++i) getters[i] = row(rows, i);
+    return getters;
+}
+
+std::size_t room_on_page() {
+    if (wants_data()) return std::numeric_limits<std::size_t>::max();
+    return page_in_work ? page_in_work->room() : 0;
+}
 
 std::size_t size_on_page(std::string_view text) {
     return page_in_work ? page_in_work->size_of(text) : text.size();
@@ -372,6 +389,7 @@ std::size_t size_on_page(std::string_view text) {
 
 int render_page(const char* path, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays,
                 const char* message, const FormList* form) {
+    if (wants_data()) return render_data(path, keys, arrays, message);
     const FileText text = template_text(path);
     if (!text) {
         Message missing;
@@ -383,15 +401,13 @@ int render_page(const char* path, std::span<const KeyGetter> keys, std::span<con
     Expander page(text.view(), message, form, store);
     expand(page, keys, arrays);
     if (in_preview()) {
-        unwritten = page.message();
+        unwritten_message = page.message();
         return 0;
     }
     if (page.error()) cgi_err(message_text(*page.error()), "");
     put_page(page.page().pieces());
     return 0;
 }
-
-const std::string& unwritten_message() { return unwritten; }
 
 int GetKeyFunIndex(std::string_view name) { return key_index.find(name); }
 

@@ -24,11 +24,13 @@ constexpr std::array kOwnGetters = std::to_array<KeyGetter>({
 
 }  // namespace
 
+PageTables nat_base_tables() {
+    return {join_getters({service_getters, filter_getters, server_getters, kOwnGetters}), {}};
+}
+
 int get_nat_base(const char* message, const FormList* form) {
     PageMessage note(message);
     read_shown_record(note);
     if (read_shown_filter() != 0) note.tell(Msg::NoFilterSettings);
-    const std::vector keys =
-        join_getters({service_getters, filter_getters, server_getters, kOwnGetters});
-    return render_page(kPage, keys, {}, note.text(), form);
+    return render_page(kPage, nat_base_tables(), note.text(), form);
 }

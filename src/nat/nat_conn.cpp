@@ -195,8 +195,10 @@ int check(const FormList* form, Message& message) {
 
 constinit const std::span<const KeyGetter> service_getters = kServiceGetters;
 
+PageTables nat_conn_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_nat_conn(const char* message, const FormList* form) {
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, nat_conn_tables(), message, form);
 }
 
 int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,

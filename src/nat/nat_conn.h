@@ -18,3 +18,6 @@ int set_nat_conn(const FormList* form, ProcHeads* heads, ProcFlags* queued, Proc
 
 // The page's fields with the values in force (record_fields.h), for the overview.
 extern const std::span<const KeyGetter> service_getters;
+
+// What the page shows and takes.
+PageTables nat_conn_tables();

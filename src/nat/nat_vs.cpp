@@ -215,10 +215,12 @@ constexpr std::array kServerGetters = getters_of(server_rows);
 
 constinit const std::span<const KeyGetter> server_getters = kServerGetters;
 
+PageTables nat_vs_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_vs(const char* message, const FormList* form) {
     PageMessage note(message);
     read_shown_record(note);
-    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
+    return render_page(kPage, nat_vs_tables(), note.text(), form);
 }
 
 int set_vs(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails, int mode,

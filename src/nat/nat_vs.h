@@ -17,3 +17,6 @@ int set_vs(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails*
 
 // The servers' fields with the values in force (record_fields.h), for the overview.
 extern const std::span<const KeyGetter> server_getters;
+
+// What the page shows and takes.
+PageTables nat_vs_tables();

@@ -15,9 +15,12 @@ constexpr std::array kDnsGetters = getters_of(dns_rows<NoRecord>);
 
 }  // namespace
 
+PageTables sp_base_tables() {
+    return {join_getters({modem_getters, account_getters, kDnsGetters}), {}};
+}
+
 int get_sp_base(const char* message, const FormList* form) {
     PageMessage note(message);
     read_shown_record(note);
-    const std::vector keys = join_getters({modem_getters, account_getters, kDnsGetters});
-    return render_page(kPage, keys, {}, note.text(), form);
+    return render_page(kPage, sp_base_tables(), note.text(), form);
 }

@@ -6,3 +6,6 @@
 
 // Renders the page; message 13 when the internet-sharing record cannot be read.
 int get_sp_base(const char* message, const FormList* form);
+
+// What the page shows and takes.
+PageTables sp_base_tables();

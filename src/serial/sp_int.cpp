@@ -90,6 +90,7 @@ int get_password_kept(ValueText& value, LongText&, int&) {
 
 constexpr std::array kept_row = std::to_array<KeyFun<PPPConf>>({
     {"nat_ac_pwd_kept", get_password_kept, nullptr},
+    {"keep_secrets", nullptr, nullptr},
 });
 
 // The page's own script compares the password with its confirmation: nothing here looks at that.
@@ -121,10 +122,12 @@ constexpr std::array kAccountGetters = getters_of(join_rows(kept_row, account_ro
 
 constinit const std::span<const KeyGetter> account_getters = kAccountGetters;
 
+PageTables sp_int_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_sp_int(const char* message, const FormList* form) {
     PageMessage note(message);
     read_shown_record(note);
-    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
+    return render_page(kPage, sp_int_tables(), note.text(), form);
 }
 
 int set_sp_int(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,

@@ -17,3 +17,6 @@ int set_sp_int(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTa
 
 // The account's fields with the values in force (record_fields.h), for the overview.
 extern const std::span<const KeyGetter> account_getters;
+
+// What the page shows and takes.
+PageTables sp_int_tables();

@@ -13,6 +13,7 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/words.h"
+#include "framework/answer.h"
 #include "framework/html-lib.h"
 #include "framework/page_room.h"
 #include "framework/profile.h"
@@ -31,6 +32,7 @@ std::string option_of(const Modem& modem) {
 
 // For the array of a script.
 std::string string_of(const Modem& modem) {
+    if (wants_data()) return std::string(modem.init) + '\n';
     return std::string("'").append(modem.init).append("',\n");
 }
 
@@ -46,7 +48,7 @@ std::size_t modems = 0;  // those that the page has no room for included
 template <std::string (*TextOf)(const Modem&)>
 int text_of_modems(LongText& text, int& error) try {
     if (MList.empty()) {
-        MList = GetModemList(InitMode::script);
+        MList = GetModemList(wants_data() ? InitMode::plain : InitMode::script);
         modems = MList.size();
         drop_what_has_no_room(MList, size_in_lists);
     }
@@ -73,7 +75,7 @@ int get_modemlist(ValueText&, LongText& text, int& error) {
 int get_array1(LongText& text, int& error) {
     const int failed = text_of_modems<string_of>(text, error);
     // The comma behind the last one.
-    if (!failed) text->erase(text->size() - 2);
+    if (!failed && !wants_data()) text->erase(text->size() - 2);
     return failed;
 }
 
@@ -135,8 +137,9 @@ constexpr std::array modem_rows = std::to_array<KeyFun<PPPConf>>({
 });
 
 constexpr std::array list_rows = std::to_array<KeyFun<PPPConf>>({
-    {"show_modemlist", get_modemlist, nullptr},
+    {"show_modemlist", get_modemlist, nullptr, false, Shape::options},
     {"modems_left_out", get_left_out, nullptr},
+    {"load_file", nullptr, nullptr},
 });
 
 constexpr std::array key_fun_tab = join_rows(list_rows, without_getters(modem_rows));
@@ -165,6 +168,7 @@ void import_modems(const FormList* form, PageMessage& note) {
     const bool imported = path && *path && ParserInfFile(path, &added) == 0;
     flush_folders();
     note.tell(imported ? Msg::ModemsImported : Msg::ModemsNotImported, std::to_string(added));
+    if (!imported) refuse_after_all();
     log_line("%s", note.text());
 }
 
@@ -186,15 +190,22 @@ int save(const FormList* form, const Actions& actions, Message& message) {
 
 constinit const std::span<const KeyGetter> modem_getters = kModemGetters;
 
+PageTables sp_port_tables() { return {rows_of(key_fun_tab), get_ary_tab}; }
+
 int get_sp_port(const char* message, const FormList* form) {
+    if (offers_defaults && wants_data()) {
+        shown_record = d_conf;
+        std::vector keys = join_getters({sp_port_tables().keys, modem_getters});
+        return render_page(kPage, {keys, get_ary_tab}, message, form);
+    }
     if (offers_defaults) {
         const FormList defaults = form_of(d_conf);
-        return html_parser(kPage, key_fun_tab, get_ary_tab, message, &defaults);
+        return render_page(kPage, sp_port_tables(), message, &defaults);
     }
     PageMessage note(message);
     if (!message && field_is(form, "todo", "upload")) import_modems(form, note);
     read_shown_record(note);
-    return html_parser(kPage, key_fun_tab, get_ary_tab, note.text(), form);
+    return render_page(kPage, sp_port_tables(), note.text(), form);
 }
 
 int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,

@@ -18,3 +18,6 @@ int set_sp_port(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcT
 
 // The modem's fields with the values in force (record_fields.h), for the overview.
 extern const std::span<const KeyGetter> modem_getters;
+
+// What the page shows and takes.
+PageTables sp_port_tables();

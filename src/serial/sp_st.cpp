@@ -12,11 +12,13 @@
 #include "appliance/commands.h"
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
+#include "appliance/log_mask.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/words.h"
+#include "framework/answer.h"
 #include "framework/page_room.h"
 #include "nat/process.h"
 
@@ -28,6 +30,7 @@ constexpr std::size_t kLine = 79;
 constexpr std::string_view kUnknown = " ";
 
 // What the probes of this request have found.
+bool is_probed = false;
 bool ppp_on = false;  // pppd runs
 Text<20> ppp_ip;
 Text<32> cnt_rate;
@@ -48,6 +51,7 @@ std::string rest_of_line(const char* path, std::string_view beginning, std::stri
 
 int get_phy_link(ValueText& value, LongText&, int&) {
     ppp_on = is_pppd_running();
+    is_probed = true;
     return show_link(value, ppp_on);
 }
 
@@ -92,6 +96,7 @@ int get_log(LongText& text, int&) {
     }
     text->resize(lines_with_room(*text).size());
     log_shown = text->size();
+    if (wants_data()) text = masked(*text);
     return 0;
 }
 
@@ -108,7 +113,7 @@ constexpr std::array get_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"nat_serial_speed", get_serial_speed, nullptr},
     {"nat_log_left_out", get_log_left_out, nullptr},
     {"nat_phone_speed", get_phone_speed, nullptr},
-    {"wan_dns", get_wan_dns, nullptr},
+    {"wan_dns", get_wan_dns, nullptr, false, Shape::broken_lines},
 });
 
 constexpr std::array get_ary_tab = std::to_array<ArrayFun>({
@@ -155,12 +160,31 @@ constexpr std::array buttons = std::to_array<Button>({
 
 }  // namespace
 
+LinkState modem_link_state() {
+    ValueText value;
+    LongText text;
+    int error = 0;
+    if (!is_probed) {
+        get_phy_link(value, text, error);
+        get_ppp_link(value, text, error);
+    }
+    const std::string_view line = ppp_ip;
+    const std::string_view address = line.substr(0, line.find('\n'));
+    if (is_real_address(address)) return {kModemLabel, kConnected, "", address};
+    std::string log;
+    for (const char* path : kLogs)
+        if (std::string end = end_of_log(path); !end.empty()) log = std::move(end);
+    return state_of_dialled(kModemLabel, log, ppp_on);
+}
+
+PageTables sp_status_tables() { return {rows_of(get_fun_tab), get_ary_tab}; }
+
 int get_status(const char* message, const FormList* form) {
     gather([&] {
         for (const Button& button : buttons)
             if (!message && field_is(form, "todo", button.todo)) button.press();
     });
-    return html_parser(kPage, get_fun_tab, get_ary_tab, message, form);
+    return render_page(kPage, sp_status_tables(), message, form);
 }
 
 int set_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,

@@ -1,6 +1,7 @@
 // The serial status page, "sp_status.htm".
 #pragma once
 
+#include "appliance/link_state.h"
 #include "framework/page.h"
 
 // Carries out the form's button and renders the page: "nat_dial" dials (while sharing is on),
@@ -13,3 +14,9 @@ int get_status(const char* message, const FormList* form);
 // renders the page.
 int set_status(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                int mode, Message& message);
+
+// What the page shows and takes.
+PageTables sp_status_tables();
+
+// The state of the link; asks what the page's getter has not asked already.
+LinkState modem_link_state();

@@ -83,14 +83,29 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"dc_mask", get_text<&DirectStatus::netmask>, nullptr},
     {"dc_gw", get_text<&DirectStatus::gateway>, nullptr},
     {"dc_wan_dhcp", get_dc_wan_dhcp, nullptr},
-    {"wan_dns", get_wan_dns, nullptr},
+    {"wan_dns", get_wan_dns, nullptr, false, Shape::broken_lines},
 });
 
 }  // namespace
 
+// The address that the interface has, if it has a real one.
+LinkState direct_link_state() {
+    if (status.hardware_address.empty()) gather([] { status = get_dc_st(); });
+    if (!is_real_address(status.address))
+        return {kDirectLabel, kFailed,
+                status.dhcp ? "No address from DHCP. Check the cable of the WAN port."
+                            : "The WAN port has no address."};
+    const bool has_gateway = status.gateway.view().find_first_not_of(' ') != std::string_view::npos;
+    return {kDirectLabel, kConnected,
+            has_gateway ? "" : "There is no gateway, so the internet is out of reach.",
+            status.address};
+}
+
+PageTables dc_status_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_dc_status(const char* message, const FormList* form) {
     gather([] { status = get_dc_st(); });
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, dc_status_tables(), message, form);
 }
 
 int set_dc_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {

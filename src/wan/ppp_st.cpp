@@ -8,13 +8,16 @@
 #include "appliance/commands.h"
 #include "appliance/dns_fields.h"
 #include "appliance/links.h"
+#include "appliance/log_mask.h"
 #include "appliance/network_info.h"
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/paths.h"
 #include "base/words.h"
+#include "framework/answer.h"
 #include "framework/page_room.h"
 #include "framework/profile.h"
+#include "wan/wan_conf.h"
 #include "wan/wanport.h"
 
 namespace {
@@ -29,6 +32,7 @@ struct PPPStatus {
     StatusText hardware_address;
     StatusText address;
     StatusText netmask;
+    bool runs = false;
     bool up = false;
 };
 
@@ -46,7 +50,8 @@ PPPStatus get_p3_st() {
     const std::optional<Profile> port = network_info("eth0");
     found.hardware_address = setting<StatusText::size>(port, "HWADDR", kUnknown);
     found.address = found.netmask = kUnknown;
-    if (!IsRunning("pppoe")) return found;
+    found.runs = IsRunning("pppoe");
+    if (!found.runs) return found;
     const std::optional<Profile> link = network_info("ppp0");
     if (!link) return found;
     StatusText address;
@@ -71,6 +76,7 @@ int get_ppp_wan_log(ValueText&, LongText& text, int&) {
     const std::string log = read_file(PppdLogF, kLogShown).value_or("");
     text.emplace(lines_with_room(log.c_str()));  // up to the first NUL
     log_shown = text->size();
+    if (wants_data()) text = masked(*text);
     return 0;
 }
 
@@ -83,9 +89,9 @@ constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
     {"ppp_link_status", get_ppp_link_status, nullptr},
     {"ppp_ip_address", get_text<&PPPStatus::address>, nullptr},
     {"ppp_mask", get_text<&PPPStatus::netmask>, nullptr},
-    {"ppp_wan_log", get_ppp_wan_log, nullptr},
+    {"ppp_wan_log", get_ppp_wan_log, nullptr, false, Shape::lines},
     {"ppp_log_left_out", get_ppp_log_left_out, nullptr},
-    {"wan_dns", get_wan_dns, nullptr},
+    {"wan_dns", get_wan_dns, nullptr, false, Shape::broken_lines},
 });
 
 // The link dials when a packet wants to cross it.
@@ -97,9 +103,23 @@ void connect() {
 
 }  // namespace
 
+LinkState pppoe_link_state() {
+    if (status.hardware_address.empty()) gather([] { status = get_p3_st(); });
+    if (is_real_address(status.address)) return {kPPPoELabel, kConnected, "", status.address};
+    LinkState link = state_of_dialled(kPPPoELabel, end_of_log(PppdLogF), false);
+    PPPoeConf settings;
+    const bool waits = GetPPPoeConf(&settings) != 0 || settings.idle != 0;
+    if (link.state != kWaiting || waits) return link;
+    link.state = status.runs ? kConnecting : kFailed;
+    link.cause = status.runs ? kNotYet : "Not connected.";
+    return link;
+}
+
+PageTables ppp_status_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_ppp_status(const char* message, const FormList* form) {
     gather([] { status = get_p3_st(); });
-    return html_parser(kPage, key_fun_tab, {}, message, form);
+    return render_page(kPage, ppp_status_tables(), message, form);
 }
 
 int set_ppp_status(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode, Message&) {

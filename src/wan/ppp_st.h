@@ -1,6 +1,7 @@
 // The PPPoE status page, "ppp_status.htm".
 #pragma once
 
+#include "appliance/link_state.h"
 #include "framework/page.h"
 
 // Shows hardware address, link, address, netmask, DNS servers and the log of the PPPoE connection
@@ -11,3 +12,9 @@ int get_ppp_status(const char* message, const FormList* form);
 // that it waits for traffic, "ppp_clearlog" empties the log. Always accepts.
 int set_ppp_status(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                    int mode, Message& message);
+
+// What the page shows and takes.
+PageTables ppp_status_tables();
+
+// The state of the link; asks what the page's getter has not asked already.
+LinkState pppoe_link_state();

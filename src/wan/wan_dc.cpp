@@ -158,10 +158,12 @@ constexpr std::array key_fun_tab =
 
 }  // namespace
 
+PageTables wan_dc_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_wan_dc(const char* message, const FormList* form) {
     PageMessage note(message);
     if (GetDirectConf(&shown) != 0) note.tell(Msg::CannotReadFile, QSCfgF);
-    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
+    return render_page(kPage, wan_dc_tables(), note.text(), form);
 }
 
 int set_wan_dc(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,

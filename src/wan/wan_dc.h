@@ -13,3 +13,6 @@ int get_wan_dc(const char* message, const FormList* form);
 // device name.
 int set_wan_dc(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                int mode, Message& message);
+
+// What the page shows and takes.
+PageTables wan_dc_tables();

@@ -96,6 +96,7 @@ constexpr std::array account_rows = std::to_array<KeyFun<PPPoeConf>>({
     {"ppp_ac_pwd", show_no_secret, save_ppp_ac_pwd, true},
     {"ppp_ac_pwd_v", show_no_secret, nullptr, true},
     {"ppp_ac_pwd_kept", get_password_kept, nullptr},
+    {"keep_secrets", nullptr, nullptr},
     {"ppp_idle_time", get_ppp_idle_time, save_ppp_idle_time},
     {"nat_isp_ip01", get_ip<1>, save_ip<1>},
     {"nat_isp_ip02", get_ip<2>, save_ip<2>},
@@ -120,10 +121,12 @@ SettingText stored_password() {
 
 }  // namespace
 
+PageTables wan_ppp_tables() { return {rows_of(key_fun_tab), {}}; }
+
 int get_wan_ppp(const char* message, const FormList* form) {
     PageMessage note(message);
     if (GetPPPoeConf(&shown) != 0) note.tell(Msg::CannotReadFile, NatConfF);
-    return html_parser(kPage, key_fun_tab, {}, note.text(), form);
+    return render_page(kPage, wan_ppp_tables(), note.text(), form);
 }
 
 int set_wan_ppp(const FormList* form, ProcHeads*, ProcFlags*, ProcTails*, int mode,

@@ -11,3 +11,6 @@ int get_wan_ppp(const char* message, const FormList* form);
 // Refusals: 15, 16, 19, 62, 69, and one without a text for an empty address type.
 int set_wan_ppp(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTails* tails,
                 int mode, Message& message);
+
+// What the page shows and takes.
+PageTables wan_ppp_tables();

@@ -68,7 +68,7 @@ def test_the_menu_marks_the_page_that_is_shown(name):
     page = name.removesuffix(".htm")
     entry = "nat_status" if page.endswith("_status") else page
     marked = re.findall(r'next_file=(\w+).htm" aria-current="page"', TEMPLATES[name])
-    assert marked == ([] if page in ("nat_fs", "sp_fs", "preview") else [entry])
+    assert marked == ([] if page in ("nat_fs", "sp_fs", "preview", "api") else [entry])
 
 
 def test_what_is_stored_is_shown_as_text(shipped):

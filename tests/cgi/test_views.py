@@ -107,7 +107,7 @@ def test_the_answer(appliance):
 @pytest.mark.parametrize("octets, name", [
     ("\\342\\202\\254\\360\\237\\230\\200", "€😀"), ("\\300\\200", "\ufffd" * 2),
     ("\\340\\237\\277", "\ufffd" * 3), ("\\355\\240\\200", "\ufffd" * 3),
-    ("\\364\\220\\200\\200", "\ufffd" * 4), ("\\342\\202x", "\ufffd\ufffdx"),
+    ("\\364\\220\\200\\200", "\ufffd" * 4), ("\\342\\202x", "\ufffdx"),
     ('}\n{;#\\"', '}\n{;#"'), ("\\1112\\9", "I29"), ("\\170" * 300, "x" * 255),
 ])
 def test_a_host_chooses_its_name(appliance, octets, name):

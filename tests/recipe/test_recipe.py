@@ -39,6 +39,8 @@ def test_the_recipe_makes_a_page_that_saves(tmp_path, monkeypatch):
     appliance = harness.Appliance(tmp_path / "root", tmp_path / "template")
     shown = appliance.view("nat_time.htm").shown
     assert (shown["idle"], shown["retry"]) == ("2", "3")
+    data = appliance.get("next_file=nat_time.htm", {"HTTP_ACCEPT": "application/json"}).body
+    assert '"values":{"idle":"2","retry":"3"}' in data
     result = appliance.save("nat_time.htm", next_file="nat_time.htm", idle="7", retry="9")
     assert (result.page, result.message, result.shown["retry"]) == ("nat_time.htm", "", "9")
     assert (appliance.keys(RECORD)["Idle"], appliance.keys(RECORD)["Retry"]) == ("7", "9")

@@ -1,0 +1,26 @@
+// Objects that are forms: what is read can be written and read again, and is UTF-8. And what a request
+// accepts.
+#include "base/json.h"
+#include "base/json_reader.h"
+#include "framework/answer.h"
+#include "fuzz.h"
+
+void check(std::string_view input) {
+    static_cast<void>(prefers_json(input));
+    std::vector<JsonField> fields;
+    if (!read_flat_object(input, fields).empty()) return;
+    std::string again = "{";
+    for (const JsonField& field : fields) {
+        for (std::string_view rest = field.value; !rest.empty();) {
+            const std::size_t length = utf8_length(rest);
+            expect(length > 0);
+            rest.remove_prefix(length);
+        }
+        const std::string member = json_object({{field.name, field.value}});
+        again += (again.size() > 1 ? "," : "") + member.substr(1, member.size() - 2);
+    }
+    std::vector<JsonField> read;
+    expect(read_flat_object(again + "}", read).empty() && read.size() == fields.size());
+    for (std::size_t i = 0; i < read.size(); ++i)
+        expect(read[i].name == fields[i].name && read[i].value == fields[i].value);
+}
