@@ -40,6 +40,7 @@ def post(appliance, page, todo="save", env=None, **fields):
 def filled(saved):
     """An appliance on which all is set, with octets that are no text and logs that tell secrets."""
     saved.at(CHANGES).mkdir(parents=True)
+    post(saved, "nat_conn.htm", internet_access="checked", access_method=PPPOE)
     post(saved, "wan_ppp.htm", ppp_ac_name="joe \"1\"", ppp_ac_pwd=SECRETS[0], ppp_idle_time="0")
     post(saved, "sp_int.htm", nat_ac_name="j", nat_ac_pwd=SECRETS[1], nat_tel01="555",
          nat_idle_time="3")
@@ -128,8 +129,9 @@ def test_lists_are_items(filled):
     history = found["history.htm"]
     assert [row[3:] for row in history["history_list"]] == [
         ["ac_cfg.htm", "add_port", "accepted"], *([page, "save", "accepted"] for page in
-                                                  ("nat_vs.htm", "sp_int.htm", "wan_ppp.htm"))]
-    assert history["history_numbers"] == ["4", "3", "2", "1"]
+                                                  ("nat_vs.htm", "sp_int.htm", "wan_ppp.htm",
+                                                   "nat_conn.htm"))]
+    assert history["history_numbers"] == ["5", "4", "3", "2", "1"]
     assert [item.split("\n")[0] for item in history["history_files"]] == [SETTINGS,
                                                                           "/etc/rc.d/rc.ac_ctrl"]
 
