@@ -13,7 +13,8 @@ PAGES = sorted(path.name for path in (PROJECT / "pages").glob("*.htm")
 LISTED = {"allowed_site_list", "banned_site_list", "log_record", "show_modemlist", "port_list",
           "address_list", "ppp_wan_log", "wan_dns"}
 SECRETS = ["pw'4711\\", "käse&<8"]
-BANNED, LOG, PPPD = "/usr/local/squid/etc/deny.list", "/usr/local/squid/logs/access.log", "/var/log/pppd.log"
+BANNED, LOG = "/usr/local/squid/etc/deny.list", "/usr/local/squid/logs/access.log"
+PPPD = "/var/log/pppd.log"
 CHANGES = "/var/lib/quillstead-admin/changes"
 NETWORK_REPORT = "NET_ReadNetworkInfo eth0"
 MEMBERS = ["message", "page", "seen", "values", "secret", "lists"]
@@ -37,10 +38,12 @@ def post(appliance, page, todo="save", env=None, **fields):
 
 @pytest.fixture
 def filled(saved):
-    """An appliance on which everything is set, with octets that are no text and logs that tell secrets."""
+    """An appliance on which all is set, with octets that are no text and logs that tell secrets."""
     saved.at(CHANGES).mkdir(parents=True)
+    post(saved, "nat_conn.htm", internet_access="checked", access_method=PPPOE)
     post(saved, "wan_ppp.htm", ppp_ac_name="joe \"1\"", ppp_ac_pwd=SECRETS[0], ppp_idle_time="0")
-    post(saved, "sp_int.htm", nat_ac_name="j", nat_ac_pwd=SECRETS[1], nat_tel01="555", nat_idle_time="3")
+    post(saved, "sp_int.htm", nat_ac_name="j", nat_ac_pwd=SECRETS[1], nat_tel01="555",
+         nat_idle_time="3")
     post(saved, "nat_vs.htm", vs_ud1_enable="checked", vs_ud1_name="<b>", vs_ud1_portno="81")
     post(saved, "ac_cfg.htm", "add_port", port_start="20", port_finish="21")
     saved.write(BANNED, "a.com with a comment\n<option>\n")
@@ -69,7 +72,8 @@ def test_who_gets_data(appliance, accept, is_data):
 @pytest.mark.parametrize("state", ["saved", "filled"])
 def test_data_is_what_the_pages_show(request, state):
     appliance = request.getfixturevalue(state)
-    described = {page["page"]: page for page in data_of(appliance.get("next_file=api", DATA))["pages"]}
+    described = {page["page"]: page for page in data_of(appliance.get("next_file=api",
+                                                                      DATA))["pages"]}
     assert sorted(described) == PAGES
     for page in PAGES:
         shown, data = appliance.view(page).shown, view(appliance, page)
@@ -84,21 +88,24 @@ def test_data_is_what_the_pages_show(request, state):
             elif values.get(key) is not None:
                 assert values[key] == text.rstrip("\n"), key
             else:
-                assert key in ("seen", "busy", "change", "saved", "typed", *data["secret"]) or not text
+                assert key in ("seen", "busy", "change", "saved", "typed",
+                               *data["secret"]) or not text
         assert LISTED.isdisjoint(values)
 
 
 def test_no_answer_tells_a_secret(filled):
     answers = [filled.get(f"next_file={page}", DATA) for page in (*PAGES, "api", "nat_status.htm")]
     answers += [post(filled, page, ppp_ac_pwd=SECRETS[0], **more)[2] for page, more in
-                [("wan_ppp.htm", {}), ("wan_ppp.htm", {"ppp_ac_name": "\x01"}), ("nat_conn.htm", {})]]
+                [("wan_ppp.htm", {}), ("wan_ppp.htm", {"ppp_ac_name": "\x01"}),
+                 ("nat_conn.htm", {})]]
     for answer in answers:
         json.loads(answer.body)
         assert not [secret for secret in SECRETS for text in (secret, json.dumps(secret)[1:-1])
                     if text in answer.body]
     data = view(filled, "wan_ppp.htm")
     assert data["secret"] == ["ppp_ac_pwd", "ppp_ac_pwd_v"]
-    assert [data["values"][key] for key in (*data["secret"], "ppp_ac_pwd_kept")] == [None, None, "unchanged"]
+    assert [data["values"][key] for key in (*data["secret"], "ppp_ac_pwd_kept")] == [None, None,
+                                                                                     "unchanged"]
     assert view(filled, "sp_base.htm")["values"]["nat_ac_pwd"] is None
 
 
@@ -107,25 +114,31 @@ def test_lists_are_items(filled):
     assert found["sites_ban.htm"]["banned_site_list"] == ["a.com with a comment", "<option>"]
     assert found["filterlog.htm"]["log_record"] == [
         ["12:00", "10.0.0.9", "http://\ufffdx/\ufffd"], ["12:01", "</td>", "<tr>"]]
-    assert (found["ac_cfg.htm"]["port_list"], found["ac_cfg.htm"]["address_list"]) == (["20-21"], [])
+    assert (found["ac_cfg.htm"]["port_list"], found["ac_cfg.htm"]["address_list"]) == (["20-21"],
+                                                                                       [])
     modems = found["sp_port.htm"]
     assert len(modems["a_init"]) == len(modems["show_modemlist"]) == 7
-    assert dict(zip(modems["show_modemlist"], modems["a_init"]))["56k V.92 Fax Voice"] == "AT&F&C1&D2\\N3%C3"
+    assert dict(zip(modems["show_modemlist"],
+                    modems["a_init"]))["56k V.92 Fax Voice"] == "AT&F&C1&D2\\N3%C3"
     sap = found["nat_sap.htm"]
     assert {len(items) for items in sap.values()} == {9}
-    assert [items[3] for items in sap.values()] == ["checked", "TCP", "TCP", "5190", "5190", "5190", "5190", "ICQ"]
+    assert [items[3] for items in sap.values()] == ["checked", "TCP", "TCP", "5190", "5190", "5190",
+                                                    "5190", "ICQ"]
     assert found["ppp_status.htm"]["ppp_wan_log"] == ["sent ??????", "\x01", "?????? failed"]
     assert found["dc_status.htm"]["wan_dns"] == ["192.0.2.53", "198.51.100.53"]
     history = found["history.htm"]
     assert [row[3:] for row in history["history_list"]] == [
         ["ac_cfg.htm", "add_port", "accepted"], *([page, "save", "accepted"] for page in
-                                                  ("nat_vs.htm", "sp_int.htm", "wan_ppp.htm"))]
-    assert history["history_numbers"] == ["4", "3", "2", "1"]
-    assert [item.split("\n")[0] for item in history["history_files"]] == [SETTINGS, "/etc/rc.d/rc.ac_ctrl"]
+                                                  ("nat_vs.htm", "sp_int.htm", "wan_ppp.htm",
+                                                   "nat_conn.htm"))]
+    assert history["history_numbers"] == ["5", "4", "3", "2", "1"]
+    assert [item.split("\n")[0] for item in history["history_files"]] == [SETTINGS,
+                                                                          "/etc/rc.d/rc.ac_ctrl"]
 
 
 @pytest.mark.parametrize("octets", [
-    b"\xe2\x82", b"\xe2\x82\xff\xe2", b"\xf0\x9f\x98\xf0\x9f\x98\x80", b"\xed\xa0\x80", b"\xc0\xaf\xfe",
+    b"\xe2\x82", b"\xe2\x82\xff\xe2", b"\xf0\x9f\x98\xf0\x9f\x98\x80", b"\xed\xa0\x80",
+                                    b"\xc0\xaf\xfe",
     b"\xf4\x90\x80", b"\xe0\x9f\x80\x80", b"a\x7f\x1b\"\\/\xc3\xa9"])
 def test_every_answer_is_utf_8(saved, octets):
     saved.write(RECORD, saved.read(RECORD).encode().replace(b"User=", b"User=" + octets))
@@ -135,14 +148,16 @@ def test_every_answer_is_utf_8(saved, octets):
 def test_a_getter_that_fails_is_named_and_the_others_tell_what_they_know(appliance):
     appliance.block(BANNED)
     data = view(appliance, "sites_ban.htm")
-    assert data["errors"] == {"banned_site_list": told(34)} and data["lists"] == {"banned_site_list": []}
+    assert data["errors"] == {"banned_site_list": told(34)}
+    assert data["lists"] == {"banned_site_list": []}
     assert "errors" not in view(appliance, "sites_allow.htm")
     appliance.write("/etc/rc.d/rc.firewall", "")
     assert "errors" not in view(appliance, "nat_sap.htm")  # no applications are no failure
 
 
 def test_lists_are_told_whole_where_a_page_has_no_room(appliance):
-    appliance.write("/etc/ppp/modem.ini", "".join(f"[m{n}]\nInitString=AT\n\n" for n in range(4000)))
+    appliance.write("/etc/ppp/modem.ini",
+                    "".join(f"[m{n}]\nInitString=AT\n\n" for n in range(4000)))
     assert appliance.view("sp_port.htm").shown["modems_left_out"]
     data = view(appliance, "sp_port.htm")
     assert data["values"]["modems_left_out"] == "" and len(data["lists"]["show_modemlist"]) > 3999
@@ -154,31 +169,40 @@ PPPOE, DIRECT, MODEM = "WAN Port - PPPoE", "WAN Port - Direct Connection", "Seri
 
 
 @pytest.mark.parametrize("method, log, answers, idle, found", [
-    (None, "", {}, "5", ("off", "Internet access is switched off. The method is PPPoE.", "PPPoE", "")),
-    (DIRECT, "", {NETWORK_REPORT: UP + "GATEWAY=203.0.113.1\n"}, "5", ("connected", "", "Direct connection", "203.0.113.5")),
+    (None, "", {}, "5", ("off", "Internet access is switched off. The method is PPPoE.", "PPPoE",
+                         "")),
+    (DIRECT, "", {NETWORK_REPORT: UP + "GATEWAY=203.0.113.1\n"}, "5",
+     ("connected", "", "Direct connection", "203.0.113.5")),
     (DIRECT, "", {NETWORK_REPORT: UP}, "5",
-     ("connected", "There is no gateway, so the internet is out of reach.", "Direct connection", "203.0.113.5")),
-    (DIRECT, "", {NETWORK_REPORT: "HWADDR=1\n"}, "0", ("failed", "The WAN port has no address.", "Direct connection", "")),
+     ("connected", "There is no gateway, so the internet is out of reach.", "Direct connection",
+      "203.0.113.5")),
+    (DIRECT, "", {NETWORK_REPORT: "HWADDR=1\n"}, "0",
+     ("failed", "The WAN port has no address.", "Direct connection", "")),
     (DIRECT, "", {NETWORK_REPORT: "HWADDR=1\nIPADDR=0.0.0.0\n"}, "5",
      ("failed", "No address from DHCP. Check the cable of the WAN port.", "Direct connection", "")),
     (PPPOE, "", {}, "5", ("waiting", WAITS % "PPPoE", "PPPoE", "")),
     (PPPOE, "ok\nPAP Authentication FAILED \n\n", {}, "5",
-     ("failed", "The last attempt failed. The log ends with: PAP Authentication FAILED", "PPPoE", "")),
+     ("failed", "The last attempt failed. The log ends with: PAP Authentication FAILED", "PPPoE",
+      "")),
     (PPPOE, "NO CARRIER\n" + "x" * 2000 + "\n", {}, "5", ("waiting", WAITS % "PPPoE", "PPPoE", "")),
     (PPPOE, "", {}, "0", ("failed", "Not connected.", "PPPoE", "")),
     (PPPOE, "", {"pidof pppoe": "123\n"}, "0", ("connecting", "Not connected yet.", "PPPoE", "")),
     (PPPOE, "", {"pidof pppoe": "123\n", "NET_ReadNetworkInfo ppp0": "IPADDR=192.0.2.9\n"}, "5",
      ("connected", "", "PPPoE", "192.0.2.9")),
-    (MODEM, "", {}, "5", ("no_method", "No connection is set up yet. How does this appliance reach the internet?", "", "")),
+    (MODEM, "", {}, "5",
+     ("no_method", "No connection is set up yet. How does this appliance reach the internet?", "",
+      "")),
     (MODEM + "!", "", {}, "5", ("waiting", WAITS % "Modem", "Modem", "")),
-    (MODEM + "!", "", {"pidof pppd": "123\n"}, "5", ("connecting", "Not connected yet.", "Modem", "")),
+    (MODEM + "!", "", {"pidof pppd": "123\n"}, "5",
+     ("connecting", "Not connected yet.", "Modem", "")),
     (MODEM + "!", "", {"pidof pppd": "123\n", "ifconfig ppp0": "inet addr:192.0.2.7  P-t-P\n"}, "5",
      ("connected", "", "Modem", "192.0.2.7")),
 ])
 def test_the_state_and_its_cause(saved, method, log, answers, idle, found):
     post(saved, "wan_dc.htm", isp_ip_type="fixed" if idle == "0" else "dynamic")
     post(saved, "wan_ppp.htm", ppp_ac_name="joe", ppp_idle_time=idle)
-    post(saved, "nat_conn.htm", internet_access="checked", access_method=(method or PPPOE).rstrip("!"))
+    post(saved, "nat_conn.htm", internet_access="checked",
+         access_method=(method or PPPOE).rstrip("!"))
     if method is None:
         post(saved, "nat_conn.htm", internet_access="unchecked", access_method=PPPOE)
     if method and method.endswith("!"):
@@ -190,7 +214,8 @@ def test_the_state_and_its_cause(saved, method, log, answers, idle, found):
     data = data_of(result)
     assert tuple(data[key] for key in ("state", "cause", "method", "address")) == found
     assert len(result.commands) == len(set(result.commands))  # nothing is asked twice
-    assert view(saved, "wan_ppp.htm", "&state=yes")["state"] == found[0] and "state" not in view(saved, "wan_ppp.htm")
+    assert view(saved, "wan_ppp.htm",
+                "&state=yes")["state"] == found[0] and "state" not in view(saved, "wan_ppp.htm")
 
 
 REFUSED, ACCEPTED = "422 Unprocessable Content", "200 OK"
@@ -202,7 +227,8 @@ def test_what_becomes_of_posts(filled):
             ("nat_conn.htm", "save", {"dmz_ip_1": "1234"}, REFUSED, told(48)),
             ("wan_ppp.htm", "save", {"ppp_ac_name": ""}, REFUSED, told(16)),
             ("nat_vs.htm", "save", {"vs_web_1": "a\x01"}, REFUSED, told(61, "vs_web_1")),
-            ("nat_sap.htm", "nat_add_sap", {"v_nat_sap_name": "Chess", "v_nat_sapin_pr_list": "TCP"}, ACCEPTED, ""),
+            ("nat_sap.htm", "nat_add_sap",
+             {"v_nat_sap_name": "Chess", "v_nat_sapin_pr_list": "TCP"}, ACCEPTED, ""),
             ("nat_sap.htm", "nat_add_sap", {"v_nat_sap_name": "Chess"}, REFUSED, told(6)),
             ("nat_sap.htm", "nat_del_sap", {"v_nat_sap_name": "Ping"}, REFUSED, told(51)),
             ("ac_cfg.htm", "add_port", {"port_start": "22;"}, REFUSED, told(62, "Port", ";")),
@@ -215,14 +241,19 @@ def test_what_becomes_of_posts(filled):
         answered, data, result = post(filled, page, todo, **fields)
         assert (answered, data["accepted"]) == (status, status == ACCEPTED), (page, fields)
         assert data["notice" if data["accepted"] else "message"] == told_text.rstrip("\n")
-        assert data["page"] == page and bool(data["change"]) == any(not path.startswith(CHANGES) for path in result.changed)
+        changed = [path for path in result.changed if not path.startswith(CHANGES)]
+        assert data["page"] == page and bool(data["change"]) == bool(changed)
         assert data["seen"] == (data["change"] or before)
-    refusing = post(filled, "nat_conn.htm", internet_access="checked", filter_when="", vs_ud1_1="1234")[1]
+    refusing = post(filled, "nat_conn.htm", internet_access="checked", filter_when="",
+                    vs_ud1_1="1234")[1]
     assert (refusing["accepted"], refusing["page"]) == (False, "nat_vs.htm")
     defaults = post(filled, "sp_port.htm", "port_defaults")[1]["values"]
-    assert (defaults["nat_serspeed_list"], defaults["nat_modem_list"]) == ("115200", "_Standard Modem")
-    status, data, _ = post(filled, "wan_ppp.htm", env={"REMOTE_USER": "me"}, seen=0, ppp_ac_name="jim")
-    assert (status, data["accepted"], data["who"]) == ("409 Conflict", False, "") and data["when"].endswith("UTC")
+    assert (defaults["nat_serspeed_list"], defaults["nat_modem_list"]) == ("115200",
+                                                                           "_Standard Modem")
+    status, data, _ = post(filled, "wan_ppp.htm", env={"REMOTE_USER": "me"}, seen=0,
+                           ppp_ac_name="jim")
+    assert (status, data["accepted"], data["who"]) == ("409 Conflict", False,
+                                                       "") and data["when"].endswith("UTC")
     assert data["message"].startswith(MESSAGES[76].split("%s")[0])
     assert post(filled, "wan_ppp.htm", seen=data["seen"], ppp_ac_name="jim")[0] == ACCEPTED
 
@@ -230,41 +261,52 @@ def test_what_becomes_of_posts(filled):
 def test_a_failed_action_and_those_who_may_not_or_must_wait(saved):
     saved.block("/etc/diald.conf")
     status, data, _ = post(saved, "sp_int.htm", nat_ac_name="j", nat_tel01="5", nat_idle_time="3")
-    assert (status, data["accepted"], data["page"]) == ("500 Internal Server Error", False, "sp_int.htm")
+    assert (status, data["accepted"], data["page"]) == ("500 Internal Server Error", False,
+                                                        "sp_int.htm")
     assert data["message"] == told(12, "SaDiald")
     foreign = {**DATA, "HTTP_HOST": "box", "HTTP_ORIGIN": "http://evil"}
     body = json.dumps({"this_file": "nat_conn.htm", "todo": "save", "enable_telnet": "unchecked"})
     for content_type in ("application/json", "text/plain", "application/x-www-form-urlencoded"):
         result = saved.post(body, {**foreign, "CONTENT_TYPE": content_type})
-        assert (result.headers["Status"], list(data_of(result)), result.did_nothing) == ("403 Forbidden", ["message"], True)
-    result = saved.post(body, {**DATA, "CONTENT_TYPE": "text/plain"})  # a form, and one without a todo
+        assert (result.headers["Status"], list(data_of(result)),
+                result.did_nothing) == ("403 Forbidden", ["message"], True)
+    result = saved.post(body,
+                        {**DATA, "CONTENT_TYPE": "text/plain"})  # a form, and one without a todo
     assert "accepted" not in data_of(result) and not result.changed
     result = saved.request({**foreign, "REQUEST_METHOD": "OPTIONS"}, b"")
-    assert result.headers["Status"] == "501 Not Implemented" and "Access-Control-Allow-Origin" not in result.headers
-    for query, status in ("next_file=%3Cb%3E", "404 Not Found"), ("next_file=log&name=x", "404 Not Found"):
+    assert result.headers["Status"] == "501 Not Implemented"
+    assert not [name for name in result.headers if name.startswith("Access-Control")]
+    for query, status in ("next_file=%3Cb%3E", "404 Not Found"), ("next_file=log&name=x",
+                                                                  "404 Not Found"):
         result = saved.get(query, DATA)
         assert result.headers["Status"] == status and "&lt;" not in data_of(result)["message"]
     status, data, _ = post(saved, "<b>.htm", "nat_add_sap")
     assert (status, data) == ("404 Not Found", {"error": told(10, "<b>.htm")})
     cut = saved.post(b"x", {**DATA, "CONTENT_LENGTH": "9"})
-    assert (cut.headers["Status"], data_of(cut)) == ("400 Bad Request", {"error": "Error Reading Data"})
+    assert (cut.headers["Status"], data_of(cut)) == ("400 Bad Request",
+                                                     {"error": "Error Reading Data"})
 
 
 WELL = '{"this_file":"wan_ppp.htm","todo":"save","next_file":"wan_ppp.htm",'
-BAD, NO_TEXT, NO_OBJECT = "A text of the object is not well formed.", "Every member of the object must be a text.", "The body is not one JSON object."
+BAD = "A text of the object is not well formed."
+NO_TEXT = "Every member of the object must be a text."
+NO_OBJECT = "The body is not one JSON object."
 
 
 @pytest.mark.parametrize("body, wrong", [
-    *((WELL + f'"ppp_ac_name":{value}}}', NO_TEXT) for value in ("1", "true", "null", "{}", '["a"]')),
+    *((WELL + f'"ppp_ac_name":{value}}}', NO_TEXT) for value in ("1", "true", "null", "{}",
+                                                                 '["a"]')),
     *((WELL + f'"ppp_ac_name":"{text}"}}', BAD) for text in
       ("\\ud800", "\\udc00", "\\ud800\\u0041", "\\x", "\\u12", "\\u+123", "\t", "\x00", "\\")),
     (WELL.encode() + b'"ppp_ac_name":"\xe2\x82"}', BAD), (WELL + '"a\\u0000":""}', BAD),
-    *((text, NO_OBJECT) for text in ("", "[]", '"a"', "{", '{"a"}', '{"a":"b",}', '{,}', '{"a":"b"}{}', '{"a":"b"', "\ufeff{}", '{a:"b"}')),
+    *((text, NO_OBJECT) for text in ("", "[]", '"a"', "{", '{"a"}', '{"a":"b",}', '{,}',
+                                     '{"a":"b"}{}', '{"a":"b"', "\ufeff{}", '{a:"b"}')),
     (WELL + '"todo":"save"}', "A name stands in the object twice."),
     ("{" + ",".join(f'"{n}":""' for n in range(1001)) + "}", "The object has too many members."),
 ])
 def test_a_body_that_is_no_flat_object_of_texts_is_refused(saved, body, wrong):
-    for accept, told_text in (DATA, json.dumps({"message": wrong}, separators=(",", ":"))), ({}, wrong):
+    for accept, told_text in (DATA, json.dumps({"message": wrong}, separators=(",", ":"))), ({},
+                                                                                             wrong):
         result = saved.post(body, {**accept, "CONTENT_TYPE": "application/json; charset=utf-8"})
         assert (result.headers["Status"], result.did_nothing) == ("400 Bad Request", True)
         assert told_text in result.body
@@ -277,7 +319,8 @@ def test_an_object_is_a_form(saved):
         result = saved.post(body, {**DATA, "CONTENT_TYPE": "Application/JSON"})
         assert data_of(result)["values"]["ppp_ac_name"] == name
         saved.write(WAN, saved.read(WAN).replace("😀", ""))
-    refused = saved.post(WELL + '"ppp_ac_name":"a\\u0000b"}', {**DATA, "CONTENT_TYPE": "application/json"})
+    refused = saved.post(WELL + '"ppp_ac_name":"a\\u0000b"}',
+                         {**DATA, "CONTENT_TYPE": "application/json"})
     assert data_of(refused)["message"] == told(61, "ppp_ac_name")
 
 

@@ -123,7 +123,7 @@ def test_a_page_shows_so_many_records_as_it_can_hold(shipped, page, path, record
     size = len(record.format(0)) if what == "characters" else 1
     lists = r"@(?:\w+_site_list|log_record|show_modemlist|nat_sap_list|nat_log_text|ppp_wan_log)\|"
     values_behind = re.split(lists, TEMPLATES[page])[1].count("@")
-    assert f'id="cut" data-live>@{key}|html#</p>' in TEMPLATES[page]
+    assert f'id="cut" data-text="{{{key}}}">@{key}|html#</p>' in TEMPLATES[page]
     for total in 100_000, 10:
         shipped.write(path, "".join(map(record.format, range(total))))
         body = shipped.view(page).body
@@ -133,7 +133,7 @@ def test_a_page_shows_so_many_records_as_it_can_hold(shipped, page, path, record
         count = len(numbers[0])
         assert numbers == [list(range(count))] * len(shown)
         told = f"The first {count * size} of {total * size} {what}." if count < total else ""
-        assert f'id="cut" data-live>{told}</p>' in body
+        assert f'id="cut" data-text="{{{key}}}">{told}</p>' in body
         # the longest short value in each of the places behind the list, and the next record, do not fit
         longest_record = 7 * len(record) + 60
         assert count == total or len(body.encode()) > 51199 - values_behind * 6 * 127 - longest_record

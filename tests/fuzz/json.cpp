@@ -1,5 +1,5 @@
-// Objects that are forms: what is read can be written and read again, and is UTF-8. And what a request
-// accepts.
+// Objects that are forms: what is read can be written and read again, and is UTF-8. And what a
+// request accepts.
 #include "base/json.h"
 #include "base/json_reader.h"
 #include "framework/answer.h"
