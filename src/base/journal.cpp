@@ -299,11 +299,15 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
     std::atexit(end_change);
 }
 
+bool is_setting(const std::string& path) {
+    const auto is_above = [&](std::string_view folder) { return path.starts_with(folder); };
+    return path.starts_with('/') && std::ranges::none_of(kNoSettings, is_above);
+}
+
 bool keep_old(const std::string& path) {
     Journal& own = journal();
     if (own.head.empty()) return true;  // nothing is kept, or no more
-    const auto is_above = [&](std::string_view folder) { return path.starts_with(folder); };
-    if (!path.starts_with('/') || std::ranges::any_of(kNoSettings, is_above)) return true;
+    if (!is_setting(path)) return true;
     if (std::ranges::find(own.kept, path) != own.kept.end()) return true;
     if (!begin_change()) return false;
     const auto number = static_cast<unsigned>(own.kept.size() + 1);

@@ -6,11 +6,11 @@ std::string difference_in_words(const std::optional<std::string>& before,
                                 const std::optional<std::string>& after, bool is_secret) {
     const std::string old_text = before.value_or("");
     const std::string new_text = after.value_or("");
+    const bool is_settings = is_settings_text(old_text) && is_settings_text(new_text);
     std::string text;
-    if (is_settings_text(old_text) && is_settings_text(new_text))
-        text = settings_difference(old_text, new_text);
-    else
-        text = is_secret ? "changed\n" : unified_difference(old_text, new_text);
+    if (is_settings) text = settings_difference(old_text, new_text);
+    if (text.empty() && old_text != new_text)
+        text = is_settings || is_secret ? "changed\n" : unified_difference(old_text, new_text);
     if (!before) text.insert(0, "(new)\n");
     if (!after) text.insert(0, "(removed)\n");
     return text.empty() ? "(mode)\n" : text;

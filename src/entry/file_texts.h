@@ -14,8 +14,8 @@
 constexpr bool is_private(mode_t mode) { return (mode & 077) == 0; }
 
 // Settings that differ as "key: before -> after", of other texts the lines that differ; "changed"
-// for a secret that is no list of settings. Before it "(new)" or "(removed)" where one of the two
-// is no file; "(mode)" where nothing else differs.
+// for a secret that is no list of settings, and where only comments or the order differ. Before it
+// "(new)" or "(removed)" where one of the two is no file; "(mode)" where nothing else differs.
 std::string difference_in_words(const std::optional<std::string>& before,
                                 const std::optional<std::string>& after, bool is_secret);
 
