@@ -39,6 +39,11 @@ std::string describe(const ForeseenFile& file) try {
     return "changed\n";
 }
 
+FileWords words_of(std::size_t number) {
+    const ForeseenFile& file = foreseen_files()[number];
+    return {file.path, describe(file)};
+}
+
 std::string command_lines() {
     std::string lines;
     for (const std::string& command : foreseen_commands()) lines += command + "\n";
@@ -46,7 +51,7 @@ std::string command_lines() {
 }
 
 int get_files(LongText& text, int&) {
-    text = list_of_files(foreseen_files(), command_lines(), describe);
+    text = list_of_files(foreseen_files().size(), command_lines(), words_of);
     return 0;
 }
 
