@@ -330,10 +330,14 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
     std::atexit(end_change);
 }
 
+bool is_setting(const std::string& path) {
+    return path.starts_with('/') && !is_passing(path);
+}
+
 bool keep_old(const std::string& path) {
     Journal& own = journal();
     if (own.head.empty()) return true;  // nothing is kept, or no more
-    if (!path.starts_with('/') || is_passing(path)) return true;
+    if (!is_setting(path)) return true;
     if (std::ranges::find(own.kept, path) != own.kept.end()) return true;
     if (!begin_change()) return false;
     // From the first file on a change that is to wait does so; while it is "open" a crash takes it

@@ -38,10 +38,12 @@ bool keeps_changes();
 // that it posted; values are kept nowhere. Only where there is a folder for it.
 void keep_changes_of(const Request& request, const std::vector<std::string>& names);
 
-// Keeps a file that is about to be replaced, removed or given another mode, once a request. Files
-// of /tmp, /var and /run are no settings. False when it cannot be kept, which is noted
-// (failures.h): the file must stay as it is then, and end_change() puts back what was changed
-// before it.
+// False for files of /tmp, /var and /run: logs and states.
+bool is_setting(const std::string& path);
+
+// Keeps a setting that is about to be replaced, removed or given another mode, once a request.
+// False when it cannot be kept, which is noted (failures.h): the file must stay as it is then, and
+// end_change() puts back what was changed before it.
 [[nodiscard]] bool keep_old(const std::string& path);
 
 // Notes a command that acted, and the actions that are to run.

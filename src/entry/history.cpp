@@ -17,6 +17,7 @@
 #include "entry/going_back.h"
 #include "framework/answer.h"
 #include "framework/msgfile.h"
+#include "framework/page_room.h"
 
 namespace {
 
@@ -99,6 +100,11 @@ int get_numbers(LongText& text, int&) {
     return 0;
 }
 
+FileWords words_of(std::size_t number) {
+    const KeptFile& file = shown.change.files[number];
+    return {file.path, describe(file)};
+}
+
 std::string command_lines() {
     std::string lines;
     for (const std::string& line : shown.change.commands) lines += line + "\n";
@@ -106,7 +112,7 @@ std::string command_lines() {
 }
 
 int get_files(LongText& text, int&) {
-    text = list_of_files(shown.change.files, command_lines(), describe);
+    text = list_of_files(shown.change.files.size(), command_lines(), words_of);
     return 0;
 }
 

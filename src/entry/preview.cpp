@@ -24,19 +24,25 @@ struct Shown {
 };
 Shown shown;
 
-// A private file's content stays out of sight, whichever of the two is private.
+// A private file's content stays out of sight, whichever of the two is private, and so does a
+// log's.
 std::string describe(const ForeseenFile& file) try {
     if (file.is_cut) return "(emptied)\n";
     struct stat old {};
     const bool is_there = stat(file.path.c_str(), &old) == 0;
-    const bool is_secret =
-        (is_there && is_private(old.st_mode)) || (file.exists && is_private(file.mode));
+    const bool is_secret = !is_setting(file.path) || (is_there && is_private(old.st_mode)) ||
+                           (file.exists && is_private(file.mode));
     const std::optional<std::string> before = read_file(file.path);
     if (!file.exists) return difference_in_words(before, std::nullopt, is_secret);
     if (!file.text) return difference_in_words(before, before, is_secret);
     return difference_in_words(before, std::string(file.text.view()), is_secret);
 } catch (const Unreadable&) {
     return "changed\n";
+}
+
+FileWords words_of(std::size_t number) {
+    const ForeseenFile& file = foreseen_files()[number];
+    return {file.path, describe(file)};
 }
 
 std::string command_lines() {
@@ -46,7 +52,7 @@ std::string command_lines() {
 }
 
 int get_files(LongText& text, int&) {
-    text = list_of_files(foreseen_files(), command_lines(), describe);
+    text = list_of_files(foreseen_files().size(), command_lines(), words_of);
     return 0;
 }
 

@@ -183,9 +183,11 @@ def test_secrets_are_not_shown(kept, is_new, password):
     if is_new:
         text = look(kept, "history.htm", "undo", change=1).shown["preview_files"]
         assert files_of(text)[PAP] == "(removed)\nchanged" and "geheim" not in text
-    kept.write("/var/log/pppd.log", "geheim\n")
-    text = look(kept, "ppp_status.htm", "ppp_clearlog").shown["preview_files"]
-    assert files_of(text) == {"/var/log/pppd.log": "(emptied)"}
+    for path in "/var/log/pppd.log", "/var/log/ppp1.log":
+        kept.write(path, "geheim\n")
+    text = look(kept, "sp_status.htm", "nat_clearlog").shown["preview_files"]
+    assert files_of(text) == {"/var/log/pppd.log": "(emptied)",
+                              "/var/log/ppp1.log": "(removed)\nchanged"}
 
 
 def test_files_behind_links(kept):
@@ -218,12 +220,16 @@ def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
 
 
 def test_an_undo_can_be_previewed_and_a_long_list_is_cut(kept):
+    factory = kept.read(RECORD)
     kept.save("nat_conn.htm", enable_dmz="checked")
     sites = "".join(f"{n}.example.org\n" for n in range(4000))
     kept.write("/usr/local/squid/etc/access.list", sites)
     seen = look(kept, "history.htm", "undo", change=1)
     assert files_of(seen.shown["preview_files"])[RECORD].startswith("DMZ: 1 → 0")
     assert "DMZ=1\n" in kept.read(RECORD)
+    kept.write(RECORD, factory + "# by hand\n", 0o600)
+    seen = look(kept, "history.htm", "undo", change=1, overwrite="yes")
+    assert files_of(seen.shown["preview_files"])[RECORD] == "changed"
     seen = look(kept, "sites_allow.htm", "del_all")
     path, words = files_of(seen.shown["preview_files"]).popitem()
     assert words == "(There is more than this page has room for.)"

@@ -2,7 +2,7 @@
 // mode, for a test to compare with what the request itself makes of them. A "/" becomes a "%".
 
 #define main answer_request
-#include "entry/nat_main.cpp"
+#include "entry/nat_main.cpp"  // NOLINT: the program as it is
 #undef main
 
 #include <algorithm>
