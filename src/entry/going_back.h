@@ -12,7 +12,7 @@
 std::vector<Change> changes_from(unsigned number);
 
 // Remembers how each file was before the first of these changes that has replaced it. False when
-// one of them is damaged; nothing is to be put back then.
+// one of them cannot be read; nothing is to be put back then.
 [[nodiscard]] bool remember_files_before(std::span<const Change> changes);
 
 // Puts the remembered files in their places. 0, or 1 when one cannot be written.

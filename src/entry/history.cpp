@@ -189,7 +189,9 @@ std::string edited_by_hand(const std::vector<Change>& changes) {
 int undo(const FormList* form, int mode, const Actions& actions, Message& message) {
     const auto number = static_cast<unsigned>(to_long(field_text(form, "change")));
     const std::vector<Change> changes = changes_from(number);
-    if (changes.empty() || changes.front().number != number || !remember_files_before(changes))
+    const auto is_damaged = [](const Change& change) { return !change.damage.empty(); };
+    if (changes.empty() || changes.front().number != number ||
+        std::ranges::any_of(changes, is_damaged) || !remember_files_before(changes))
         return refuse(Msg::NoSuchChange, message);
     const std::string edited = edited_by_hand(changes);
     if (!edited.empty() && !field_is(form, "overwrite", "yes")) {

@@ -63,7 +63,8 @@ bool take_back_unkept_change(const std::vector<Change>& changes) {
 
 bool take_back_unkept(unsigned number, Message& message) {
     const std::vector<Change> changes = changes_from(number);
-    // One that is not there or cannot be read whole would stop all that is to come.
+    // One that is not there or cannot be read would stop all that is to come. A later one can only
+    // be an attempt to take it back that was interrupted, perhaps before it could say what it is.
     if (!is_there(changes, number) || !remember_files_before(changes)) {
         GetErrMsgByIndex(Msg::NoSuchChange, message);
         return end_waiting();

@@ -364,10 +364,18 @@ class WaitingTrial(KeptTrial):
     next view after its time finds all old. When its keeping is, all new unless it waits still."""
 
     keeping = Case("keep", {"this_file": "nat_conn.htm", "todo": "confirm", "change": "1"})
+    taking_back = Case("nat_base view", {})
 
-    def let_wait(self):
+    def let_wait(self, is_over=False):
         self.case.send(self.appliance)
         self.appliance.end_processes()
+        if is_over:
+            self.appliance.start_anew()
+
+    def calls_of(self, case):
+        self.appliance.restore(self.before)
+        self.let_wait(case is self.taking_back)
+        return [call for call in self.appliance.record(case)[1] if call.changes_files]
 
     def unlike(self, wanted):
         self.appliance.start_anew()  # the time is over
@@ -390,11 +398,9 @@ class WaitingTrial(KeptTrial):
             yield "waits, though nothing of it is kept"
         yield from self.unlike(self.before)
 
-    def kill_taking_back(self, *at):
-        self.let_wait()
-        self.appliance.start_anew()
-        self.appliance.view_killed(at)
-        self.appliance.view_killed(at)
+    def kill_taking_back(self, call):
+        self.let_wait(is_over=True)
+        self.appliance.disturb(self.taking_back, call, "signal=KILL")
         yield from self.unlike(self.before)
 
     def kill_keeping(self, call):
@@ -407,12 +413,9 @@ class WaitingTrial(KeptTrial):
             yield call, "SIGKILL", self.kill(call)
         for call in filter(lambda call: call.name.startswith("link"), self.calls):
             yield call, "EIO", self.cannot_keep(call)
-        for name in "link", "rename", "unlink", "fsync", "symlink", "chmod", "mkdir":
-            for n in range(1, 9):
-                yield f"taking back, {name} {n}", "SIGKILL, twice", self.kill_taking_back(name, n)
-        self.appliance.restore(self.before)
-        self.let_wait()
-        for call in filter(lambda call: call.changes_files, self.appliance.record(self.keeping)[1]):
+        for call in self.calls_of(self.taking_back):
+            yield call, "SIGKILL, while it is taken back", self.kill_taking_back(call)
+        for call in self.calls_of(self.keeping):
             yield call, "SIGKILL, while it is kept", self.kill_keeping(call)
 
 
