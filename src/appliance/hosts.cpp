@@ -18,20 +18,6 @@ namespace {
 
 // ---- the list ----
 
-// Nothing for a text that is no dotted quad.
-std::optional<std::uint32_t> number_of(std::string_view address) {
-    std::uint32_t number = 0;
-    for (const bool is_last : {false, false, false, true}) {
-        const std::string_view octet =
-            address.substr(0, is_last ? address.npos : address.find('.'));
-        const bool is_number = octet.size() <= 3 && std::ranges::all_of(octet, is_digit);
-        if (octet.empty() || !is_number || to_int(octet) > 255) return std::nullopt;
-        number = number * 256 + static_cast<std::uint32_t>(to_int(octet));
-        address.remove_prefix(std::min(octet.size() + 1, address.size()));
-    }
-    return number;
-}
-
 // The host with that address, or where it would stand.
 Hosts::iterator place_of(Hosts& hosts, std::uint32_t number) {
     return std::ranges::lower_bound(hosts, number, {}, &Host::number);
@@ -121,6 +107,19 @@ void for_each_piece(const char* path, Use use) {
 }
 
 }  // namespace
+
+std::optional<std::uint32_t> number_of(std::string_view address) {
+    std::uint32_t number = 0;
+    for (const bool is_last : {false, false, false, true}) {
+        const std::string_view octet =
+            address.substr(0, is_last ? address.npos : address.find('.'));
+        const bool is_number = octet.size() <= 3 && std::ranges::all_of(octet, is_digit);
+        if (octet.empty() || !is_number || to_int(octet) > 255) return std::nullopt;
+        number = number * 256 + static_cast<std::uint32_t>(to_int(octet));
+        address.remove_prefix(std::min(octet.size() + 1, address.size()));
+    }
+    return number;
+}
 
 // ---- leases ----
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,10 @@ struct Host {
 
 // Sorted by address, one host an address, at most kMostHosts.
 using Hosts = std::vector<Host>;
+
+// The number of a dotted quad; nothing for any other text. What passes is harmless as a word of a
+// command.
+std::optional<std::uint32_t> number_of(std::string_view address);
 
 // Reads a leases file, in parts of any size. The last lease of an address counts; it makes a host
 // when its time has not passed and its state, if there is one, is "active". A time that cannot be

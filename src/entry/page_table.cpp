@@ -10,6 +10,7 @@
 #include "filter/nat_filter.h"
 #include "filter/nat_sap.h"
 #include "filter/site_pages.h"
+#include "nat/diagnose.h"
 #include "nat/dial_files.h"
 #include "nat/nat_base.h"
 #include "nat/nat_conn.h"
@@ -48,6 +49,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"filterlog.htm", get_filterlog, set_filter_log},
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
     {"history.htm", get_history, set_history},
+    {"diagnose.htm", get_diagnose, nullptr},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({
