@@ -281,13 +281,14 @@ def waits(box):
     return group and any(stat[2] == group and stat[0] != "Z" for stat in stats)
 
 
-@pytest.mark.parametrize("says", ["", "while :; do echo PING x; done"])
+@pytest.mark.parametrize("says", ["", "while :; do echo; done"])
 def test_two_seconds_a_question(box, says):
     connect(box)
     slow_down(box, "/bin/ping", says)
     begin = time.monotonic()
     steps, _ = diagnosis(box)
-    assert time.monotonic() - begin < 4 and not waits(box)
+    assert time.monotonic() - begin < 4
+    until(lambda: not waits(box))
     assert next(step for step in steps if step[0] == QUESTIONS[7])[2:4] == ["no answer", "no"]
 
 
@@ -310,4 +311,5 @@ def test_it_ends_soon_after_the_browser_has_gone(box, leave):
         assert process.stdout.read1().startswith(b"X-Content-State: asking\n")
         leave(process)
         process.wait(1)
-    assert not waits(box) and box.exists("/tmp/eth0") and not box.exists("/tmp/ppp0")
+    until(lambda: not waits(box))
+    assert box.exists("/tmp/eth0") and not box.exists("/tmp/ppp0")
