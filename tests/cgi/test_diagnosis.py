@@ -73,7 +73,7 @@ def connect(box, method=DIRECT, changes={}):
     box.write(RECORD, f"Method={method}\nPhone1=5551234\n", 0o600)
     box.write(WAN, "nat_enable=yes\nnat_interface=eth0\npppoe_username=ann\n", 0o600)
     box.write(PORT, "")
-    box.write(RESOLVER, "# here\nnameserver 127.0.0.1\n")
+    box.write(RESOLVER, "# 127.0.0.2\nnameserver 127.0.0.1\n")
     box.write(ARP, "IP address  HW type  Flags  HW address  Mask  Device\n")
     route = TABLE + (TO_GATEWAY if method == DIRECT else TO_LINK)
     answers = {"ifconfig eth0": PORT_UP, "ifconfig ppp0": LINK_UP, "route -n": route,

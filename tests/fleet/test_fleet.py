@@ -73,7 +73,8 @@ class Fleet:
         inventory = {"appliances": {"vars": variables, "hosts": dict.fromkeys(NAMES)}}
         (self.folder / "inventory.json").write_text(json.dumps(inventory))
         done = subprocess.run(
-            ["ansible-playbook", "-i", self.folder / "inventory.json", FLEET / "site.yml", *options],
+            ["ansible-playbook", "-i", self.folder / "inventory.json", FLEET / "site.yml",
+             *options],
             env={"PATH": os.environ["PATH"], "HOME": str(self.folder), "LC_ALL": "C.UTF-8"},
             capture_output=True, text=True, timeout=300)
         recap = re.findall(r"^(\S+) +: .*changed=(\d+) .*failed=(\d+)", done.stdout, re.M)
