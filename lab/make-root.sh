@@ -67,6 +67,8 @@ if ! { mknod -m 666 "$null" c 1 3 && : >"$null"; } 2>/dev/null; then
     chmod 666 "$null"
 fi
 
+: >"$root/dev/ttyS0"
+
 # A machine that was just switched on: no link, no process, no scratch file.
 rm -rf "$root/var/lib/practice" "$root/proc" "$root/tmp" "$root/usr/local/squid/logs/squid.pid" "$root/etc/diald/diald.ctl"
 mkdir -p "$root/var/lib"

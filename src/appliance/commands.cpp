@@ -78,3 +78,11 @@ std::optional<std::string> ask_line(Asking command, std::string_view word, std::
     }
     return "";
 }
+
+std::optional<Answer> probe_command(Asking command, std::string_view word) {
+    return probe(row_of(command.name).line, word);
+}
+
+std::string command_text(Asking command, std::string_view word) {
+    return text_of(row_of(command.name).line, word);
+}

@@ -45,6 +45,11 @@ enum class Command : unsigned char {
     routes,
     modules,
     network_report,
+    probe_interface,
+    probe_program,
+    probe_script,
+    probe_routes,
+    probe_host,
 };
 
 enum class Does : bool { acts, asks };
@@ -57,6 +62,7 @@ struct CommandRow {
 
 // Seconds that commands have. A modem dials three numbers, and a DHCP server may be slow.
 inline constexpr int kAskLimit = 5;
+inline constexpr int kProbeLimit = 2;  // a question of the diagnosis
 inline constexpr int kStartLimit = 90;
 inline constexpr int kDialLimit = 120;
 
@@ -97,6 +103,15 @@ inline constexpr std::array kCommands = std::to_array<CommandRow>({
     {Command::routes, Does::asks, {"route", {"-n"}, kAskLimit}},
     {Command::modules, Does::asks, {"/sbin/lsmod", {}, kAskLimit}},
     {Command::network_report, Does::asks, {NetworkInfoF, {"%s"}, kAskLimit}},
+    {Command::probe_interface,
+     Does::asks,
+     {"/sbin/ifconfig", {"%s"}, kProbeLimit, Errors::with_output}},
+    {Command::probe_program, Does::asks, {"/sbin/pidof", {"%s"}, kProbeLimit}},
+    {Command::probe_script, Does::asks, {"/sbin/pidof", {"-x", "%s"}, kProbeLimit}},
+    {Command::probe_routes, Does::asks, {"route", {"-n"}, kProbeLimit}},
+    {Command::probe_host,
+     Does::asks,
+     {"ping", {"-qc1", "-w2", "%s"}, kProbeLimit, Errors::with_output}},
 });
 
 consteval bool rows_are_in_order() {
@@ -147,3 +162,8 @@ std::optional<std::string> ask_command(Asking command, std::string_view word = {
 // the first line that holds this text; empty when there is none.
 std::optional<std::string> ask_line(Asking command, std::string_view word, std::size_t limit,
                                     std::string_view holding = {});
+
+// What comes of a command that is asked by one who judges the answer himself (run.h), and the
+// command in words.
+std::optional<Answer> probe_command(Asking command, std::string_view word = {});
+std::string command_text(Asking command, std::string_view word = {});

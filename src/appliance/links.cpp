@@ -72,17 +72,25 @@ bool is_pppd_running() {
 int IsInterface(std::string_view interface) { return sharing_is_on() && has_address(interface); }
 
 bool has_address(std::string_view interface) {
-    constexpr std::string_view kMark = "inet addr:";
     const std::string line =
         ask_line(Command::interface, interface, kLine, "inet addr").value_or("");
-    const std::size_t mark = line.find(kMark);
-    if (mark == std::string::npos) return false;
-    const std::string_view behind = std::string_view(line).substr(mark + kMark.size());
-    const std::string_view address = behind.substr(0, behind.find_first_of(" \t\r"));
-    if (address.empty() || address.front() == '0') return false;
+    return !usable_address(line, interface).empty();
+}
+
+std::string_view usable_address(std::string_view report, std::string_view interface) {
+    const std::string_view address = word_behind("inet addr:", report);
+    if (address.empty() || address.front() == '0') return {};
     // The placeholders are only PPP's: on the Ethernet port a provider may well give them out.
     const bool is_ppp = interface.starts_with('p');
-    return !is_ppp || (address != kNotDialled && address != kDialdRemote);
+    const bool is_placeholder = address == kNotDialled || address == kDialdRemote;
+    return is_ppp && is_placeholder ? std::string_view() : address;
+}
+
+std::string_view word_behind(std::string_view mark, std::string_view report) {
+    const std::size_t place = report.find(mark);
+    if (place == report.npos) return {};
+    const std::string_view behind = report.substr(place + mark.size());
+    return behind.substr(0, behind.find_first_of(" \t\r\n"));
 }
 
 void run_ip_up_on(std::string_view interface) {

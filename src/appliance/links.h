@@ -39,6 +39,11 @@ int IsInterface(std::string_view interface);
 // Whether the interface itself has a usable address, whatever the sharing switch says.
 bool has_address(std::string_view interface);
 
+// The usable address in what ifconfig prints of an interface; empty without one.
+std::string_view usable_address(std::string_view report, std::string_view interface);
+// The word that stands behind a mark such as "inet addr:"; empty when the mark does not.
+std::string_view word_behind(std::string_view mark, std::string_view report);
+
 // Runs the link-up script for an interface for which IsInterface holds.
 void run_ip_up_on(std::string_view interface);
 

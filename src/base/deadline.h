@@ -17,6 +17,13 @@ public:
         return static_cast<int>(std::max(end_ - now(), 0L));
     }
 
+    // The end of the next of so many equal parts of what is left.
+    [[nodiscard]] Deadline part(int parts) const {
+        Deadline nearer(0);
+        nearer.end_ += milliseconds_left() / parts;
+        return nearer;
+    }
+
 private:
     static long now() {
         timespec time{};

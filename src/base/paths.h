@@ -41,6 +41,9 @@ inline constexpr char FilterF[] = "/usr/lib/diald/standard.filter";
 inline constexpr char FilterTmpF[] = "/usr/lib/diald/tmp.filter";
 inline constexpr char DefFilterF[] = "/usr/lib/diald/default.filter";
 
+// The port that the modem is on.
+inline constexpr char SerialPortF[] = "/dev/ttyS0";
+
 // The modem list.
 inline constexpr char ModemFile[] = "/etc/ppp/modem.ini";
 
@@ -76,6 +79,10 @@ inline constexpr char SquidLogF[] = "/usr/local/squid/logs/access.log";
 inline constexpr char FilterConfF[] = "/usr/local/squid/etc/filter.conf";
 inline constexpr char AllowListF[] = "/usr/local/squid/etc/access.list";
 inline constexpr char BanListF[] = "/usr/local/squid/etc/deny.list";
+
+// A host in the internet that a diagnosis asks the name servers for and then calls at its web port.
+// This one is there for examples; a firmware may name one that its maker keeps.
+inline constexpr char OutsideHost[] = "example.com";
 
 // The appliance's own network programs.
 inline constexpr char SetTcpF[] = "/usr/share/quillstead/network/NET_SetTCPIP";

@@ -16,6 +16,7 @@
 #include "base/failures.h"
 #include "base/files.h"
 #include "base/io.h"
+#include "base/receiver.h"
 #include "base/turn.h"
 
 namespace {
@@ -167,11 +168,7 @@ int status_of(pid_t pid, const CommandLine& command, const Deadline& deadline,
 std::string read_answer(int from, const Deadline& deadline) {
     std::string answer;
     std::array<char, 4096> block;
-    for (;;) {
-        pollfd ready = {from, POLLIN, 0};
-        const int events = poll(&ready, 1, deadline.milliseconds_left());
-        if (events < 0 && errno == EINTR) continue;
-        if (events <= 0) break;
+    while (wait_for(from, POLLIN, deadline)) {
         const ssize_t got = read_some(from, block.data(), block.size());
         if (got <= 0) break;
         // What is too much is taken from it all the same, so that it can come to its end.
@@ -179,6 +176,38 @@ std::string read_answer(int from, const Deadline& deadline) {
         answer.append(block.data(), std::min(static_cast<std::size_t>(got), room));
     }
     return answer;
+}
+
+// A program that is being asked; its process is -1 when it was not started, as errno tells.
+struct Asked {
+    Descriptor answer;
+    pid_t pid = -1;
+};
+
+// Nothing when there is no pipe for its answer.
+std::optional<Asked> begin_to_ask(const CommandLine& command, std::string_view word,
+                                  const ChildSignal& signal) {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        note_failure(Failure::cannot_run, name_of_program(command));
+        return std::nullopt;
+    }
+    Asked asked = {Descriptor(ends[0])};
+    const Descriptor writer(ends[1]);
+    asked.pid = spawn(command, word, writer.get(), signal.before());
+    if (asked.pid < 0 && status_of_none(command) < 0) return std::nullopt;
+    return asked;
+}
+
+// Ends a program that is asked, unless it has ended: it changes nothing, so there is nothing that
+// it could leave half done.
+int status_at_once(pid_t pid) {
+    int status = -1;
+    if (waitpid(pid, &status, WNOHANG) == 0) {
+        kill(-pid, SIGKILL);
+        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) continue;
+    }
+    return status;
 }
 
 }  // namespace
@@ -196,21 +225,27 @@ int run(const CommandLine& command, std::string_view word) {
 }
 
 std::optional<std::string> ask(const CommandLine& command, std::string_view word) {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        note_failure(Failure::cannot_run, name_of_program(command));
-        return std::nullopt;
-    }
-    const Descriptor reader(ends[0]);
-    Descriptor writer(ends[1]);
     const ChildSignal signal;
     const Deadline deadline(command.limit);
-    const pid_t pid = spawn(command, word, writer.get(), signal.before());
-    if (pid < 0 && status_of_none(command) < 0) return std::nullopt;
-    writer.reset();
-    if (pid < 0) return "";
-    std::string answer = read_answer(reader.get(), deadline);
-    status_of(pid, command, deadline, signal);
+    const std::optional<Asked> asked = begin_to_ask(command, word, signal);
+    if (!asked) return std::nullopt;
+    if (asked->pid < 0) return "";
+    std::string answer = read_answer(asked->answer.get(), deadline);
+    status_of(asked->pid, command, deadline, signal);
+    return answer;
+}
+
+std::optional<Answer> probe(const CommandLine& command, std::string_view word) {
+    const ChildSignal signal;
+    const Deadline deadline(command.limit);
+    const std::optional<Asked> asked = begin_to_ask(command, word, signal);
+    if (!asked) return std::nullopt;
+    if (asked->pid < 0) return Answer{"", kMissing};
+    Answer answer = {read_answer(asked->answer.get(), deadline), -1};
+    // Who has closed its output is about to end; who has not is late.
+    const bool is_ending = receiver_waits() && deadline.milliseconds_left() > 0;
+    const bool ended = is_ending && ends_within(asked->pid, deadline, signal, answer.status);
+    if (!ended) answer.status = status_at_once(asked->pid);
     return answer;
 }
 

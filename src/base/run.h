@@ -37,5 +37,14 @@ int run(const CommandLine& command, std::string_view word);
 inline constexpr std::size_t kAnswer = 65536;
 std::optional<std::string> ask(const CommandLine& command, std::string_view word);
 
+// The same for one who judges the answer himself, late or not: with the status, as run() gives it,
+// and of a program that has not ended in time it is no failure. That one, or one whose answer
+// nobody waits for any more (receiver.h), is killed at once, with its whole group.
+struct Answer {
+    std::string text;
+    int status;
+};
+std::optional<Answer> probe(const CommandLine& command, std::string_view word);
+
 // Starts it and does not wait.
 void start(const CommandLine& command, std::string_view word);

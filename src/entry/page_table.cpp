@@ -13,6 +13,7 @@
 #include "filter/nat_filter.h"
 #include "filter/nat_sap.h"
 #include "filter/site_pages.h"
+#include "nat/diagnose.h"
 #include "nat/dial_files.h"
 #include "nat/nat_base.h"
 #include "nat/nat_conn.h"
@@ -52,6 +53,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg, ac_cfg_tables},
     {"history.htm", get_history, set_history, history_tables},
     {"preview.htm", get_preview, nullptr, preview_tables},
+    {"diagnose.htm", get_diagnose, nullptr, diagnose_tables},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({

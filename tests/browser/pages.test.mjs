@@ -9,7 +9,8 @@ import { house } from "./house.mjs";
 const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 const www = new URL("../../build/www/", import.meta.url);
 const PAGES = ["nat_base", "nat_conn", "nat_vs", "nat_sap", "nat_filter", "wan_dc", "wan_ppp", "sp_base", "sp_port", "sp_int",
-  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history", "preview"];
+  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history", "preview",
+  "diagnose"];
 const RECORD = "/etc/ppp/nat_ppp.con";
 const FILTER = "/usr/local/squid/etc/filter.conf";
 const HOSTILE = "\"><script>window.ran=1</script>&'";
@@ -472,6 +473,14 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await box.until(async () => (await page.locator("#log").textContent()) === "");
     await press(button("Disconnect"));
     await state(/^Not connected$/);
+
+    await page.getByText("Find out why").click();
+    await page.waitForSelector("tbody tr");
+    const shown = await page.evaluate(() => [...document.querySelectorAll("tbody tr")]
+      .map((row) => [...row.cells].filter((cell) => cell.checkVisibility()).map((cell) => cell.textContent)));
+    assert.deepEqual([shown.length, shown[9].length, shown[0][3], shown[1][3], shown[9][3]],
+      [10, 4, "yes", "no", "not asked"]);
+    assert.equal(await page.locator("section a:visible").first().innerText(), "Go to: PPPoE");
 
     await show("nat_conn");
     await set("access_method", "Serial Port");

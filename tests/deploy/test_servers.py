@@ -6,12 +6,13 @@ import signal
 import socket
 import struct
 import subprocess
+import time
 import zlib
 from pathlib import Path
 
 import pytest
 
-from appliance import RECORD, until
+from appliance import RECORD, WAN, until
 from servers import OTHER, OWN, SECRET, Busybox, Lighttpd, LighttpdInItsPlace, login, output
 
 LIST = "/usr/local/squid/etc/deny.list"
@@ -143,6 +144,25 @@ def test_a_save_outlives_its_sender(server, reset):
         assert server.ask(path="/style.css")[0] == 200  # by now the server knows that nobody waits
     until(lambda: not server.programs())
     assert server.box.read(LIST) == ""
+
+
+@pytest.mark.parametrize("reset", [False, True])
+def test_a_diagnosis_ends_with_its_reader(server, reset):
+    server.box.change(WAN, nat_enable="yes")
+    server.box.write(RECORD, "Method=1\n", 0o600)
+    for command in "/sbin/ifconfig", "/sbin/route":  # nothing in it takes longer than it may
+        server.box.at(command).unlink()
+        server.box.write(command, "#!/bin/bash\nsleep 1.8\n. /.harness/stub\n", 0o755)
+    server.box.answer("ifconfig eth0", "eth0\n inet addr:192.0.2.7 \n UP RUNNING MTU:1500\n")
+    connection = server.connect()
+    connection.request("GET", f"{PAGE}?next_file=diagnose.htm", headers=login(SECRET))
+    until(server.programs)
+    begin = time.monotonic()
+    if reset:
+        connection.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    connection.close()
+    until(lambda: not server.programs())
+    assert time.monotonic() - begin < 2.5  # it asks for 3.6 seconds
 
 
 def test_what_else_is_in_the_page_folder_is_out_of_reach(lighttpd):

@@ -8,4 +8,5 @@ is_address "$target" || fail 2 "unknown host '$target'"
 tell pppd dial
 if_up ppp0 || tell diald up
 await [ -e "$state/run/link" ] || { if_get eth0 && [ -n "$addr" ]; } || fail 1 "$target: no answer"
-echo "PING $target: 1 packets transmitted, 1 packets received, 0% packet loss"
+echo "PING $target ($target): 56 data bytes"
+echo "1 packets transmitted, 1 packets received, 0% packet loss"
