@@ -125,6 +125,8 @@ Turn take_turn(const Request& request, int seconds) {
     return turn;
 }
 
+void end_turn() { own().lock.reset(); }
+
 void tell_progress(std::string_view command) {
     if (!own().lock.is_open()) return;
     std::string record = own().request + line_of(command) + line_of(std::to_string(now()));

@@ -14,6 +14,7 @@
 #include "base/journal.h"
 #include "base/log.h"
 #include "base/turn.h"
+#include "entry/backup.h"
 #include "entry/page_table.h"
 #include "entry/post_cgi.h"
 #include "entry/recovery.h"
@@ -148,6 +149,9 @@ int main() {
         if (!recover(message)) cgi_err("Error!", message);
         keep_changes_of(request, names_of(*form));
     }
+    drop_old_archive();
+    if (request.page == "backup.htm" && request.todo == "backup")
+        return show_plain({"backup", send_backup}, fields);
     // The modem page imports an upload while it is rendered, so there is nothing to check or set.
     if (std::string_view(todo) == "upload" && !entry_with_control(*form)) {
         keep_result("accepted");

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appliance/ppp_conf.h"
+#include "entry/backup.h"
 #include "entry/history.h"
 #include "filter/ac_cfg.h"
 #include "filter/filterconf.h"
@@ -48,6 +49,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"filterlog.htm", get_filterlog, set_filter_log},
     {"ac_cfg.htm", get_ac_cfg, set_ac_cfg},
     {"history.htm", get_history, set_history},
+    {"backup.htm", get_backup, set_backup},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({
@@ -72,6 +74,7 @@ constexpr std::array kProcTab = std::to_array<ProcEntry>({
     {kRunWANConnect, RunWANConnect},
     {kSaveFilter, SaveFilter},
     {kPutBack, PutBackAgain},
+    {kRestore, RestoreAgain},
 });
 static_assert(rows_are_in_order(kProcTab));
 
@@ -105,7 +108,7 @@ constexpr std::array kSaveTbl = std::to_array<SaveGroup>({
 // a status page the pages of the NAT group.
 constexpr std::array kNoGroup =
     std::to_array<std::string_view>({"sp_status.htm", "dc_status.htm", "ppp_status.htm",
-                                     "filterlog.htm", "ac_cfg.htm", "history.htm"});
+                                     "filterlog.htm", "ac_cfg.htm", "history.htm", "backup.htm"});
 
 constexpr bool is_saved_or_listed(int index) {
     const CgiPage& page = kCgiTab[static_cast<std::size_t>(index)];

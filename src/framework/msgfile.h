@@ -78,6 +78,12 @@ enum : int {
     NoSuchChange = 77,
     EditedByHand = 78,
     ChangeUndone = 79,
+    NoBackupChosen = 90,
+    NoArchive = 91,
+    DoesNotBelong = 92,
+    ArchiveGone = 93,
+    Restored = 94,
+    BackupTooLarge = 95,
 };
 }  // namespace Msg
 

@@ -1,0 +1,259 @@
+#include "appliance/archive.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <optional>
+
+#include "base/failures.h"
+#include "base/files.h"
+#include "framework/html-lib.h"
+
+namespace {
+
+constexpr std::string_view kWholeText =
+    "All settings of an appliance. A file of the settings that is not in this archive was not\n"
+    "there, and restoring the archive removes it.\n";
+
+constexpr std::array<std::string_view, 3> kHardwareKeys = {"MACADDR=", "HWADDR=", "wan_hw_addr="};
+
+// ---- taking ----
+
+// The paths of the files that a row means, in order, whether they are there or not.
+std::vector<std::string> paths_of(const OwnedFile& row) {
+    if (!row.is_family()) return {std::string(row.path)};
+    std::vector<std::string> paths;
+    const std::string folder = folder_of(std::string(row.path));
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries{opendir(folder.c_str()), closedir};
+    while (const dirent* entry = entries ? readdir(entries.get()) : nullptr) {
+        std::string path = folder + entry->d_name;
+        if (owned_file(path) == &row) paths.push_back(std::move(path));
+    }
+    std::ranges::sort(paths);
+    return paths;
+}
+
+void open_owned_file(const std::string& path, std::vector<OpenFile>& files) {
+    Descriptor file = open_regular(path, O_RDONLY);
+    struct stat status {};
+    if (!file.is_open() && means_missing(errno)) return;
+    if (!file.is_open() || fstat(file.get(), &status) != 0) fail_to_read(path);
+    files.push_back({{.name = path.substr(1),
+                      .mode = status.st_mode & 07777,
+                      .owner = status.st_uid,
+                      .group = status.st_gid,
+                      .size = status.st_size,
+                      .time = status.st_mtime},
+                     std::move(file)});
+}
+
+off_t room_of(off_t size) {
+    return static_cast<off_t>(kTarBlock + tar_padding(size)) + size;
+}
+
+void put_header(const TarEntry& entry) {
+    const TarHeader header = tar_header(entry);
+    put({header.data(), header.size()});
+}
+
+void put_nuls(std::size_t number) {
+    static constexpr std::array<char, kTarEnd> kNuls{};
+    put({kNuls.data(), number});
+}
+
+bool put_file(const OpenFile& file) {
+    put_header(file.entry);
+    const bool is_whole = each_piece(file.file.get(), 0, file.entry.size, [](auto piece) {
+        put(piece);
+        return true;
+    });
+    if (is_whole) put_nuls(tar_padding(file.entry.size));
+    return is_whole;
+}
+
+// ---- reading ----
+
+// A name that a stranger has chosen, for a message.
+std::string shown_name(std::string_view name) {
+    constexpr std::size_t kRoom = 48;
+    std::string text(name.substr(0, kRoom));
+    for (char& c : text)
+        if (c < ' ' || c > '~') c = '?';
+    return name.size() > kRoom ? text + "..." : text;
+}
+
+// What keeps an entry out; nothing when it belongs.
+std::string_view objection(const Archive& archive, const std::string& path, const OwnedFile* row) {
+    if (!row) return "no file of the settings";
+    if (std::ranges::count(archive.files, path, &ArchivedFile::path)) return "there twice";
+    return archive.files.size() < kMostEntries ? "" : "one file too many";
+}
+
+// An entry's path: archives that somebody packs again begin with the folder ".".
+std::string path_of(std::string_view name) {
+    if (name.starts_with("./")) name.remove_prefix(2);
+    return name.starts_with('/') ? "" : "/" + std::string(name);
+}
+
+void take_entry(Archive& archive, const TarReader& reader) {
+    const TarEntry& entry = reader.entry();
+    const std::string path = path_of(entry.name);
+    if (path.size() > 1 && path.substr(1) == kWholeEntry && !archive.is_whole) {
+        archive.is_whole = true;
+        return;
+    }
+    const OwnedFile* row = owned_file(path);
+    archive.fault = objection(archive, path, row);
+    if (!archive.fault.empty()) return;
+    const mode_t most = most_mode(row->holds);
+    const mode_t least = most & 0700;  // its owner's
+    archive.files.push_back(
+        {path, row, (entry.mode & most) | least, reader.content_at(), entry.size});
+}
+
+// ---- the hardware address ----
+
+std::string_view hardware_key(std::string_view line) {
+    const auto key = std::ranges::find_if(kHardwareKeys,
+                                          [&](auto each) { return line.starts_with(each); });
+    return key == kHardwareKeys.end() ? "" : *key;
+}
+
+// The first line of a text that begins so, without its line feed; nothing without one.
+std::optional<std::string_view> line_with(std::string_view text, std::string_view key) {
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        if (line.starts_with(key)) return line;
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return std::nullopt;
+}
+
+// Adds a line to its section, or to the end of a text without sections.
+void add_line(std::string& text, std::string_view line) {
+    constexpr std::string_view kSection = "[network]\n";
+    const std::size_t section = text.starts_with(kSection) ? 0 : text.find("\n[network]\n");
+    if (section != text.npos) {
+        const std::size_t behind = text.find('\n', section + 1) + 1;
+        text.insert(behind, std::string(line) + "\n");
+        return;
+    }
+    if (!text.empty() && !text.ends_with('\n')) text += '\n';
+    text.append(line).append("\n");
+}
+
+// The wanted text with the hardware addresses of the present one, and none that is not there.
+std::string with_own_address(std::string_view wanted, std::string_view present) {
+    std::string text;
+    while (!wanted.empty()) {
+        const std::size_t size = std::min(wanted.find('\n'), wanted.size() - 1) + 1;
+        const std::string_view line = wanted.substr(0, size);
+        wanted.remove_prefix(size);
+        const std::string_view key = hardware_key(line);
+        const auto own = key.empty() ? std::nullopt : line_with(present, key);
+        if (key.empty()) text += line;
+        if (own) text.append(*own).append(line.ends_with('\n') ? "\n" : "");
+    }
+    for (const std::string_view key : kHardwareKeys) {
+        const auto own = line_with(present, key);
+        if (own && !line_with(text, key)) add_line(text, *own);
+    }
+    return text;
+}
+
+// Hands the content on that the file is to have, in pieces; false when it cannot be read.
+template <class Take>
+bool each_wanted_piece(const Archive& archive, const ArchivedFile& file, Take take) {
+    if (!file.row->has_hardware_address)
+        return each_piece(archive.file.get(), file.at, file.size, take);
+    std::string text;
+    const bool is_read = each_piece(archive.file.get(), file.at, file.size, [&](auto piece) {
+        text += piece;
+        return true;
+    });
+    return is_read && take(std::string_view(
+                          with_own_address(text, read_file(file.path).value_or(""))));
+}
+
+}  // namespace
+
+std::vector<OpenFile> open_owned_files() {
+    std::vector<OpenFile> files;
+    for (const OwnedFile& row : kOwnedFiles)
+        for (const std::string& path : paths_of(row)) open_owned_file(path, files);
+    return files;
+}
+
+off_t archive_size(const std::vector<OpenFile>& files) {
+    off_t size = room_of(kWholeText.size()) + static_cast<off_t>(kTarEnd);
+    for (const OpenFile& file : files) size += room_of(file.entry.size);
+    return size;
+}
+
+void put_archive(const std::vector<OpenFile>& files) {
+    constexpr off_t kSize = kWholeText.size();
+    put_header({.name = std::string(kWholeEntry), .mode = 0644, .size = kSize, .time = time(nullptr)});
+    put(kWholeText);
+    put_nuls(tar_padding(kSize));
+    if (std::ranges::all_of(files, put_file)) put_nuls(kTarEnd);
+}
+
+Archive open_archive(const std::string& path) {
+    Archive archive;
+    archive.file = open_regular(path, O_RDONLY);
+    if (!archive.file.is_open()) return archive;
+    TarReader reader(archive.file.get(), kMostOctets);
+    while (archive.fault.empty() && reader.next()) take_entry(archive, reader);
+    if (archive.fault.empty()) archive.fault = reader.fault();
+    if (!archive.fault.empty())
+        archive.stranger = shown_name(reader.entry().name);
+    else if (archive.files.empty())
+        archive.fault = "empty";
+    return archive;
+}
+
+std::vector<std::string> files_to_remove(const Archive& archive) {
+    std::vector<std::string> paths;
+    for (const OwnedFile& row : kOwnedFiles) {
+        if (!archive.is_whole || row.is_family()) continue;
+        std::string path(row.path);
+        if (exists(path) && !std::ranges::count(archive.files, path, &ArchivedFile::path))
+            paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+Effect effect_of(const Archive& archive, const ArchivedFile& file) {
+    off_t size = 0;
+    const Descriptor present = open_regular(file.path, O_RDONLY, size);
+    if (!present.is_open() && means_missing(errno)) return Effect::makes;
+    off_t at = 0;
+    const bool is_same = each_wanted_piece(archive, file, [&](std::string_view piece) {
+        std::string_view left = piece;
+        const bool is_equal =
+            each_piece(present.get(), at, std::ssize(piece), [&](std::string_view old) {
+                const bool begins_so = left.starts_with(old);
+                left.remove_prefix(std::min(old.size(), left.size()));
+                return begins_so;
+            });
+        at += std::ssize(piece);
+        return is_equal;
+    });
+    return is_same && at == size ? Effect::none : Effect::replaces;
+}
+
+Written restore_file(const Archive& archive, const ArchivedFile& file) {
+    Replacement out(file.path, file.mode);
+    const bool is_read = each_wanted_piece(archive, file, [&](std::string_view piece) {
+        out.write(piece);
+        return true;
+    });
+    if (is_read) return out.install();
+    note_failure(Failure::cannot_read, file.path);
+    return Written::unreadable;
+}
