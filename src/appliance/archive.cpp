@@ -24,7 +24,7 @@ constexpr std::array<std::string_view, 3> kHardwareKeys = {"MACADDR=", "HWADDR="
 
 // ---- taking ----
 
-// The paths of the files that a row means, in order, whether they are there or not.
+// The paths of the files that a row means, for one that is no family whether it is there or not.
 std::vector<std::string> paths_of(const OwnedFile& row) {
     if (!row.is_family()) return {std::string(row.path)};
     std::vector<std::string> paths;
@@ -34,7 +34,6 @@ std::vector<std::string> paths_of(const OwnedFile& row) {
         std::string path = folder + entry->d_name;
         if (owned_file(path) == &row) paths.push_back(std::move(path));
     }
-    std::ranges::sort(paths);
     return paths;
 }
 
@@ -62,8 +61,8 @@ void put_header(const TarEntry& entry) {
 }
 
 void put_nuls(std::size_t number) {
-    static constexpr std::array<char, kTarEnd> kNuls{};
-    put({kNuls.data(), number});
+    static std::array<char, kTarEnd> nuls;
+    put({nuls.data(), number});
 }
 
 bool put_file(const OpenFile& file) {
@@ -74,46 +73,6 @@ bool put_file(const OpenFile& file) {
     });
     if (is_whole) put_nuls(tar_padding(file.entry.size));
     return is_whole;
-}
-
-// ---- reading ----
-
-// A name that a stranger has chosen, for a message.
-std::string shown_name(std::string_view name) {
-    constexpr std::size_t kRoom = 48;
-    std::string text(name.substr(0, kRoom));
-    for (char& c : text)
-        if (c < ' ' || c > '~') c = '?';
-    return name.size() > kRoom ? text + "..." : text;
-}
-
-// What keeps an entry out; nothing when it belongs.
-std::string_view objection(const Archive& archive, const std::string& path, const OwnedFile* row) {
-    if (!row) return "no file of the settings";
-    if (std::ranges::count(archive.files, path, &ArchivedFile::path)) return "there twice";
-    return archive.files.size() < kMostEntries ? "" : "one file too many";
-}
-
-// An entry's path: archives that somebody packs again begin with the folder ".".
-std::string path_of(std::string_view name) {
-    if (name.starts_with("./")) name.remove_prefix(2);
-    return name.starts_with('/') ? "" : "/" + std::string(name);
-}
-
-void take_entry(Archive& archive, const TarReader& reader) {
-    const TarEntry& entry = reader.entry();
-    const std::string path = path_of(entry.name);
-    if (path.size() > 1 && path.substr(1) == kWholeEntry && !archive.is_whole) {
-        archive.is_whole = true;
-        return;
-    }
-    const OwnedFile* row = owned_file(path);
-    archive.fault = objection(archive, path, row);
-    if (!archive.fault.empty()) return;
-    const mode_t most = most_mode(row->holds);
-    const mode_t least = most & 0700;  // its owner's
-    archive.files.push_back(
-        {path, row, (entry.mode & most) | least, reader.content_at(), entry.size});
 }
 
 // ---- the hardware address ----
@@ -147,23 +106,76 @@ void add_line(std::string& text, std::string_view line) {
     text.append(line).append("\n");
 }
 
-// The wanted text with the hardware addresses of the present one, and none that is not there.
-std::string with_own_address(std::string_view wanted, std::string_view present) {
+// The lines of the present file that tell the appliance's own address.
+std::string own_address(const std::string& path) {
+    std::string lines;
+    LineReader in(path);
+    while (in.is_open() && in.next())
+        if (!hardware_key(in.piece()).empty()) lines.append(in.text()).append("\n");
+    return lines;
+}
+
+// The wanted text with the appliance's own address, and no other.
+std::string with_own_address(std::string_view wanted, std::string_view address) {
     std::string text;
     while (!wanted.empty()) {
         const std::size_t size = std::min(wanted.find('\n'), wanted.size() - 1) + 1;
         const std::string_view line = wanted.substr(0, size);
         wanted.remove_prefix(size);
         const std::string_view key = hardware_key(line);
-        const auto own = key.empty() ? std::nullopt : line_with(present, key);
+        const auto own = key.empty() ? std::nullopt : line_with(address, key);
         if (key.empty()) text += line;
         if (own) text.append(*own).append(line.ends_with('\n') ? "\n" : "");
     }
     for (const std::string_view key : kHardwareKeys) {
-        const auto own = line_with(present, key);
+        const auto own = line_with(address, key);
         if (own && !line_with(text, key)) add_line(text, *own);
     }
     return text;
+}
+
+// ---- reading ----
+
+// A name that a stranger has chosen, for a message.
+std::string shown_name(std::string_view name) {
+    constexpr std::size_t kRoom = 48;
+    std::string text(name.substr(0, kRoom));
+    for (char& c : text)
+        if (c < ' ' || c > '~') c = '?';
+    return name.size() > kRoom ? text + "..." : text;
+}
+
+bool holds(const Archive& archive, std::string_view path) {
+    return std::ranges::any_of(archive.files, [&](const auto& file) { return file.path == path; });
+}
+
+// What keeps an entry out; nothing when it belongs.
+std::string_view objection(const Archive& archive, const std::string& path, const OwnedFile* row) {
+    if (!row) return "no file of the settings";
+    if (holds(archive, path)) return "there twice";
+    return archive.files.size() < kMostEntries ? "" : "one file too many";
+}
+
+// An entry's path: archives that somebody packs again begin with the folder ".".
+std::string path_of(std::string_view name) {
+    if (name.starts_with("./")) name.remove_prefix(2);
+    return name.starts_with('/') ? "" : "/" + std::string(name);
+}
+
+void take_entry(Archive& archive, const TarReader& reader) {
+    const TarEntry& entry = reader.entry();
+    const std::string path = path_of(entry.name);
+    if (path.size() > 1 && path.substr(1) == kWholeEntry && !archive.is_whole) {
+        archive.is_whole = true;
+        return;
+    }
+    const OwnedFile* row = owned_file(path);
+    archive.fault = objection(archive, path, row);
+    if (!archive.fault.empty()) return;
+    const mode_t most = most_mode(row->holds);
+    const mode_t least = most & 0700;  // its owner's
+    archive.files.push_back({path, row, (entry.mode & most) | least, reader.content_at(), entry.size,
+                             row->has_hardware_address ? own_address(path) : ""});
 }
 
 // Hands the content on that the file is to have, in pieces; false when it cannot be read.
@@ -176,8 +188,7 @@ bool each_wanted_piece(const Archive& archive, const ArchivedFile& file, Take ta
         text += piece;
         return true;
     });
-    return is_read && take(std::string_view(
-                          with_own_address(text, read_file(file.path).value_or(""))));
+    return is_read && take(std::string_view(with_own_address(text, file.address)));
 }
 
 }  // namespace
@@ -222,8 +233,7 @@ std::vector<std::string> files_to_remove(const Archive& archive) {
     for (const OwnedFile& row : kOwnedFiles) {
         if (!archive.is_whole || row.is_family()) continue;
         std::string path(row.path);
-        if (exists(path) && !std::ranges::count(archive.files, path, &ArchivedFile::path))
-            paths.push_back(std::move(path));
+        if (exists(path) && !holds(archive, path)) paths.push_back(std::move(path));
     }
     return paths;
 }

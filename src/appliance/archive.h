@@ -44,6 +44,7 @@ struct ArchivedFile {
     mode_t mode;  // it gets: the archive's, within what the row allows
     off_t at;     // where its content lies in the archive
     off_t size;
+    std::string address;  // the lines that it keeps of the file that was there
 };
 
 struct Archive {
@@ -57,7 +58,7 @@ struct Archive {
 };
 
 // Opens an archive and looks at every entry, in the memory of one. Not open: there is no such file,
-// or it cannot be read.
+// or it cannot be read. Throws Unreadable where an own file cannot be.
 Archive open_archive(const std::string& path);
 
 // Owned files that are there and not in a whole archive: with it they go.
@@ -68,5 +69,5 @@ enum class Effect { none, replaces, makes };
 Effect effect_of(const Archive& archive, const ArchivedFile& file);
 
 // Puts the file in its place, except that the hardware address stays this appliance's: the lines
-// MACADDR, HWADDR and wan_hw_addr are those of the present file.
+// MACADDR, HWADDR and wan_hw_addr are those of the file that was there when the archive was opened.
 Written restore_file(const Archive& archive, const ArchivedFile& file);

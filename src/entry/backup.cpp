@@ -6,6 +6,7 @@
 #include "entry/backup.h"
 
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -207,10 +208,10 @@ int apply(const FormList* form, int mode, const Actions& actions, Message& messa
 
 // The host's name with what may stand in a file's name everywhere.
 std::string host_name() {
-    std::array<char, 65> name{};
-    (void)gethostname(name.data(), name.size() - 1);
+    utsname system{};
+    (void)uname(&system);
     std::string plain;
-    for (const char c : std::string_view(name.data()))
+    for (const char c : std::string_view(system.nodename))
         if (is_letter(c) || is_digit(c) || c == '-') plain += c;
     return plain.empty() ? "appliance" : plain;
 }

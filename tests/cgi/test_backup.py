@@ -1,5 +1,6 @@
 """All settings in one archive: taken, looked at, restored as one change, and undone."""
 
+import fnmatch
 import io
 import os
 import re
@@ -8,7 +9,8 @@ import tarfile
 
 import pytest
 
-from appliance import CHAP, FACTORY, IFCFG, IP_UP, PAP, RECORD, SETTINGS, USER, WAN, told
+from appliance import (
+    CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, PAP, PPPOE, PROJECT, RECORD, SETTINGS, USER, WAN, told)
 from test_changes import ADMIN, CHANGES, kept, save, settings, three_saves, undo  # noqa: F401
 from test_uploads import END, TYPE, field, part
 
@@ -58,6 +60,18 @@ def pack(*members, tar_format=tarfile.USTAR_FORMAT):
             setattr(entry, key, value)
         octets += entry.tobuf(tar_format) + content + b"\0" * (-len(content) % 512)
     return octets + b"\0" * 1024
+
+
+def owned_rows():
+    """The table of owned files: path, what it holds, whether the factory makes it."""
+    names = dict(re.findall(r'(\w+)\[\] = "(.*)";', (PROJECT / "src/base/paths.h").read_text()))
+    table = (PROJECT / "src/appliance/owned_files.h").read_text()
+    rows = re.findall(r"^    \{(\w+), Holds::(\w+)(, Comes::later)?", table, re.M)
+    return {names[name]: (holds, not later) for name, holds, later in rows}
+
+
+def owned(path):
+    return any(fnmatch.fnmatchcase(path, row) for row in owned_rows())
 
 
 @pytest.fixture
@@ -197,3 +211,133 @@ def test_a_hostile_archive_is_refused_by_the_name_of_its_entry(saved, archive, n
     assert (result.page, result.message) == (PAGE, wanted)
     assert result.did_nothing and result.shown["backup_no_archive"] == "hidden"
     assert not saved.exists(WAITING)
+
+
+def test_another_appliance_keeps_its_hardware_address(used):
+    save(used, "wan_dc.htm", wan_ip_type="fixed", nat_isp_ip01="10", device_name="mine")
+    used.change(SETTINGS, wan_hw_addr="AAAAAAAAAAAA")
+    used.write(IFCFG, "DEVICE=eth0\nMACADDR=AA:AA:AA:AA:AA:AA\nHWADDR=AA\nONBOOT=no\n")
+    archive = take(used)
+    text = used.change(SETTINGS, wan_hw_addr="BBBBBBBBBBBB", wan_name="other")
+    for present, wanted in [
+            ("MACADDR=BB\n", "DEVICE=eth0\nMACADDR=BB\nONBOOT=no\n"),
+            ("HWADDR=B\n\nMACADDR=BB", "DEVICE=eth0\nMACADDR=BB\nHWADDR=B\nONBOOT=no\n"),
+            ("x\n", "DEVICE=eth0\nONBOOT=no\n"), (None, "DEVICE=eth0\nONBOOT=no\n")]:
+        used.write(IFCFG, present)
+        assert restore(used, archive).message == told(94)
+        assert used.read(IFCFG) == wanted
+        assert used.read(SETTINGS) == text.replace("wan_name=other", "wan_name=mine")
+        assert states(send(used, archive))[IFCFG] == "the same"
+    bare = [line for line in text.splitlines(True) if "wan_hw_addr" not in line]
+    assert restore(used, pack((SETTINGS[1:], "".join(bare).encode()))).message == told(94)
+    assert used.keys(SETTINGS)["wan_hw_addr"] == "BBBBBBBBBBBB"
+    assert used.read(SETTINGS).startswith("[network]\nwan_hw_addr=")
+
+
+def test_factory_settings_are_restored_and_undone(used):
+    used.write("/etc/sysconfig/network-scripts/ifcfg-eth1", "DEVICE=eth1\n")
+    used.write("/etc/sysconfig/network-scripts/ifcfg-ppp0", "DEVICE=ppp0\n")
+    before = settings(used)
+    assert used.view(PAGE).shown["backup_no_factory"] == ""
+    looked = post(used, "factory")
+    assert states(looked)[RECORD] == "not in it: is removed"
+    assert apply(used, looked).message == told(94)
+    with tarfile.open(used.at(FACTORY)) as tar:
+        files = {f"/{each.name}": tar.extractfile(each).read() for each in tar}
+    assert files.pop(f"/{WHOLE}")
+    for path, content in files.items():
+        assert used.at(path).read_bytes() == content
+    left = {path for path in settings(used) if owned(path)}
+    assert left == files.keys() | {"/etc/sysconfig/network-scripts/ifcfg-eth1"}
+    modes = {used.mode(path) for path in files}, used.mode(WAN), used.mode(IP_UP)
+    assert modes == ({0o600, 0o644, 0o755}, 0o600, 0o755)
+    assert undo(used, 4).message == told(79) and settings(used) == before
+    used.write(FACTORY, None)
+    assert used.view(PAGE).shown["backup_no_factory"] == "hidden"
+    assert post(used, "factory").message == told(13, FACTORY)
+
+
+@pytest.mark.parametrize("path, mode, gets", [
+    (PAP, 0o6777, 0o600), (PPPOE, 0o7777, 0o644), (IP_UP, 0o4777, 0o755), (IP_UP, 0, 0o700),
+    ("/etc/rc.d/rc.service", 0o744, 0o744), (PPPOE, 0o640, 0o640)])
+def test_the_table_limits_modes_and_a_part_of_the_files_replaces_no_others(saved, path, mode, gets):
+    before = settings(saved)
+    result = restore(saved, pack((f"./{path[1:]}", b"new\n", {"mode": mode, "uid": 7})))
+    assert (result.message, saved.read(path), saved.mode(path)) == (told(94), "new\n", gets)
+    assert saved.at(path).stat().st_uid == os.getuid()
+    assert set(settings(saved)) == {*before, "/etc/rc.d/rc.ipvs"} and RECORD in before
+
+
+def test_only_what_was_looked_at_is_restored_and_once(used):
+    archive = take(used)
+    used.write(USER, "someone")
+    looked, other = send(used, archive), pack(GOOD)
+    assert post(used, "apply").message == post(used, "apply", digest="1").message == told(93)
+    send(used, other)
+    assert apply(used, looked).message == told(93) and used.read(USER) == "someone"
+    assert send(used, b"x").message == told(91, "cut short")
+    assert used.at(WAITING).read_bytes() == other
+    looked = send(used, archive)
+    save(used, "sp_port.htm", nat_serspeed_list="57600", nat_modem_list="Other",
+         nat_init_string="ATZ", nat_dial_type_radio="pulse")
+    stale = apply(used, looked, seen="3")
+    assert stale.headers["Status"] == "409 Conflict" and states(stale) and used.read(USER) != "ann"
+    assert apply(used, stale).message == told(94)
+    assert apply(used, stale).message == told(93)
+    looked = send(used, archive)
+    os.utime(used.at(WAITING), (1, used.at(WAITING).stat().st_mtime - 601))
+    assert apply(used, looked).message == told(93) and not used.exists(WAITING)
+    assert post(used, "restore").message == post(used, "restore", archive="/etc/passwd").message
+    assert post(used, "restore", archive=WAN).message == told(90)
+
+
+def test_a_full_disk_restores_nothing(used):
+    archive = take(used)
+    used.write(USER, "changed")
+    big = archive.partition(b"etc/diald.conf")[0] + pack(("etc/diald.conf", b"x" * 90000), (USER[1:], b""))
+    used.write("/etc/diald.conf", "small")
+    used.change(SETTINGS, wan_name="changed")
+    looked = send(used, big)
+    assert states(looked)[SETTINGS] == "differs: is replaced"
+    before = settings(used)
+    used.disk = 80000
+    result = apply(used, looked)
+    assert result.message == told(64, "/etc/diald.conf") and settings(used) == before
+    used.disk = None
+    assert apply(used, looked).message == told(94)
+
+
+def test_a_file_that_cannot_be_read_ends_the_backup_before_it_begins(used):
+    used.block(USER)
+    result = post(used, "backup")
+    assert result.headers["Status"] == "500 Internal Server Error" and told(13, USER) in result.body
+    used.at(USER).rmdir()
+    used.write(LIST, "x" * 16_000_000)
+    assert told(95) in post(used, "backup").body
+
+
+@pytest.mark.parametrize("todo", ["backup", "restore", "factory", "apply"])
+def test_nobody_elses_page_gets_or_restores_settings(used, todo):
+    form = f"this_file={PAGE}&todo={todo}"
+    for env in {"HTTP_ORIGIN": "http://evil.example"}, {"HTTP_SEC_FETCH_SITE": "cross-site"}:
+        result = used.post(form, {"HTTP_HOST": "box", **env})
+        assert result.headers["Status"] == "403 Forbidden" and result.did_nothing
+    link = {"HTTP_USER_AGENT": "Mozilla/5.0", "HTTP_HOST": "box"}
+    assert used.get(form, link).headers["Status"] == "403 Forbidden"
+
+
+def test_a_slow_receiver_of_a_backup_keeps_nobody_waiting(used):
+    used.write(LIST, "x.example\n" * 100_000)
+    with subprocess.Popen(
+            ["/" + INSTALLED], stdout=subprocess.PIPE, stdin=subprocess.PIPE, preexec_fn=used.enter,
+            env={"REQUEST_METHOD": "POST", "CONTENT_LENGTH": "32"}) as slow:
+        slow.stdin.write(f"this_file={PAGE}&todo=backup".encode().ljust(32, b"&"))
+        slow.stdin.close()
+        begin = slow.stdout.read(1000)
+        assert save(used, "nat_conn.htm", enable_dmz="unchecked").message == ""
+        used.write("/new", "replaced")
+        used.at("/new").rename(used.at(LIST))
+        content = (begin + slow.stdout.read()).partition(b"\n\n")[2]
+    with tarfile.open(fileobj=io.BytesIO(content)) as tar:
+        assert tar.getmember(LIST[1:]).size == 1_000_000
+        assert tar.getnames()[-1] == "usr/local/squid/etc/squid.conf"
