@@ -109,12 +109,15 @@ bool TarReader::refuse(std::string_view fault) {
     return false;
 }
 
-bool TarReader::reads_block(off_t at, TarHeader& block) const {
-    std::size_t filled = 0;
-    const auto size = static_cast<off_t>(block.size());
-    return each_piece(archive_, at, size, [&](std::string_view piece) {
-        std::ranges::copy(piece, block.begin() + filled);
-        filled += piece.size();
+TarReader::TarReader(int archive, off_t most) : archive_(archive), most_(most) {
+    struct stat status {};
+    if (fstat(archive, &status) == 0) size_ = status.st_size;
+}
+
+bool TarReader::reads_header(TarHeader& header) const {
+    auto end = header.begin();
+    return each_piece(archive_, next_, std::ssize(header), [&](std::string_view piece) {
+        end = std::ranges::copy(piece, end).out;
         return true;
     });
 }
@@ -122,25 +125,20 @@ bool TarReader::reads_block(off_t at, TarHeader& block) const {
 bool TarReader::next() {
     TarHeader header;
     entry_ = {};
-    if (!reads_block(next_, header)) return refuse(kCut);
+    if (!reads_header(header)) return refuse(kCut);
     if (is_empty({header.data(), header.size()})) return ends_here();
     if (!takes_header(header)) return false;
-    content_at_ = next_ + static_cast<off_t>(kTarBlock);
+    content_at_ = next_ + std::ssize(header);
     next_ = content_at_ + entry_.size + static_cast<off_t>(tar_padding(entry_.size));
     if (content_at_ + entry_.size > most_) return refuse("too large");
-    struct stat status {};
-    if (fstat(archive_, &status) != 0 || status.st_size < next_) return refuse(kCut);
-    return true;
+    return next_ <= size_ || refuse(kCut);
 }
 
-// One block of NULs is there; another one and nothing else may follow.
+// The blocks of NULs are there, and nothing but more of them.
 bool TarReader::ends_here() {
-    TarHeader block;
-    const auto step = static_cast<off_t>(kTarBlock);
-    off_t at = next_ + step;
-    for (; reads_block(at, block); at += step)
-        if (!is_empty({block.data(), block.size()})) return refuse("goes on behind its end");
-    return at > next_ + step ? false : refuse(kCut);
+    const off_t rest = size_ - next_;
+    if (rest < off_t{kTarEnd}) return refuse(kCut);
+    return !each_piece(archive_, next_, rest, is_empty) && refuse("goes on behind its end");
 }
 
 bool TarReader::takes_header(const TarHeader& header) {

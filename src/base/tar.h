@@ -43,7 +43,7 @@ constexpr std::size_t tar_padding(off_t size) {
 class TarReader {
 public:
     // `most`: octets at whose end the last file must end.
-    TarReader(int archive, off_t most) : archive_(archive), most_(most) {}
+    TarReader(int archive, off_t most);
 
     // Goes to the next file; false at the end of the archive, and when there is something else.
     bool next();
@@ -55,12 +55,13 @@ public:
 
 private:
     bool refuse(std::string_view fault);
-    bool reads_block(off_t at, TarHeader& block) const;
+    bool reads_header(TarHeader& header) const;
     bool takes_header(const TarHeader& header);
     bool ends_here();
 
     int archive_;
     off_t most_;
+    off_t size_ = 0;
     off_t next_ = 0;  // where the next header lies
     off_t content_at_ = 0;
     TarEntry entry_;

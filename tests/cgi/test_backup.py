@@ -70,6 +70,13 @@ def owned_rows():
     return {names[name]: (holds, not later) for name, holds, later in rows}
 
 
+def fnv(octets):
+    digest = 14695981039346656037
+    for octet in octets:
+        digest = (digest ^ octet) * 1099511628211 % 2**64
+    return f"{digest:016x}"[::-1]
+
+
 def owned(path):
     return any(fnmatch.fnmatchcase(path, row) for row in owned_rows())
 
@@ -197,7 +204,7 @@ HOSTILE = [
     (pack(*((f"etc/sysconfig/network-scripts/ifcfg-{n}", b"") for n in range(129))),
      "etc/sysconfig/network-scripts/ifcfg-128", "one file too many"),
     (pack(("etc/ppp/tel", b"x" * 15_999_488), ("etc/ppp/user", b"x")), "etc/ppp/user", "too large"),
-    (PLAIN + PLAIN, "", "goes on behind its end"),
+    (PLAIN + PLAIN, "", "goes on behind its end"), (PLAIN + b"x", "", "goes on behind its end"),
     (PLAIN[:1024], "", "cut short"), (PLAIN[:1536], "", "cut short"), (PLAIN[:700], "etc/ppp/tel", "cut short"),
     (b"", "", "cut short"), (pack(), "", "empty"), (pack((WHOLE, b"")), "", "empty"),
     (b"PK\3\4" + b"x" * 2000, "", "no such archive"), (b"\0" * 512, "", "cut short"),
