@@ -9,7 +9,7 @@ import { house } from "./house.mjs";
 const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 const www = new URL("../../build/www/", import.meta.url);
 const PAGES = ["nat_base", "nat_conn", "nat_vs", "nat_sap", "nat_filter", "wan_dc", "wan_ppp", "sp_base", "sp_port", "sp_int",
-  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history"];
+  "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history", "backup"];
 const RECORD = "/etc/ppp/nat_ppp.con";
 const FILTER = "/usr/local/squid/etc/filter.conf";
 const HOSTILE = "\"><script>window.ran=1</script>&'";
