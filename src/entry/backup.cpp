@@ -63,31 +63,29 @@ bool is_asked_for(const FormList* form) {
 
 // ---- the page ----
 
-std::string row_of(const std::string& path, const std::string& size, const char* what) {
-    return "<tr>\n<td nowrap>" + path + "</td>\n<td nowrap>" + size + "</td>\n<td nowrap>" + what +
-           "</td>\n</tr>\n";
-}
+// What becomes of a file, as the list has it.
+constexpr std::array<std::string_view, 4> kFates = {"the same", "is replaced", "is made",
+                                                    "is removed"};
+constexpr std::size_t kRemoved = 3;
+static_assert(static_cast<std::size_t>(Effect::makes) == 2);
 
-const char* words_for(Effect effect) {
-    switch (effect) {
-        case Effect::replaces:
-            return "differs: is replaced";
-        case Effect::makes:
-            return "is not there: is made";
-        default:
-            return "the same";
-    }
+std::string row_of(std::size_t fate, const std::string& path, const std::string& size) {
+    std::string row = "<tr>\n";
+    for (const std::string_view cell : {kFates[fate], std::string_view(path), std::string_view(size)})
+        row.append("<td nowrap>").append(cell).append("</td>\n");
+    return row + "</tr>\n";
 }
 
 int get_list(LongText& text, int&) {
     text.emplace();
     if (shown.digest.empty()) return 0;
     gather([&] {
-        for (const ArchivedFile& file : shown.archive.files)
-            *text += row_of(file.path, std::to_string(file.size),
-                            words_for(effect_of(shown.archive, file)));
-        for (const std::string& path : files_to_remove(shown.archive))
-            *text += row_of(path, "", "not in it: is removed");
+        const Archive& archive = shown.archive;
+        for (const ArchivedFile& file : archive.files)
+            *text += row_of(static_cast<std::size_t>(effect_of(archive, file)), file.path,
+                            std::to_string(file.size));
+        for (const std::string& path : files_to_remove(archive))
+            *text += row_of(kRemoved, path, "");
     });
     return 0;
 }
