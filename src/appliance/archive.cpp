@@ -37,20 +37,6 @@ std::vector<std::string> paths_of(const OwnedFile& row) {
     return paths;
 }
 
-void open_owned_file(const std::string& path, std::vector<OpenFile>& files) {
-    Descriptor file = open_regular(path, O_RDONLY);
-    struct stat status {};
-    if (!file.is_open() && means_missing(errno)) return;
-    if (!file.is_open() || fstat(file.get(), &status) != 0) fail_to_read(path);
-    files.push_back({{.name = path.substr(1),
-                      .mode = status.st_mode & 07777,
-                      .owner = status.st_uid,
-                      .group = status.st_gid,
-                      .size = status.st_size,
-                      .time = status.st_mtime},
-                     std::move(file)});
-}
-
 off_t room_of(off_t size) {
     return static_cast<off_t>(kTarBlock + tar_padding(size)) + size;
 }
@@ -65,14 +51,22 @@ void put_nuls(std::size_t number) {
     put({nuls.data(), number});
 }
 
-bool put_file(const OpenFile& file) {
-    put_header(file.entry);
-    const bool is_whole = each_piece(file.file.get(), 0, file.entry.size, [](auto piece) {
+bool put_file(const std::string& path, int file) {
+    struct stat status {};
+    if (fstat(file, &status) != 0) return false;
+    put_header({.name = path.substr(1),
+                .mode = status.st_mode & 07777,
+                .owner = status.st_uid,
+                .group = status.st_gid,
+                .size = status.st_size,
+                .time = status.st_mtime});
+    const auto put_piece = [](std::string_view piece) {
         put(piece);
         return true;
-    });
-    if (is_whole) put_nuls(tar_padding(file.entry.size));
-    return is_whole;
+    };
+    if (!each_piece(file, 0, status.st_size, put_piece)) return false;
+    put_nuls(tar_padding(status.st_size));
+    return true;
 }
 
 // ---- the hardware address ----
@@ -179,45 +173,51 @@ void take_entry(Archive& archive, const TarReader& reader) {
 }
 
 // Hands the content on that the file is to have, in pieces; false when it cannot be read.
-template <class Take>
-bool each_wanted_piece(const Archive& archive, const ArchivedFile& file, Take take) {
+bool each_wanted_piece(const Archive& archive, const ArchivedFile& file, PieceTaker take) {
     if (!file.row->has_hardware_address)
         return each_piece(archive.file.get(), file.at, file.size, take);
     std::string text;
-    const bool is_read = each_piece(archive.file.get(), file.at, file.size, [&](auto piece) {
+    const auto append = [&](std::string_view piece) {
         text += piece;
         return true;
-    });
-    return is_read && take(std::string_view(with_own_address(text, file.address)));
+    };
+    return each_piece(archive.file.get(), file.at, file.size, append) &&
+           take(with_own_address(text, file.address));
 }
 
 }  // namespace
 
-std::vector<OpenFile> open_owned_files() {
-    std::vector<OpenFile> files;
+OwnedSet open_owned_files() {
+    OwnedSet set;
+    set.archive_size = room_of(kWholeText.size()) + off_t{kTarEnd};
     for (const OwnedFile& row : kOwnedFiles)
-        for (const std::string& path : paths_of(row)) open_owned_file(path, files);
-    return files;
+        for (std::string& path : paths_of(row)) {
+            off_t size = 0;
+            Descriptor file = open_regular(path, O_RDONLY, size);
+            if (!file.is_open() && means_missing(errno)) continue;
+            if (!file.is_open()) fail_to_read(path);
+            set.archive_size += room_of(size);
+            set.paths.push_back(std::move(path));
+            set.files.push_back(std::move(file));
+        }
+    return set;
 }
 
-off_t archive_size(const std::vector<OpenFile>& files) {
-    off_t size = room_of(kWholeText.size()) + static_cast<off_t>(kTarEnd);
-    for (const OpenFile& file : files) size += room_of(file.entry.size);
-    return size;
-}
-
-void put_archive(const std::vector<OpenFile>& files) {
+void put_archive(const OwnedSet& set) {
     constexpr off_t kSize = kWholeText.size();
-    put_header({.name = std::string(kWholeEntry), .mode = 0644, .size = kSize, .time = time(nullptr)});
+    put_header(
+        {.name = std::string(kWholeEntry), .mode = 0644, .size = kSize, .time = time(nullptr)});
     put(kWholeText);
     put_nuls(tar_padding(kSize));
-    if (std::ranges::all_of(files, put_file)) put_nuls(kTarEnd);
+    for (std::size_t i = 0; i < set.files.size(); ++i)
+        if (!put_file(set.paths[i], set.files[i].get())) return;
+    put_nuls(kTarEnd);
 }
 
 Archive open_archive(const std::string& path) {
     Archive archive;
     archive.file = open_regular(path, O_RDONLY);
-    if (!archive.file.is_open()) return archive;
+    if (!archive.file.is_open()) fail_to_read(path);
     TarReader reader(archive.file.get(), kMostOctets);
     while (archive.fault.empty() && reader.next()) take_entry(archive, reader);
     if (archive.fault.empty()) archive.fault = reader.fault();

@@ -23,18 +23,18 @@ inline constexpr std::string_view kWholeEntry = "quillstead-backup";
 
 // ---- taking one ----
 
-// An owned file as it is at this moment: what replaces it later changes nothing of it.
-struct OpenFile {
-    TarEntry entry;  // its name is the path without the first slash
-    Descriptor file;
+// All owned files that are there, open: what replaces one later changes nothing of it.
+struct OwnedSet {
+    std::vector<std::string> paths;
+    std::vector<Descriptor> files;  // the same ones
+    off_t archive_size;
 };
-// Opens all owned files that are there. Throws Unreadable.
-std::vector<OpenFile> open_owned_files();
+// Throws Unreadable.
+OwnedSet open_owned_files();
 
-// The octets of the archive of these files, and the archive itself, to standard output. A file that
-// can be read no further leaves it cut short, which whoever reads it notices.
-off_t archive_size(const std::vector<OpenFile>& files);
-void put_archive(const std::vector<OpenFile>& files);
+// Writes the archive of these files to standard output. A file that can be read no further leaves it
+// cut short, which whoever reads it notices.
+void put_archive(const OwnedSet& set);
 
 // ---- reading one ----
 
@@ -57,8 +57,8 @@ struct Archive {
     std::string_view fault;
 };
 
-// Opens an archive and looks at every entry, in the memory of one. Not open: there is no such file,
-// or it cannot be read. Throws Unreadable where an own file cannot be.
+// Opens an archive and looks at every entry, in the memory of one. Throws Unreadable, also when
+// there is no such file.
 Archive open_archive(const std::string& path);
 
 // Owned files that are there and not in a whole archive: with it they go.

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -79,15 +80,29 @@ std::uint64_t sum_of(const TarHeader& header) {
 }
 
 // A text ends at its first NUL, and nothing is hidden behind that.
-std::optional<std::string> text_in(std::string_view field) {
+std::optional<std::string_view> text_in(std::string_view field) {
     const std::string_view text = field.substr(0, field.find('\0'));
     if (field.find_first_not_of('\0', text.size()) != field.npos) return std::nullopt;
-    return std::string(text);
+    return text;
 }
 
-bool is_empty(std::string_view block) { return block.find_first_not_of('\0') == block.npos; }
+constexpr auto is_empty = [](std::string_view block) {
+    return block.find_first_not_of('\0') == block.npos;
+};
 
 }  // namespace
+
+bool each_piece(int file, off_t from, off_t size, PieceTaker take) {
+    std::array<char, 16384> piece;
+    while (size > 0) {
+        const auto wanted = static_cast<std::size_t>(std::min<off_t>(size, piece.size()));
+        const ssize_t got = read_at(file, from, piece.data(), wanted);
+        if (got <= 0 || !take({piece.data(), static_cast<std::size_t>(got)})) return false;
+        from += got;
+        size -= got;
+    }
+    return true;
+}
 
 TarHeader tar_header(const TarEntry& entry) {
     TarHeader header{};
@@ -149,7 +164,9 @@ bool TarReader::takes_header(const TarHeader& header) {
     // GNU tar has other things in the place of the name's beginning.
     const auto prefix = is_ustar ? text_in(in(header, kPrefix)) : "";
     if (!name || !prefix) return refuse("a hidden name");
-    entry_.name = prefix->empty() ? *name : *prefix + "/" + *name;
+    entry_.name = *prefix;
+    if (!prefix->empty()) entry_.name += '/';
+    entry_.name += *name;
     const auto kind = std::ranges::find(kKinds, header[kKind], &Kind::mark);
     if (kind != kKinds.end()) return refuse(kind->words);
     if (header[kKind] != '0' && header[kKind] != '\0') return refuse("no plain file");

@@ -6,7 +6,6 @@
 
 #include <sys/types.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <ctime>
@@ -17,6 +16,26 @@
 
 inline constexpr std::size_t kTarBlock = 512;
 inline constexpr std::size_t kTarEnd = 2 * kTarBlock;  // so many NULs end an archive
+
+// Who is handed a file in pieces, and says whether to go on: a reference to a function object, which
+// outlives the call.
+class PieceTaker {
+public:
+    template <class Take>
+    PieceTaker(const Take& take)  // NOLINT: so that it can be written where it is used
+        : object_(&take), call_([](const void* object, std::string_view piece) -> bool {
+              return (*static_cast<const Take*>(object))(piece);
+          }) {}
+    bool operator()(std::string_view piece) const { return call_(object_, piece); }
+
+private:
+    const void* object_;
+    bool (*call_)(const void*, std::string_view);
+};
+
+// Hands on the octets of a file from one on. False when the taker has said so, and when the file
+// cannot be read so far.
+bool each_piece(int file, off_t from, off_t size, PieceTaker take);
 
 struct TarEntry {
     std::string name;
@@ -67,19 +86,3 @@ private:
     TarEntry entry_;
     std::string_view fault_;
 };
-
-// Hands a part of a file on in pieces: take(piece), until that is false. False then, and when the
-// file cannot be read so far.
-template <class Take>
-bool each_piece(int file, off_t from, off_t size, Take take) {
-    std::array<char, 16384> piece;
-    while (size > 0) {
-        const auto wanted = static_cast<std::size_t>(std::min<off_t>(size, piece.size()));
-        const ssize_t got = read_at(file, from, piece.data(), wanted);
-        if (got <= 0 || !take(std::string_view(piece.data(), static_cast<std::size_t>(got))))
-            return false;
-        from += got;
-        size -= got;
-    }
-    return true;
-}

@@ -52,8 +52,7 @@ Shown shown;
 
 void show_waiting_archive() {
     shown.archive = open_archive(RestoreF);
-    if (shown.archive.file.is_open() && shown.archive.fault.empty())
-        shown.digest = digest_of(RestoreF);
+    if (shown.archive.fault.empty()) shown.digest = digest_of(RestoreF);
 }
 
 bool is_asked_for(const FormList* form) {
@@ -117,15 +116,10 @@ constexpr std::array array_fun_tab = std::to_array<ArrayFun>({
 
 int refuse_stranger(const Archive& archive, Message& message) {
     const int number = archive.stranger.empty() ? Msg::NoArchive : Msg::DoesNotBelong;
-    const std::string& name = archive.stranger;
-    if (name.empty())
-        GetErrMsgByIndex(number, message, archive.fault);
-    else
-        GetErrMsgByIndex(number, message, name, archive.fault);
+    GetErrMsgByIndex(number, message, archive.fault, archive.stranger);
     return number;
 }
 
-// Nothing waits here for longer than its copy takes: what is stored has been looked at.
 int store(const Archive& archive) {
     Replacement out(RestoreF, kSecretMode);
     struct stat status {};
@@ -140,10 +134,6 @@ int store(const Archive& archive) {
 
 int look_at(const std::string& path, int mode, Message& message) {
     const Archive archive = open_archive(path);
-    if (!archive.file.is_open()) {
-        GetErrMsgByIndex(Msg::CannotReadFile, message, path);
-        return Msg::CannotReadFile;
-    }
     if (!archive.fault.empty()) return refuse_stranger(archive, message);
     if (mode == kCheck) return 0;
     if (store(archive) != 0) return 1;
@@ -187,7 +177,6 @@ void queue_effects(int method_before, const Actions& actions) {
 int apply(const FormList* form, int mode, const Actions& actions, Message& message) {
     if (!is_asked_for(form)) return refuse(Msg::ArchiveGone, message);
     restored = open_archive(RestoreF);
-    if (!restored.file.is_open()) return refuse(Msg::ArchiveGone, message);
     if (!restored.fault.empty()) return refuse_stranger(restored, message);
     if (mode == kCheck) return 0;
     removed = files_to_remove(restored);
@@ -223,21 +212,20 @@ void drop_old_archive() {
 }
 
 int send_backup(const FormList*) {
-    const std::vector<OpenFile> files = open_owned_files();
+    const OwnedSet set = open_owned_files();
     end_turn();
-    const off_t size = archive_size(files);
-    if (size > kMostOctets || files.size() > kMostEntries) {
+    if (set.archive_size > kMostOctets || set.files.size() > kMostEntries) {
         Message message;
         GetErrMsgByIndex(Msg::BackupTooLarge, message);
         return answer_with_status("500 Internal Server Error", message);
     }
     constexpr std::size_t kDay = 10;  // characters of 2026-11-22
     const std::string day = date_text(std::time(nullptr)).substr(0, kDay);
-    put(format_text("Content-Disposition: attachment; filename=\"quillstead-%s-%s.tar\"\n",
-                    host_name(), day));
-    put(format_text("Cache-Control: no-store\nContent-Length: %d\n", long{size}));
+    put(format_text("Content-Disposition: attachment; filename=\"quillstead-%s-%s.tar\"\n"
+                    "Cache-Control: no-store\nContent-Length: %d\n",
+                    host_name(), day, long{set.archive_size}));
     mime_header("application/x-tar");
-    put_archive(files);
+    put_archive(set);
     return 0;
 }
 

@@ -214,7 +214,7 @@ HOSTILE = [
 @pytest.mark.parametrize("archive, name, what", HOSTILE)
 def test_a_hostile_archive_is_refused_by_the_name_of_its_entry(saved, archive, name, what):
     result = send(saved, archive)
-    wanted = told(92, name, what) if name else told(91, what)
+    wanted = told(92, what, name) if name else told(91, what)
     assert (result.page, result.message) == (PAGE, wanted)
     assert result.did_nothing and result.shown["backup_no_archive"] == "hidden"
     assert not saved.exists(WAITING)
