@@ -20,14 +20,17 @@ constexpr std::string_view kWholeText =
     "All settings of an appliance. A file of the settings that is not in this archive was not\n"
     "there, and restoring the archive removes it.\n";
 
+constexpr std::size_t kShownName = 48;  // characters, as a message has no room for more
+
 constexpr std::array<std::string_view, 3> kHardwareKeys = {"MACADDR=", "HWADDR=", "wan_hw_addr="};
 
 // ---- taking ----
 
 // The paths of the files that a row means, for one that is no family whether it is there or not.
 std::vector<std::string> paths_of(const OwnedFile& row) {
-    if (!row.is_family()) return {std::string(row.path)};
     std::vector<std::string> paths;
+    if (!row.is_family()) paths.emplace_back(row.path);
+    if (!row.is_family()) return paths;
     const std::string folder = folder_of(std::string(row.path));
     const std::unique_ptr<DIR, int (*)(DIR*)> entries{opendir(folder.c_str()), closedir};
     while (const dirent* entry = entries ? readdir(entries.get()) : nullptr) {
@@ -37,9 +40,7 @@ std::vector<std::string> paths_of(const OwnedFile& row) {
     return paths;
 }
 
-off_t room_of(off_t size) {
-    return static_cast<off_t>(kTarBlock + tar_padding(size)) + size;
-}
+off_t room_of(off_t size) { return static_cast<off_t>(kTarBlock + tar_padding(size)) + size; }
 
 void put_header(const TarEntry& entry) {
     const TarHeader header = tar_header(entry);
@@ -72,8 +73,8 @@ bool put_file(const std::string& path, int file) {
 // ---- the hardware address ----
 
 std::string_view hardware_key(std::string_view line) {
-    const auto key = std::ranges::find_if(kHardwareKeys,
-                                          [&](auto each) { return line.starts_with(each); });
+    const auto key =
+        std::ranges::find_if(kHardwareKeys, [&](auto each) { return line.starts_with(each); });
     return key == kHardwareKeys.end() ? "" : *key;
 }
 
@@ -87,57 +88,28 @@ std::optional<std::string_view> line_with(std::string_view text, std::string_vie
     return std::nullopt;
 }
 
-// Adds a line to its section, or to the end of a text without sections.
-void add_line(std::string& text, std::string_view line) {
-    constexpr std::string_view kSection = "[network]\n";
-    const std::size_t section = text.starts_with(kSection) ? 0 : text.find("\n[network]\n");
-    if (section != text.npos) {
-        const std::size_t behind = text.find('\n', section + 1) + 1;
-        text.insert(behind, std::string(line) + "\n");
-        return;
-    }
-    if (!text.empty() && !text.ends_with('\n')) text += '\n';
-    text.append(line).append("\n");
-}
-
-// The lines of the present file that tell the appliance's own address.
-std::string own_address(const std::string& path) {
-    std::string lines;
-    LineReader in(path);
-    while (in.is_open() && in.next())
-        if (!hardware_key(in.piece()).empty()) lines.append(in.text()).append("\n");
-    return lines;
-}
-
-// The wanted text with the appliance's own address, and no other.
-std::string with_own_address(std::string_view wanted, std::string_view address) {
+// The wanted text with the hardware addresses of the present one, and no others. A line that the
+// wanted text has not goes to its end: of all sections the first line of a key counts (profile.h).
+std::string with_own_address(std::string_view wanted, std::string_view present) {
     std::string text;
     while (!wanted.empty()) {
-        const std::size_t size = std::min(wanted.find('\n'), wanted.size() - 1) + 1;
-        const std::string_view line = wanted.substr(0, size);
-        wanted.remove_prefix(size);
+        const std::string_view line = wanted.substr(0, wanted.find('\n'));
+        const std::string_view end = wanted.substr(line.size(), 1);
+        wanted.remove_prefix(line.size() + end.size());
         const std::string_view key = hardware_key(line);
-        const auto own = key.empty() ? std::nullopt : line_with(address, key);
-        if (key.empty()) text += line;
-        if (own) text.append(*own).append(line.ends_with('\n') ? "\n" : "");
+        const auto kept = key.empty() ? line : line_with(present, key);
+        if (kept) text.append(*kept).append(end);
     }
     for (const std::string_view key : kHardwareKeys) {
-        const auto own = line_with(address, key);
-        if (own && !line_with(text, key)) add_line(text, *own);
+        const auto own = line_with(present, key);
+        if (!own || line_with(text, key)) continue;
+        if (!text.empty() && !text.ends_with('\n')) text += '\n';
+        text.append(*own).append("\n");
     }
     return text;
 }
 
 // ---- reading ----
-
-// A name that a stranger has chosen, for a message.
-std::string shown_name(std::string_view name) {
-    constexpr std::size_t kRoom = 48;
-    std::string text(name.substr(0, kRoom));
-    for (char& c : text)
-        if (c < ' ' || c > '~') c = '?';
-    return name.size() > kRoom ? text + "..." : text;
-}
 
 bool holds(const Archive& archive, std::string_view path) {
     return std::ranges::any_of(archive.files, [&](const auto& file) { return file.path == path; });
@@ -168,8 +140,8 @@ void take_entry(Archive& archive, const TarReader& reader) {
     if (!archive.fault.empty()) return;
     const mode_t most = most_mode(row->holds);
     const mode_t least = most & 0700;  // its owner's
-    archive.files.push_back({path, row, (entry.mode & most) | least, reader.content_at(), entry.size,
-                             row->has_hardware_address ? own_address(path) : ""});
+    archive.files.push_back({path, row, (entry.mode & most) | least, reader.content_at(),
+                             entry.size, row->has_hardware_address ? file_text(path) : FileText()});
 }
 
 // Hands the content on that the file is to have, in pieces; false when it cannot be read.
@@ -182,7 +154,7 @@ bool each_wanted_piece(const Archive& archive, const ArchivedFile& file, PieceTa
         return true;
     };
     return each_piece(archive.file.get(), file.at, file.size, append) &&
-           take(with_own_address(text, file.address));
+           take(with_own_address(text, file.present.view()));
 }
 
 }  // namespace
@@ -222,7 +194,7 @@ Archive open_archive(const std::string& path) {
     while (archive.fault.empty() && reader.next()) take_entry(archive, reader);
     if (archive.fault.empty()) archive.fault = reader.fault();
     if (!archive.fault.empty())
-        archive.stranger = shown_name(reader.entry().name);
+        archive.stranger = one_line(reader.entry().name.substr(0, kShownName));
     else if (archive.files.empty())
         archive.fault = "empty";
     return archive;

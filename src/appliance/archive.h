@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "appliance/owned_files.h"
+#include "base/files.h"
 #include "base/io.h"
 #include "base/tar.h"
 #include "base/written.h"
@@ -32,8 +33,8 @@ struct OwnedSet {
 // Throws Unreadable.
 OwnedSet open_owned_files();
 
-// Writes the archive of these files to standard output. A file that can be read no further leaves it
-// cut short, which whoever reads it notices.
+// Writes the archive of these files to standard output. A file that can be read no further leaves
+// it cut short, which whoever reads it notices.
 void put_archive(const OwnedSet& set);
 
 // ---- reading one ----
@@ -44,7 +45,7 @@ struct ArchivedFile {
     mode_t mode;  // it gets: the archive's, within what the row allows
     off_t at;     // where its content lies in the archive
     off_t size;
-    std::string address;  // the lines that it keeps of the file that was there
+    FileText present;  // what it takes the hardware address from, where it has one
 };
 
 struct Archive {

@@ -95,8 +95,8 @@ constexpr bool means(const OwnedFile& row, std::string_view path) {
 
 // The row of a path; null when the file is none of the settings.
 constexpr const OwnedFile* owned_file(std::string_view path) {
-    const auto row = std::ranges::find_if(
-        kOwnedFiles, [&](const OwnedFile& each) { return means(each, path); });
+    const auto row =
+        std::ranges::find_if(kOwnedFiles, [&](const OwnedFile& each) { return means(each, path); });
     return row == kOwnedFiles.end() ? nullptr : &*row;
 }
 static_assert(std::ranges::all_of(kOwnedFiles, [](const OwnedFile& row) {

@@ -17,8 +17,8 @@
 inline constexpr std::size_t kTarBlock = 512;
 inline constexpr std::size_t kTarEnd = 2 * kTarBlock;  // so many NULs end an archive
 
-// Who is handed a file in pieces, and says whether to go on: a reference to a function object, which
-// outlives the call.
+// Who is handed a file in pieces, and says whether to go on: a reference to a function object,
+// which outlives the call.
 class PieceTaker {
 public:
     template <class Take>

@@ -21,8 +21,8 @@ enum class Turn { taken, not_in_time, cannot_lock };
 // Files: "/run/quillstead-admin/lock", root's alone (0600 in a folder 0700), made when missing.
 Turn take_turn(const Request& request, int seconds);
 
-// Gives the turn to the next one: what follows reads what this request has open already, and changes
-// nothing.
+// Gives the turn to the next one: what follows reads what this request has open already, and
+// changes nothing.
 void end_turn();
 
 // What the request that has the turn is at: the name of a program that it waits for, or nothing.

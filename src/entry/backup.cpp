@@ -70,7 +70,8 @@ static_assert(static_cast<std::size_t>(Effect::makes) == 2);
 
 std::string row_of(std::size_t fate, const std::string& path, const std::string& size) {
     std::string row = "<tr>\n";
-    for (const std::string_view cell : {kFates[fate], std::string_view(path), std::string_view(size)})
+    for (const std::string_view cell :
+         {kFates[fate], std::string_view(path), std::string_view(size)})
         row.append("<td nowrap>").append(cell).append("</td>\n");
     return row + "</tr>\n";
 }
@@ -221,7 +222,8 @@ int send_backup(const FormList*) {
     }
     constexpr std::size_t kDay = 10;  // characters of 2026-11-22
     const std::string day = date_text(std::time(nullptr)).substr(0, kDay);
-    put(format_text("Content-Disposition: attachment; filename=\"quillstead-%s-%s.tar\"\n"
+    put(
+        format_text("Content-Disposition: attachment; filename=\"quillstead-%s-%s.tar\"\n"
                     "Cache-Control: no-store\nContent-Length: %d\n",
                     host_name(), day, long{set.archive_size}));
     mime_header("application/x-tar");
@@ -240,7 +242,6 @@ int set_backup(const FormList* form, ProcHeads* heads, ProcFlags* queued, ProcTa
                int mode, Message& message) {
     if (field_is(form, "todo", "restore")) return look_at_upload(form, mode, message);
     if (field_is(form, "todo", "factory")) return look_at(FactoryF, mode, message);
-    if (field_is(form, "todo", "apply"))
-        return apply(form, mode, {heads, queued, tails}, message);
+    if (field_is(form, "todo", "apply")) return apply(form, mode, {heads, queued, tails}, message);
     return 0;
 }

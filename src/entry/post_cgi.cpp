@@ -67,7 +67,8 @@ private:
     }
 
     // True when what the form was filled from has changed since: by a save of the same group or
-    // page, or for the pages that put all settings back, by any. Who sends the page again has seen it.
+    // page, or for the pages that put all settings back, by any. Who sends the page again has seen
+    // it.
     bool is_stale() {
         const char* seen = find_val(form_, "seen");
         if (!seen) return false;

@@ -179,7 +179,7 @@ HOSTILE = [
     (pack(("etc/<b>\x1b\n", b"")), "etc/<b>??", BELONGS),
     (pack(("etc/sysconfig/network-scripts/ifcfg-a/b", b"")),
      "etc/sysconfig/network-scripts/ifcfg-a/b", BELONGS),
-    (pack(("x" * 99, b"")), "x" * 48 + "...", BELONGS),
+    (pack(("x" * 99, b"")), "x" * 48, BELONGS),
     (pack(odd(type=tarfile.SYMTYPE)), "etc/ppp/tel", "a link"),
     (pack(odd(type=tarfile.LNKTYPE)), "etc/ppp/tel", "a link"),
     (pack(odd(type=tarfile.CHRTYPE)), "etc/ppp/tel", "a device"),
@@ -238,7 +238,7 @@ def test_another_appliance_keeps_its_hardware_address(used):
     bare = [line for line in text.splitlines(True) if "wan_hw_addr" not in line]
     assert restore(used, pack((SETTINGS[1:], "".join(bare).encode()))).message == told(94)
     assert used.keys(SETTINGS)["wan_hw_addr"] == "BBBBBBBBBBBB"
-    assert used.read(SETTINGS).startswith("[network]\nwan_hw_addr=")
+    assert used.read(SETTINGS) == "".join(bare) + "wan_hw_addr=BBBBBBBBBBBB\n"
 
 
 def test_factory_settings_are_restored_and_undone(used):

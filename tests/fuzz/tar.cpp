@@ -47,6 +47,6 @@ void check(std::string_view raw) {
         expect(content == input.substr(static_cast<std::size_t>(reader.content_at()),
                                        static_cast<std::size_t>(entry.size)));
     }
-    expect(!reader.fault().empty() || input.substr(static_cast<std::size_t>(at)).find_first_not_of(
-                                          '\0') == input.npos);
+    expect(!reader.fault().empty() ||
+           input.substr(static_cast<std::size_t>(at)).find_first_not_of('\0') == input.npos);
 }
