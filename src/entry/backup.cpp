@@ -9,12 +9,13 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <array>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "appliance/archive.h"
-#include "appliance/links.h"
 #include "appliance/ppp_conf.h"
 #include "base/date.h"
 #include "base/files.h"
@@ -25,7 +26,6 @@
 #include "framework/html-lib.h"
 #include "framework/message.h"
 #include "framework/msgfile.h"
-#include "framework/page_room.h"
 #include "framework/upload.h"
 #include "nat/process.h"
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "appliance/owned_files.h"
 #include "base/date.h"
 #include "base/difference.h"
 #include "base/files.h"
@@ -57,7 +58,9 @@ std::string difference_of(const Change& change, const KeptFile& file) try {
     const std::optional<std::string> after = content_after(file.path);
     const bool is_settings = is_settings_text(before) && is_settings_text(after.value_or(""));
     if (is_settings) return settings_difference(before, after.value_or(""));
-    const bool is_secret = file.old && (file.old->mode & 077) == 0;
+    const OwnedFile* row = owned_file(file.path);
+    const bool is_secret = (row && row->holds == Holds::passwords) ||
+                           (file.old && (file.old->mode & 077) == 0);
     return is_secret ? "changed\n" : unified_difference(before, after.value_or(""));
 } catch (const Unreadable&) {
     return "";

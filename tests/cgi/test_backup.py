@@ -4,13 +4,15 @@ import fnmatch
 import io
 import os
 import re
+import signal
 import subprocess
 import tarfile
 
 import pytest
 
 from appliance import (
-    CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, PAP, PPPOE, PROJECT, RECORD, SETTINGS, USER, WAN, told)
+    CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, LINK_UP, NETWORK, PAP, PPPOE, PROJECT, RECORD, SETTINGS,
+    SQUID, USER, WAN, told)
 from test_changes import ADMIN, CHANGES, kept, save, settings, three_saves, undo  # noqa: F401
 from test_uploads import END, TYPE, field, part
 
@@ -117,6 +119,7 @@ def test_what_was_changed_is_restored_byte_for_byte_and_undone(used):
     used.post({"this_file": "ac_cfg.htm", "todo": "add_port", "group_name": "Group 1",
                "block_allow": "Block", "port_list": "21", "port_start": "25"}, ADMIN)
     used.write(USER, None)
+    used.write(PAP, None)
     changed = settings(used)
     looked = send(used, archive)
     assert states(looked).items() >= {
@@ -128,6 +131,8 @@ def test_what_was_changed_is_restored_byte_for_byte_and_undone(used):
     assert (done.page, done.message) == (PAGE, told(94))
     assert settings(used) == before and not used.exists(WAITING)
     assert "/usr/sbin/adsl-start" in done.commands and not list(used.at("/tmp").glob("upload*"))
+    told_of = used.view("history.htm").shown["history_files"]
+    assert f"{PAP}\n(new)\nchanged\n" in told_of and "pw4711" not in told_of
     newest = os.readlink(used.at(f"{CHANGES}/newest"))
     assert undo(used, newest).message == told(79)
     assert settings(used) == changed
@@ -296,6 +301,25 @@ def test_only_what_was_looked_at_is_restored_and_once(used):
     assert apply(used, looked).message == told(93) and not used.exists(WAITING)
     assert post(used, "restore").message == post(used, "restore", archive="/etc/passwd").message
     assert post(used, "restore", archive=WAN).message == told(90)
+
+
+@pytest.mark.parametrize("method, wanted", [
+    (0, ["ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
+    (1, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"]),
+    (2, [*NETWORK, SQUID[1], *NETWORK, "/usr/sbin/adsl-start"]),
+    (3, ["ifconfig sl0 down", *NETWORK, SQUID[1], *NETWORK, "/etc/ppp/dial start"])])
+def test_what_runs_is_brought_in_line(saved, proxy, method, wanted):
+    saved.change(WAN, nat_enable="yes" if method else "no")
+    saved.change(RECORD, Method=method)
+    archive = take(saved)
+    saved.change(WAN, nat_enable="yes")
+    saved.change(RECORD, Method=3 if method == 0 else 1)
+    saved.answer("pidof diald", f"{proxy.pid}\n")
+    ran = iter(restore(saved, archive).commands)
+    assert [each for each in wanted if each not in ran] == []
+    assert saved.keys(RECORD)["Method"] == str(method)
+    signalled = {0: -signal.SIGTERM, 1: -signal.SIGHUP, 2: -signal.SIGHUP, 3: -signal.SIGTERM}
+    assert proxy.wait(5) == signalled[method]
 
 
 def test_a_full_disk_restores_nothing(used):
