@@ -304,10 +304,10 @@ def test_only_what_was_looked_at_is_restored_and_once(used):
 
 
 @pytest.mark.parametrize("method, wanted", [
-    (0, ["ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
+    (0, ["/sbin/ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
     (1, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"]),
     (2, [*NETWORK, SQUID[1], *NETWORK, "/usr/sbin/adsl-start"]),
-    (3, ["ifconfig sl0 down", *NETWORK, SQUID[1], *NETWORK, "/etc/ppp/dial start"])])
+    (3, ["/sbin/ifconfig sl0 down", *NETWORK, SQUID[1], *NETWORK, "/etc/ppp/dial start"])])
 def test_what_runs_is_brought_in_line(saved, proxy, method, wanted):
     saved.change(WAN, nat_enable="yes" if method else "no")
     saved.change(RECORD, Method=method)
