@@ -11,8 +11,8 @@ import tarfile
 import pytest
 
 from appliance import (
-    CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, LINK_UP, NETWORK, PAP, PPPOE, PROJECT, RECORD, SETTINGS,
-    SQUID, USER, WAN, told)
+    CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, LINK_UP, NETWORK, PAP, PPPOE, PROJECT, RECORD,
+    SANITIZED, SETTINGS, SQUID, USER, WAN, told)
 from test_changes import ADMIN, CHANGES, kept, save, settings, three_saves, undo  # noqa: F401
 from test_uploads import END, TYPE, field, part
 
@@ -210,7 +210,8 @@ HOSTILE = [
      "etc/sysconfig/network-scripts/ifcfg-128", "one file too many"),
     (pack(("etc/ppp/tel", b"x" * 15_999_488), ("etc/ppp/user", b"x")), "etc/ppp/user", "too large"),
     (PLAIN + PLAIN, "", "goes on behind its end"), (PLAIN + b"x", "", "goes on behind its end"),
-    (PLAIN[:1024], "", "cut short"), (PLAIN[:1536], "", "cut short"), (PLAIN[:700], "etc/ppp/tel", "cut short"),
+    (PLAIN[:1024], "", "cut short"), (PLAIN[:1536], "", "cut short"),
+    (PLAIN[:700], "etc/ppp/tel", "cut short"),
     (b"", "", "cut short"), (pack(), "", "empty"), (pack((WHOLE, b"")), "", "empty"),
     (b"PK\3\4" + b"x" * 2000, "", "no such archive"), (b"\0" * 512, "", "cut short"),
 ]
@@ -303,29 +304,29 @@ def test_only_what_was_looked_at_is_restored_and_once(used):
     assert post(used, "restore", archive=WAN).message == told(90)
 
 
-@pytest.mark.parametrize("method, wanted", [
-    (0, ["/sbin/ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
-    (1, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"]),
-    (2, [*NETWORK, SQUID[1], *NETWORK, "/usr/sbin/adsl-start"]),
-    (3, ["/sbin/ifconfig sl0 down", *NETWORK, SQUID[1], *NETWORK, "/etc/ppp/dial start"])])
-def test_what_runs_is_brought_in_line(saved, proxy, method, wanted):
+@pytest.mark.parametrize("method, diald, wanted", [
+    (0, True, ["/sbin/ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
+    (1, False, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"]),
+    (2, False, [*NETWORK, SQUID[1], *NETWORK, "/usr/sbin/adsl-start"]),
+    (3, False, [*NETWORK, SQUID[1], *NETWORK, "/etc/ppp/dial start"]),
+    (3, True, ["/sbin/ifconfig sl0 down", *NETWORK, SQUID[1]])])
+def test_what_runs_is_brought_in_line(saved, proxy, method, diald, wanted):
     saved.change(WAN, nat_enable="yes" if method else "no")
     saved.change(RECORD, Method=method)
     archive = take(saved)
     saved.change(WAN, nat_enable="yes")
     saved.change(RECORD, Method=3 if method == 0 else 1)
-    saved.answer("pidof diald", f"{proxy.pid}\n")
+    saved.answer("pidof diald", f"{proxy.pid}\n" if diald else "")
     ran = iter(restore(saved, archive).commands)
     assert [each for each in wanted if each not in ran] == []
     assert saved.keys(RECORD)["Method"] == str(method)
-    signalled = {0: -signal.SIGTERM, 1: -signal.SIGHUP, 2: -signal.SIGHUP, 3: -signal.SIGTERM}
-    assert proxy.wait(5) == signalled[method]
+    assert proxy.wait(5) == -(signal.SIGTERM if diald else signal.SIGHUP)
 
 
 def test_a_full_disk_restores_nothing(used):
     archive = take(used)
     used.write(USER, "changed")
-    big = archive.partition(b"etc/diald.conf")[0] + pack(("etc/diald.conf", b"x" * 90000), (USER[1:], b""))
+    big = archive.partition(b"etc/diald.conf")[0] + pack(("etc/diald.conf", b"x" * 90000))
     used.write("/etc/diald.conf", "small")
     used.change(SETTINGS, wan_name="changed")
     looked = send(used, big)
@@ -357,6 +358,7 @@ def test_nobody_elses_page_gets_or_restores_settings(used, todo):
     assert used.get(form, link).headers["Status"] == "403 Forbidden"
 
 
+@pytest.mark.skipif(SANITIZED, reason="the program starts outside of its root")
 def test_a_slow_receiver_of_a_backup_keeps_nobody_waiting(used):
     used.write(LIST, "x.example\n" * 100_000)
     with subprocess.Popen(
