@@ -595,6 +595,23 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.equal(await value("block_allow"), "Block");
   });
 
+  for (const javaScriptEnabled of [true, false]) test(`a backup is taken and restored on a telephone, scripts: ${javaScriptEnabled}`, async () => {
+    await open("backup", { javaScriptEnabled, viewport: { width: 360, height: 740 } });
+    const download = page.waitForEvent("download");
+    await button("Download the backup").click();
+    assert.match((await download).suggestedFilename(), /^quillstead-[\w-]+-\d{4}-\d\d-\d\d\.tar$/);
+    const tel = box.file("/etc/ppp/tel");
+    box.write("/etc/ppp/tel", "changed");
+    await page.locator("input[type=file]").setInputFiles(await (await download).path());
+    await send(button("Look at it"));
+    assert.match(await page.locator("tr", { hasText: "is replaced" }).innerText(), /\/etc\/ppp\/tel/);
+    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
+    await send(button("Restore these files"));
+    assert.match(await message(), /^.?\s*Restored\./);
+    assert.equal(box.file("/etc/ppp/tel"), tel);
+    assert.ok(await button("Restore these files").isHidden());
+  });
+
   test("the overviews without scripts", async () => {
     await open("nat_base", { javaScriptEnabled: false });
     await setAll({ enable_email: false, ...dmz("192.168.1.19") });
