@@ -16,6 +16,7 @@
 
 namespace {
 
+constexpr char kWholePath[] = "/quillstead-backup";
 constexpr std::string_view kWholeText =
     "All settings of an appliance. A file of the settings that is not in this archive was not\n"
     "there, and restoring the archive removes it.\n";
@@ -26,21 +27,26 @@ constexpr std::array<std::string_view, 3> kHardwareKeys = {"MACADDR=", "HWADDR="
 
 // ---- taking ----
 
-// The paths of the files that a row means, for one that is no family whether it is there or not.
-std::vector<std::string> paths_of(const OwnedFile& row) {
-    std::vector<std::string> paths;
-    if (!row.is_family()) paths.emplace_back(row.path);
-    if (!row.is_family()) return paths;
+off_t room_of(off_t size) { return static_cast<off_t>(kTarBlock + tar_padding(size)) + size; }
+
+void open_owned_file(const std::string& path, OwnedSet& set) {
+    off_t size = 0;
+    Descriptor file = open_regular(path, O_RDONLY, size);
+    if (!file.is_open() && means_missing(errno)) return;
+    if (!file.is_open()) fail_to_read(path);
+    set.archive_size += room_of(size);
+    set.paths.push_back(path);
+    set.files.push_back(std::move(file));
+}
+
+void open_family(const OwnedFile& row, OwnedSet& set) {
     const std::string folder = folder_of(std::string(row.path));
     const std::unique_ptr<DIR, int (*)(DIR*)> entries{opendir(folder.c_str()), closedir};
     while (const dirent* entry = entries ? readdir(entries.get()) : nullptr) {
-        std::string path = folder + entry->d_name;
-        if (owned_file(path) == &row) paths.push_back(std::move(path));
+        const std::string path = folder + entry->d_name;
+        if (owned_file(path) == &row) open_owned_file(path, set);
     }
-    return paths;
 }
-
-off_t room_of(off_t size) { return static_cast<off_t>(kTarBlock + tar_padding(size)) + size; }
 
 void put_header(const TarEntry& entry) {
     const TarHeader header = tar_header(entry);
@@ -131,7 +137,7 @@ std::string path_of(std::string_view name) {
 void take_entry(Archive& archive, const TarReader& reader) {
     const TarEntry& entry = reader.entry();
     const std::string path = path_of(entry.name);
-    if (path.size() > 1 && path.substr(1) == kWholeEntry && !archive.is_whole) {
+    if (path == kWholePath && !archive.is_whole) {
         archive.is_whole = true;
         return;
     }
@@ -163,22 +169,16 @@ OwnedSet open_owned_files() {
     OwnedSet set;
     set.archive_size = room_of(kWholeText.size()) + off_t{kTarEnd};
     for (const OwnedFile& row : kOwnedFiles)
-        for (std::string& path : paths_of(row)) {
-            off_t size = 0;
-            Descriptor file = open_regular(path, O_RDONLY, size);
-            if (!file.is_open() && means_missing(errno)) continue;
-            if (!file.is_open()) fail_to_read(path);
-            set.archive_size += room_of(size);
-            set.paths.push_back(std::move(path));
-            set.files.push_back(std::move(file));
-        }
+        if (row.is_family())
+            open_family(row, set);
+        else
+            open_owned_file(std::string(row.path), set);
     return set;
 }
 
 void put_archive(const OwnedSet& set) {
     constexpr off_t kSize = kWholeText.size();
-    put_header(
-        {.name = std::string(kWholeEntry), .mode = 0644, .size = kSize, .time = time(nullptr)});
+    put_header({.name = kWholePath + 1, .mode = 0644, .size = kSize, .time = time(nullptr)});
     put(kWholeText);
     put_nuls(tar_padding(kSize));
     for (std::size_t i = 0; i < set.files.size(); ++i)

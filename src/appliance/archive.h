@@ -20,7 +20,6 @@
 // An archive fits into a form with files (cgi-lib.h).
 inline constexpr off_t kMostOctets = 16'000'000;
 inline constexpr std::size_t kMostEntries = 128;
-inline constexpr std::string_view kWholeEntry = "quillstead-backup";
 
 // ---- taking one ----
 

@@ -66,14 +66,12 @@ bool is_asked_for(const FormList* form) {
 constexpr std::array<std::string_view, 4> kFates = {"the same", "is replaced", "is made",
                                                     "is removed"};
 constexpr std::size_t kRemoved = 3;
-static_assert(static_cast<std::size_t>(Effect::makes) == 2);
+static_assert(static_cast<std::size_t>(Effect::makes) == kRemoved - 1);
 
-std::string row_of(std::size_t fate, const std::string& path, const std::string& size) {
-    std::string row = "<tr>\n";
-    for (const std::string_view cell :
-         {kFates[fate], std::string_view(path), std::string_view(size)})
-        row.append("<td nowrap>").append(cell).append("</td>\n");
-    return row + "</tr>\n";
+void add_row(std::string& text, std::size_t fate, const std::string& path, const FormatArg& size) {
+    constexpr char kRow[] =
+        "<tr>\n<td nowrap>%s</td>\n<td nowrap>%s</td>\n<td nowrap>%s</td>\n</tr>\n";
+    text += format_text(kRow, kFates[fate], path, size);
 }
 
 int get_list(LongText& text, int&) {
@@ -82,10 +80,9 @@ int get_list(LongText& text, int&) {
     gather([&] {
         const Archive& archive = shown.archive;
         for (const ArchivedFile& file : archive.files)
-            *text += row_of(static_cast<std::size_t>(effect_of(archive, file)), file.path,
-                            std::to_string(file.size));
-        for (const std::string& path : files_to_remove(archive))
-            *text += row_of(kRemoved, path, "");
+            add_row(*text, static_cast<std::size_t>(effect_of(archive, file)), file.path,
+                    long{file.size});
+        for (const std::string& path : files_to_remove(archive)) add_row(*text, kRemoved, path, "");
     });
     return 0;
 }
