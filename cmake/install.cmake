@@ -44,7 +44,7 @@ add_custom_command(OUTPUT ${factory_archive}
     COMMAND ${PROJECT_SOURCE_DIR}/deploy/factory-archive.sh ${PROJECT_SOURCE_DIR}/lab/factory ${factory_archive}
     DEPENDS deploy/factory-archive.sh ${factory_files})
 add_custom_target(factory ALL DEPENDS ${factory_archive})
-install(FILES ${factory_archive} DESTINATION ${NAT_SHARE_DIR})
+install(FILES ${factory_archive} DESTINATION /usr/share/quillstead) # where the program looks for it
 set(servers ${NAT_SHARE_DIR}/factory/etc/quillstead)
 install(FILES deploy/lighttpd.conf DESTINATION ${servers})
 install(FILES deploy/busybox-httpd.conf DESTINATION ${servers} RENAME httpd.conf)

@@ -1,7 +1,7 @@
 #!/bin/sh
 # factory-archive.sh FACTORY ARCHIVE
 # Makes ARCHIVE, which the page "Backup" offers as factory settings, of the configuration files in the folder FACTORY:
-# the same files make the same octets. The first entry says that no other file of the settings is there.
+# the same files make the same octets. The entry quillstead-backup says that no other file of the settings is there.
 set -eu
 umask 022
 

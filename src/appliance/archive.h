@@ -1,7 +1,7 @@
 // All settings of the appliance as one archive (tar.h), and back. The archive holds passwords.
 //
-// One that this program makes begins with an entry "quillstead-backup", which says that it is
-// whole: a file of the settings that it does not hold was not there. Of an archive without that
+// The entry "quillstead-backup", the first one of those that this program makes, says that an
+// archive is whole: a file of the settings that it does not hold was not there. Of one without that
 // entry, which somebody has put together, nobody knows; it only replaces.
 #pragma once
 
