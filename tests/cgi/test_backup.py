@@ -367,7 +367,7 @@ def test_a_slow_receiver_of_a_backup_keeps_nobody_waiting(used):
         slow.stdin.write(f"this_file={PAGE}&todo=backup".encode().ljust(32, b"&"))
         slow.stdin.close()
         begin = slow.stdout.read(1000)
-        assert save(used, "nat_conn.htm", enable_dmz="unchecked").message == ""
+        assert save(used, "nat_conn.htm", enable_dmz="unchecked").page == "nat_conn.htm"
         used.write("/new", "replaced")
         used.at("/new").rename(used.at(LIST))
         content = (begin + slow.stdout.read()).partition(b"\n\n")[2]
