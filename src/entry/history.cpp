@@ -59,8 +59,8 @@ std::string difference_of(const Change& change, const KeptFile& file) try {
     const bool is_settings = is_settings_text(before) && is_settings_text(after.value_or(""));
     if (is_settings) return settings_difference(before, after.value_or(""));
     const OwnedFile* row = owned_file(file.path);
-    const bool is_secret = (row && row->holds == Holds::passwords) ||
-                           (file.old && (file.old->mode & 077) == 0);
+    const bool is_secret =
+        (row && row->holds == Holds::passwords) || (file.old && (file.old->mode & 077) == 0);
     return is_secret ? "changed\n" : unified_difference(before, after.value_or(""));
 } catch (const Unreadable&) {
     return "";
