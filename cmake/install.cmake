@@ -39,6 +39,13 @@ install(FILES docs/installing.md docs/servers.md docs/files.md docs/changes.md d
 # Configuration is never part of a package, or an upgrade would replace it: its copies are, and
 # install-factory puts in place what is missing. The factory's logs are the practice appliance's alone.
 install(DIRECTORY lab/factory/etc lab/factory/usr DESTINATION ${NAT_SHARE_DIR}/factory PATTERN logs EXCLUDE)
+file(GLOB_RECURSE factory_files CONFIGURE_DEPENDS lab/factory/etc/* lab/factory/usr/*)
+set(factory_archive ${PROJECT_BINARY_DIR}/factory.tar)
+add_custom_command(OUTPUT ${factory_archive}
+    COMMAND ${PROJECT_SOURCE_DIR}/deploy/factory-archive.sh ${PROJECT_SOURCE_DIR}/lab/factory ${factory_archive}
+    DEPENDS deploy/factory-archive.sh ${factory_files})
+add_custom_target(factory ALL DEPENDS ${factory_archive})
+install(FILES ${factory_archive} DESTINATION /usr/share/quillstead) # where the program looks for it
 set(servers ${NAT_SHARE_DIR}/factory/etc/quillstead)
 install(FILES deploy/lighttpd.conf DESTINATION ${servers})
 install(FILES deploy/busybox-httpd.conf DESTINATION ${servers} RENAME httpd.conf)

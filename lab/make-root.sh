@@ -77,6 +77,7 @@ mkdir -m 1777 "$root/tmp"
 mkdir -p "$root/var/lib/quillstead-admin/changes"
 chmod 700 "$root/var/lib/quillstead-admin" "$root/var/lib/quillstead-admin/changes"
 install -m 755 "$program" "$root/usr/lib/quillstead/nat.cgi"
+"$lab/../deploy/factory-archive.sh" "$lab/factory" "$root/usr/share/quillstead/factory.tar"
 rm -rf "$root/www"
 cp -RL "$www" "$root/www"
 : >"$root/www/nat.cgi" # the name that the web server's rule below is tried on

@@ -80,7 +80,7 @@ inline constexpr std::array kCommands = std::to_array<CommandRow>({
     {Command::ifdown, Does::acts, {"/sbin/ifdown", {"%s"}, kStartLimit, Errors::dropped}},
     {Command::ip_up, Does::acts, {IPUPF, {"%s"}, kStartLimit}},
     {Command::ip_up_of_eth0, Does::acts, {IPUPF, {"eth0"}, kStartLimit, Errors::dropped}},
-    {Command::ip_down, Does::acts, {"/etc/ppp/ip-down", {"%s"}, kStartLimit}},
+    {Command::ip_down, Does::acts, {IpDownF, {"%s"}, kStartLimit}},
     {Command::ping_ppp, Does::acts, {"ping", {"-c1", "-q", "10.112.112.113"}, kAskLimit}},
     {Command::sl0_down, Does::acts, {"ifconfig", {"sl0", "down"}, kStartLimit}},
     {Command::set_tcp_ip, Does::acts, {SetTcpF, {}, kDialLimit}},

@@ -83,6 +83,13 @@ ssize_t read_some(int fd, char* out, std::size_t size) {
     return got;
 }
 
+ssize_t read_at(int fd, off_t from, char* out, std::size_t size) {
+    ssize_t got = -1;
+    do got = pread(fd, out, size, from);
+    while (got < 0 && errno == EINTR);
+    return got;
+}
+
 bool write_all(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t put = write(fd, text.data(), text.size());

@@ -58,6 +58,8 @@ bool means_missing(int error);
 
 // read(2), repeated after a signal: the number of bytes, 0 at the end, -1 on an error.
 ssize_t read_some(int fd, char* out, std::size_t size);
+// pread(2) in the same way: from an octet of the file on.
+ssize_t read_at(int fd, off_t from, char* out, std::size_t size);
 
 // Writes all of the text; false on an error.
 [[nodiscard]] bool write_all(int fd, std::string_view text);

@@ -128,9 +128,14 @@ void append_lines(const char* name, std::string_view lines) {
     if (!write_whole(path, lines, O_APPEND)) cannot_keep();
 }
 
-std::string digest_of_text(std::string_view text) {
-    std::uint64_t hash = 14695981039346656037ULL;  // FNV-1a, 64 bits
+// FNV-1a, 64 bits: of nothing, and of a text behind another one.
+constexpr std::uint64_t kNoHash = 14695981039346656037ULL;
+std::uint64_t hash_on(std::uint64_t hash, std::string_view text) {
     for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+    return hash;
+}
+
+std::string digits_of(std::uint64_t hash) {
     std::string digits(16, '0');
     for (char& digit : digits) {
         digit = "0123456789abcdef"[hash & 15];
@@ -330,9 +335,7 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
     std::atexit(end_change);
 }
 
-bool is_setting(const std::string& path) {
-    return path.starts_with('/') && !is_passing(path);
-}
+bool is_setting(const std::string& path) { return path.starts_with('/') && !is_passing(path); }
 
 bool keep_old(const std::string& path) {
     Journal& own = journal();
@@ -366,6 +369,8 @@ void keep_effects(std::span<const std::string_view> names) {
 void keep_result(std::string_view result) { journal().result = one_line(result); }
 
 const std::string& own_result() { return journal().result; }
+
+void give_up_change() { journal().failed = true; }
 
 void end_change() {
     Journal& own = journal();
@@ -411,8 +416,12 @@ std::optional<std::string> old_content(const Change& change, const KeptFile& fil
 }
 
 std::string digest_of(const std::string& path) try {
-    const std::optional<std::string> content = read_file(path);
-    return content ? digest_of_text(*content) : "-";
+    constexpr std::size_t kPiece = 16384;
+    LineReader in(path, kPiece);
+    if (!in.is_open()) return "-";
+    std::uint64_t hash = kNoHash;
+    while (in.next()) hash = hash_on(hash, in.piece());
+    return digits_of(hash);
 } catch (const Unreadable&) {
     return "unreadable";
 }

@@ -14,6 +14,8 @@ inline constexpr char NatConfTmpF[] = "/etc/ppp/CGI_nat.tmp";
 inline constexpr char PPPoeConfF[] = "/etc/ppp/pppoe.conf";
 inline constexpr char IfCfgEth0F[] = "/etc/sysconfig/network-scripts/ifcfg-eth0";
 inline constexpr char IfCfgF[] = "/etc/sysconfig/network-scripts/ifcfg-%s";  // of any interface
+inline constexpr char IfCfgPpp0F[] = "/etc/sysconfig/network-scripts/ifcfg-ppp0";
+inline constexpr char IfCfgAnyF[] = "/etc/sysconfig/network-scripts/ifcfg-*";
 inline constexpr char DynaF[] = "/tmp/dyna";
 
 // Appliance settings, sections "network" and "ACC_CTRL". The second name is for the switch of
@@ -65,6 +67,8 @@ inline constexpr char NetTmpF[] = "/etc/sysctl.tmp";
 // Scripts that run at link-up.
 inline constexpr char VSF[] = "/etc/rc.d/rc.ipvs";
 inline constexpr char IPUPF[] = "/etc/ppp/ip-up";
+inline constexpr char IpDownF[] = "/etc/ppp/ip-down";
+inline constexpr char WanScriptF[] = "/etc/rc.d/rc.wan";
 inline constexpr char ServiceFile[] = "/etc/rc.d/rc.service";
 inline constexpr char FirewallF[] = "/etc/rc.d/rc.firewall";
 inline constexpr char DisFirewallF[] = "/etc/rc.d/dis_rc.firewall";
@@ -79,6 +83,7 @@ inline constexpr char SquidLogF[] = "/usr/local/squid/logs/access.log";
 inline constexpr char FilterConfF[] = "/usr/local/squid/etc/filter.conf";
 inline constexpr char AllowListF[] = "/usr/local/squid/etc/access.list";
 inline constexpr char BanListF[] = "/usr/local/squid/etc/deny.list";
+inline constexpr char AnyListF[] = "/usr/local/squid/etc/*.list";
 
 // A host in the internet that a diagnosis asks the name servers for and then calls at its web port.
 // This one is there for examples; a firmware may name one that its maker keeps.
@@ -91,3 +96,7 @@ inline constexpr char SetDHCPF[] = "/usr/share/quillstead/network/NET_SetDHCPSer
 inline constexpr char SetDNSF[] = "/usr/share/quillstead/network/NET_SetDNS";
 inline constexpr char SetModuleF[] = "/usr/share/quillstead/public/PUB_SetModule";
 inline constexpr char NetworkInfoF[] = "/usr/share/quillstead/network/NET_ReadNetworkInfo";
+
+// All settings at once: those of the factory, and an archive that waits to be restored.
+inline constexpr char FactoryF[] = "/usr/share/quillstead/factory.tar";
+inline constexpr char RestoreF[] = "/run/quillstead-admin/restore";

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "appliance/owned_files.h"
 #include "base/date.h"
 #include "base/files.h"
 #include "base/format.h"
@@ -49,7 +50,8 @@ std::optional<std::string> content_after(const std::string& path) {
 
 // What nobody but the owner may read, before or after; also what nothing is known of.
 bool is_secret(const KeptFile& file) {
-    if (!file.old && !file.made) return true;
+    const OwnedFile* row = owned_file(file.path);
+    if ((row && row->holds == Holds::passwords) || (!file.old && !file.made)) return true;
     return (file.old && is_private(file.old->mode)) || (file.made && is_private(file.made->mode));
 }
 

@@ -13,7 +13,9 @@
 #include "base/escape.h"
 #include "base/journal.h"
 #include "base/log.h"
+#include "base/overlay.h"
 #include "base/turn.h"
+#include "entry/backup.h"
 #include "entry/confirmation.h"
 #include "entry/link_members.h"
 #include "entry/page_table.h"
@@ -122,8 +124,13 @@ std::vector<std::string> names_of(const FormList& form) {
     return names;
 }
 
+bool asks_for_backup(const FormList& form) {
+    return field_is(&form, "this_file", "backup.htm") && field_is(&form, "todo", "backup");
+}
+
 // The modem page imports an upload while it is rendered, so there is nothing to check or set.
 int act(const FormList& form) {
+    if (asks_for_backup(form)) return in_preview() ? 0 : show_plain({"backup", send_backup}, &form);
     Message refusal;
     const bool imports = field_is(&form, "todo", "upload") && !entry_with_control(form) &&
                          refusal_for_waiting(form, refusal) == 0;
@@ -171,6 +178,7 @@ int main() {
             wait_if_wished(*form);
         }
     }
+    drop_old_archive();
     if (looks)
         show_preview(*form, act);
     else

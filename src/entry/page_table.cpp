@@ -4,6 +4,7 @@
 
 #include "appliance/ppp_conf.h"
 #include "entry/api.h"
+#include "entry/backup.h"
 #include "entry/going_back.h"
 #include "entry/history.h"
 #include "entry/preview.h"
@@ -54,6 +55,7 @@ constexpr std::array kCgiTab = std::to_array<CgiPage>({
     {"history.htm", get_history, set_history, history_tables},
     {"preview.htm", get_preview, nullptr, preview_tables},
     {"diagnose.htm", get_diagnose, nullptr, diagnose_tables},
+    {"backup.htm", get_backup, set_backup, backup_tables},
 });
 
 constexpr std::array kPlainViews = std::to_array<PlainView>({
@@ -79,6 +81,7 @@ constexpr std::array kProcTab = std::to_array<ProcEntry>({
     {kRunWANConnect, RunWANConnect},
     {kSaveFilter, SaveFilter},
     {kPutBack, PutBackAgain},
+    {kRestore, RestoreAgain},
 });
 static_assert(rows_are_in_order(kProcTab));
 
@@ -112,7 +115,7 @@ constexpr std::array kSaveTbl = std::to_array<SaveGroup>({
 // a status page the pages of the NAT group.
 constexpr std::array kNoGroup =
     std::to_array<std::string_view>({"sp_status.htm", "dc_status.htm", "ppp_status.htm",
-                                     "filterlog.htm", "ac_cfg.htm", "history.htm"});
+                                     "filterlog.htm", "ac_cfg.htm", "history.htm", "backup.htm"});
 
 constexpr bool is_saved_or_listed(int index) {
     const CgiPage& page = kCgiTab[static_cast<std::size_t>(index)];

@@ -85,7 +85,8 @@ private:
     }
 
     // True when what the form was filled from has changed since: by a save of the same group or
-    // page, or for the history, which lists them all, by any. Who sends the page again has seen it.
+    // page, or for the pages that put all settings back, by any. Who sends the page again has seen
+    // it.
     bool is_stale() {
         const char* seen = find_val(form_, "seen");
         if (!seen) return false;
@@ -115,7 +116,8 @@ private:
     }
 
     bool concerns_page(const std::string& changed) const {
-        if (changed == or_null(this_file_) || or_null(this_file_) == "history.htm") return true;
+        const std::string_view own = or_null(this_file_);
+        if (changed == own || own == "history.htm" || own == "backup.htm") return true;
         int first = 0;
         int last = 0;
         int status = 0;
@@ -168,7 +170,8 @@ private:
         if (!call_setter(posting, kCheck) || !call_setter(posting, kSet)) return false;
         // These alone tell of their success.
         const std::string_view todo = todo_;
-        if (todo == "import_file" || todo == "cancel" || todo == "undo") notice_ = message_.view();
+        if (todo == "import_file" || todo == "cancel" || todo == "undo" || todo == "apply")
+            notice_ = message_.view();
         return true;
     }
 

@@ -25,6 +25,7 @@ enum Action : unsigned {
     kRunWANConnect,
     kSaveFilter,
     kPutBack,
+    kRestore,
 };
 
 using ActionName = Text<12>;
@@ -51,6 +52,7 @@ inline constexpr std::array kProcRows = std::to_array<ProcRow>({
     {kRunWANConnect, "RSNat", 3},
     {kSaveFilter, "SaFilter", 0},
     {kPutBack, "PutBack", 5},
+    {kRestore, "Restore", 5},
 });
 inline constexpr unsigned ProcNum = kProcRows.size();
 inline constexpr std::size_t kLevels = 6;

@@ -88,6 +88,12 @@ enum : int {
     NotWaiting = 87,
     NothingIsKept = 88,
     ChangeNotKept = 89,
+    NoBackupChosen = 90,
+    NoArchive = 91,
+    DoesNotBelong = 92,
+    ArchiveGone = 93,
+    Restored = 94,
+    BackupTooLarge = 95,
 };
 }  // namespace Msg
 

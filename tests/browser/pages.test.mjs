@@ -10,7 +10,7 @@ const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.mi
 const www = new URL("../../build/www/", import.meta.url);
 const PAGES = ["nat_base", "nat_conn", "nat_vs", "nat_sap", "nat_filter", "wan_dc", "wan_ppp", "sp_base", "sp_port", "sp_int",
   "dc_status", "ppp_status", "sp_status", "sites_allow", "sites_ban", "filterlog", "ac_cfg", "history", "preview",
-  "diagnose"];
+  "diagnose", "backup"];
 const RECORD = "/etc/ppp/nat_ppp.con";
 const FILTER = "/usr/local/squid/etc/filter.conf";
 const HOSTILE = "\"><script>window.ran=1</script>&'";
@@ -626,6 +626,23 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await page.getByRole("link", { name: "Group 1" }).click({ noWaitAfter: true });
     await asked;
     assert.equal(await value("block_allow"), "Block");
+  });
+
+  for (const javaScriptEnabled of [true, false]) test(`a backup is taken and restored on a telephone, scripts: ${javaScriptEnabled}`, async () => {
+    await open("backup", { javaScriptEnabled, viewport: { width: 360, height: 740 } });
+    const download = page.waitForEvent("download");
+    await button("Download the backup").click();
+    assert.match((await download).suggestedFilename(), /^quillstead-[\w-]+-\d{4}-\d\d-\d\d\.tar$/);
+    const tel = box.file("/etc/ppp/tel");
+    box.write("/etc/ppp/tel", "changed");
+    await page.locator("input[type=file]").setInputFiles(await (await download).path());
+    await send(button("Look at it"));
+    assert.match(await page.locator("tr", { hasText: "is replaced" }).innerText(), /\/etc\/ppp\/tel/);
+    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
+    await send(button("Restore these files"));
+    assert.match(await message(), /^.?\s*Restored\./);
+    assert.equal(box.file("/etc/ppp/tel"), tel);
+    assert.ok(await button("Restore these files").isHidden());
   });
 
   test("the overviews without scripts", async () => {

@@ -37,6 +37,7 @@ RECORD, WAN, SETTINGS = "/etc/ppp/nat_ppp.con", "/etc/ppp/CGI_nat.conf", "/etc/C
 PAP, CHAP, PPPOE = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets", "/etc/ppp/pppoe.conf"
 USER, IP_UP, IFCFG = "/etc/ppp/user", "/etc/ppp/ip-up", "/etc/sysconfig/network-scripts/ifcfg-eth0"
 FILTER = "/usr/local/squid/etc/filter.conf"
+FACTORY = "/usr/share/quillstead/factory.tar"
 
 # Commands that several pages run.
 IS_PPP = "/sbin/pidof pppd"
@@ -164,6 +165,8 @@ def make_template(root):
         (root / "bin" / tool).symlink_to("busybox")
     for source, target in (PROJECT / "lab/factory", root), (WWW, root / "www"):
         shutil.copytree(source, target, dirs_exist_ok=True)
+    archive = PROJECT / "deploy/factory-archive.sh", PROJECT / "lab/factory", root / FACTORY.lstrip("/")
+    subprocess.run(archive, check=True)
     for path in root.rglob("*"):  # a checkout keeps nothing of a mode but the right to run
         if path.is_file() and not path.is_symlink():
             is_secret, is_program = f"/{path.relative_to(root)}" in SECRETS, path.stat().st_mode & 0o100

@@ -2,7 +2,8 @@
 
 from dataclasses import dataclass, field
 
-from appliance import IFCFG, RECORD, SETTINGS, WAN, octets
+from appliance import IFCFG, RECORD, SETTINGS, USER, WAN, octets
+from test_backup import WAITING, WHOLE, fnv, owned_rows, pack
 from test_requests import PAGES
 from test_sap import rules
 from test_sites import ETC
@@ -68,6 +69,25 @@ class Case:
         if isinstance(self.form, bytes):
             return appliance.post(self.form, {"CONTENT_TYPE": TYPE})
         return appliance.post(self.form) if self.form else appliance.view(f"{self.page}.htm")
+
+
+class Restore(Case):
+    """A restore of an archive that waits: files are replaced, made and removed."""
+
+    def prepare(self, appliance, proxy):
+        super().prepare(appliance, proxy)
+        there = {path[1:]: appliance.read(path) for path in owned_rows() if appliance.exists(path)}
+        del there["etc/ppp/tel"]
+        for path in RECORD, SETTINGS, WAN, IFCFG, FIREWALL:
+            there[path[1:]] += "# restored\n"
+        modes = {path: {"mode": appliance.mode(path)} for path in there}
+        appliance.write(USER, None)
+        self.archive = pack((WHOLE, b""), *((path, text.encode(), modes[path])
+                                           for path, text in there.items()))
+
+    def send(self, appliance):
+        appliance.write(WAITING, self.archive)
+        return appliance.post(self.form | {"digest": fnv(self.archive)})
 
 
 def act(page, todo, form=(), title="", **prepared):
@@ -153,6 +173,7 @@ CASES = [
     act("ac_cfg", "select", GROUP, method=DIRECT, stores=False),
     *act_all("ac_cfg", "change_access add_port del_port add_ip del_ip", GROUP, method=DIRECT),
     act("filterlog", "clear_log", {"clear": "Clear Log"}),
+    Restore("backup apply", {"this_file": "backup.htm", "todo": "apply"}, method=DIRECT),
 ]
 for page, name, selected, first in (("sites_allow", "access", "allowed_list", "www.example.org"),
                                     ("sites_ban", "deny", "banned_list", "ads.example.com")):

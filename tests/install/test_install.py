@@ -11,6 +11,8 @@ from pathlib import Path
 
 import pytest
 
+from test_backup import owned_rows
+
 PROJECT = Path(__file__).resolve().parents[2]
 BUILD = PROJECT / "build/release"
 PACKAGES = PROJECT / "build/package"
@@ -37,9 +39,28 @@ PROGRAM = {"usr/lib/quillstead/nat.cgi": 0o755, INSTALL_FACTORY: 0o755, "usr/lib
     + [f"{DOC}/{name}.md" for name in ("installing", "servers", "files", "changes", "templates", "automation")]
     + [f"{DOC}/openapi.json"]
     + ["usr/lib/systemd/system/quillstead-admin.service"]
-    + [f"{SHARE}/{place}" for place in FACTORY],
+    + [f"{SHARE}/{place}" for place in FACTORY] + [f"{SHARE}.tar"],
     0o644,
 )
+
+
+def test_the_table_the_document_and_the_factory_name_the_same_files():
+    rows = owned_rows()
+    modes = {"settings": 0o644, "passwords": 0o600, "commands": 0o755}
+    assert {path[1:]: modes[holds] for path, (holds, is_there) in rows.items() if is_there} == {
+        place: mode for place, mode in CONFIGURATION.items() if "quillstead" not in place}
+    text = (PROJECT / "docs/files.md").read_text()
+    tables = text.partition("## Settings")[2].partition("## State")[0]
+    named = []
+    for cell in re.findall(r"(?m)^\| (`/.*?) \|", tables):
+        for path in re.findall("`([^`]*)`", cell):
+            named.append(path if path.startswith("/") else f"{Path(named[-1]).parent}/{path}")
+    assert sorted(named) == sorted(rows)
+    with tarfile.open(BUILD / "factory.tar") as tar:
+        content = {each.name: tar.extractfile(each).read() for each in tar}
+    assert content.pop("quillstead-backup")
+    assert content == {place: (PROJECT / "lab/factory" / place).read_bytes() for place in FACTORY
+                       if "quillstead" not in place}
 
 
 def run(*command, **more):
