@@ -107,6 +107,49 @@ def measure_saves(appliance, rounds):
            "one file  ", "fsyncs   ", "least", "reads of a file"], rows)
 
 
+# ---- changes that are kept ----
+
+CHANGES, KEPT = "/var/lib/quillstead-admin/changes", (None, 1, 8, 64)
+
+
+def keep_changes(appliance, number, save):
+    """Makes the folder with so many changes, all but one of which are there; None: there is no folder."""
+    shutil.rmtree(appliance.at(CHANGES), ignore_errors=True)
+    if number:
+        appliance.at(CHANGES).mkdir(mode=0o700, parents=True)
+        for _ in range(number - 1):
+            save()
+
+
+def measure_changes(appliance, rounds):
+    rows = []
+    for title in "site added", "virtual server on", "ISP account":
+        appliance.set_method(SAVES[title][0])
+        keep_changes(appliance, None, None)
+        before, request = appliance.files(), posted(SAVES[title][1])
+        bare = appliance.trace(PROGRAM, request)
+        after = appliance.files()
+        changed = [path for path in after if after[path] != before.get(path)]
+
+        def save():
+            appliance.restore(changed, before)
+            return appliance.run(PROGRAM, request)[1]
+
+        for number in KEPT:
+            keep_changes(appliance, number, save)
+            cost = save()
+            for _ in range(rounds):
+                cost = save().least(cost)
+            appliance.restore(changed, before)
+            trace, seen = appliance.trace(PROGRAM, request), appliance.trace(PROGRAM, view("nat_vs"))
+            rows.append([title, "no folder" if number is None else str(number), cost.wall, cost.cpu, trace.own,
+                         judged(trace.fsyncs, bare.fsyncs + 4 + len(changed), "{}"), seen.own])
+        appliance.restore(changed, before)
+    keep_changes(appliance, None, None)
+    table(f"Kept changes, the least of {rounds} (where there are 64, each save drops the oldest)",
+          ["save", "kept", "us", "processor", "calls", "fsyncs   ", "calls of a view"], rows)
+
+
 # ---- growth ----
 
 def lines(text, number):
@@ -247,6 +290,7 @@ def main():
     measure_start(appliance, rounds)
     measure_views(appliance, rounds)
     measure_saves(appliance, rounds)
+    measure_changes(appliance, rounds)
     measure_throughput(appliance, 1 if given.quick else 5)
     measure_growth(appliance, 1 if given.quick else 3)
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/files.h"
 #include "base/journal.h"
 
 namespace {
@@ -17,6 +18,7 @@ std::string text_of(const CommandLine& line, std::string_view word) {
 
 int run_command(Acting command, std::string_view word) {
     const CommandLine& line = row_of(command.name).line;
+    flush_folders();
     const int status = run(line, word);
     keep_command(text_of(line, word), status);
     return status;
@@ -24,6 +26,7 @@ int run_command(Acting command, std::string_view word) {
 
 void start_command(Acting command) {
     const CommandLine& line = row_of(command.name).line;
+    flush_folders();
     start(line, {});
     keep_command(text_of(line, {}), 0);
 }

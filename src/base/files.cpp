@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <utility>
 
 #include <vector>
@@ -82,6 +83,18 @@ void remove_left_over(const std::string& path) {
 Written noted(Written how, const std::string& path) {
     note_failure(Failure::cannot_write, path);
     return how;
+}
+
+// Files whose folders are still to be flushed, one of each.
+std::vector<std::string> unflushed;
+
+void flush_later(const std::string& path) {
+    if (is_passing(path)) return;
+    if (unflushed.empty()) std::atexit(flush_folders);
+    const auto is_beside = [folder = folder_of(path)](const std::string& other) {
+        return folder_of(other) == folder;
+    };
+    if (std::ranges::none_of(unflushed, is_beside)) unflushed.push_back(path);
 }
 
 }  // namespace
@@ -218,6 +231,12 @@ bool exists(const std::string& path) {
     if (stat(path.c_str(), &status) == 0) return true;
     if (!means_missing(errno)) fail_to_read(path);
     return false;
+}
+
+bool is_passing(std::string_view path) {
+    constexpr std::array<std::string_view, 3> kPassing = {"/tmp/", "/var/", "/run/"};
+    return std::ranges::any_of(kPassing,
+                               [&](std::string_view folder) { return path.starts_with(folder); });
 }
 
 std::optional<std::string> read_first_line(const std::string& path, std::size_t limit) {
@@ -376,12 +395,18 @@ Written Replacement::put_in_place() {
     removable_ = !renamed && hidden_;
     if (!renamed) return fail(Written::not_renamed);
     for (const std::string& name : {name_, target_}) forget_file(name);
-    // The new file is there; whether a power cut would leave it there is not known.
-    if (!flush_folder(folder_of(target_))) note_failure(Failure::cannot_write, target_);
+    flush_later(target_);
     return Written::done;
 }
 
 Written Replacement::fail(Written how) { return noted(how, target_); }
+
+// The new files are there; whether a power cut would leave them there is not known.
+void flush_folders() {
+    for (const std::string& path : unflushed)
+        if (!flush_folder(folder_of(path))) note_failure(Failure::cannot_write, path);
+    unflushed.clear();
+}
 
 Written replace_file(const std::string& target, std::string_view text, mode_t mode) {
     Replacement out(target, mode);
@@ -407,9 +432,10 @@ Written write_anew(const std::string& path, std::string_view text) {
 
 Written remove_file(const std::string& path) {
     forget_file(path);
-    if (may_change(path) && (unlink(path.c_str()) == 0 || means_missing(errno)))
-        return Written::done;
-    return noted(Written::not_written, path);
+    if (!may_change(path) || (unlink(path.c_str()) != 0 && !means_missing(errno)))
+        return noted(Written::not_written, path);
+    flush_later(path);
+    return Written::done;
 }
 
 Written set_mode(const std::string& path, mode_t mode) {

@@ -84,6 +84,9 @@ private:
 // True when there is such a file, whatever it is; a link that leads nowhere is none.
 bool exists(const std::string& path);
 
+// True for a file of /tmp, /var or /run: it is no part of the settings.
+bool is_passing(std::string_view path);
+
 // The first line of a file without its line feed, at most `limit` characters of it; nothing when
 // there is no such file, an empty text when it is empty.
 std::optional<std::string> read_first_line(const std::string& path, std::size_t limit);
@@ -103,10 +106,10 @@ void keep_before_changes(BeforeChange asked);
 // byte for byte, the file stays as it is: nothing wears out the flash for nothing. Otherwise it
 // goes to a temporary file, created anew with mode 0600 (a link in its place is not followed), is
 // flushed to disk, gets owner and mode of the file that it replaces unless `mode` sets one, and is
-// renamed; then the folder is flushed. Where the target is a link, the file that it leads to is
-// replaced, through a hidden file beside that one, and made when it is missing. Where temporary
-// file and target lie on different file systems the content is first copied beside the target.
-// Until the rename the old file is whole.
+// renamed; its folder is flushed with flush_folders(). Where the target is a link, the file that it
+// leads to is replaced, through a hidden file beside that one, and made when it is missing. Where
+// temporary file and target lie on different file systems the content is first copied beside the
+// target. Until the rename the old file is whole.
 class Replacement {
 public:
     // mode: kKeepMode, or the mode of the new file. A new file gets kPlainMode when the mode is
@@ -157,6 +160,10 @@ private:
     bool removable_ = false;  // a temporary file is there, of no use to anybody
     Written state_ = Written::done;
 };
+
+// Flushes the folders of what was replaced or removed, each once: before a command runs, which may
+// take the appliance down, before the answer tells what came of it, and when the process exits.
+void flush_folders();
 
 // Writes `text` as the whole content of `target` (Replacement).
 Written replace_file(const std::string& target, std::string_view text,

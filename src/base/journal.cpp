@@ -31,7 +31,6 @@ constexpr char kNewest[] = "/var/lib/quillstead-admin/changes/newest";
 constexpr char kGone[] = "/var/lib/quillstead-admin/changes/gone/";
 constexpr std::size_t kMostChanges = 64;
 constexpr off_t kMostOctets = 4 << 20;
-constexpr std::array<std::string_view, 3> kNoSettings = {"/tmp/", "/var/", "/run/"};
 
 struct Journal {
     bool is_open = false;  // it has changed something
@@ -288,6 +287,7 @@ bool forget_mark_of(unsigned number) {
 
 void finish_change() {
     Journal& own = journal();
+    flush_folders();
     if (own.failed && put_all_back(interrupted_change()) && forget_mark_of(own.number)) {
         remove_folder(kOpen);  // all or nothing
         own = {};
@@ -331,8 +331,7 @@ void keep_changes_of(const Request& request, const std::vector<std::string>& nam
 bool keep_old(const std::string& path) {
     Journal& own = journal();
     if (own.head.empty()) return true;  // nothing is kept, or no more
-    const auto is_above = [&](std::string_view folder) { return path.starts_with(folder); };
-    if (!path.starts_with('/') || std::ranges::any_of(kNoSettings, is_above)) return true;
+    if (!path.starts_with('/') || is_passing(path)) return true;
     if (std::ranges::find(own.kept, path) != own.kept.end()) return true;
     if (!begin_change()) return false;
     // From the first file on a change that is to wait does so; while it is "open" a crash takes it

@@ -130,6 +130,7 @@ int main() {
     std::optional<FormList> form;
     if (!is_form_empty()) {
         if (is_foreign_post()) return refuse_request();
+        if (cgi_variable("CONTENT_LENGTH")) finish_what_is_begun();  // it comes slowly
         form = cgi_input_parse();
     }
     const FormList* fields = form ? &*form : nullptr;

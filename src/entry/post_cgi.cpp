@@ -9,6 +9,7 @@
 #include "appliance/ppp_conf.h"
 #include "base/date.h"
 #include "base/escape.h"
+#include "base/files.h"
 #include "base/journal.h"
 #include "base/log.h"
 #include "base/words.h"
@@ -40,6 +41,7 @@ public:
         if (is_stale()) return show_conflict();
         const bool is_save = std::string_view(todo_) == "save";
         const bool accepted = is_save ? set_group() : set_page();
+        flush_folders();
         if (!accepted) return show_refusal();
         return run_actions() ? show_next_page() : show_failed_action();
     }
@@ -193,6 +195,7 @@ private:
         for (const auto& head : heads_)
             for (const ProcNode* node = head.get(); node; node = node->next.get())
                 if (!run_action(*node)) return false;
+        flush_folders();
         return true;
     }
 

@@ -163,6 +163,7 @@ void import_modems(const FormList* form, PageMessage& note) {
     log_line("load_file=%s", or_null(path));
     int added = 0;
     const bool imported = path && *path && ParserInfFile(path, &added) == 0;
+    flush_folders();
     note.tell(imported ? Msg::ModemsImported : Msg::ModemsNotImported, std::to_string(added));
     log_line("%s", note.text());
 }

@@ -111,6 +111,13 @@ def test_at_most_so_many_changes_are_kept(kept):
     assert numbers == [*(f"{n:06}" for n in range(7, 71)), "newest"]
 
 
+def test_long_files_are_kept_for_fewer_changes(kept):
+    kept.write("/usr/local/squid/etc/deny.list", "site.example\n" * 115_000)  # 1.5 MB
+    for n in range(5):
+        kept.post({"this_file": "sites_ban.htm", "todo": "add_url", "new_url": f"site{n}.example"})
+    assert sorted(path.name for path in kept.at(CHANGES).iterdir()) == ["000004", "000005", "newest"]
+
+
 def test_a_crash_before_the_newest_number_was_noted_costs_no_change(kept):
     save(kept, SERVICES, enable_dmz="checked")
     kept.at(f"{CHANGES}/newest").unlink()
