@@ -8,6 +8,7 @@
 #include "base/files.h"
 #include "base/journal.h"
 #include "base/overlay.h"
+#include "base/paths.h"
 #include "entry/file_texts.h"
 #include "entry/page_table.h"
 #include "framework/answer.h"
@@ -102,9 +103,10 @@ int show_preview(const FormList& form, int (*act)(const FormList& form)) {
     begin_preview();
     act(form);
     end_preview();
-    // An upload goes in any case.
-    std::erase_if(foreseen_files(),
-                  [](const ForeseenFile& file) { return is_own_upload(file.path); });
+    // An upload goes in any case, and the archive that waits to be restored is no setting.
+    std::erase_if(foreseen_files(), [](const ForeseenFile& file) {
+        return is_own_upload(file.path) || file.path == RestoreF;
+    });
     const std::string& result = own_result();
     shown = {.result = result.substr(0, result.find(':')), .page = page_of(form)};
     post_outcome = {};  // it was none: "preview_result" tells what it would be

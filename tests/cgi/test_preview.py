@@ -6,6 +6,7 @@ import re
 import stat
 import threading
 from collections import Counter
+from copy import copy
 
 import pytest
 
@@ -42,13 +43,19 @@ def changed_in(before, after):
             and before.get(path, ())[:4] != after.get(path, ())[:4]}
 
 
+def changed(case, form):
+    other = copy(case)
+    other.form = form
+    return other
+
+
 def preview_of(case):
     """The same request with one more field."""
     if not isinstance(case.form, bytes):
-        return type(case)(case.name, {**case.form, "preview": "yes"})
+        return changed(case, {**case.form, "preview": "yes"})
     line = case.form.split(b"\r\n", 1)[0]
     part = b'\r\nContent-Disposition: form-data; name="preview"\r\n\r\nyes\r\n'
-    return type(case)(case.name, line + part + case.form)
+    return changed(case, line + part + case.form)
 
 
 def files_of(text):

@@ -186,7 +186,7 @@ for page, name, selected, first in (("sites_allow", "access", "allowed_list", "w
         send_file(page, "import_file", "upload_file", "http://one/ http://two/ http://three/"),
     ]
 # Of these the change waits to be kept, where changes are kept; otherwise they are refused.
-WAITING = [act("nat_conn", "save", services(PPPOE, "checked") | {"confirm_within": "600"},
+UNKEPT = [act("nat_conn", "save", services(PPPOE, "checked") | {"confirm_within": "600"},
                "on, PPPoE, to be kept", record=ZEROS)]
 CASES += [
     *(Case(f"{page.removesuffix('.htm')} view", {}, method=DIRECT, stores=False)
