@@ -68,9 +68,9 @@ async function lookAhead(form, button) {
   const data = dataOf(form, button);
   data.set("preview", "yes");
   const page = await post(data, one("[type=file]", form));
-  const { values, lists } = page;
-  return [`${values.preview_summary} ${messageOf(page)}`,
-    make("pre", {}, [...lists.preview_files, ...lists.preview_commands].join("\n"))];
+  const { preview_files: files, preview_commands: commands } = page.lists;
+  return [messageOf(page), make("p", {}, page.values.preview_summary), make("h3", {}, "Files"), make("pre", { tabIndex: 0 }, files.join("")),
+    make("h3", {}, "Commands"), make("pre", { tabIndex: 0 }, commands.join("\n"))];
 }
 
 function dataOf(form, button) {

@@ -218,12 +218,16 @@ export function take(form, page, isPosted) {
 
 export const builders = []; // what makes parts of this page out of a page that was fetched
 
+// "{key}" stands for a value, "{key*}" for an address, whose parts are four values.
+const textWith = (values, text) => text.replace(/{(\w+)(\*?)}/g, (_, key, isHost) =>
+  isHost ? [1, 2, 3, 4].map((part) => values[key + part]).join(".") : values[key]);
+
 // Takes what a page shows and tells anew; what stands beside it is left alone.
 export function freshen(page, posted) {
   if (isPage(page, here)) {
     const { values, lists } = page;
     for (const { dataset } of all("[data-of]", main)) dataset.is = values[dataset.of];
-    for (const part of all("[data-text]", main)) put(part, part.dataset.text.replace(/{(\w+)}/g, (_, key) => values[key]));
+    for (const part of all("[data-text]", main)) put(part, textWith(values, part.dataset.text));
     for (const part of all("[data-items]", main)) replace(part, lists[part.dataset.items]);
     builders.forEach((build) => build(page));
   }

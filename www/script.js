@@ -33,7 +33,7 @@
 //          data-beside   address and netmask of the network that this gateway must be in
 //          data-lan      "in" or "out": where this address should be, seen from the LAN
 //   text   data-warn     "name=value name!=value name": shown while all hold (a bare name: was changed), told before a save
-//   part   data-text     text with values of the newest answer, "{key}" each
+//   part   data-text     text with values of the newest answer, "{key}" each, "{key*}" for an address
 //          data-of       key whose value becomes data-is, for the style
 //          data-items    list of the newest answer that is shown: options, rows of a table or lines
 //          data-told     what is said here is told before a save
