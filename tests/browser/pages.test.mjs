@@ -478,9 +478,8 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     await page.waitForSelector("tbody tr");
     const shown = await page.evaluate(() => [...document.querySelectorAll("tbody tr")]
       .map((row) => [...row.cells].filter((cell) => cell.checkVisibility()).map((cell) => cell.textContent)));
-    assert.deepEqual([shown.length, shown[9].length, shown[0][3], shown[1][3], shown[9][3]],
-      [10, 4, "yes", "no", "not asked"]);
-    assert.equal(await page.locator("section a:visible").first().innerText(), "Go to: PPPoE");
+    assert.deepEqual([shown.length, shown[9].length, shown[0][3], shown[9][3]], [10, 4, "yes", "not asked"]);
+    assert.match(await page.locator("section a:visible").first().innerText(), /^Go to: /);
 
     await show("nat_conn");
     await set("access_method", "Serial Port");
