@@ -33,7 +33,7 @@ install(DIRECTORY ${page_folder}/ DESTINATION ${NAT_STATE_DIR}/www
 file(WRITE ${PROJECT_BINARY_DIR}/page/nat.cgi "")
 install(FILES ${PROJECT_BINARY_DIR}/page/nat.cgi DESTINATION ${NAT_STATE_DIR}/www)
 # What an appliance's owner needs. The others are for those who have the sources.
-install(FILES docs/installing.md docs/servers.md docs/files.md docs/changes.md docs/templates.md docs/automation.md
+install(FILES docs/installing.md docs/servers.md docs/files.md docs/changes.md docs/diagnosis.md docs/templates.md docs/automation.md
     ${openapi} DESTINATION ${NAT_DOC_DIR})
 
 # Configuration is never part of a package, or an upgrade would replace it: its copies are, and

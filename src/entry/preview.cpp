@@ -11,7 +11,6 @@
 #include "base/paths.h"
 #include "entry/file_texts.h"
 #include "entry/page_table.h"
-#include "framework/answer.h"
 #include "framework/msgfile.h"
 #include "framework/upload.h"
 
@@ -109,7 +108,6 @@ int show_preview(const FormList& form, int (*act)(const FormList& form)) {
     });
     const std::string& result = own_result();
     shown = {.result = result.substr(0, result.find(':')), .page = page_of(form)};
-    post_outcome = {};  // it was none: "preview_result" tells what it would be
     return get_preview(unwritten_message.c_str(), nullptr);
 }
 

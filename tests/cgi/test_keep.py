@@ -1,5 +1,6 @@
 """A change that is taken back by itself unless it is kept in time."""
 
+import json
 import os
 import re
 import time
@@ -79,6 +80,17 @@ def test_a_process_waits_without_server_answer_lock_or_folder(kept):
     assert os.readlink(f"/proc/{pid}/cwd") == str(kept.root)
     files = {fd: os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")}
     assert files == dict.fromkeys("012", str(kept.at("/dev/null")))
+
+
+def test_a_preview_keeps_nothing_and_data_tells_what_waits(kept):
+    save_for(kept, 600)
+    look = kept.post({"this_file": "nat_vs.htm", "todo": "confirm", "change": "1", "preview": "yes"})
+    assert (look.page, kept.exists(MARK)) == ("preview.htm", True)
+    data = {"HTTP_ACCEPT": "application/json"}
+    refused = kept.post({"this_file": "nat_vs.htm", "todo": "save"}, data)
+    told_now = json.loads(refused.body)
+    assert (refused.headers["Status"], told_now["accepted"]) == ("423 Locked", False)
+    assert told_now["waiting"] == "1" and 590 < int(told_now["waiting_left"]) <= 600
 
 
 def restart_its_clock(box):

@@ -29,6 +29,14 @@ def script(appliance, path, text):
     appliance.write(path, text, 0o755)
 
 
+
+def test_what_a_command_changes_is_read_anew(saved):
+    script(saved, "/usr/share/quillstead/network/NET_SetTCPIP",
+           f"sed -i s/^SrvTelNet=1/SrvTelNet=0/ {RECORD}\n")
+    form = {"this_file": "nat_conn.htm", "todo": "save", "next_file": "nat_base.htm", **ON}
+    assert saved.post(form).shown["enable_telnet"] == "unchecked"
+
+
 def test_a_save_waits_for_the_one_before_it_and_a_view_for_nobody(appliance):
     answers = []
     save = threading.Thread(target=lambda: answers.append(appliance.save("nat_vs.htm").page))

@@ -36,7 +36,8 @@ PROGRAM = {"usr/lib/quillstead/nat.cgi": 0o755, INSTALL_FACTORY: 0o755, "usr/lib
     [f"{PAGES}/nat.cgi"]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "pages").glob("*.htm")]
     + [f"{PAGES}/{file.name}" for file in (PROJECT / "www").iterdir()]
-    + [f"{DOC}/{name}.md" for name in ("installing", "servers", "files", "changes", "templates", "automation")]
+    + [f"{DOC}/{name}.md" for name in ("installing", "servers", "files", "changes", "diagnosis", "templates",
+                                 "automation")]
     + [f"{DOC}/openapi.json"]
     + ["usr/lib/systemd/system/quillstead-admin.service"]
     + [f"{SHARE}/{place}" for place in FACTORY] + [f"{SHARE}.tar"],
