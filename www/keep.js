@@ -12,8 +12,10 @@ setInterval(() => {
 
 bar.addEventListener("submit", (event) => {
   event.preventDefault();
+  const { change } = bar.dataset;
   during("", event.submitter, async () => {
     const page = await post(new FormData(bar));
+    if (page.accepted) Object.assign(bar.dataset, { kept: change, change: "" });
     say(page.accepted ? "Kept." : messageOf(page), page.accepted ? "good" : "bad");
   });
 });

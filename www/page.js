@@ -145,7 +145,7 @@ export async function during(text, button, work) {
 // Every answer tells of a change that waits to be kept.
 const bar = one("#keep");
 function showWaiting({ waiting = "", waiting_left: left = "" }) {
-  if (!bar?.elements.change) return;
+  if (!bar?.elements.change || waiting === bar.dataset.kept) return; // a late answer knows less
   bar.dataset.change = bar.elements.change.value = one("i", bar).textContent = waiting;
   one("b", bar).textContent = left;
   bar.dataset.end = Date.now() + 1000 * left;
@@ -220,7 +220,7 @@ export const builders = []; // what makes parts of this page out of a page that 
 
 // "{key}" stands for a value, "{key*}" for an address, whose parts are four values.
 const textWith = (values, text) => text.replace(/{(\w+)(\*?)}/g, (_, key, isHost) =>
-  isHost ? [1, 2, 3, 4].map((part) => values[key + part]).join(".") : values[key]);
+  isHost ? [1, 2, 3, 4].map((n) => values[key + n]).join(".") : values[key]);
 
 // Takes what a page shows and tells anew; what stands beside it is left alone.
 export function freshen(page, posted) {

@@ -225,6 +225,21 @@ for (const server of process.env.NAT_SERVER?.split(" ") ?? ["busybox", "lighttpd
     assert.equal(box.file(RECORD), before);
   });
 
+  test("a save is looked at in the history, undone there, and done again", async () => {
+    await open("nat_conn", { viewport: { width: 360, height: 740 } });
+    const before = box.file(RECORD);
+    await set("enable_telnet", !(await value("enable_telnet")));
+    await save("nat_conn");
+    const after = box.file(RECORD);
+    await page.getByRole("link", { name: "Look at it or undo it" }).click();
+    assert.match(await page.locator("pre").first().innerText(), /SrvTelNet: 1 \u2192 0/);
+    for (const content of [before, after]) {
+      await show("history");
+      await send(page.locator(".danger"));
+      assert.deepEqual([(await message()).trim(), box.file(RECORD) === content], ["Undone.", true]);
+    }
+  });
+
   test("what is changed is told, stored and shown; mistakes and refusals lose nothing", async () => {
     await open("nat_base");
     for (const { name, form = name, changes, asked, said = /^Saved\./, stored, shown = {}, mistakes = [], gone } of SETTINGS) {
