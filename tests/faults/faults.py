@@ -23,7 +23,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cgi"))
 from appliance import (  # noqa: E402
     HARNESS, INSTALLED, MESSAGES, PROJECT, RECORD, SECRETS, SETTINGS, Appliance, Result,
     become_root, make_template)
-from table import CASES, SECRET, UNKEPT, Case  # noqa: E402
+from table import CASES, SECRET, UNDONE, UNKEPT, Case  # noqa: E402
 
 ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
 MEMORY = "/dev/shm"  # roots are quickest there
@@ -329,7 +329,7 @@ class KeptTrial(Trial):
 
     def prepare(self, proxy):
         super().prepare(proxy)
-        self.appliance.at(CHANGES).mkdir(parents=True)
+        self.appliance.at(CHANGES).mkdir(parents=True, exist_ok=True)
 
     def undisturbed(self):
         return []
@@ -450,7 +450,8 @@ def main():
     parser.add_argument("--changes", action="store_true", help="keep changes, and kill alone")
     parser.add_argument("request", nargs="*", help="how the names of requests begin (default: all)")
     options = parser.parse_args()
-    cases = [case for case in CASES + UNKEPT * options.changes if case.name.startswith(tuple(options.request) or "")]
+    known = CASES + (UNKEPT + UNDONE) * options.changes
+    cases = [case for case in known if case.name.startswith(tuple(options.request) or "")]
     tried, failed, costs = Counter(), Counter(), []
     for case, (points, complaints, (early, replaced, fsyncs)) in try_all(
             cases, options.every, KeptTrial if options.changes else Trial):

@@ -4,6 +4,7 @@ from dataclasses import dataclass, field
 
 from appliance import IFCFG, RECORD, SETTINGS, USER, WAN, octets
 from test_backup import WAITING, WHOLE, fnv, owned_rows, pack
+from test_changes import CHANGES
 from test_requests import PAGES
 from test_sap import rules
 from test_sites import ETC
@@ -88,6 +89,15 @@ class Restore(Case):
     def send(self, appliance):
         appliance.write(WAITING, self.archive)
         return appliance.post(self.form | {"digest": fnv(self.archive)})
+
+
+class Undo(Case):
+    """An undo of the change before it."""
+
+    def prepare(self, appliance, proxy):
+        super().prepare(appliance, proxy)
+        appliance.at(CHANGES).mkdir(parents=True)
+        act("nat_conn", "save", services(PPPOE, "checked")).send(appliance)
 
 
 def act(page, todo, form=(), title="", **prepared):
@@ -188,6 +198,8 @@ for page, name, selected, first in (("sites_allow", "access", "allowed_list", "w
 # Of these the change waits to be kept, where changes are kept; otherwise they are refused.
 UNKEPT = [act("nat_conn", "save", services(PPPOE, "checked") | {"confirm_within": "600"},
                "on, PPPoE, to be kept", record=ZEROS)]
+UNDONE = [Undo("history undo", {"this_file": "history.htm", "todo": "undo", "change": "1"},
+               record=ZEROS)]
 CASES += [
     *(Case(f"{page.removesuffix('.htm')} view", {}, method=DIRECT, stores=False)
       for page in sorted(PAGES)),
