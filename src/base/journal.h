@@ -55,8 +55,8 @@ void keep_result(std::string_view result);
 // What was said.
 const std::string& own_result();
 
-// All that this request has changed is put back when it ends, and no change is kept: for one that is
-// worth nothing unless it is whole.
+// All that this request has changed is put back when it ends, and no change is kept: for one that
+// is worth nothing unless it is whole.
 void give_up_change();
 
 // Finishes the change: it has a number from now on. Also called when the process exits.
