@@ -14,7 +14,8 @@ FORBIDDEN = "Status: 403 Forbidden\nContent-type: text/html\n\n" + NOTICE.format
     "This request was not sent from one of the appliance&#39;s own pages, so nothing was changed.")
 
 SAME = [
-    ("http://box", "box"), ("HTTP://Box", "bOX"), ("http://box", "box:80"), ("http://box:80", "box"),
+    ("http://box", "box"), ("HTTP://Box", "bOX"), ("http://box", "box:80"),
+    ("http://box:80", "box"),
     ("https://box", "box:443"), ("https://box:443", "box"), ("http://box:8080", "box:8080"),
     ("http://192.0.2.1", "192.0.2.1"), ("http://[fe80::A]", "[fe80::a]:80"),
     ("http://[::1]:81", "[::1]:81")]
