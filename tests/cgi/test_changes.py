@@ -4,11 +4,12 @@ import re
 
 import pytest
 
-from appliance import RECORD, SETTINGS, WAN, told
+from appliance import RECORD, SETTINGS, WAN, octets, told
 
 CHANGES = "/var/lib/quillstead-admin/changes"
 SERVICES = "nat_conn.htm"
 ADMIN = {"REMOTE_USER": "admin", "REMOTE_ADDR": "192.168.1.7"}
+WEB = dict(vs_web_enable="checked", **octets("vs_web_", "10.0.0.9"))
 TIME = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d UTC"
 
 
@@ -25,18 +26,25 @@ def save(appliance, page, env=ADMIN, **fields):
 
 def settings(appliance):
     """All files but those of the changes and the state of links."""
-    return {path: (content, appliance.at(path).lstat().st_mode) for path, content in appliance.snapshot().items()
+    files = appliance.snapshot().items()
+    return {path: (content, appliance.at(path).lstat().st_mode) for path, content in files
             if not path.startswith((CHANGES, "/tmp/"))}
 
 
+def kept_changes(appliance):
+    return sorted(path.name for path in appliance.at(CHANGES).iterdir())
+
+
 def three_saves(appliance):
-    save(appliance, SERVICES, internet_access="checked", access_method="WAN Port - PPPoE", enable_dmz="checked")
+    save(appliance, SERVICES, internet_access="checked", access_method="WAN Port - PPPoE",
+         enable_dmz="checked")
     save(appliance, "wan_ppp.htm", ppp_ac_name="joe", ppp_ac_pwd="pw4711")
-    save(appliance, "nat_vs.htm", vs_web_enable="checked", vs_web_1="10", vs_web_2="0", vs_web_3="0", vs_web_4="9")
+    save(appliance, "nat_vs.htm", **WEB)
 
 
 def undo(appliance, number, **fields):
-    return appliance.post({"this_file": "history.htm", "todo": "undo", "change": number, **fields}, ADMIN)
+    form = dict(this_file="history.htm", todo="undo", change=number, **fields)
+    return appliance.post(form, ADMIN)
 
 
 def test_a_change_is_shown_in_words(kept):
@@ -48,11 +56,12 @@ def test_a_change_is_shown_in_words(kept):
                      shown["history_list"])
     assert re.fullmatch(f"Change 2, {TIME}", shown["history_title"])
     assert shown["history_summary"] == "wan_ppp.htm, save, by admin from 192.168.1.7: accepted"
-    assert "/etc/ppp/pap-secrets\nchanged\n" in shown["history_files"] and "pw4711" not in str(shown)
+    assert "/etc/ppp/pap-secrets\nchanged\n" in shown["history_files"]
+    assert "pw4711" not in str(shown)
     assert shown["history_later"] == "3"
-    newest = kept.view("history.htm").shown
-    assert f"{RECORD}\nWeb: 0 → 1\nWebIP:  → 10.0.0.9\n" in newest["history_files"]
-    assert "@@" in newest["history_files"] and "\n+ipvsadm -A -t $extip:80" in newest["history_files"]
+    newest = kept.view("history.htm").shown["history_files"]
+    assert f"{RECORD}\nWeb: 0 → 1\nWebIP:  → 10.0.0.9\n" in newest
+    assert "@@" in newest and "\n+ipvsadm -A -t $extip:80" in newest
     first = kept.get("next_file=history.htm&change=1").shown
     assert "\n0 /usr/sbin/adsl-start\n" in first["history_commands"]
     names = kept.read(f"{CHANGES}/000002/request").splitlines()[5:]
@@ -73,7 +82,7 @@ def test_three_saves_are_undone_in_one_step_and_done_again(kept):
 
 def test_what_was_edited_by_hand_is_named_and_overwritten_when_asked_twice(kept):
     save(kept, SERVICES, enable_telnet="unchecked")
-    save(kept, "nat_vs.htm", vs_web_enable="checked", vs_web_1="10", vs_web_2="0", vs_web_3="0", vs_web_4="9")
+    save(kept, "nat_vs.htm", **WEB)
     kept.write(RECORD, kept.read(RECORD) + "x=1\n", 0o600)
     result = undo(kept, 2)
     assert (result.message, result.shown["history_overwrite"]) == (told(78, RECORD), "yes")
@@ -89,10 +98,12 @@ def test_a_stale_page_is_refused_once(kept):
     stale = {"enable_ftp": "checked", "typed": "mine"}
     assert "Status" not in save(kept, "wan_ppp.htm", seen=1, ppp_ac_name="joe").headers
     result = save(kept, "nat_vs.htm", seen=1, **stale)
-    assert result.headers["Status"] == "409 Conflict" and (result.page, result.changed) == ("nat_vs.htm", {})
-    assert re.fullmatch(re.escape(told(76)).replace("%s", "admin", 1).replace("%s", TIME), result.message)
+    assert result.headers["Status"] == "409 Conflict"
+    assert (result.page, result.changed) == ("nat_vs.htm", {})
+    assert re.fullmatch(re.escape(told(76)) % ("admin", TIME), result.message)
     assert result.shown["typed"] == "mine"
-    assert "Status" not in save(kept, "nat_vs.htm", seen=kept.view("seen.htm").body or 3, **stale).headers
+    seen = kept.view("seen.htm").body or 3
+    assert "Status" not in save(kept, "nat_vs.htm", seen=seen, **stale).headers
 
 
 def test_a_full_disk_under_the_history_refuses_the_save(kept):
@@ -105,17 +116,15 @@ def test_a_full_disk_under_the_history_refuses_the_save(kept):
 
 def test_at_most_so_many_changes_are_kept(kept):
     for n in range(70):
-        save(kept, "nat_vs.htm", vs_web_enable="un" * (n % 2) + "checked", vs_web_1="10", vs_web_2="0",
-             vs_web_3="0", vs_web_4="9")
-    numbers = sorted(path.name for path in kept.at(CHANGES).iterdir())
-    assert numbers == [*(f"{n:06}" for n in range(7, 71)), "newest"]
+        save(kept, "nat_vs.htm", **{**WEB, "vs_web_enable": "un" * (n % 2) + "checked"})
+    assert kept_changes(kept) == [*(f"{n:06}" for n in range(7, 71)), "newest"]
 
 
 def test_long_files_are_kept_for_fewer_changes(kept):
     kept.write("/usr/local/squid/etc/deny.list", "site.example\n" * 115_000)  # 1.5 MB
     for n in range(5):
         kept.post({"this_file": "sites_ban.htm", "todo": "add_url", "new_url": f"site{n}.example"})
-    assert sorted(path.name for path in kept.at(CHANGES).iterdir()) == ["000004", "000005", "newest"]
+    assert kept_changes(kept) == ["000004", "000005", "newest"]
 
 
 def test_a_crash_before_the_newest_number_was_noted_costs_no_change(kept):
@@ -123,7 +132,7 @@ def test_a_crash_before_the_newest_number_was_noted_costs_no_change(kept):
     kept.at(f"{CHANGES}/newest").unlink()
     save(kept, SERVICES, enable_ftp="unchecked")
     assert kept.view("nat_base.htm").message == "" and "SrvFTP=0\n" in kept.read(RECORD)
-    assert sorted(path.name for path in kept.at(CHANGES).iterdir()) == ["000001", "000002", "newest"]
+    assert kept_changes(kept) == ["000001", "000002", "newest"]
 
 
 def test_a_view_that_takes_a_change_back_may_make_what_is_missing(kept):

@@ -4,7 +4,8 @@ import pytest
 
 from appliance import CHAP, PAP, RECORD, told
 
-DIALD, DIALER, TEL, OPTIONS = "/etc/diald.conf", "/etc/ppp/pppondialer", "/etc/ppp/tel", "/etc/ppp/options.ttyS0"
+DIALD = "/etc/diald.conf"
+DIALER, TEL, OPTIONS = (f"/etc/ppp/{name}" for name in ("pppondialer", "tel", "options.ttyS0"))
 FILTER, DEFAULT_FILTER = "/usr/lib/diald/standard.filter", "/usr/lib/diald/default.filter"
 LOCAL = "pppd-options local {}:\n".format
 
@@ -17,13 +18,15 @@ def save(appliance, message=""):
 
 
 def diald(local, dynamic, pppd):
-    return ("fifo /etc/diald/diald.ctl\nmode ppp\nconnect /etc/ppp/pppon\ndevice /dev/ttyS0\nspeed 57600\nmodem\nlock\n"
-            f"crtscts\nlocal {local}\nremote 10.0.0.2\n{dynamic}defaultroute\nredial-timeout 1\nretry-count 0\n"
-            f"died-retry-count 0\n{pppd}first-packet-timeout 120\ninclude /usr/lib/diald/standard.filter\n")
+    return ("fifo /etc/diald/diald.ctl\nmode ppp\nconnect /etc/ppp/pppon\ndevice /dev/ttyS0\n"
+            f"speed 57600\nmodem\nlock\ncrtscts\nlocal {local}\nremote 10.0.0.2\n{dynamic}"
+            f"defaultroute\nredial-timeout 1\nretry-count 0\ndied-retry-count 0\n{pppd}"
+            "first-packet-timeout 120\ninclude /usr/lib/diald/standard.filter\n")
 
 
 def chat(init, dial):
-    return f"ABORT\t'BUSY'\nABORT\t'NO ANSWER'\nABORT\t'RINGING'\nINIT\t'{init}\\r'\n{dial}CONNECT\nSAY \"\\n\""
+    return (f"ABORT\t'BUSY'\nABORT\t'NO ANSWER'\nABORT\t'RINGING'\nINIT\t'{init}\\r'\n"
+            f"{dial}CONNECT\nSAY \"\\n\"")
 
 
 @pytest.mark.parametrize("path, record, text", [
@@ -39,7 +42,8 @@ def chat(init, dial):
     (TEL, {"Phone2": "555"}, "Total=1\nNext=1\nPhone1=555\nPhone2=\nPhone3=\n"),
     (TEL, {"Phone1": "1", "Phone3": "3 w"}, "Total=2\nNext=1\nPhone1=1\nPhone2=3 w\nPhone3=\n"),
     (OPTIONS, {"User": "joe@isp"}, "idle 120\nname joe@isp\nremotename ppp0\nnoipdefault\n"),
-    (OPTIONS, {"User": 'joe#1 "x"', "Idle": 0, "DynamicIP": 0}, 'idle 0\nname "joe#1 \\"x\\""\nremotename ppp0\n'),
+    (OPTIONS, dict(User='joe#1 "x"', Idle=0, DynamicIP=0),
+     'idle 0\nname "joe#1 \\"x\\""\nremotename ppp0\n'),
 ])
 def test_files_of_the_record(saved, path, record, text):
     saved.change(RECORD, **record)
@@ -49,7 +53,8 @@ def test_files_of_the_record(saved, path, record, text):
 
 
 @pytest.mark.parametrize("path, init, temporary, action", [
-    (DIALER, "AT'", "Dialer2", "SaPPPOn"), (DIALER, "AT", "Dialer", "SaPPPOn"), (TEL, "AT", "tel", "SaTel"),
+    (DIALER, "AT'", "Dialer2", "SaPPPOn"), (DIALER, "AT", "Dialer", "SaPPPOn"),
+    (TEL, "AT", "tel", "SaTel"),
     (CHAP, "AT", "chap", "SaSecret"), (OPTIONS, "AT", "ttyS0", "SaOption"),
 ])
 def test_files_that_cannot_be_written(saved, path, init, temporary, action):
@@ -64,7 +69,8 @@ REST = "r" * 200 + "keepup a 1\n"
 
 
 @pytest.mark.parametrize("before, after", [
-    (None, "#client\tserver\tsecret\tIP address\n" + NEW), ("", NEW), ("a\tb\tc", "a\tb\tc\n" + NEW), (LONG, LONG + NEW),
+    (None, "#client\tserver\tsecret\tIP address\n" + NEW), ("", NEW),
+    ("a\tb\tc", "a\tb\tc\n" + NEW), (LONG, LONG + NEW),
     ("#Serial\nold\n#PPPoE\nx\n", f"#Serial\n{SET}#PPPoE\nx\n"),
     ("#SerialPort\nold\n#Serial\nold", f"#SerialPort\n{SET}#Serial\n{SET}"),
     (" #Serial\n#serial\n#Serial", " #Serial\n#serial\n#Serial\n" + SET),
@@ -80,7 +86,8 @@ def test_secrets(saved, before, after):
 @pytest.mark.parametrize("before, after", [
     ("#accept a 1\naccept  tcp\t15 x 5\nkeepup udp 60\nignore any 1",
      "#accept a 1\naccept  tcp\t120 x 5\nkeepup udp 120\nignore any 1"),
-    ("accept\naccept tcp\nkeepup tcp \naccept a 5", "accept a 120"), (f"accept tcp 15 {REST}", f"accept tcp 120 {REST}"),
+    ("accept\naccept tcp\nkeepup tcp \naccept a 5", "accept a 120"),
+    (f"accept tcp 15 {REST}", f"accept tcp 120 {REST}"),
     (None, "keepup a 120\n"),
 ])
 def test_time_outs_of_the_filter(saved, before, after):

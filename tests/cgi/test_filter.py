@@ -19,43 +19,57 @@ def save(appliance, fields, page="nat_filter.htm"):
 
 def settings(**changes):
     """The factory's file with other values."""
-    return re.sub(r"^(\w+) .*$", lambda line: f"{line[1]} {changes.get(line[1], line[0][len(line[1]) + 1:])}", FACTORY, flags=re.M)
+    text = FACTORY
+    for key, value in changes.items():
+        text = re.sub(f"(?m)^{key} .*", f"{key} {value}", text)
+    return text
 
 
 ON = dict.fromkeys(("remove_java", "remove_ax", "enable_filter_log"), "checked")
 
 
 @pytest.mark.parametrize("fields, changes", [
-    ({**ON, "filter_daystart": "Saturday", "filter_starttime": " 07x", "start_min": "59", "sitelist_type": "banned"},
-     {"filter_from": "Saturday 7 59", "block_applet": "on", "block_activex": "on", "custom_filter_state": "on"}),
-    ({"filter_dayfinish": "friday", "filter_finishtime": "23", "finish_min": "+5", "enable_filter_log": "on", "sitelist_type": ""},
-     {"filter_to": "Sunday 23 5", "enable_log": "off", "custom_filter_state": "on"}),
-    ({"remove_js": "checked", "remove_cookies": "checked", "filter_finishtime": "x", "sitelist_type": "allowed"},
-     {"filter_to": "Friday 0 0", "block_script": "on", "block_cookies": "on", "custom_filter_state": "on", "custom_content_state": "1"}),
+    (dict(ON, filter_daystart="Saturday", filter_starttime=" 07x", start_min="59",
+          sitelist_type="banned"),
+     dict(filter_from="Saturday 7 59", block_applet="on", block_activex="on",
+          custom_filter_state="on")),
+    (dict(filter_dayfinish="friday", filter_finishtime="23", finish_min="+5",
+          enable_filter_log="on", sitelist_type=""),
+     dict(filter_to="Sunday 23 5", enable_log="off", custom_filter_state="on")),
+    (dict(remove_js="checked", remove_cookies="checked", filter_finishtime="x",
+          sitelist_type="allowed"),
+     dict(filter_to="Friday 0 0", block_script="on", block_cookies="on", custom_filter_state="on",
+          custom_content_state="1")),
     # nothing differs, nothing is there, another button
-    ({"filter_when": "off", "filter_starttime": "08", "start_min": "", "remove_js": "on", "sitelist_type": "off"}, {}),
+    (dict(filter_when="off", filter_starttime="08", start_min="", remove_js="on",
+          sitelist_type="off"), {}),
     ({}, {}), ({"todo": "clear", **ON}, {}),
 ])
 def test_fields(saved, fields, changes):
     result = save(saved, fields)
     assert result.changed == ({CONF: settings(**changes)} if changes else {})
-    assert (result.message, result.commands, result.page) == (told(46 if changes else None), [], "nat_base.htm")
+    assert result.message == told(46 if changes else None)
+    assert (result.commands, result.page) == ([], "nat_base.htm")
 
 
 def test_what_the_file_lacks_is_added(saved):
-    """Every line of a key is rewritten, all others stay; a list that is switched off keeps its kind."""
-    saved.write(CONF, "# ours\nblock_applet maybe\n\ncustom_content_state 1\nfoo  bar\nblock_applet\ton\ncustom_filter_state on")
+    """Every line of a key is rewritten, others stay; a list that is switched off keeps its kind."""
+    kept = "\n\ncustom_content_state 1\nfoo  bar\nblock_applet"
+    saved.write(CONF, f"#a\nblock_applet no{kept}\ton\ncustom_filter_state on")
     result = save(saved, {"sitelist_type": "off"})
     assert result.changed == {CONF: (
-        "# ours\nblock_applet on\n\ncustom_content_state 1\nfoo  bar\nblock_applet on\ncustom_filter_state off\nfilter_state 0\n"
-        "filter_from Sunday 0 0\nfilter_to Sunday 0 0\nblock_script off\nblock_activex off\nblock_cookies off\nenable_log off\n")}
+        f"#a\nblock_applet on{kept} on\ncustom_filter_state off\nfilter_state 0\n"
+        "filter_from Sunday 0 0\nfilter_to Sunday 0 0\n"
+        "block_script off\nblock_activex off\nblock_cookies off\nenable_log off\n")}
 
 
 @pytest.mark.parametrize("before, fields, code", [
-    ({"filter_state": "3"}, {"start_min": "10"}, 1), ({}, {"filter_starttime": "24", "finish_min": "60"}, 4),
-    ({}, {"start_min": "60"}, 5), ({}, {"filter_finishtime": "-1"}, 6), ({}, {"filter_finishtime": "24"}, 6),
+    ({"filter_state": "3"}, {"start_min": "10"}, 1),
+    ({}, {"filter_starttime": "24", "finish_min": "60"}, 4), ({}, {"start_min": "60"}, 5),
+    ({}, {"filter_finishtime": "-1"}, 6), ({}, {"filter_finishtime": "24"}, 6),
     ({}, {"finish_min": "4294967356x"}, 7),
-    ({"custom_content_state": "-1"}, {"start_min": "10"}, 14), ({"custom_content_state": "3"}, {"sitelist_type": "on"}, 14),
+    ({"custom_content_state": "-1"}, {"start_min": "10"}, 14),
+    ({"custom_content_state": "3"}, {"sitelist_type": "on"}, 14),
 ])
 def test_values_out_of_range(saved, before, fields, code):
     saved.write(CONF, settings(**before))
@@ -71,20 +85,22 @@ def test_values_out_of_range(saved, before, fields, code):
 def test_settings_out_of_reach(saved, blocked, message):
     saved.block(blocked)
     result = save(saved, {"remove_java": "checked", "sitelist_type": "banned"}, "nat_conn.htm")
-    assert (result.message, result.page) == (message, "nat_filter.htm") and CONF not in result.changed
+    assert (result.message, result.page) == (message, "nat_filter.htm")
+    assert CONF not in result.changed
 
 
 LONG = "c" * 300 + "\n"
+MARK = "# All web\n"
 
 
 @pytest.mark.parametrize("when, state, before, after", [
     ("always", 0, "# All webs\n#a\n##b\nx\n#d\n", "# All webs\n a\n #b\nx\n#d\n"),
-    ("between", 2, "#a\n\n# All web\n" + LONG + "\n# All web\n#def", "#a\n\n# All web\n " + LONG[1:] + "\n# All web\n#def"),
-    ("never", 1, "# All web\n abc\nab\n#ab", "# All web\n#abc\n#b\n#ab"), ("x", 1, "# All we\n a\n", "# All we\n a\n"),
-    ("always", 0, None, None),
+    ("between", 2, f"#a\n\n{MARK}{LONG}\n{MARK}#def", f"#a\n\n{MARK} {LONG[1:]}\n{MARK}#def"),
+    ("never", 1, f"{MARK} abc\nab\n#ab", f"{MARK}#abc\n#b\n#ab"),
+    ("x", 1, "# All we\n a\n", "# All we\n a\n"), ("always", 0, None, None),
 ])
 def test_the_redirect(saved, when, state, before, after):
-    """Switched when the schedule changes, even for one that is refused, and never in the way of a save."""
+    """Switched when the schedule changes, even if refused, and never in the way of a save."""
     saved.answer("ifconfig eth0", "inet addr:192.0.2.7\n")
     saved.change(WAN, nat_enable="yes")
     saved.write(CONF, settings(filter_state="0" if state else "1"))
@@ -92,41 +108,48 @@ def test_the_redirect(saved, when, state, before, after):
     for refused, times in ({"start_min": "77"}, 1), ({}, 2), ({}, 0):
         saved.write(SERVICES, before, 0o744)
         result = save(saved, {"filter_when": when, **refused})
-        assert result.commands == times * runs and (CONF in result.changed) == (times == 2)
+        assert (result.commands, CONF in result.changed) == (times * runs, times == 2)
         if before is not None:
-            assert (saved.read(SERVICES), saved.mode(SERVICES)) == ((after, 0o777) if times else (before, 0o744))
+            script = saved.read(SERVICES), saved.mode(SERVICES)
+            assert script == ((after, 0o777) if times else (before, 0o744))
     assert f"filter_state {state}\n" in saved.read(CONF)
 
 
 @pytest.mark.parametrize("state, when, dmz, warned", [
-    (1, "always", "checked", True), (0, "between", "checked", True), (0, "never", "checked", False),
-    (2, "between", "checked", False), (1, "always", "unchecked", False), (1, "always", None, False),
+    (1, "always", "checked", 55), (0, "between", "checked", 55), (0, "never", "checked", None),
+    (2, "between", "checked", None), (1, "always", "unchecked", None), (1, "always", None, None),
 ])
 def test_the_filter_beside_a_dmz_host(saved, proxy, state, when, dmz, warned):
     """The proxy is told to read its settings again, once."""
     saved.change(RECORD, DMZ=1)
     saved.write(CONF, settings(filter_state=str(state)))
-    result = save(saved, {"filter_when": when, "remove_js": "checked", **({"enable_dmz": dmz} if dmz else {})})
+    fields = {"filter_when": when, "remove_js": "checked", "enable_dmz": dmz}
+    result = save(saved, {key: value for key, value in fields.items() if value})
     assert proxy.wait(10) == -signal.SIGHUP
-    assert result.message == told(55 if warned else None)
+    assert result.message == told(warned)
 
 
 def test_the_overview_changes_the_filter(saved):
-    """As shown it changes nothing; what is changed on it goes into the filter's settings."""
-    form = {key: value for key, value in saved.view("nat_base.htm").shown.items() if key[:3] != "vs_"}
+    """As shown it changes nothing; what is changed goes into the filter's settings."""
+    shown = saved.view("nat_base.htm").shown
+    form = {key: value for key, value in shown.items() if key[:3] != "vs_"}
     assert CONF not in save(saved, form, "nat_conn.htm").changed
-    form.update(filter_finishtime="22", filter_dayfinish="Monday", remove_ax="checked", filter_when="between")
+    form.update(filter_finishtime="22", filter_dayfinish="Monday", remove_ax="checked",
+                filter_when="between")
     result = save(saved, form, "nat_conn.htm")
-    assert result.changed[CONF] == settings(filter_state="2", filter_to="Monday 22 0", block_activex="on")
+    assert result.changed[CONF] == settings(
+        filter_state="2", filter_to="Monday 22 0", block_activex="on")
     assert "\n ipchains -A input -j REDIRECT" in result.changed[SERVICES]
 
 
 def rows(*records):
-    return "".join("<tr>\n" + "".join(f"<td nowrap>{cell}</td>\n" for cell in record) + "</tr>\n" for record in records)
+    row = "<tr>\n" + "<td nowrap>{}</td>\n" * 3 + "</tr>\n"
+    return "".join(row.format(*record) for record in records)
 
 
 @pytest.mark.parametrize("log, shown", [
-    ("# a b c\n\n", rows()), ("a\tb  c d\n\n#x\n e f\r\n\r\ng", rows("abc", ("e", "f", ""), ("", "", ""), ("g", "", ""))),
+    ("# a b c\n\n", rows()),
+    ("a\tb  c d\n\n#x\n e f\r\n\r\ng", rows("abc", ("e", "f", ""), ("", "", ""), ("g", "", ""))),
     ("1" * 40 + " " + "2" * 40 + " " + "3" * 100, rows(("1" * 31, "2" * 31, "3" * 79))),
     ("x" * 8191 + "y z\n", rows(("x" * 31, "", ""), ("y", "z", ""))),
 ])
@@ -137,23 +160,24 @@ def test_the_log_as_rows(appliance, log, shown):
 
 
 def test_a_log_is_read_no_further_than_it_is_shown(appliance):
-    """Its oldest lines, until the next row does not fit."""
-    lines = [f"{number} {'h' * 31} {'a' * 79}" for number in range(400)]
-    shown = next(n for n in range(400) if len(rows(*map(str.split, lines[:n + 1]))) > 36864)
-    appliance.write(LOG, "\n".join(lines))
-    assert appliance.view("filterlog.htm").shown["log_record"] == rows(*map(str.split, lines[:shown]))
+    """Its oldest lines, until the next does not fit."""
+    log = [(str(number), "h" * 31, "a" * 79) for number in range(400)]
+    shown = next(n for n in range(400) if len(rows(*log[:n + 1])) > 36864)
+    appliance.write(LOG, "\n".join(map(" ".join, log)))
+    assert appliance.view("filterlog.htm").shown["log_record"] == rows(*log[:shown])
 
 
 def test_a_log_elsewhere(appliance):
-    """The proxy's settings name it. One that is missing cannot be shown, and need not be cleared."""
+    """The proxy's settings name it. One that is missing cannot be shown and need not be cleared."""
     path = "/tmp/my log"
-    appliance.write("/usr/local/squid/etc/squid.conf", "#cache_access_log /x\ncache_access_log\t/tmp/my log \n")
+    appliance.write("/usr/local/squid/etc/squid.conf",
+                    f"#cache_access_log /x\ncache_access_log\t{path} \n")
     result = appliance.view("filterlog.htm")
     assert (result.shown["log_record"], result.message) == ("", told(37))
-    for clear, log, after in ("Clear Log", None, None), ("clear log", "a\n", "a\n"), ("Clear Log", "a\n", ""):
+    for button, log, after in ("Clear", None, None), ("clear", "a\n", None), ("Clear", "a\n", ""):
         appliance.write(path, log)
-        result = appliance.post({"this_file": "filterlog.htm", "todo": "clear_log", "clear": clear})
-        assert result.changed.get(path) == (after if after != log else None)
+        result = appliance.post(f"this_file=filterlog.htm&todo=clear_log&clear={button}+Log")
+        assert result.changed.get(path) == after
         assert result.message == (told(37) if log is None else "")
     appliance.block(path)
     assert appliance.post("this_file=filterlog.htm&todo=x&clear=Clear+Log").message == told(31)

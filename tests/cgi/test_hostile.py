@@ -24,7 +24,8 @@ UNKNOWN = FATAL.format("", escaped(told(10, SCRIPT)) + "\n")
 
 
 @pytest.mark.parametrize("form, page", [
-    ({"next_file": SCRIPT}, MESSAGE_PAGE.format(told(10, escaped(SCRIPT))[:127]).replace("\n\n", "\n")),
+    ({"next_file": SCRIPT},
+     MESSAGE_PAGE.format(told(10, escaped(SCRIPT))[:127]).replace("\n\n", "\n")),
     *(({"todo": todo, **form}, UNKNOWN) for todo in ("x", "save") for form in (
         {"this_file": SCRIPT}, {"this_file": "wan_dc.htm", "next_file": SCRIPT})),
 ])

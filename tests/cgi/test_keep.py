@@ -100,7 +100,9 @@ def restart_its_clock(box):
     box.at(MARK).symlink_to(f"1 {end + 10**8} - 0")
 
 
-@pytest.mark.parametrize("ends", [lambda _: time.sleep(1.6), Appliance.start_anew, restart_its_clock])
+@pytest.mark.parametrize("ends", [
+    lambda _: time.sleep(1.6), Appliance.start_anew, restart_its_clock,
+])
 def test_when_its_process_is_gone_whoever_comes_next_takes_it_back(hurried, ends):
     before = settings(hurried)
     save_for(hurried, 30)
@@ -125,7 +127,8 @@ def test_what_was_interrupted_or_could_not_be_made_does_not_wait(kept):
 def test_what_takes_effect_at_once_does_so_again(kept):
     kept.change(WAN, nat_enable="yes", connect_method=1)
     kept.answer("ifconfig eth0", "eth0 Link\n inet addr:192.0.2.7  Mask:255.255.255.0\n")
-    form = {"this_file": "ac_cfg.htm", "todo": "change_access", "group_name": "Group 1", "block_allow": "Allow"}
+    form = dict(this_file="ac_cfg.htm", todo="change_access", group_name="Group 1",
+                block_allow="Allow")
     assert kept.post({**form, "confirm_within": 60}).commands.count(LINK_UP % "eth0") == 1
     kept.start_anew()
     assert kept.view("nat_vs.htm").commands[-1] == LINK_UP % "eth0"
@@ -157,7 +160,9 @@ def test_who_undoes_the_change_that_waits_ends_its_waiting(kept):
     assert "Status" not in save(kept, SERVICES, enable_dmz="checked").headers
 
 
-@pytest.mark.parametrize("wish", ["29", "601", "0", "-60", "60s", "6e1", "x", " 60", "0000060", "99999999999"])
+@pytest.mark.parametrize("wish", [
+    "29", "601", "0", "-60", "60s", "6e1", "x", " 60", "0000060", "99999999999",
+])
 def test_a_wish_that_cannot_be_granted_stores_nothing(kept, wish):
     result = save_for(kept, wish)
     assert (result.page, result.message, result.did_nothing) == (SERVICES, told(85), True)
@@ -171,7 +176,8 @@ def test_without_the_folder_nothing_could_be_taken_back(saved):
 def test_what_has_changed_something_waits_whatever_came_of_it(kept):
     before = settings(kept)
     refused = {**dns("4.4.4.4", "5.5.5.5", "6.6.6.6"), "service_name": '"'}
-    for page, fields, has_changed in ((SERVICES, {"dmz_ip_1": "1234"}, False), ("wan_ppp.htm", refused, True)):
+    for page, fields, has_changed in (
+            (SERVICES, {"dmz_ip_1": "1234"}, False), ("wan_ppp.htm", refused, True)):
         result = save_for(kept, 600, page, **fields)
         assert result.message != "" and kept.exists(MARK) == has_changed == bool(kept.processes())
     kept.start_anew()
@@ -205,7 +211,7 @@ def test_every_page_tells_how_long_there_is(kept):
 
 @pytest.mark.parametrize("address, box", [
     ("", ""), ("192.168.1.77", ""), ("::ffff:192.168.1.7", ""), ("127.0.0.1", ""), ("::1", ""),
-    ("192.168.2.1", "checked"), ("::ffff:203.0.113.9", "checked"), ("fe80::1", "checked"), ("1.2.3", "checked"),
+    *((host, "checked") for host in ("192.168.2.1", "::ffff:203.0.113.9", "fe80::1", "1.2.3")),
 ])
 def test_the_choice_is_on_for_who_is_not_in_the_lan(appliance, address, box):
     appliance.write("/www/nat_vs.htm", "@from_outside#")

@@ -1,4 +1,4 @@
-"""The shipped pages: what stands on them is text, never markup, and never more than a page can hold."""
+"""The shipped pages: what stands on them is text, no markup, and no more than a page can hold."""
 
 import html
 import re
@@ -26,7 +26,8 @@ class Page(HTMLParser):
 
     def handle_starttag(self, tag, attrs):
         self.texts.update(value for _, value in attrs)
-        self.running += [tag] * (tag == "script") + [name for name, _ in attrs if name.startswith("on")]
+        self.running += [tag] * (tag == "script")
+        self.running += [name for name, _ in attrs if name.startswith("on")]
 
     def handle_data(self, data):
         self.texts.add(data.strip())
@@ -51,7 +52,7 @@ def read_as_shipped(page, body):
 @pytest.mark.parametrize("name", TEMPLATES)
 def test_every_marker_names_a_filter(name):
     markers = re.findall("@([^#]*)#", TEMPLATES[name])
-    assert [marker for marker in markers if not re.fullmatch(r"\w+\|(html|options|rows)", marker)] == []
+    assert [each for each in markers if not re.fullmatch(r"\w+\|(html|options|rows)", each)] == []
     assert TEMPLATES[name].count("@") == len(markers)
 
 
@@ -78,13 +79,15 @@ def test_what_is_stored_is_shown_as_text(shipped):
     shipped.write(MODEMS, f"[{HOSTILE}]\nInitString=AT{HOSTILE}\n")
     shipped.write(LOG, f"12:00 10.0.0.2 {HOSTILE}\n12:01 </td><script> <tr>\n")
     post("nat_vs.htm", "save", vs_ud1_enable="checked", vs_ud1_name=HOSTILE, vs_ud1_portno="81")
-    post("wan_ppp.htm", "save", ppp_ac_name=HOSTILE, ppp_ac_pwd=HOSTILE, ppp_idle_time="5", isp_ip_type="dynamic")
+    post("wan_ppp.htm", "save", ppp_ac_name=HOSTILE, ppp_ac_pwd=HOSTILE, ppp_idle_time="5",
+         isp_ip_type="dynamic")
     post("sites_ban.htm", "add_url", new_url=HOSTILE)
     post("sites_allow.htm", "add_url", new_url=HOSTILE)
-    post("nat_sap.htm", "nat_add_sap", v_nat_sap_name=HOSTILE, v_nat_sapin_pr_list="TCP", v_nat_sapin_port01="81")
+    post("nat_sap.htm", "nat_add_sap", v_nat_sap_name=HOSTILE, v_nat_sapin_pr_list="TCP",
+         v_nat_sapin_port01="81")
     shown = {page: read_as_shipped(page, shipped.view(page).body) for page in FORMS}
-    for page in ("wan_ppp.htm", "sites_ban.htm", "sites_allow.htm", "sp_port.htm", "nat_sap.htm", "filterlog.htm"):
-        assert HOSTILE in shown[page], page
+    for page in "wan_ppp sites_ban sites_allow sp_port nat_sap filterlog".split():
+        assert HOSTILE in shown[page + ".htm"], page
     assert {"</td><script>", "<tr>"} <= shown["filterlog.htm"]
     assert any(HOSTILE[:14] in str(text) for text in shown["nat_base.htm"])
 
@@ -95,8 +98,9 @@ def test_what_was_typed_is_echoed_as_text(shipped):
     for page in FORMS:
         fields = set(re.findall(r"@(\w+)\|", TEMPLATES[page])) - {"message"}
         form = dict.fromkeys(fields, HOSTILE + BARE) | {HOSTILE: "\n"}
-        texts = read_as_shipped(page, shipped.post({"this_file": page, "todo": "save", **form}).body)
-        echoing |= {page} & {page if HOSTILE + BARE in texts else ""}
+        body = shipped.post({"this_file": page, "todo": "save", **form}).body
+        if HOSTILE + BARE in read_as_shipped(page, body):
+            echoing.add(page)
     assert {"nat_conn.htm", "nat_filter.htm", "nat_vs.htm", "sp_int.htm", "sp_port.htm"} <= echoing
 
 
@@ -105,12 +109,14 @@ def test_what_was_typed_is_echoed_as_text(shipped):
     ("sites_ban.htm", "/usr/local/squid/etc/deny.list", "s{:06}\"&'<>&&&&&&\n",
      [r"<option>s(\d+)", "s(\\d{6})\"&'<>&&&&&&\n"], "sites_left_out sites"),
     ("filterlog.htm", LOG, "t{:06} \"\"\"&&& <<<>>>\n",
-     [r"<tr>\n<td nowrap>t(\d+)", "t(\\d{6})</td>\n<td nowrap>\"\"\"&&&</td>\n<td nowrap><<<>>></td>\n</tr>\n"],
+     [r"<tr>\n<td nowrap>t(\d+)",
+      "t(\\d{6})</td>\n<td nowrap>\"\"\"&&&</td>\n<td nowrap><<<>>></td>\n</tr>\n"],
      "log_left_out records"),
     ("sp_port.htm", MODEMS, "[m{0:06}<&>]\nInitString=AT{0:06}&\\\"\n",
      [r"<option>m(\d+)", r"<option>m(\d{6})<&>\n", r"'AT(\d+)", r"""'AT(\d{6})&\\\\"'"""],
      "modems_left_out modems"),
-    ("nat_sap.htm", "/etc/rc.d/rc.firewall", "#@n{0:06}\"&'\n ipchains -A input -p tcp 1{0:05}:2{0:05}\n\n",
+    ("nat_sap.htm", "/etc/rc.d/rc.firewall",
+     "#@n{0:06}\"&'\n ipchains -A input -p tcp 1{0:05}:2{0:05}\n\n",
      [r"<option> n(\d+)", r"<option> n(\d{6})\"&'", r'"1(\d{5})"', r'"2(\d{5})"'],
      "applications_left_out applications"),
     *((page, "/var/log/pppd.log", "p{:06}" + '"' * 400 + "\n", [r"p(\d{6})", 'p(\\d{6})"{400}\n'],
@@ -118,7 +124,7 @@ def test_what_was_typed_is_echoed_as_text(shipped):
         ("sp_status.htm", "nat_log_left_out"), ("ppp_status.htm", "ppp_log_left_out"))),
 ])
 def test_a_page_shows_so_many_records_as_it_can_hold(shipped, page, path, record, shown, left_out):
-    """Whole ones, from the first on, as many of them in each of its lists, and it tells of the rest."""
+    """Whole ones, from the first on, as many in each of its lists, and it tells of the rest."""
     key, what = left_out.split()
     size = len(record.format(0)) if what == "characters" else 1
     lists = r"@(?:\w+_site_list|log_record|show_modemlist|nat_sap_list|nat_log_text|ppp_wan_log)\|"
@@ -134,7 +140,7 @@ def test_a_page_shows_so_many_records_as_it_can_hold(shipped, page, path, record
         assert numbers == [list(range(count))] * len(shown)
         told = f"The first {count * size} of {total * size} {what}." if count < total else ""
         assert f'id="cut" data-text="{{{key}}}">{told}</p>' in body
-        # the longest short value in each of the places behind the list, and the next record, do not fit
-        longest_record = 7 * len(record) + 60
-        assert count == total or len(body.encode()) > 51199 - values_behind * 6 * 127 - longest_record
+        # the longest short value in each place behind the list, and the next record, do not fit
+        left = values_behind * 6 * 127 + 7 * len(record) + 60
+        assert count == total or len(body.encode()) > 51199 - left
     assert count == total

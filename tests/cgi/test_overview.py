@@ -8,34 +8,40 @@ from appliance import FILTER, RECORD, SETTINGS, WAN, told
 from test_vs import PORTS as VS_PORTS
 from test_vs import SERVERS
 
-SWITCHES = {
-    "enable_web_access": "SrvWeb", "enable_sp_apps": "SAP", "enable_email": "SrvEMail", "enable_ftp": "SrvFTP",
-    "enable_telnet": "SrvTelNet", "enable_dmz": "DMZ", "vs_https_enable": "Https",
-    **{f"{prefix}_enable": switch for prefix, (switch, *_) in SERVERS.items()}}
+SWITCHES = dict(
+    enable_web_access="SrvWeb", enable_sp_apps="SAP", enable_email="SrvEMail", enable_ftp="SrvFTP",
+    enable_telnet="SrvTelNet", enable_dmz="DMZ", vs_https_enable="Https",
+    **{f"{prefix}_enable": switch for prefix, (switch, *_) in SERVERS.items()})
 PORTS = {**VS_PORTS, "vs_ftp_portno_data": "FtpDataPort"}
 HOSTS = {"dmz_ip": "DMZ_IP", **{prefix: host for prefix, (_, host, *_) in SERVERS.items()}}
+USER_DEFINED = "VS_UD{0}=0\nUD{0}_Name=\nUD{0}_IP=\nUD{0}_Port=0\n"
 NEW_RECORD = (
-    "Method=0\nBaudRate=115200\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\nPassword=\nSecurity=0\nIdle=2\n"
-    "DynamicIP=1\nIP=10.0.0.1\nPhone1=\nPhone2=\nPhone3=\nRetry=3\nSrvWeb=1\nSAP=1\nSrvEMail=1\nSrvFTP=1\nSrvTelNet=1\n"
-    "Web=0\nWebIP=\nWebPort=80\nPop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\nSmtpPort=25\nFtp=0\nFtpIP=\n"
+    "Method=0\nBaudRate=115200\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\nPassword=\n"
+    "Security=0\nIdle=2\nDynamicIP=1\nIP=10.0.0.1\nPhone1=\nPhone2=\nPhone3=\nRetry=3\n"
+    "SrvWeb=1\nSAP=1\nSrvEMail=1\nSrvFTP=1\nSrvTelNet=1\nWeb=0\nWebIP=\nWebPort=80\n"
+    "Pop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\nSmtpPort=25\nFtp=0\nFtpIP=\n"
     "FtpDataPort=20\nFtpCtlPort=21\nHttps=0\nVPN=0\nVPN_IP=\nVPN_IPSEC=500\nVPN_PPTP=1723\n"
-    + "".join(f"VS_UD{n}=0\nUD{n}_Name=\nUD{n}_IP=\nUD{n}_Port=0\n" for n in range(1, 6)) + "DMZ=0\nDMZ_IP=\n")
-FILTER_SWITCHES = {"remove_java": "block_applet", "remove_js": "block_script", "remove_ax": "block_activex",
-                   "remove_cookies": "block_cookies", "enable_filter_log": "enable_log"}
+    + "".join(map(USER_DEFINED.format, range(1, 6))) + "DMZ=0\nDMZ_IP=\n")
+FILTER_SWITCHES = dict(
+    remove_java="block_applet", remove_js="block_script", remove_ax="block_activex",
+    remove_cookies="block_cookies", enable_filter_log="enable_log")
 
 
 def show(appliance):
     return appliance.view("nat_base.htm").shown
 
 
-@pytest.mark.parametrize("keys, path, line", [(SWITCHES, RECORD, "{}={:d}\n"), (FILTER_SWITCHES, FILTER, "{} {}\n")])
+@pytest.mark.parametrize("keys, path, line", [
+    (SWITCHES, RECORD, "{}={:d}\n"), (FILTER_SWITCHES, FILTER, "{} {}\n"),
+])
 def test_each_switch_shows_its_own_setting(appliance, keys, path, line):
     for key, name in keys.items():
         wanted = (other == name for other in keys.values())
         states = wanted if path == RECORD else ("on" if on else "off" for on in wanted)
         appliance.write(path, "".join(map(line.format, keys.values(), states)))
         shown = show(appliance)
-        assert {other: shown[other] for other in keys} == {**dict.fromkeys(keys, "unchecked"), key: "checked"}
+        assert [other for other in keys if shown[other] == "checked"] == [key]
+        assert {shown[other] for other in keys} == {"checked", "unchecked"}
 
 
 def test_ports_and_hosts(appliance):
@@ -49,9 +55,11 @@ def test_ports_and_hosts(appliance):
 
 
 def test_the_record(appliance):
-    """A view makes a missing one. A save writes all its lines anew, also those that were missing."""
-    assert appliance.view("nat_base.htm").changed == {RECORD: NEW_RECORD} and appliance.mode(RECORD) == 0o600
-    saved = re.sub("VPN.*\n", "", NEW_RECORD).replace("Retry", "DNS=192.0.2.53\nRetry").replace("DMZ=0", "DMZ=1")
+    """A view makes a missing one. A save writes all its lines anew, also missing ones."""
+    assert appliance.view("nat_base.htm").changed == {RECORD: NEW_RECORD}
+    assert appliance.mode(RECORD) == 0o600
+    saved = re.sub("VPN.*\n", "", NEW_RECORD).replace("DMZ=0", "DMZ=1")
+    saved = saved.replace("Retry", "DNS=192.0.2.53\nRetry")
     for record, address in (NEW_RECORD, "IP=10.0.0.1\n"), ("\n", "IP=\n"):
         appliance.write(RECORD, record)
         appliance.save("nat_conn.htm", enable_dmz="checked")
@@ -59,9 +67,11 @@ def test_the_record(appliance):
 
 
 @pytest.mark.parametrize("record, expected", [
-    ("Method=0\n", {"access_method": "Serial Port"}), ("Method=1\n", {"access_method": "WAN Port - Direct Connection"}),
-    ("Method=2\n", {"access_method": "WAN Port - PPPoE"}), ("Method=9\n", {"access_method": "Serial Port"}),
-    ("WebIP=192.168.1\n", {"vs_web_3": "1", "vs_web_4": ""}), ("", {"vs_web_1": "", "vs_pop3_portno": "110"}),
+    *((f"Method={number}\n", {"access_method": name}) for name, number in (
+        ("Serial Port", 0), ("WAN Port - Direct Connection", 1), ("WAN Port - PPPoE", 2),
+        ("Serial Port", 9))),
+    ("WebIP=192.168.1\n", {"vs_web_3": "1", "vs_web_4": ""}),
+    ("", {"vs_web_1": "", "vs_pop3_portno": "110"}),
     # a key is found by its beginning
     ("WebIP=1.2.3.4\nWeb=0\n", {"vs_web_enable": "checked"}),
     # a name that fills its field runs on into the address behind it
@@ -75,27 +85,29 @@ def test_values_of_the_record(appliance, record, expected):
 
 @pytest.mark.parametrize("settings, expected", [
     ("filter_state 0\nfilter_from Friday 7 5\nfilter_to sunday 23 59\n",
-     ["always", "Friday", "07", "05", "Sunday", "23", "59", "off"]),
-    ("filter_state\t2\ncustom_filter_state ENABLE\ncustom_content_state 1\nfilter_from friday 25 10\n",
-     ["between", "Sunday", "00", "00", "Sunday", "00", "00", "allowed"]),
+     "always Friday 07 05 Sunday 23 59 off"),
+    ("filter_state\t2\ncustom_filter_state ENABLE\ncustom_content_state 1\n"
+     "filter_from friday 25 10\n", "between Sunday 00 00 Sunday 00 00 allowed"),
     ("#filter_state 0\nfilter_state 1\ncustom_filter_state on\nfilter_to Holiday 8 30\n",
-     ["never", "Sunday", "00", "00", "Sunday", "08", "30", "banned"]),
-    ("filter_from FRIDAY 24 0\nfilter_to saturday 8x +5\nfilter_to Monday 1 60\nfilter_to Monday 1\nfilter_state x\n"
-     "filter_state +2\n", ["between", "Sunday", "00", "00", "Saturday", "08", "05", "off"]),
+     "never Sunday 00 00 Sunday 08 30 banned"),
+    ("filter_from FRIDAY 24 0\nfilter_to saturday 8x +5\nfilter_to Monday 1 60\n"
+     "filter_to Monday 1\nfilter_state x\nfilter_state +2\n",
+     "between Sunday 00 00 Saturday 08 05 off"),
 ])
 def test_the_filter_schedule(appliance, settings, expected):
     appliance.write(FILTER, settings)
-    keys = ("filter_when filter_daystart filter_starttime start_min filter_dayfinish filter_finishtime finish_min"
-            " sitelist_type").split()
-    assert list(map(show(appliance).get, keys)) == expected
+    keys = """filter_when filter_daystart filter_starttime start_min filter_dayfinish
+        filter_finishtime finish_min sitelist_type""".split()
+    assert list(map(show(appliance).get, keys)) == expected.split()
 
 
 @pytest.mark.parametrize("settings, wan, shown, servers", [
     ("acc_en=1x\ndns_server2=192.0.2.1234567890\r\ndns_server1=1.1.1.1\n", "nat_enable=yes\n",
      ["checked", "192.0.2.1234567", "checked"], "192.0.2.1234567<BR>1.1.1.1"),
-    ("[network]\ndns_server1=1.1.1.1\r\ndns_server2=2.2.2.2\ndns_server3=3.3.3.3\n", "nat_enable=no\n",
-     ["unchecked", "1.1.1.1", "unchecked"], "1.1.1.1<BR>2.2.2.2"),
-    ("dns_server4=4\n dns_server1=1\ndns_server1=\ndns_server2=2\n", "", ["unchecked", "", "unchecked"], "<BR>2"),
+    ("[network]\ndns_server1=1.1.1.1\r\ndns_server2=2.2.2.2\ndns_server3=3.3.3.3\n",
+     "nat_enable=no\n", ["unchecked", "1.1.1.1", "unchecked"], "1.1.1.1<BR>2.2.2.2"),
+    ("dns_server4=4\n dns_server1=1\ndns_server1=\ndns_server2=2\n", "",
+     ["unchecked", "", "unchecked"], "<BR>2"),
     (None, None, ["unchecked", "", "unchecked"], ""),
 ])
 def test_the_appliance_settings(appliance, settings, wan, shown, servers):

@@ -55,7 +55,7 @@ PAGES = [path.name for path in WWW.glob("*.htm") if "@message" in path.read_text
 
 
 def seen(result):
-    """Which page has answered, with which message, and what it shows of a field that no page knows."""
+    """Which page has answered, with which message, and what it shows of a field none knows."""
     return f"{result.page.removesuffix('.htm')}[{result.message}][{result.shown['typed']}]"
 
 
@@ -75,13 +75,14 @@ def set_method(appliance, method, enabled="yes"):
 ])
 def test_without_a_form_the_default_page_answers(appliance, env):
     result = appliance.request(env, b"")
-    assert result.stdout.startswith(b"Content-type: text/html\n\npage=") and seen(result) == "nat_conn[][]"
-    assert (result.status, result.stderr, result.commands) == (0, "", [])
+    assert result.stdout.startswith(b"Content-type: text/html\n\npage=")
+    assert (seen(result), result.status) == ("nat_conn[][]", 0)
+    assert (result.stderr, result.commands) == ("", [])
 
 
 def test_every_page_is_shown_by_its_name(appliance):
     for page in PAGES:
-        assert seen(appliance.get(f"next_file={page}&typed=x")).startswith(page.removesuffix(".htm") + "[")
+        assert appliance.get(f"next_file={page}&typed=x").page == page
 
 
 @pytest.mark.parametrize("page, key, value", [
@@ -94,8 +95,9 @@ def test_a_key_that_no_shipped_page_shows(appliance, page, key, value):
 
 
 @pytest.mark.parametrize("method, enabled, page", [
-    (1, "yes", "dc_status"), (2, "yes", "ppp_status"), (3, "yes", "sp_status"), (0, "yes", "sp_status"),
-    (7, "yes", "sp_status"), (1, "no", "sp_status"), (1, "nothing", "sp_status"), (1, "y", "dc_status"),
+    (1, "yes", "dc_status"), (1, "y", "dc_status"), (2, "yes", "ppp_status"),
+    *((method, "yes", "sp_status") for method in (3, 0, 7)),
+    (1, "no", "sp_status"), (1, "nothing", "sp_status"),
 ])
 def test_the_status_page_is_that_of_the_method_in_force(appliance, method, enabled, page):
     set_method(appliance, method, enabled)
@@ -112,18 +114,21 @@ def test_the_status_page_is_that_of_the_method_in_force(appliance, method, enabl
 ])
 def test_a_broken_request_gets_the_fatal_page(appliance, method, length, body, title, text):
     result = appliance.request({"REQUEST_METHOD": method, "CONTENT_LENGTH": length}, body)
-    assert (result.status, result.body, result.stderr) == (0, FATAL.format(title, text), text + "\n")
+    assert (result.status, result.stderr) == (0, text + "\n")
+    assert result.body == FATAL.format(title, text)
 
 
 def test_without_a_method_there_is_only_a_hint(appliance):
     result = appliance.request({}, b"")
     assert (result.status, result.stdout) == (0, b"")
-    assert result.stderr == ("Error!\nThe REQUEST_METHOD environment variable\ndoes not exists.\n\n"
-                             "If you are dubugging, please set your CGI\nenvironment variables.\n\n")
+    assert result.stderr == (
+        "Error!\nThe REQUEST_METHOD environment variable\ndoes not exists.\n\n"
+        "If you are dubugging, please set your CGI\nenvironment variables.\n\n")
 
 
 @pytest.mark.parametrize("query, name", [
-    ("next_file=odd.htm", "odd.htm"), ("next_file=NAT_BASE.HTM&next_file=odd.htm", "NAT_BASE.HTM"), ("next_file=", ""),
+    ("next_file=odd.htm", "odd.htm"), ("next_file=", ""),
+    ("next_file=NAT_BASE.HTM&next_file=odd.htm", "NAT_BASE.HTM"),
 ])
 def test_an_unknown_page_gets_the_message_page(appliance, query, name):
     assert appliance.get(query).body == MESSAGE_PAGE.format(told(10, name))
@@ -136,7 +141,8 @@ def test_an_unknown_page_gets_the_message_page(appliance, query, name):
     ({"this_file": "wan_dc.htm", "todo": "x", "next_file": ""}, "wan_dc[][]"),
     ({"this_file": "wan_dc.htm", "todo": ""}, "wan_dc[][]"),
     # pages without a setter accept nothing but "save"
-    ({"this_file": "nat_base.htm", "todo": "x", "typed": "a"}, f"nat_base[{told(5, 'nat_base.htm')}][a]"),
+    ({"this_file": "nat_base.htm", "todo": "x", "typed": "a"},
+     f"nat_base[{told(5, 'nat_base.htm')}][a]"),
     ({"this_file": "nat_base.htm", "todo": "save", "typed": "a"}, "nat_base[][a]"),
     # a page outside every group saves nothing and goes on
     ({"this_file": "filterlog.htm", "todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]"),
@@ -144,7 +150,8 @@ def test_an_unknown_page_gets_the_message_page(appliance, query, name):
     # an upload goes to the modem port page
     ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, f"sp_port[{told(22)}][a]"),
     # the value that sorts first is the one that counts, and is decoded before
-    ("this_file=wan_ppp.htm&&this_file=wan_dc.htm&todo=x&typed=b%20b&typed=b+a%2B%c3%A4%26&Typed=0&", "wan_dc[][b a+ä&]"),
+    ("this_file=wan_ppp.htm&&this_file=wan_dc.htm&todo=x&"
+     "typed=b%20b&typed=b+a%2B%c3%A4%26&Typed=0&", "wan_dc[][b a+ä&]"),
     ("this_file=wan_dc.htm&=&todo=x&typed=b&t%79ped=a=%", "wan_dc[][a=]"),
 ])
 def test_posts_end_on_the_right_page(appliance, form, body):
@@ -167,7 +174,8 @@ def test_posts_to_unknown_pages_are_fatal(appliance, form, text):
 @pytest.mark.parametrize("value", ["a%0Ab", "a%0d", "%00b", "%09", "%7f", "%1b", "%1Gb", "b%2"])
 def test_a_control_character_is_refused_before_anything_happens(appliance, value):
     result = appliance.post(f"this_file=nat_conn.htm&todo=save&enable_dmz=checked&ty%3Cped={value}")
-    assert (result.page, result.message, result.did_nothing) == ("nat_conn.htm", told(61, "ty?ped"), True)
+    assert (result.page, result.message) == ("nat_conn.htm", told(61, "ty?ped"))
+    assert result.did_nothing
 
 
 def test_a_view_may_hold_a_control_character(appliance):
@@ -199,16 +207,17 @@ def test_a_failing_action_stops_the_run_and_shows_the_posting_page(appliance):
 
 def test_a_missing_template_or_message_file_is_named(appliance):
     appliance.write("/www/nat_vs.htm", None)
-    assert appliance.get("next_file=nat_vs.htm").body == FATAL.format(told(10, "nat_vs.htm") + "\n", "")
+    named = told(10, "nat_vs.htm") + "\n"
+    assert appliance.view("nat_vs.htm").body == FATAL.format(named, "")
     appliance.write("/www/cgi_err", None)
-    assert appliance.get("next_file=nat_vs.htm").body == FATAL.format("Unknown error", "")
+    assert appliance.view("nat_vs.htm").body == FATAL.format("Unknown error", "")
 
 
 def test_the_largest_page(appliance):
     appliance.write("/www/nat_vs.htm", "x" * 51199)
-    assert appliance.get("next_file=nat_vs.htm").body == "x" * 51199
+    assert appliance.view("nat_vs.htm").body == "x" * 51199
     appliance.write("/www/nat_vs.htm", "x" * 51200)
-    assert appliance.get("next_file=nat_vs.htm").body == FATAL.format(told(2) + "\n", "")
+    assert appliance.view("nat_vs.htm").body == FATAL.format(told(2) + "\n", "")
 
 
 def test_every_message_has_its_text(appliance):
@@ -218,5 +227,6 @@ def test_every_message_has_its_text(appliance):
 
 
 def test_a_hostile_message_file_is_only_text(appliance):
-    appliance.write("/www/cgi_err", "10-%n%s%s%s%99999d%" + "y" * 300 + "\n")
-    assert appliance.get("next_file=odd.htm").body.splitlines()[6] == ("%nodd.htm%s%s%99999d%" + "y" * 300)[:127]
+    rest = "%s%s%99999d%" + "y" * 300
+    appliance.write("/www/cgi_err", f"10-%n%s{rest}\n")
+    assert appliance.view("odd.htm").body.splitlines()[6] == f"%nodd.htm{rest}"[:127]

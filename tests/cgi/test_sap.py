@@ -1,4 +1,4 @@
-"""The special applications page: its list, the firewall script, and what the script does when it runs."""
+"""The special applications page: its list, the firewall script, and what the script does."""
 
 import pytest
 
@@ -10,19 +10,21 @@ LINK = [IS_PPP, "/sbin/ifconfig eth0"]
 LOAD = [IS_PPP, "/sbin/modprobe vpn", SET_MODULE % ("vpn", "s"), IS_PPP]
 UNLOAD = [IS_PPP, "/sbin/rmmod vpn", "/sbin/lsmod", SET_MODULE % ("vpn", "f"),
           IS_PPP]
-TCP_IN, OUT = "ipchains -A input -j ACCEPT -i $extif -p tcp ! -y -d $extip -s $univ ", "ipchains -A output -j ACCEPT"
+TCP_IN = "ipchains -A input -j ACCEPT -i $extif -p tcp ! -y -d $extip -s $univ "
+OUT = "ipchains -A output -j ACCEPT"
 WEB = f"#@Web\n {TCP_IN}80:90\n {OUT} -i $extif -p udp -d $univ 7:8\n\n"
 VPN, PING, REST = "#@VPN\n modprobe vpn\n keep\n\n", "#@Ping\n a -p icmp b\n c\n\n", " ipchains -X"
 OLD = "x=$1\n\n" + WEB + VPN + PING + REST
 ADD, DELETE, UPDATE = ({"todo": f"nat_{word}_sap"} for word in ("add", "del", "update"))
 ON = {"v_nat_sap_enable": "checked"}
-CHOICES = ("TCP", "UDP", "TCP/UDP", "none", "n/a")  # of a protocol, in the order of the page's numbers
+CHOICES = ("TCP", "UDP", "TCP/UDP", "none", "n/a")  # in the order of the page's numbers
 
 
 def rules(name, protocol_in="none", in1="", in2="", protocol_out="none", out1="", out2=""):
-    return {"v_nat_sap_name": name, "v_nat_sapin_pr_list": protocol_in, "v_nat_sapout_pr_list": protocol_out,
-            "v_nat_sapin_port01": in1, "v_nat_sapin_port02": in2,
-            "v_nat_sapout_port01": out1, "v_nat_sapout_port02": out2}
+    return dict(
+        v_nat_sap_name=name, v_nat_sapin_pr_list=protocol_in, v_nat_sapout_pr_list=protocol_out,
+        v_nat_sapin_port01=in1, v_nat_sapin_port02=in2,
+        v_nat_sapout_port01=out1, v_nat_sapout_port02=out2)
 
 
 def post(appliance, *forms):
@@ -33,7 +35,8 @@ def post(appliance, *forms):
 @pytest.mark.parametrize("form, before, after, commands, message", [
     ({**ADD, **ON, **rules("New", "TCP", "80x", "", "UDP", "", "9")}, OLD,
      f"{OLD}\n#@New\n {TCP_IN}80x:80x\n {OUT} -i $extif -p udp -d $univ 9:9\n\n", LINK, ""),
-    ({**ADD, **rules("New", "TCP", "x80", "8;0", "n/a", "1", "2")}, "", f"#@New\n#{TCP_IN}\n\n", LINK, ""),
+    ({**ADD, **rules("New", "TCP", "x80", "8;0", "n/a", "1", "2")}, "",
+     f"#@New\n#{TCP_IN}\n\n", LINK, ""),
     ({**ADD, **rules("Web")}, OLD, None, [], told(6)),
     ({**ADD, **rules("A\nB")}, OLD, None, [], told(61, "v_nat_sap_name")),
     ({**ADD, **rules("")}, OLD, None, [], ""),
@@ -41,14 +44,17 @@ def post(appliance, *forms):
     ({**ADD, **rules("New")}, None, None, [], told(None)),
     ({**DELETE, **rules("Web")}, OLD, OLD.replace(WEB, ""), LINK, ""),
     ({**DELETE, **rules("web")}, OLD, None, [], told(7)),
-    *(({**DELETE, **rules(name)}, OLD + f"\n#@{name}\n x\n", None, [], told(51)) for name in ("Ping", "VPN (PPTP)")),
+    *(({**DELETE, **rules(name)}, f"{OLD}\n#@{name}\n x\n", None, [], told(51))
+      for name in ("Ping", "VPN (PPTP)")),
     ({**DELETE, **rules("A")}, "#@A\n x\n" + VPN + PING, PING, LINK, ""),
     ({**UPDATE, **rules("A")}, OLD, None, [], told(8)),
-    ({**UPDATE, **rules("Web", "TCP", "1", "2")}, OLD, OLD.replace(WEB, f"#@Web\n#{TCP_IN}1:2\n\n"), LINK, ""),
+    ({**UPDATE, **rules("Web", "TCP", "1", "2")}, OLD,
+     OLD.replace(WEB, f"#@Web\n#{TCP_IN}1:2\n\n"), LINK, ""),
     ({**UPDATE, **rules("A")}, "#@A\n\n" + VPN, "#@A\n\n" + VPN, LINK, ""),
     ({**UPDATE, **rules("VPN", "TCP")}, OLD, OLD.replace(" modprobe", "#modprobe"), UNLOAD, ""),
     ({**UPDATE, **ON, **rules("VPN")}, OLD.replace(" modprobe", "#modprobe"), OLD, LOAD, ""),
-    ({**UPDATE, **rules("Ping", "TCP")}, OLD, OLD.replace(" a -p", "#a -p").replace("\n c\n", "\n#c\n"), LINK, ""),
+    ({**UPDATE, **rules("Ping", "TCP")}, OLD,
+     OLD.replace(PING, "#@Ping\n#a -p icmp b\n#c\n\n"), LINK, ""),
 ])
 def test_actions(appliance, form, before, after, commands, message):
     appliance.write(SCRIPT, before, 0o755)
@@ -62,13 +68,15 @@ def test_actions(appliance, form, before, after, commands, message):
 
 
 def test_list(appliance):
-    appliance.write(SCRIPT, OLD.replace(" ipchains -A input", "#ipchains -A input") + "\n#@Open\n x -p udp input 5x:6\n"
-                    f"#@Closed\n {TCP_IN}1:2\n{OUT} -p tcp 3:4 5:6\n#{OUT} -p udp 7:8\n\n")
+    appliance.write(SCRIPT, OLD.replace(f" {TCP_IN}", f"#{TCP_IN}") + (
+        "\n#@Open\n x -p udp input 5x:6\n"
+        f"#@Closed\n {TCP_IN}1:2\n{OUT} -p tcp 3:4 5:6\n#{OUT} -p udp 7:8\n\n"))
     shown = appliance.view("nat_sap.htm").shown
-    assert shown["nat_sap_list"] == "\n<option> Web\n<option> VPN\n<option> Ping\n<option> Open\n<option> Closed"
+    names = ["", "Web", "VPN", "Ping", "Open", "Closed"]
+    assert shown["nat_sap_list"].split("\n<option> ") == names
     assert [shown[key] for key in LISTS] == [
-        "1,1,1,1,0", "0,4,4,1,0", '"80","","","","1"', '"90","","","","2"', "1,4,4,3,2", '"7","","","","3"',
-        '"8","","","","4"']
+        "1,1,1,1,0", "0,4,4,1,0", '"80","","","","1"', '"90","","","","2"',
+        "1,4,4,3,2", '"7","","","","3"', '"8","","","","4"']
 
 
 def test_nothing_stored_without_a_temporary_file(appliance):
@@ -88,11 +96,12 @@ def test_the_script_does_what_the_page_shows(appliance):
     for n, (into, out, switch) in enumerate(applications):
         post(appliance, ADD, switch, rules(str(n), into, f"8{n}", "90", out, f"7{n}"))
     for name in "eth0", "eth1":
-        appliance.answer(f"ifconfig {name}", f"{name}  Link\n  inet addr:192.0.2.7  Mask:255.255.255.0\n")
+        appliance.answer(f"ifconfig {name}", "  inet addr:192.0.2.7  Mask:255.255.255.0\n")
     page = post(appliance, UPDATE, rules("7", "none", "", "", "UDP", "77")).shown
     shown = [[cell.strip('"') for cell in page[key].split(",")[-8:]] for key in LISTS]
-    opened = ["output -j ACCEPT -i eth0 -p tcp -d 0.0.0.0/0 5190:5190"]  # the last one from the factory
-    for wanted, (on, into, in1, in2, out, out1, out2) in zip(applications, zip(*shown), strict=True):
+    opened = ["output -j ACCEPT -i eth0 -p tcp -d 0.0.0.0/0 5190:5190"]  # the factory's last
+    for wanted, each in zip(applications, zip(*shown), strict=True):
+        on, into, in1, in2, out, out1, out2 = each
         into, out = CHOICES[int(into)], CHOICES[int(out)]
         assert (into, out, ON if on == "1" else {}) == wanted
         opened += [f"input -j ACCEPT -i eth0 -p {each} -d 192.0.2.7 -s 0.0.0.0/0 {in1}:{in2}"
@@ -102,5 +111,6 @@ def test_the_script_does_what_the_page_shows(appliance):
     found = appliance.read(RULES).splitlines()
     assert found[-len(opened):] == opened
     appliance.save("nat_conn.htm", enable_sp_apps="unchecked")
-    assert appliance.read(RULES).splitlines() == found[:next(n for n, rule in enumerate(found) if "icmp" in rule)]
+    before_ping = next(n for n, rule in enumerate(found) if "icmp" in rule)
+    assert appliance.read(RULES).splitlines() == found[:before_ping]
     assert appliance.read("/tmp/complaints") == ""

@@ -1,18 +1,21 @@
-"""Passwords: a page never sends one back, and an empty field means the stored one where the form says so."""
+"""Passwords: no page sends one back; an empty field means the stored one where the form says so."""
 
 import pytest
 
 from appliance import RECORD, WAN, WWW, told
 
 PAGES = {
-    "wan_ppp.htm": ("ppp_ac_pwd", WAN, "pppoe_password", dict(ppp_ac_name="j", ppp_idle_time="5", isp_ip_type="dynamic")),
-    "sp_int.htm": ("nat_ac_pwd", RECORD, "Password", dict(nat_ac_name="j", nat_tel01="5", nat_idle_time="5")),
+    "wan_ppp.htm": ("ppp_ac_pwd", WAN, "pppoe_password",
+                    dict(ppp_ac_name="j", ppp_idle_time="5", isp_ip_type="dynamic")),
+    "sp_int.htm": ("nat_ac_pwd", RECORD, "Password",
+                   dict(nat_ac_name="j", nat_tel01="5", nat_idle_time="5")),
 }
 
 
 @pytest.mark.parametrize("page", PAGES)
 @pytest.mark.parametrize("sent, typed, stored", [
-    ("yes", "", "secret"), ("yes", None, "secret"), ("yes", "new", "new"), ("no", "", ""), ("no", "new", "new"),
+    ("yes", "", "secret"), ("yes", None, "secret"), ("yes", "new", "new"),
+    ("no", "", ""), ("no", "new", "new"),
     ("yes no", "", ""), ("yes no", "new", "new"), ("", "", ""), ("Yes", "", ""),
 ])
 def test_an_empty_password(appliance, page, sent, typed, stored):
@@ -28,7 +31,7 @@ def test_an_empty_password(appliance, page, sent, typed, stored):
 
 @pytest.mark.parametrize("page", PAGES)
 def test_no_page_shows_a_password(appliance, page):
-    """Neither the stored one nor, after a refusal, what was typed, even if a template asks for it."""
+    """Neither the stored one nor, after a refusal, what was typed, even if a template asks."""
     field, _, _, form = PAGES[page]
     for name in (page, "sp_base.htm"):
         appliance.write(f"/www/{name}", (WWW / name).read_text() + f"@{field}#@{field}_v#\n")

@@ -8,9 +8,10 @@ from appliance import FILTER, told
 from test_uploads import END, TYPE, field, upload
 
 ETC = "/usr/local/squid/etc/"
-PAGES = {  # page: list, key of its path, marker, field of the selected entries, messages: unreadable, not deleted
-    "sites_allow.htm": (ETC + "access.list", "access_file", "allowed_site_list", "allowed_list", 33, 27),
-    "sites_ban.htm": (ETC + "deny.list", "deny_file", "banned_site_list", "banned_list", 34, 28),
+# page: list, key of its path, marker and field of the selected, messages: unreadable, not deleted
+PAGES = {
+    "sites_allow.htm": (ETC + "access.list", "access_file", "allowed", 33, 27),
+    "sites_ban.htm": (ETC + "deny.list", "deny_file", "banned", 34, 28),
 }
 OLD = "# of ours\na.com\n \nB.com x\nb.com\n\r\nA.COM  \n\nlast"
 LONG = "x" * 127
@@ -24,30 +25,30 @@ def page(request, appliance):
 
 
 @pytest.mark.parametrize("todo, fields, after, message", [
-    ("del_selected", [("list", "A.com"), ("list", "LAST"), ("list", "# of ours")], "# of ours\nB.com x\nb.com\n\n", 46),
-    ("del_selected", [("list", "B.com x"), ("other", "a.com")], "# of ours\na.com\nB.com x\nb.com\nA.COM  \n\nlast", 46),
-    ("del_all", [], "", 46),
-    ("add_url", [("new_url", "B.COM"), ("ip_1", "1")], OLD + "\nB.COM\n", 46),
-    ("add_url", [("new_url", "B.com")], OLD, 29), ("add_url", [("new_url", "last")], OLD, 29),
-    ("add_url", [("new_url", ""), ("ip_1", ""), ("ip_2", "x"), ("ip_3", "3 "), ("ip_4", "4")], OLD + "\n.x.3 .4\n", 46),
-    ("add_url", [("ip_1", "1"), ("ip_2", "2"), ("ip_3", "3")], OLD, 19),
-    ("import_file", [("upload_file", "/etc/ppp/user")], OLD, 29), ("import_file", [], OLD, 29),
-    ("save", [("new_url", "new.com")], OLD, None), ("other", [("new_url", "new.com")], OLD, None),
+    ("del_selected", "list=A.com&list=LAST&list=# of ours", "# of ours\nB.com x\nb.com\n\n", 46),
+    ("del_selected", "list=B.com x&other=a.com",
+     "# of ours\na.com\nB.com x\nb.com\nA.COM  \n\nlast", 46),
+    ("del_all", "", "", 46), ("add_url", "new_url=B.COM&ip_1=1", OLD + "\nB.COM\n", 46),
+    ("add_url", "new_url=B.com", OLD, 29), ("add_url", "new_url=last", OLD, 29),
+    ("add_url", "new_url=&ip_1=&ip_2=x&ip_3=3 &ip_4=4", OLD + "\n.x.3 .4\n", 46),
+    ("add_url", "ip_1=1&ip_2=2&ip_3=3", OLD, 19),
+    ("import_file", "upload_file=/etc/ppp/user", OLD, 29), ("import_file", "", OLD, 29),
+    ("save", "new_url=new.com", OLD, None), ("other", "new_url=new.com", OLD, None),
 ])
 def test_buttons(page, todo, fields, after, message):
-    name, appliance, path, _, _, selected, *_ = page
+    name, appliance, path, _, kind, *_ = page
     appliance.write("/etc/ppp/user", "http://new.com")
-    form = [f"this_file={name}&todo={todo}&{selected}", *(f"{selected if k == 'list' else k}={v}" for k, v in fields)]
-    result = appliance.post("&".join(form))
+    fields = fields.replace("list=", f"{kind}_list=")
+    result = appliance.post(f"this_file={name}&todo={todo}&{kind}_list&{fields}")
     assert result.changed == ({path: after} if after != OLD else {}) and not result.removed
     assert result.message == told(message)
 
 
 def test_a_missing_list(page):
-    name, appliance, path, key, _, _, unreadable, undeleted = page
-    appliance.write(FILTER, f"#{key} x\n{key}\t /tmp/my list \n")  # in force from the next request on
-    deletions = (appliance.post({"this_file": name, "todo": todo}) for todo in ("del_selected", "del_all"))
-    results = [appliance.view(name), *deletions]
+    name, appliance, path, key, _, unreadable, undeleted = page
+    appliance.write(FILTER, f"#{key} x\n{key}\t /tmp/my list \n")  # in force from the next request
+    deletions = (f"this_file={name}&todo={todo}" for todo in ("del_selected", "del_all"))
+    results = [appliance.view(name), *map(appliance.post, deletions)]
     assert [result.message for result in results] == [told(unreadable), told(undeleted), told(46)]
     result = appliance.post({"this_file": name, "todo": "add_url", "new_url": "first.com"})
     assert result.changed == {"/tmp/my list": "first.com\n"}
@@ -56,12 +57,14 @@ def test_a_missing_list(page):
 @pytest.mark.parametrize("text, shown", [
     (OLD, ["a.com", " ", "B.com x", "b.com", "\r", "A.COM  ", "last"]),
     (f"a\n{LONG[1:]}\nb\n{LONG}\nc\n", ["a", LONG[1:], "b"]), ("#\n\n", []),
-    ("0123456789a\n" * 1100, ["0123456789a"] * 1024), ("a\n" + "0123456789a\n" * 1100, ["a"] + ["0123456789a"] * 1023),
+    ("0123456789a\n" * 1100, ["0123456789a"] * 1024),
+    ("a\n" + "0123456789a\n" * 1100, ["a"] + ["0123456789a"] * 1023),
 ])
 def test_options(page, text, shown):
-    name, appliance, path, _, marker, *_ = page
+    name, appliance, path, _, kind, *_ = page
     appliance.write(path, text)
-    assert appliance.view(name).shown[marker] == "".join(f"<option>{entry}\n" for entry in shown)
+    options = "".join(f"<option>{entry}\n" for entry in shown)
+    assert appliance.view(name).shown[f"{kind}_site_list"] == options
 
 
 def import_text(page, text):
@@ -74,17 +77,20 @@ def import_text(page, text):
 @pytest.mark.parametrize("text, added", [
     (b"HTTP://Site1/path?q", ["Site1"]), (b"http://a b", ["a"]), (b"x http://", []),
     (b"http:///http://?http://\r\n", []),
-    (b"hhttp://a httphttp://b http:/http://c https://d", ["a", "b", "c"]), (b"http://http://a/", ["http:"]),
+    (b"hhttp://a httphttp://b http:/http://c https://d", ["a", "b", "c"]),
+    (b"http://http://a/", ["http:"]),
     (b"http://new http://a.com/ http://A.com http://new", ["new", "A.com"]),
-    (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]), (b'"http://q.com">Q', ['q.com">Q']),
-    (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]), (b"http://a\xffb http://c", ["a"]),
+    (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]),
+    (b'"http://q.com">Q', ['q.com">Q']), (b"http://a\xffb http://c", ["a"]),
+    (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]),
     (b"http://a\0http://b http://\0c http://d\0", ["a", "d"]),
 ])
 def test_import(page, proxy, text, added):
     _, appliance, path, *_ = page
-    appliance.write(path, "# x\na.com b\nlast")
+    old = "# x\na.com b\nlast"
+    appliance.write(path, old)
     result = import_text(page, text)
-    assert result.changed == ({path: "# x\na.com b\nlast\n" + "".join(f"{site}\n" for site in added)} if added else {})
+    assert result.changed == ({path: "\n".join([old, *added, ""])} if added else {})
     assert result.message == told(40, len(added))
     assert proxy.wait(10) == -signal.SIGHUP
     assert not list(appliance.at("/tmp").iterdir())

@@ -52,7 +52,8 @@ def test_a_save_waits_for_the_one_before_it_and_a_view_for_nobody(appliance):
 def test_saves_take_turns_in_the_order_in_which_they_came(appliance):
     script(appliance, "/etc/ppp/dial", "#!/bin/bash\necho $REMOTE_USER >> /etc/order\nsleep 0.1\n")
     form = {"this_file": "sp_status.htm", "todo": "nat_hangup"}
-    saves = [threading.Thread(target=appliance.post, args=(form, {"REMOTE_USER": name})) for name in "abcde"]
+    saves = [threading.Thread(target=appliance.post, args=(form, {"REMOTE_USER": name}))
+             for name in "abcde"]
     with appliance.take_turn():
         for save in saves:
             save.start()
@@ -62,24 +63,29 @@ def test_saves_take_turns_in_the_order_in_which_they_came(appliance):
     assert appliance.read("/etc/order").split() == list("abcde")
 
 
+def turn(user):
+    """The lock of a save of 25 seconds, whose command takes 12."""
+    now = int(time.clock_gettime(time.CLOCK_MONOTONIC))
+    return f"nat_conn.htm\nsave\n{user}\n192.0.2.7\n{now - 25}\nadsl-start\n{now - 12}\n"
+
+
 def test_a_save_that_waits_too_long_is_told_for_whom(hurried):
-    seconds = int(time.clock_gettime(time.CLOCK_MONOTONIC))
-    with hurried.take_turn(f"nat_conn.htm\nsave\nad<min\n192.0.2.7\n{seconds - 25}\nadsl-start\n{seconds - 12}\n"):
+    with hurried.take_turn(turn("ad<min")):
         result = hurried.save("nat_conn.htm", **ON)
-    assert result.headers["Status"] == "503 Service Unavailable" and int(result.headers["Retry-After"])
+    assert result.headers["Status"] == "503 Service Unavailable"
+    assert int(result.headers["Retry-After"])
     texts = (told(71, n, "ad&lt;min") for n in range(25, 35))
     assert any(text in result.body for text in texts) and told(72, "adsl-start") in result.body
     assert result.did_nothing
 
 
 def test_everybody_sees_what_is_being_changed(appliance):
-    now = int(time.clock_gettime(time.CLOCK_MONOTONIC))
     appliance.write("/www/nat_vs.htm", "[@busy#]")
-    lines = ["nat_conn.htm", "save", 'ad"min', "192.0.2.7", str(now - 25), "adsl-start", str(now - 12)]
     assert json.loads(appliance.view("progress").body) == {"busy": None}
-    with appliance.take_turn("\n".join(lines) + "\n"):
+    with appliance.take_turn(turn('ad"min')):
         busy = json.loads(appliance.view("progress").body)["busy"]
-        assert appliance.view("nat_vs.htm").body in [f"[{told(74, 'adsl-start', 12 + n)}\n]" for n in range(9)]
+        texts = [f"[{told(74, 'adsl-start', n)}\n]" for n in range(12, 21)]
+        assert appliance.view("nat_vs.htm").body in texts
     assert appliance.view("nat_vs.htm").body == "[]"
     assert 25 <= busy.pop("seconds") < 35 and 12 <= busy.pop("command_seconds") < 22
     assert list(busy.values()) == ["nat_conn.htm", "save", 'ad"min', "192.0.2.7", "adsl-start"]
@@ -88,22 +94,26 @@ def test_everybody_sees_what_is_being_changed(appliance):
 def test_what_runs_is_told_and_nothing_of_it_stays(appliance):
     """Whoever sends control characters tells no lies."""
     script(appliance, START, "#!/bin/bash\ncp /run/quillstead-admin/lock /etc/seen\n")
-    appliance.post({"this_file": "nat_conn.htm", "todo": "save", **ON}, {"REMOTE_USER": "joe\nx" + "y" * 99})
-    page, todo, user, address, _, command, _ = appliance.read("/etc/seen").split("\n")[:7]
-    assert (page, todo, user, address, command) == ("nat_conn.htm", "save", "joe?x" + "y" * 59, "", "adsl-start")
+    form = {"this_file": "nat_conn.htm", "todo": "save", **ON}
+    appliance.post(form, {"REMOTE_USER": "joe\nx" + "y" * 99})
+    seen = appliance.read("/etc/seen").split("\n")
+    assert (*seen[:4], seen[5]) == ("nat_conn.htm", "save", "joe?x" + "y" * 59, "", "adsl-start")
 
 
 @pytest.mark.parametrize("ends", ["", "trap '' TERM\n"])
 def test_a_command_that_does_not_end_is_ended_with_all_that_it_started(hurried, ends):
-    script(hurried, START, f"#!/bin/bash\n{ends}echo $$ > /etc/pid\nsleep 3000 &\necho $! >> /etc/pid\nwait; wait\n")
+    script(hurried, START, f"#!/bin/bash\n{ends}echo $$ > /etc/pid\nsleep 3000 &\n"
+                           "echo $! >> /etc/pid\nwait; wait\n")
     result = hurried.save("nat_conn.htm", enable_dmz="checked", **ON)
     assert result.message == told(70, "adsl-start", 90)
     assert result.commands[-1] == IS_PPPOE  # the next action, for the virtual servers
-    until(lambda: not any(os.path.exists(f"/proc/{pid}") for pid in hurried.read("/etc/pid").split()))
+    pids = hurried.read("/etc/pid").split()
+    until(lambda: not any(os.path.exists(f"/proc/{pid}") for pid in pids))
 
 
 def test_a_view_does_not_wait_for_a_command_that_does_not_answer(hurried):
-    script(hurried, "/sbin/ifconfig", "#!/bin/bash\necho '  inet addr:192.0.2.1 '\nexec sleep 3000\n")
+    script(hurried, "/sbin/ifconfig",
+           "#!/bin/bash\necho '  inet addr:192.0.2.1 '\nexec sleep 3000\n")
     assert hurried.view("ac_cfg.htm").message == told(70, "ifconfig", 5)
 
 
@@ -117,7 +127,8 @@ def test_commands_need_no_first_line_and_no_path(appliance):
 def test_a_record_is_made_once_however_many_ask(appliance):
     appliance.write(RECORD, None)
     pages = []
-    views = [threading.Thread(target=lambda: pages.append(appliance.view("nat_vs.htm"))) for _ in range(8)]
+    views = [threading.Thread(target=lambda: pages.append(appliance.view("nat_vs.htm")))
+             for _ in range(8)]
     for view in views:
         view.start()
     for view in views:

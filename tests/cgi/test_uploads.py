@@ -41,17 +41,20 @@ def left_behind(appliance):
     (VIEW + field("typed", "a+b%41&c=d") + END, "a+b%41&c=d"),
     (VIEW + field("typed", "") + END, ""),
     (VIEW + field("typed", "b") + field("typed", "a") + END, "a"),
-    ("preamble\r\n" + VIEW + field("typed", "--XyZ is no end") + END + "epilogue", "--XyZ is no end"),
+    (f"preamble\r\n{VIEW}{field('typed', '--XyZ is no end')}{END}epilogue", "--XyZ is no end"),
     (VIEW + part(["content-DISPOSITION:form-data ; NAME=typed", "X: y"], "a") + END, "a"),
     (VIEW + part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a") + END, ""),
-    (VIEW + part(['Content-Disposition: form-data; x="\\"; name=no; y="; name=typed'], "a") + END, "a"),
+    (VIEW + part(['Content-Disposition: form-data; x="\\"; name=no; y="; name=typed'], "a") + END,
+     "a"),
     (VIEW + upload("typed", "", "") + END, ""),
 ])
 def test_fields(appliance, body, shown, content_type):
     assert seen(send(appliance, body, content_type)) == f"wan_dc[][{shown}]"
 
 
-@pytest.mark.parametrize("file_name", ["m.inf", "C:\\dir\\m.inf", "../../etc/passwd", "a\\\"; name=\\\"todo", "/etc/x", "%00", "`x`"])
+@pytest.mark.parametrize("file_name", [
+    "m.inf", "C:\\dir\\m.inf", "../../etc/passwd", "a\\\"; name=\\\"todo", "/etc/x", "%00", "`x`",
+])
 @pytest.mark.parametrize("content", ["", "x", "\0\r\n--Xy\n" * 1000])
 def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, content):
     result = send(appliance, VIEW + upload("typed", file_name, content) + END)
@@ -61,9 +64,11 @@ def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, 
 
 @pytest.mark.parametrize("body, content_type", [
     (VIEW + END, "multipart/form-data"), (VIEW + END, 'multipart/form-data; boundary="XyZ'),
-    (VIEW + END, "multipart/form-data; boundary=" + "x" * 71), ("", TYPE), (VIEW, TYPE), (VIEW + "--XyZ", TYPE),
+    (VIEW + END, "multipart/form-data; boundary=" + "x" * 71), ("", TYPE), (VIEW, TYPE),
+    (VIEW + "--XyZ", TYPE),
     (VIEW + upload("typed", "m.inf", "x" * 100)[:-1], TYPE), ("--XyZ\r\nno header line", TYPE),
-    (VIEW + "--XyZ\r\n\r\nno headers\r\n" + END, TYPE), (VIEW + part(["Content-Type: text/plain"], "x") + END, TYPE),
+    (VIEW + "--XyZ\r\n\r\nno headers\r\n" + END, TYPE),
+    (VIEW + part(["Content-Type: text/plain"], "x") + END, TYPE),
     (VIEW + part(['Content-Disposition: form-data; name="x'], "x") + END, TYPE),
     (VIEW + part(["Content-Disposition: attachment; name=x"], "x") + END, TYPE),
     (VIEW + "--XyZjunk\r\n" + field("a", "b") + END, TYPE),
@@ -83,5 +88,6 @@ def test_a_form_cut_off_on_its_way_is_fatal(appliance):
 
 
 def test_a_line_break_in_a_field_is_refused_like_any_control_character(appliance):
-    result = send(appliance, VIEW + field("typed", "a\r\nb") + upload("load_file", "m.inf", "x\n") + END)
+    form = VIEW + field("typed", "a\r\nb") + upload("load_file", "m.inf", "x\n") + END
+    result = send(appliance, form)
     assert seen(result) == f"wan_dc[{told(61, 'typed')}][a\r\nb]"

@@ -7,14 +7,16 @@ from appliance import RECORD, WAN, octets, told
 SCRIPT = "/etc/rc.d/rc.ipvs"
 REBUILD = ["/sbin/ipvsadm -C"]
 REPORT = "/usr/share/quillstead/network/NET_ReadNetworkInfo %s"
-SERVERS = {  # form prefix: keys in the record for switch, host and port, and how a refusal names the server
+# form prefix: keys in the record for switch, host and port, and how a refusal names the server
+SERVERS = {
     "vs_web": ("Web", "WebIP", "WebPort", 32, "web"),
     "vs_pop3": ("Pop3", "Pop3IP", "Pop3Port", 32, "pop3"),
     "vs_smtp": ("Smtp", "SmtpIP", "SmtpPort", 32, "smtp"),
     "vs_ftp": ("Ftp", "FtpIP", "FtpCtlPort", 32, "ftp"),
     **{f"vs_ud{n}": (f"VS_UD{n}", f"UD{n}_IP", f"UD{n}_Port", 49, str(n)) for n in range(1, 6)},
 }
-PORTS = {f"{prefix}_portno" + "_ctrl" * (prefix == "vs_ftp"): port for prefix, (_, _, port, *_) in SERVERS.items()}
+PORTS = {f"{prefix}_portno" + "_ctrl" * (prefix == "vs_ftp"): server[2]
+         for prefix, server in SERVERS.items()}
 LONG = "fifteen letters and more"
 
 
@@ -67,12 +69,13 @@ def test_external_address(appliance, method, wan_settings, asked, report, shown)
     ({"Https": 1}, {"vs_https_enable": "unchecked"}, {"Https": "0"}),
     ({}, {"vs_ud2_enable": ""}, {"VS_UD2": "1"}),
     ({"VS_UD5": 1}, {"vs_ud5_enable": "unchecked"}, {"VS_UD5": "0"}),
-    # Addresses: octets that begin with no digit are left out, without the first the host is cleared.
+    # Addresses: octets that begin with no digit are left out, the first one clears the host.
     ({"WebIP": "192.168.1.9"}, octets("vs_web_", "abc.168.1.9"), {"WebIP": ""}),
     ({"UD4_IP": "192.168.1.9"}, octets("vs_ud4_", "..."), {"UD4_IP": ""}),
     ({"FtpIP": "192.168.1.9"}, {"vs_ftp_4": "9"}, {"FtpIP": ""}),
     ({}, octets("vs_pop3_", "10..1a.x"), {"Pop3IP": "10.1a."}),
-    ({"UD1_Name": "n", "UD1_IP": "10.0.0.1"}, octets("vs_ud1_", "100.100.100.100"), {"UD1_IP": "100.100.100.100"}),
+    ({"UD1_Name": "n", "UD1_IP": "10.0.0.1"}, octets("vs_ud1_", "100.100.100.100"),
+     {"UD1_IP": "100.100.100.100"}),
     # Ports: whatever number begins the text, in 32 bits.
     ({}, {"vs_web_portno": " 8080x"}, {"WebPort": "8080"}),
     ({}, {"vs_web_portno": ""}, {"WebPort": "0"}),
@@ -80,10 +83,13 @@ def test_external_address(appliance, method, wan_settings, asked, report, shown)
     ({}, {"vs_smtp_portno": "-1"}, {"SmtpPort": "4294967295"}),
     ({}, {"vs_ftp_portno_data": "4294967297"}, {"FtpDataPort": "1"}),
     # A port is free to servers that are switched off, and HTTPS takes none.
-    ({"Web": 1, "WebPort": 8}, {"vs_web_portno": "80", "vs_pop3_portno": "80"}, {"WebPort": "80", "Pop3Port": "80"}),
-    ({"Web": 1, "Https": 1}, {"vs_ud1_enable": "checked", "vs_ud1_portno": "443"}, {"VS_UD1": "1", "UD1_Port": "443"}),
+    ({"Web": 1, "WebPort": 8}, dict(vs_web_portno="80", vs_pop3_portno="80"),
+     dict(WebPort="80", Pop3Port="80")),
+    ({"Web": 1, "Https": 1}, dict(vs_ud1_enable="checked", vs_ud1_portno="443"),
+     dict(VS_UD1="1", UD1_Port="443")),
     # Names stand as typed, in fourteen characters.
-    ({}, {"vs_ud1_name": LONG, **octets("vs_ud1_", "10.0.0.9")}, {"UD1_Name": LONG[:14], "UD1_IP": "10.0.0.9"}),
+    ({}, dict(vs_ud1_name=LONG, **octets("vs_ud1_", "10.0.0.9")),
+     dict(UD1_Name=LONG[:14], UD1_IP="10.0.0.9")),
     ({"UD5_IP": "10.0.0.9"}, {"vs_ud5_name": "a=b; #'$x"}, {"UD5_Name": "a=b; #'$x"}),
     ({"UD2_Name": "game"}, {"vs_ud2_name": ""}, {"UD2_Name": ""}),
 ])
@@ -91,15 +97,17 @@ def test_what_is_stored(appliance, before, form, after):
     prepare(appliance, **before)
     old = appliance.keys(RECORD)
     result = save(appliance, form)
-    assert {key: value for key, value in appliance.keys(RECORD).items() if old.get(key) != value} == {
-        **after, "DNS": "192.0.2.53"}
-    assert (set(result.changed), result.commands, appliance.mode(RECORD)) == ({RECORD, SCRIPT}, REBUILD, 0o600)
+    changed = dict(appliance.keys(RECORD).items() - old.items())
+    assert changed == {**after, "DNS": "192.0.2.53"}
+    assert (result.changed.keys(), result.commands) == ({RECORD, SCRIPT}, REBUILD)
+    assert appliance.mode(RECORD) == 0o600
     assert (result.page, result.message) == ("nat_base.htm", "")
 
 
 @pytest.mark.parametrize("form", [
     {},
-    {"vs_web_enable": "unchecked", "vs_web_portno": "80", "vs_https_enable": "unchecked", **octets("vs_web_", "x.x.x.x")},
+    dict(vs_web_enable="unchecked", vs_web_portno="80", vs_https_enable="unchecked",
+         **octets("vs_web_", "x.x.x.x")),
     {"vs_ud1_name": LONG, **octets("vs_ud1_", "10.0.0.1"), "vs_ud1_portno": "25"},
     {"todo": "cancel", "vs_web_enable": "checked", "vs_web_1": "1000"},
 ])
@@ -124,14 +132,14 @@ ON = {"Web": 1, "Pop3": 1}
     # The check goes by what is switched on so far, the storing by what the form switches on.
     (ON, {"vs_web_portno": "80", "vs_pop3_portno": "80"}, 50, None),
     (ON, {"vs_web_enable": "unchecked", "vs_web_portno": "80", "vs_pop3_portno": "80"}, 50, None),
-    ({}, {"vs_web_enable": "checked", "vs_web_portno": "80", "vs_ud5_enable": "checked", "vs_ud5_portno": "80"},
-     50, None),
+    ({}, dict(vs_web_enable="checked", vs_web_portno="80", vs_ud5_enable="checked",
+              vs_ud5_portno="80"), 50, None),
     ({"Ftp": 1}, {"vs_ftp_portno_ctrl": "21", "vs_ftp_portno_data": "21"}, 50, None),
     ({"VS_UD1": 1, "VS_UD4": 1}, {"vs_ud1_portno": "99", "vs_ud4_portno": "99"}, 50, None),
     ({"Smtp": 1, "VS_UD2": 1}, {"vs_smtp_portno": "", "vs_ud2_portno": "x"}, 50, None),
 ])
 def test_refusals(appliance, before, form, message, name):
-    """The check comes before any page of the save has stored something; what was typed is shown again."""
+    """The check comes before any page has stored something; what was typed is shown again."""
     prepare(appliance, **before)
     form = {**form, "vs_ud3_name": "kept", "vs_https_enable": "checked"}
     result = save(appliance, form)

@@ -4,20 +4,31 @@ import re
 
 import pytest
 
-from appliance import (CHAP, HAS_ADDRESS, IFCFG, IS_MODEM, IS_PPPOE, NETWORK, PAP, PPPOE, RECORD, SET_DNS, SETTINGS,
-                       SQUID, WAN, octets, told)
+from appliance import (CHAP, HAS_ADDRESS, IFCFG, IS_MODEM, IS_PPPOE, NETWORK, PAP, PPPOE, RECORD,
+                       SET_DNS, SETTINGS, SQUID, WAN, octets, told)
 
 LOG = "/var/log/pppd.log"
 INFO = "/usr/share/quillstead/network/NET_ReadNetworkInfo"
 OWN_ADDRESS = f"{INFO} eth0"
-PORT = "HWADDR=00:A0:C9:00:00:00\n"
+PORT_ADDRESS = "00:A0:C9:00:00:00"
+PORT = f"HWADDR={PORT_ADDRESS}\n"
 
 DIRECT_FORM = dict(isp_ip_type="fixed", device_name="", wan_mac_address="")
 ACCOUNT = dict(ppp_ac_name="joe@isp", ppp_ac_pwd="secret", ppp_idle_time="5", isp_ip_type="dynamic")
 
 
+def fields(prefixes, addresses):
+    pairs = zip(prefixes, addresses)
+    return {key: octet for each in pairs for key, octet in octets(*each).items()}
+
+
 def dns(*servers):
-    return {key: octet for n, text in enumerate(servers, 1) for key, octet in octets(f"dns{n}_ip_", text).items()}
+    return fields(("dns1_ip_", "dns2_ip_", "dns3_ip_"), servers)
+
+
+def isp(*addresses):
+    """The fields of an address, its mask and its gateway."""
+    return fields(("nat_isp_ip0", "nat_isp_mask0", "nat_isp_gw0"), addresses)
 
 
 def post(appliance, page, form):
@@ -27,16 +38,18 @@ def post(appliance, page, form):
 
 
 @pytest.mark.parametrize("settings, info, expected, asks", [
-    ({}, PORT, {"wan_mac_address": "00A0C9000000", "isp_ip_type": "dynamic", "nat_isp_ip01": "", "device_name": "",
-                "default_name": "quillstead", **dns("192.0.2.53", "198.51.100.53", "...")}, True),
+    ({}, PORT, dict(wan_mac_address="00A0C9000000", isp_ip_type="dynamic", nat_isp_ip01="",
+                    device_name="", default_name="quillstead",
+                    **dns("192.0.2.53", "198.51.100.53", "...")), True),
     ({"wan_hw_addr": "00A0C9112233"}, PORT, {"wan_mac_address": "00A0C9112233"}, False),
     ({}, "HWADDR\n", {"wan_mac_address": ""}, True),
     ({}, "", {"wan_mac_address": ""}, True),
-    ({"dynamic": "0", "wan_ipaddr": "10.20.30.40", "wan_netmask": "255.0.1.2", "wan_gateway": "10.20.30.1",
-      "wan_name": "my-pc"}, PORT,
-     {"isp_ip_type": "fixed", "device_name": "my-pc", **octets("nat_isp_ip0", "10.20.30.40"),
-      **octets("nat_isp_mask0", "255.0.1.2"), **octets("nat_isp_gw0", "10.20.30.1")}, True),
-    ({"dns_server1": "8.8", "dns_server2": "", "dns_server3": "1.x2.3y.4"}, PORT, dns("8.8..", "...", "1..3.4"), True),
+    (dict(dynamic="0", wan_ipaddr="10.20.30.40", wan_netmask="255.0.1.2", wan_gateway="10.20.30.1",
+          wan_name="my-pc"), PORT,
+     dict(isp_ip_type="fixed", device_name="my-pc",
+          **isp("10.20.30.40", "255.0.1.2", "10.20.30.1")), True),
+    (dict(dns_server1="8.8", dns_server2="", dns_server3="1.x2.3y.4"), PORT,
+     dns("8.8..", "...", "1..3.4"), True),
 ])
 def test_direct_page_shows(appliance, settings, info, expected, asks):
     appliance.change(SETTINGS, **settings)
@@ -46,45 +59,49 @@ def test_direct_page_shows(appliance, settings, info, expected, asks):
     assert (result.message, result.commands, result.changed) == ("", [OWN_ADDRESS] * asks, {})
 
 
-@pytest.mark.parametrize("page, file, named", [("wan_dc.htm", SETTINGS, SETTINGS), ("wan_ppp.htm", WAN, WAN),
-                                               ("wan_ppp.htm", PPPOE, WAN)])
+@pytest.mark.parametrize("page, file, named", [
+    ("wan_dc.htm", SETTINGS, SETTINGS), ("wan_ppp.htm", WAN, WAN), ("wan_ppp.htm", PPPOE, WAN),
+])
 def test_missing_settings(appliance, page, file, named):
     appliance.write(file, None)
     assert appliance.view(page).message == told(13, named)
 
 
-@pytest.mark.parametrize("form, head, expected", [
-    ({**octets("nat_isp_ip0", "192.168.1.1"), **octets("nat_isp_mask0", "255.255.255.0"),
-      **octets("nat_isp_gw0", "192.168.1.254")},
-     "BOOTPROTO=none\nIPADDR=192.168.1.1\nNETMASK=255.255.255.0\nGATEWAY=192.168.1.254\nMACADDR=00:A0:C9:11:22:33\n",
-     dict(wan_ipaddr="192.168.1.1", wan_netmask="255.255.255.0", wan_gateway="192.168.1.254", dynamic="0")),
-    ({"isp_ip_type": "dynamic", "device_name": "my-pc", **octets("nat_isp_ip0", "192.168.1.1")},
-     "BOOTPROTO=dhcp\nDHCP_HOSTNAME=my-pc\nMACADDR=00:A0:C9:11:22:33\n", dict(wan_name="my-pc", dynamic="1")),
-    ({"isp_ip_type": "dynamically", "wan_mac_address": None, "device_name": "my-pc",
-      **octets("nat_isp_ip0", "abc.-.x.999"), **octets("nat_isp_mask0", "25512.0.0.0")},
-     "BOOTPROTO=none\nIPADDR=abc.-.x.999\nNETMASK=255.0.0.0\nGATEWAY=...\n",
-     dict(wan_ipaddr="abc.-.x.999", wan_netmask="255.0.0.0", wan_gateway="...", wan_hw_addr="", wan_name="my-pc",
-          dynamic="0")),
-    ({"wan_mac_address": "FFFFFFFFFFFF", **dns("8x.8 .4;.4", ".1.1.1", "9.9")},
-     "BOOTPROTO=none\nIPADDR=...\nNETMASK=...\nGATEWAY=...\nMACADDR=00:A0:C9:11:22:33\n",
-     dict(wan_ipaddr="...", wan_netmask="...", wan_gateway="...", dynamic="0", dns_server1="8.8.4.4", dns_server2="")),
+OURS = "192.168.1.1", "255.255.255.0", "192.168.1.254"
+MAC = "MACADDR=00:A0:C9:11:22:33\n"
+
+
+@pytest.mark.parametrize("form, fixed, rest, expected", [
+    (isp(*OURS), OURS, MAC, {}),
+    (dict(isp_ip_type="dynamic", device_name="my-pc", **isp("192.168.1.1")), (),
+     f"BOOTPROTO=dhcp\nDHCP_HOSTNAME=my-pc\n{MAC}", dict(wan_name="my-pc", dynamic="1")),
+    (dict(isp_ip_type="dynamically", wan_mac_address=None, device_name="my-pc",
+          **isp("abc.-.x.999", "25512.0.0.0")),
+     ("abc.-.x.999", "255.0.0.0", "..."), "", dict(wan_hw_addr="", wan_name="my-pc")),
+    (dict(wan_mac_address="FFFFFFFFFFFF", **dns("8x.8 .4;.4", ".1.1.1", "9.9")),
+     ("...", "...", "..."), MAC, dict(dns_server1="8.8.4.4", dns_server2="")),
 ])
-def test_direct_save(appliance, form, head, expected):
+def test_direct_save(appliance, form, fixed, rest, expected):
     settings = appliance.change(SETTINGS, wan_hw_addr="00A0C9112233", wan_ipaddr="9.9.9.9")
     result = post(appliance, "wan_dc.htm", {**DIRECT_FORM, **form})
-    expected = {"wan_ipaddr": "", **expected}
-    settings = re.sub(r"(?m)^(\w+)=(.*)$", lambda line: f"{line[1]}={expected.get(line[1], line[2])}", settings)
-    assert result.changed == {SETTINGS: settings, IFCFG: "DEVICE=eth0\nONBOOT=no\n" + head}
-    assert result.commands == [OWN_ADDRESS] * ("wan_mac_address" in form and form["wan_mac_address"] is None)
+    stored = dict(zip(("wan_ipaddr", "wan_netmask", "wan_gateway"), fixed))
+    for key, value in {"wan_ipaddr": "", "dynamic": "0", **stored, **expected}.items():
+        settings = re.sub(f"(?m)^{key}=.*$", f"{key}={value}", settings)
+    if fixed:
+        rest = "BOOTPROTO=none\nIPADDR={}\nNETMASK={}\nGATEWAY={}\n".format(*fixed) + rest
+    assert result.changed == {SETTINGS: settings, IFCFG: "DEVICE=eth0\nONBOOT=no\n" + rest}
+    assert result.commands == [OWN_ADDRESS] * (form.get("wan_mac_address", "") is None)
     assert (result.page, result.message) == ("wan_dc.htm", "")
 
 
-@pytest.mark.parametrize("page, form", [("wan_dc.htm", DIRECT_FORM), ("wan_ppp.htm", ACCOUNT),
-                                        ("sp_int.htm", {"nat_idle_time": "5"})])
+@pytest.mark.parametrize("page, form", [
+    ("wan_dc.htm", DIRECT_FORM), ("wan_ppp.htm", ACCOUNT), ("sp_int.htm", {"nat_idle_time": "5"}),
+])
 def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
     whole = post(appliance, page, {**form, **dns("1.1.1.1", "22.22.22.22222222", "3..3.3")})
-    assert [whole.commands.count(SET_DNS), whole.changed[SETTINGS].count("dns_server")] == [2, 3]
-    assert re.findall("dns_server.=(.*)", whole.changed[SETTINGS]) == ["1.1.1.1", "22.22.22.222222", "3..3.3"]
+    settings = whole.changed[SETTINGS]
+    assert [whole.commands.count(SET_DNS), settings.count("dns_server")] == [2, 3]
+    assert re.findall("dns_server.=(.*)", settings) == ["1.1.1.1", "22.22.22.222222", "3..3.3"]
     if page == "wan_ppp.htm":  # has a field behind them that can be refused
         form = {**form, **dns("4.4.4.4", "5.5.5.5;", "6.6.6.6"), "service_name": '"'}
         refused = post(appliance, page, form)
@@ -94,7 +111,8 @@ def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
 
 @pytest.mark.parametrize("field, value", [
     ("nat_isp_ip01", "1234"), ("nat_isp_ip02", "1;"), ("nat_isp_ip03", "`"), ("nat_isp_ip04", "$x"),
-    ("nat_isp_mask01", "1 2"), ("nat_isp_mask04", "255.0.0.0;"), ("nat_isp_gw02", "#"), ("nat_isp_gw03", "(1"),
+    ("nat_isp_mask01", "1 2"), ("nat_isp_mask04", "255.0.0.0;"),
+    ("nat_isp_gw02", "#"), ("nat_isp_gw03", "(1"),
 ])
 def test_direct_octets_refused(appliance, field, value):
     result = post(appliance, "wan_dc.htm", {**DIRECT_FORM, field: value})
@@ -110,9 +128,9 @@ def test_device_name_refused(appliance, character):
 
 
 @pytest.mark.parametrize("todo, address, stored, line", [
-    ("change_wan_mac", "00A0C9112233", "00A0C9112233", "MACADDR=00:A0:C9:11:22:33\n"),
+    ("change_wan_mac", "00A0C9112233", "00A0C9112233", MAC),
     ("change_wan_mac", "abcdefABCDEF", "abcdefABCDEF", "MACADDR=ab:cd:ef:AB:CD:EF\n"),
-    ("change_wan_mac", "00-A0:C9:11-22-33:", "00A0C9112233", "MACADDR=00:A0:C9:11:22:33\n"),
+    ("change_wan_mac", "00-A0:C9:11-22-33:", "00A0C9112233", MAC),
     ("change_wan_mac", "", "", ""), ("change_wan_mac", ":-", "", ""),
     ("default_wan_mac", "00A0C9112233", "", ""),
 ])
@@ -121,7 +139,7 @@ def test_hardware_address_buttons(appliance, todo, address, stored, line):
     appliance.write(IFCFG, "DEVICE=eth0\nMACADDR=11:22:33:44:55:66\nONBOOT=no\n")
     appliance.answer("NET_ReadNetworkInfo eth0", PORT)
     result = post(appliance, "wan_dc.htm", {"todo": todo, "wan_mac_address": address})
-    assert result.changed == {SETTINGS: settings.replace("wan_hw_addr=112233445566", f"wan_hw_addr={stored}"),
+    assert result.changed == {SETTINGS: settings.replace("=112233445566", f"={stored}"),
                               IFCFG: f"DEVICE=eth0\n{line}ONBOOT=no\n"}
     assert result.shown["wan_mac_address"] == (stored or "00A0C9000000")
     assert result.commands == ([] if stored else [OWN_ADDRESS])
@@ -139,13 +157,13 @@ def test_hardware_address_kept(appliance, todo, address, number):
 
 
 @pytest.mark.parametrize("wan, extra, expected", [
-    ({}, '""', {"ppp_ac_name": "", "ppp_ac_pwd_kept": "", "ppp_idle_time": "5", "isp_ip_type": "dynamic", "service_name": "",
-                **dns("192.0.2.53", "198.51.100.53", "...")}),
-    ({"pppoe_username": "joe#1 x@isp", "pppoe_password": "a=b ' $c", "idle": "10", "pppoe_dyna": "0",
-      "pppoe_ip": "10.20.30.40"}, '"-S ISP1  "',
-     {"ppp_ac_name": "joe#1 x@isp", "ppp_ac_pwd_kept": "unchanged", "ppp_idle_time": "10",
-      "isp_ip_type": "fixed", "service_name": "ISP1", **octets("nat_isp_ip0", "10.20.30.40")}),
-    ({"pppoe_ip": "10.20.30.40"}, '"-U -S a \\$b" #"', {"service_name": "a $b", **octets("nat_isp_ip0", "...")}),
+    ({}, '""', dict(ppp_ac_name="", ppp_ac_pwd_kept="", ppp_idle_time="5", isp_ip_type="dynamic",
+                    service_name="", **dns("192.0.2.53", "198.51.100.53", "..."))),
+    (dict(pppoe_username="joe#1 x@isp", pppoe_password="a=b ' $c", idle="10", pppoe_dyna="0",
+          pppoe_ip="10.20.30.40"), '"-S ISP1  "',
+     dict(ppp_ac_name="joe#1 x@isp", ppp_ac_pwd_kept="unchanged", ppp_idle_time="10",
+          isp_ip_type="fixed", service_name="ISP1", **isp("10.20.30.40"))),
+    ({"pppoe_ip": "10.20.30.40"}, '"-U -S a \\$b" #"', {"service_name": "a $b", **isp("...")}),
 ])
 def test_pppoe_page_shows(appliance, wan, extra, expected):
     appliance.change(WAN, **wan)
@@ -156,17 +174,15 @@ def test_pppoe_page_shows(appliance, wan, extra, expected):
 
 
 @pytest.mark.parametrize("form, wan, conf", [
-    ({}, "joe@isp\npppoe_password=secret\nidle=5\npppoe_dyna=1\npppoe_ip=\n", ("joe@isp", "300", "300", '""')),
-    ({"ppp_idle_time": "10", "isp_ip_type": "fixed", "service_name": "ISP1", **octets("nat_isp_ip0", "10.20.3040.a")},
-     "joe@isp\npppoe_password=secret\nidle=10\npppoe_dyna=0\npppoe_ip=10.20.304.a",
-     ("joe@isp", "600", "600", '"-S ISP1"')),
-    ({"ppp_idle_time": "0", "isp_ip_type": "dynamic IP", "ppp_ac_name": None, **octets("nat_isp_ip0", "1.2.3.4")},
-     "\npppoe_password=secret\nidle=0\npppoe_dyna=1\npppoe_ip=1.2.3.4", ("", "no", "0", '""')),
-    ({"ppp_idle_time": "2x", "isp_ip_type": None, "ppp_ac_pwd": None, "ppp_ac_pwd_v": "other"},
-     "joe@isp\npppoe_password=\nidle=2\npppoe_dyna=0\npppoe_ip=\n", ("joe@isp", "120", "120", '""')),
-    ({"ppp_idle_time": "9999 ", "ppp_ac_name": "j!]}^%@é", "ppp_ac_pwd": "secret!$x"},
-     "j!]}^%@é\npppoe_password=secret!$x\nidle=9999\npppoe_dyna=1\npppoe_ip=\n",
-     ("j!]}^%@é", "599940", "599940", '""')),
+    ({}, ("joe@isp", "secret", "5", "1", "\n"), ("300", "300", '""')),
+    (dict(ppp_idle_time="10", isp_ip_type="fixed", service_name="ISP1", **isp("10.20.3040.a")),
+     ("joe@isp", "secret", "10", "0", "10.20.304.a"), ("600", "600", '"-S ISP1"')),
+    (dict(ppp_idle_time="0", isp_ip_type="dynamic IP", ppp_ac_name=None, **isp("1.2.3.4")),
+     ("", "secret", "0", "1", "1.2.3.4"), ("no", "0", '""')),
+    (dict(ppp_idle_time="2x", isp_ip_type=None, ppp_ac_pwd=None, ppp_ac_pwd_v="other"),
+     ("joe@isp", "", "2", "0", "\n"), ("120", "120", '""')),
+    (dict(ppp_idle_time="9999 ", ppp_ac_name="j!]}^%@é", ppp_ac_pwd="secret!$x"),
+     ("j!]}^%@é", "secret!$x", "9999", "1", "\n"), ("599940", "599940", '""')),
 ])
 def test_pppoe_save(appliance, form, wan, conf):
     before = appliance.read(PPPOE)
@@ -174,9 +190,11 @@ def test_pppoe_save(appliance, form, wan, conf):
     result = post(appliance, "wan_ppp.htm", form)
     name, password = (form[key] or '""' for key in ("ppp_ac_name", "ppp_ac_pwd"))
     secret = f"#PPPoE\n{name}\tppp0\t{password}\n"
-    expected = appliance.change(PPPOE, **dict(zip(("USER", "DEMAND", "PPPOE_TIMEOUT", "PPPOE_EXTRA"), conf)))
+    keys = "USER", "DEMAND", "PPPOE_TIMEOUT", "PPPOE_EXTRA"
+    expected = appliance.change(PPPOE, **dict(zip(keys, (wan[0], *conf))))
     assert result.changed == {
-        WAN: "nat_enable=no\nnat_interface=eth0\nconnect_method=0\npppoe_username=" + wan,
+        WAN: "nat_enable=no\nnat_interface=eth0\nconnect_method=0\npppoe_username={}\n"
+             "pppoe_password={}\nidle={}\npppoe_dyna={}\npppoe_ip={}".format(*wan),
         **{file: "#client\tserver\tsecret\tIP address\n" + secret for file in (PAP, CHAP)},
         **({PPPOE: expected} if expected != before else {}),
     }
@@ -185,19 +203,21 @@ def test_pppoe_save(appliance, form, wan, conf):
 
 
 @pytest.mark.parametrize("before, kept", [
-    (None, "nat_enable=no\nnat_interface=eth0\nconnect_method=2\n"), ("one\ntwo", "one\ntwo\nconnect_method=2\n"),
+    (None, "nat_enable=no\nnat_interface=eth0\nconnect_method=2\n"),
+    ("one\ntwo", "one\ntwo\nconnect_method=2\n"),
     ("x" * 70 + "\ntwo\r\nthree\nnat_enable=yes\nidle=9\n", "x" * 63 + "\ntwo\r\nthree\n"),
 ])
 def test_pppoe_save_keeps_the_first_three_lines(appliance, before, kept):
     appliance.write(WAN, before)
     result = post(appliance, "wan_ppp.htm", ACCOUNT)
-    assert result.changed[WAN].split("pppoe_username=")[0] == kept and "idle=9" not in result.changed[WAN]
+    assert result.changed[WAN].split("pppoe_username=")[0] == kept
+    assert "idle=9" not in result.changed[WAN]
     assert appliance.mode(WAN) == 0o600
 
 
 @pytest.mark.parametrize("field, value, text", [
-    ("ppp_ac_name", "", told(16)), ("ppp_idle_time", "", told(15)), ("isp_ip_type", "", told(5, "wan_ppp.htm")),
-    ("nat_isp_ip03", "1 2", told(19)),
+    ("ppp_ac_name", "", told(16)), ("ppp_idle_time", "", told(15)),
+    ("isp_ip_type", "", told(5, "wan_ppp.htm")), ("nat_isp_ip03", "1 2", told(19)),
 ])
 def test_pppoe_refused(appliance, field, value, text):
     result = post(appliance, "wan_ppp.htm", {**ACCOUNT, field: value})
@@ -205,9 +225,9 @@ def test_pppoe_refused(appliance, field, value, text):
 
 
 @pytest.mark.parametrize("page", ["wan_dc.htm", "wan_ppp.htm"])
-@pytest.mark.parametrize("fields", [{"todo": "cancel", **ACCOUNT}, {}], ids=["another button", "no field"])
-def test_nothing_to_save(appliance, page, fields):
-    assert post(appliance, page, fields).changed == {}
+@pytest.mark.parametrize("form", [{"todo": "cancel", **ACCOUNT}, {}], ids=["other button", "none"])
+def test_nothing_to_save(appliance, page, form):
+    assert post(appliance, page, form).changed == {}
 
 
 FIXED = PORT + "IPADDR=192.0.2.7\nNETMASK=255.255.255.0\nGATEWAY=192.0.2.1\n"
@@ -230,8 +250,8 @@ def test_direct_status(appliance, wan, info, lease, expected):
     appliance.write("/tmp/dyna", lease)
     result = appliance.view("dc_status.htm")
     keys = "dc_ph_add dc_wan_dhcp dc_ip_address dc_mask dc_gw wan_dns".split()
-    assert [result.shown[key] for key in keys] == ["00:A0:C9:00:00:00" if wan else "", *expected, DNS]
-    assert (result.commands, result.changed) == ([f"{INFO} eth0"] * bool(wan), {})
+    assert [result.shown[key] for key in keys] == [PORT_ADDRESS if wan else "", *expected, DNS]
+    assert (result.commands, result.changed) == ([OWN_ADDRESS] * bool(wan), {})
 
 
 UP = "HWADDR=x\nIPADDR=203.0.113.9\nNETMASK=255.255.255.255\n"
@@ -252,8 +272,9 @@ def test_pppoe_status(appliance, method, pid, link, expected):
     appliance.answer("NET_ReadNetworkInfo ppp0", link or "")
     result = appliance.view("ppp_status.htm")
     keys = "ppp_ph_add ppp_link_status ppp_ip_address ppp_mask wan_dns".split()
-    assert [result.shown[key] for key in keys] == ["" if pid is None else "00:A0:C9:00:00:00", *expected, DNS]
-    asked = [f"{INFO} eth0", "/sbin/pidof pppoe", f"{INFO} ppp0"]
+    own = "" if pid is None else PORT_ADDRESS
+    assert [result.shown[key] for key in keys] == [own, *expected, DNS]
+    asked = [OWN_ADDRESS, "/sbin/pidof pppoe", f"{INFO} ppp0"]
     assert (result.commands, result.changed) == (asked[:3 if link else 0 if pid is None else 2], {})
 
 
@@ -277,6 +298,6 @@ def test_status_buttons(saved, method, page, todo, ran):
     saved.change(RECORD, Method=method)
     saved.write(LOG, "CONNECT\n")
     result = post(saved, page, {"todo": todo})
-    assert [each for each in result.commands if INFO not in each and "/sbin/pidof pppoe" not in each] == ran
+    assert [each for each in result.commands if INFO not in each and " pppoe" not in each] == ran
     assert saved.read(LOG) == ("" if todo == "ppp_clearlog" else "CONNECT\n")
     assert result.page == page

@@ -1,4 +1,4 @@
-"""Real copies of the two web servers, each with the configuration that is shipped for it, on loopback."""
+"""Real copies of the two web servers, each with the configuration shipped for it, on loopback."""
 
 import base64
 import http.client
@@ -15,7 +15,7 @@ from appliance import INSTALLED, PROJECT, WWW, Appliance, free_ports, until
 # The program is in a private root: an ordinary user may enter it in a namespace of its own.
 ENTER = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
 SECRET = "admin:secret"
-# Addresses of this test run alone: on another's, a port that was free can be taken before the server has it.
+# Addresses of this test run alone: on another's, a free port can be taken before the server has it.
 OWN, OTHER = (f"127.{net}.{os.getpid() // 256 % 256}.{os.getpid() % 256}" for net in (77, 78))
 
 
@@ -36,7 +36,8 @@ def adapted(name, changes):
 
 
 def login(password):
-    return {"Authorization": "Basic " + base64.b64encode(password.encode()).decode()} if password else {}
+    coded = base64.b64encode(password.encode()).decode()
+    return {"Authorization": f"Basic {coded}"} if password else {}
 
 
 class Server:
@@ -72,12 +73,13 @@ class Server:
     def connect(self, source=OWN):
         return http.client.HTTPConnection(OWN, self.port, timeout=30, source_address=(source, 0))
 
-    def ask(self, method="GET", path="/nat.cgi", headers={}, body=None, password=SECRET, connection=None):
-        """Status, headers and body of the answer. The path is sent as it stands, a list of pieces in chunks."""
+    def ask(self, method="GET", path="/nat.cgi", headers={}, body=None, password=SECRET,
+            connection=None):
+        """Status, headers and body of the answer. The path is sent as is, a list in chunks."""
         connection = connection or self.connect()
+        headers = {"Host": self.host, **login(password), **headers}
         try:
-            connection.request(method, path, body, {"Host": self.host, **login(password), **headers},
-                               encode_chunked=isinstance(body, list))
+            connection.request(method, path, body, headers, encode_chunked=isinstance(body, list))
         except OSError:  # a server that refuses a long body need not read it
             pass
         answer = connection.getresponse()
@@ -87,8 +89,9 @@ class Server:
 
     def programs(self):
         """The requests that the program is at work on."""
-        command = ["find", "/proc", "-maxdepth", "2", "-path", "/proc/[0-9]*/exe", "-lname", self.box.at(INSTALLED)]
-        return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout.split()
+        command = [*"find /proc -maxdepth 2 -path /proc/[0-9]*/exe -lname".split(),
+                   self.box.at(INSTALLED)]
+        return subprocess.run(command, capture_output=True).stdout.split()
 
 
 class Lighttpd(Server):
@@ -96,17 +99,19 @@ class Lighttpd(Server):
 
     def command(self):
         private, root = self.folder, self.box.root
-        output("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-               "-subj", "/CN=box", "-keyout", private / "key", "-out", private / "certificate")
-        (private / "server.pem").write_text("".join((private / x).read_text() for x in ("key", "certificate")))
+        key, certificate = private / "key", private / "certificate"
+        output(*"openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes".split(),
+               "-subj", "/CN=box", "-keyout", key, "-out", certificate)
+        (private / "server.pem").write_text(key.read_text() + certificate.read_text())
         (private / "passwd").write_text(f"admin:{self.hash}\n")
         # The program in its root, in the folder in which the server has started it.
-        (private / "enter").write_text(f"#!/bin/bash\nenv > {private}/environment\n"
-                                       f'exec {" ".join(ENTER)} --root={root} --wd="${{PWD#{root}}}" /{INSTALLED}\n')
+        (private / "enter").write_text(
+            f"#!/bin/bash\nenv > {private}/environment\n"
+            f'exec {" ".join(ENTER)} --root={root} --wd="${{PWD#{root}}}" /{INSTALLED}\n')
         (private / "enter").chmod(0o755)
         values = self.site() | {"pages": self.www, "program": private / "enter", "private": private}
-        (private / "conf").write_text(adapted(
-            "lighttpd.conf", {f"var.{name} ": f'var.{name} = "{value}"' for name, value in values.items()}))
+        changes = {f"var.{name} ": f'var.{name} = "{value}"' for name, value in values.items()}
+        (private / "conf").write_text(adapted("lighttpd.conf", changes))
         command = ["/usr/sbin/lighttpd", "-f", private / "conf"]
         assert output(*command, "-tt") == ""
         return [*command, "-D"]
@@ -117,7 +122,8 @@ class Lighttpd(Server):
     def connect(self, source=OWN):
         context = ssl.create_default_context(cafile=self.folder / "certificate")
         context.check_hostname = False
-        context.maximum_version = ssl.TLSVersion.TLSv1_2  # a later one leaves something unread when a client hangs up
+        # A later one leaves something unread when a client hangs up.
+        context.maximum_version = ssl.TLSVersion.TLSv1_2
         return http.client.HTTPSConnection(OWN, self.port, timeout=30, source_address=(source, 0),
                                            context=context)
 
@@ -184,5 +190,5 @@ class Busybox(Server):
     def command(self):
         self.box.write("/etc/quillstead/httpd.conf", adapted("busybox-httpd.conf", {
             "A:": f"A:{OWN}", "/:admin:": f"/:admin:{self.hash}"}), 0o600)
-        return [*ENTER, f"--root={self.box.root}", "--wd=/", "/bin/busybox", "httpd", "-f", "-p", self.host,
-                "-h", "/www", "-c", "/etc/quillstead/httpd.conf"]
+        return [*ENTER, f"--root={self.box.root}", "--wd=/", "/bin/busybox", "httpd", "-f",
+                "-p", self.host, "-h", "/www", "-c", "/etc/quillstead/httpd.conf"]
