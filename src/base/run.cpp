@@ -116,6 +116,7 @@ pid_t spawn(const CommandLine& command, std::string_view word, int output, const
     for (const std::string_view pattern : command.words)
         if (!pattern.empty()) texts.emplace_back(pattern == "%s" ? word : pattern);
     std::vector<char*> words;
+    words.reserve(texts.size() + 1);
     for (std::string& text : texts) words.push_back(text.data());
     Start start(command, output, mask);
     pid_t pid = -1;

@@ -19,7 +19,7 @@ constexpr Field kName = {0, 100}, kMode = {100, 8}, kOwner = {108, 8}, kGroup = 
 constexpr std::size_t kKind = 156;
 
 constexpr std::string_view kUstar = {"ustar\00000", 8};
-constexpr std::string_view kGnu = {"ustar  ", 8};  // with the NUL behind it
+constexpr std::string_view kGnu = {"ustar  \0", 8};
 
 constexpr std::string_view kCut = "cut short";
 

@@ -68,7 +68,7 @@ public:
         struct sigaction action {};
         action.sa_handler = [](int) {};
         sigaction(SIGALRM, &action, &before_);
-        set({milliseconds / 1000, (milliseconds % 1000) * 1000}, {0, 100000});
+        set({milliseconds / 1000, (milliseconds % 1000) * 1000L}, {0, 100000});
     }
     ~Alarm() {
         set({}, {});

@@ -25,7 +25,8 @@ std::string list_of_files(std::size_t number, std::string_view behind,
     if (!room.take(behind)) return list;
     for (std::size_t file = 0; file < number; ++file) {
         const auto [path, words] = words_of(file);
-        std::string part = path + "\n" + words + "\n";
+        std::string part = path + "\n";
+        (part += words) += "\n";
         if (!room.take(part)) {
             part = path + "\n(There is more than this page has room for.)\n\n";
             if (!room.take(part)) break;

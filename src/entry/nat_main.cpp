@@ -32,6 +32,7 @@
 
 // What no page foresees ends the program. The library's own ways to the end would first name the
 // exception and build its text, for which they bring a twentieth of the program's size along.
+// NOLINTBEGIN(cert-dcl50-cpp, cert-dcl58-cpp): their names and arguments are the library's
 void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
 namespace std {
 void __throw_length_error(const char*) { abort(); }
@@ -42,6 +43,7 @@ void __throw_bad_alloc() { throw bad_alloc(); }
 void __throw_bad_array_new_length() { throw bad_alloc(); }
 void __throw_bad_function_call() { abort(); }
 }  // namespace std
+// NOLINTEND(cert-dcl50-cpp, cert-dcl58-cpp)
 
 namespace {
 

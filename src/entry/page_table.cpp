@@ -152,6 +152,7 @@ const PlainView* plain_view(std::string_view name) {
 
 std::vector<std::string_view> plain_view_names() {
     std::vector<std::string_view> names;
+    names.reserve(kPlainViews.size());
     for (const PlainView& view : kPlainViews) names.push_back(view.name);
     return names;
 }

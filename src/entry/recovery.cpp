@@ -39,6 +39,7 @@ bool take_back_half_made_change(Message& message) {
 // The names by which the journal knows actions.
 std::vector<std::string_view> names_of(const std::vector<const ProcRow*>& effects) {
     std::vector<std::string_view> names;
+    names.reserve(effects.size());
     for (const ProcRow* effect : effects) names.emplace_back(effect->name);
     return names;
 }

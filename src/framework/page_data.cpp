@@ -91,7 +91,7 @@ void add_part(JsonText& json, std::string_view name, std::string_view brackets,
 
 void write_items(JsonText& json, std::string_view text, Shape shape) {
     const std::string_view end = shape == Shape::broken_lines ? "<BR>"
-                                 : shape == Shape::parts      ? std::string_view("", 1)
+                                 : shape == Shape::parts      ? std::string_view("\0", 1)
                                                               : "\n";
     json.begin('[');
     while (!text.empty()) {

@@ -15,17 +15,18 @@ std::string with_sums(std::string_view input) {
         if (text.compare(at + 257, 5, "ustar") != 0) continue;
         text.replace(at + 148, 8, 8, ' ');
         const auto add = [](unsigned sum, char c) { return sum + static_cast<unsigned char>(c); };
-        unsigned sum = std::accumulate(text.begin() + at, text.begin() + at + kTarBlock, 0U, add);
+        const std::string_view block = std::string_view(text).substr(at, kTarBlock);
+        unsigned sum = std::accumulate(block.begin(), block.end(), 0U, add);
         for (std::size_t digit = 6; digit-- > 0; sum /= 8)
             text[at + 148 + digit] = static_cast<char>('0' + sum % 8);
     }
     return text;
 }
 
-void check(std::string_view raw) {
+void check(std::string_view input) {
     constexpr off_t kMost = 4096;
-    const std::string sealed = with_sums(raw);
-    const std::string_view input = sealed;
+    const std::string sealed = with_sums(input);
+    input = sealed;
     static const Descriptor file(memfd_create("tar", MFD_CLOEXEC));
     expect(ftruncate(file.get(), 0) == 0);
     expect(pwrite(file.get(), input.data(), input.size(), 0) == std::ssize(input));
