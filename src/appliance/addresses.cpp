@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::size_t kMostCharacters = 3;
+constexpr std::string_view kBetweenOctets = ".\r\n";
 
 void extend(AddressText& buffer, const char* octet, const char* separator) {
     if (buffer.empty() || !is_digit(*octet)) return;
@@ -21,7 +22,7 @@ void extend(AddressText& buffer, const char* octet, const char* separator) {
 
 std::string_view octet_of(std::string_view address, int number) {
     std::string_view octet;
-    for (int i = 0; i < number; ++i) octet = take_word(address, ".\r\n");
+    for (int i = 0; i < number; ++i) octet = take_word(address, kBetweenOctets);
     return octet;
 }
 

@@ -17,6 +17,7 @@ constexpr int kOctets = 4;
 constexpr std::size_t kDnsLine = 79;
 
 // The lines of the list begin so.
+constexpr std::string_view kAnyDnsKey = "dns_server";
 constexpr std::string_view DNSKey = "dns_server1=";
 constexpr std::string_view DNSKey2 = "dns_server2=";
 constexpr std::string_view DNSKey3 = "dns_server3=";
@@ -52,6 +53,7 @@ void for_each_dns(Use use) {
     LineReader in(QSCfgF, kDnsLine);
     while (in.is_open() && in.next()) {
         const std::string_view line = in.piece();
+        if (!line.starts_with(kAnyDnsKey)) continue;
         for (const std::string_view key : {DNSKey, DNSKey2, DNSKey3})
             if (line.starts_with(key) &&
                 !use(without_line_end(line.substr(key.size())).substr(0, DnsText::capacity)))

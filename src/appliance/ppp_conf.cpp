@@ -1,5 +1,7 @@
 #include "appliance/ppp_conf.h"
 
+#include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
 #include <variant>
@@ -80,15 +82,25 @@ constexpr Line kLinesBehindUserServers[] = {
     {"DMZ_IP", &PPPConf::DMZ_IP},
 };
 
-// The keys of user-defined server 1 to 5.
+// A key of a user-defined server, with its number in the place of the "#".
+constexpr Text<9> numbered(std::string_view key, std::size_t number) {
+    std::array<char, 9> text{};
+    std::ranges::copy(key, text.begin());
+    std::ranges::replace(text, '#', static_cast<char>('0' + number));
+    return text.data();
+}
+
 struct UserServerKeys {
-    std::string enabled, name, ip, port;
-    explicit UserServerKeys(std::size_t number)
-        : enabled("VS_UD" + std::to_string(number)),
-          name("UD" + std::to_string(number) + "_Name"),
-          ip("UD" + std::to_string(number) + "_IP"),
-          port("UD" + std::to_string(number) + "_Port") {}
+    Text<9> enabled, name, ip, port;
+    constexpr explicit UserServerKeys(std::size_t number)
+        : enabled(numbered("VS_UD#", number)),
+          name(numbered("UD#_Name", number)),
+          ip(numbered("UD#_IP", number)),
+          port(numbered("UD#_Port", number)) {}
 };
+// Of user-defined server 1 to 5.
+constexpr std::array<UserServerKeys, PPPConf::kUserServers> kUserServerKeys = {
+    UserServerKeys(1), UserServerKeys(2), UserServerKeys(3), UserServerKeys(4), UserServerKeys(5)};
 
 void read_field(PPPConf& record, int PPPConf::*field, const Line& line, const Profile* file) {
     record.*field = static_cast<int>(GetProfileLong(line.key, to_long(line.missing), file));
@@ -110,8 +122,7 @@ void read_lines(PPPConf& record, std::span<const Line> lines, const Profile* fil
         std::visit([&](auto field) { read_field(record, field, line, file); }, line.field);
 }
 
-void read_user_server(UserServer& server, std::size_t number, const Profile* file) {
-    const UserServerKeys keys(number);
+void read_user_server(UserServer& server, const UserServerKeys& keys, const Profile* file) {
     // In this order: the address takes the place of what a name of 15 characters has written there.
     Text<UserServer::kReadSize> name;
     AddressText ip;
@@ -147,7 +158,7 @@ void write_new_lines(std::span<const Line> lines, Replacement& out) {
 void write_user_servers(const std::array<UserServer, PPPConf::kUserServers>& servers,
                         Replacement& out) {
     for (std::size_t i = 0; i < servers.size(); ++i) {
-        const UserServerKeys keys(i + 1);
+        const UserServerKeys& keys = kUserServerKeys[i];
         write_setting(out, keys.enabled, servers[i].VS_UD);
         write_setting(out, keys.name, servers[i].Name());
         write_setting(out, keys.ip, servers[i].IP());
@@ -198,7 +209,7 @@ int ReadPPPConfig(PPPConf* record) try {
     // The appliance settings own it; what this file has is a copy that is never read back.
     GetDNS(record->DNS);
     for (std::size_t i = 0; i < record->UD.size(); ++i)
-        read_user_server(record->UD[i], i + 1, &*file);
+        read_user_server(record->UD[i], kUserServerKeys[i], &*file);
     read_lines(*record, kLinesBehindUserServers, &*file);
     record->NatEnable = PortEnabled();
     return 0;

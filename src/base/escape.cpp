@@ -96,6 +96,10 @@ void append_row(std::string& page, std::string_view line) {
 
 }  // namespace
 
+bool stands_for_itself(std::string_view text) {
+    return std::ranges::all_of(text, [](char c) { return kPlain[static_cast<unsigned char>(c)]; });
+}
+
 std::string escape_html(std::string_view text) {
     std::string page;
     page.reserve(text.size());

@@ -4,6 +4,10 @@
 #include <string>
 #include <string_view>
 
+// Whether each of these functions gives back the text as it is: none of its characters needs a
+// reference.
+bool stands_for_itself(std::string_view text);
+
 // All of the text.
 std::string escape_html(std::string_view text);
 

@@ -33,8 +33,8 @@ public:
 
     constexpr Text& operator=(std::string_view text) {
         const std::size_t length = std::min(text.size(), capacity);
-        // One by one, from the front: `text` may be a part of this very text.
-        for (std::size_t i = 0; i < length; ++i) bytes_[i] = text[i];
+        // From the front: `text` may be a part of this very text.
+        std::copy(text.begin(), text.begin() + length, bytes_.begin());
         bytes_[length] = '\0';
         return *this;
     }

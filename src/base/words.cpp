@@ -1,14 +1,28 @@
 #include "base/words.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
+#include <limits>
 #include <string>
 
 namespace {
 
-// Read in 64 bits, also where long has 32: what is too large for a field is cut alike everywhere.
+// As strtoll(3) reads it. In 64 bits, also where long has 32: what is too large for a field is cut
+// alike everywhere.
 long long number_in(std::string_view text) {
-    return std::strtoll(std::string(text).c_str(), nullptr, 10);
+    const auto is_blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    const bool is_negative = text.starts_with('-');
+    if (is_negative || text.starts_with('+')) text.remove_prefix(1);
+    using Limits = std::numeric_limits<long long>;
+    long long number = 0;
+    for (const char c : text) {
+        if (!is_digit(c)) break;
+        if (__builtin_mul_overflow(number, 10, &number) ||
+            __builtin_add_overflow(number, c - '0', &number))
+            return is_negative ? Limits::min() : Limits::max();
+    }
+    return is_negative ? -number : number;
 }
 
 }  // namespace
@@ -23,8 +37,11 @@ std::string_view without_line_end(std::string_view line) {
 }
 
 std::string_view take_word(std::string_view& rest, std::string_view separators) {
-    const auto separates = [&](char c) {
-        return std::ranges::find(separators, c) != separators.end();
+    std::uint64_t set = 0;  // a bit for each
+    for (const char c : separators) set |= std::uint64_t{1} << c;
+    const auto separates = [set](char c) {
+        const auto code = static_cast<unsigned char>(c);
+        return code < 64 && (set >> code & 1) != 0;
     };
     const auto begin = std::find_if_not(rest.begin(), rest.end(), separates);
     const auto end = std::find_if(begin, rest.end(), separates);

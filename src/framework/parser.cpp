@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -32,49 +33,61 @@ std::span<const ArrayFun> ArrayFunTab;
 // Those of every page.
 std::span<const CommonKey> common_keys;
 
-const CommonKey* common_key(std::string_view name) {
-    const auto found = std::ranges::find(common_keys, name, &CommonKey::name);
-    return found == common_keys.end() ? nullptr : &*found;
-}
+// What the engine itself gives to every page, and the names of that.
+enum Own { kMessage, kBusy, kSeen, kChange };
+constexpr std::array<std::string_view, 4> kOwnNames = {"message", "busy", "seen", "change"};
 
-// Where the rows of the key table are: the overview looks up its keys two hundred times.
-class KeyIndex {
+// Where what has a name is found: the overview looks up two hundred of them. What the engine gives
+// comes first, then the keys of every page, then the rows of the page's key table; of several that
+// have the same name the first counts.
+class NameIndex {
 public:
     void build() {
+        common_ = static_cast<int>(kOwnNames.size());
+        rows_ = common_ + static_cast<int>(common_keys.size());
+        next_.resize(static_cast<std::size_t>(rows_) + KeyFunTab.size());
         first_.fill(kNone);
-        next_.resize(KeyFunTab.size());
-        for (int row = static_cast<int>(KeyFunTab.size()); row-- > 0;) {
-            int& first = first_[bucket_of(key_of(row))];
-            next_[static_cast<std::size_t>(row)] = std::exchange(first, row);
+        for (int place = static_cast<int>(next_.size()); place-- > 0;) {
+            int& first = first_[bucket_of(name_at(place))];
+            next_[static_cast<std::size_t>(place)] = std::exchange(first, place);
         }
     }
-    // The first row with that key, or -1.
-    [[nodiscard]] int find(std::string_view key) const {
-        int row = next_.empty() ? kNone : first_[bucket_of(key)];
-        while (row != kNone && key_of(row) != key) row = next_[static_cast<std::size_t>(row)];
-        return row;
+    // The first place with that name, not before `least`; or -1.
+    [[nodiscard]] int find(std::string_view name, int least = 0) const {
+        int place = next_.empty() ? kNone : first_[bucket_of(name)];
+        while (place != kNone && (place < least || !std::ranges::equal(name_at(place), name)))
+            place = next_[static_cast<std::size_t>(place)];
+        return place;
     }
+    // Where the keys of every page begin, and the rows of the page's own table.
+    [[nodiscard]] int common() const { return common_; }
+    [[nodiscard]] int rows() const { return rows_; }
 
 private:
     static constexpr int kNone = -1;
     static constexpr std::size_t kBuckets = 128;
 
-    // Keys differ in their length, or in one of these characters.
-    static std::size_t bucket_of(std::string_view key) {
-        std::size_t sum = key.size();
-        if (sum < 4) return sum;
-        for (const std::size_t at :
-             {key.size() / 2, key.size() - 1, std::size_t{3}, key.size() - 3})
-            sum = sum * 5 + static_cast<unsigned char>(key[at]);
-        return sum % kBuckets;
+    // Names differ in their length, or in one of these characters.
+    static std::size_t bucket_of(std::string_view name) {
+        if (name.size() < 4) return name.size();
+        const auto at = [&](std::size_t i) { return static_cast<unsigned char>(name[i]); };
+        const std::size_t last = name.size() - 1;
+        return (name.size() + at(3) * 2u + at(last / 2) * 3u + at(last - 2) * 5u + at(last) * 7u) %
+               kBuckets;
     }
-    static std::string_view key_of(int row) { return KeyFunTab[static_cast<std::size_t>(row)].key; }
+    [[nodiscard]] std::string_view name_at(int place) const {
+        if (place >= rows_) return KeyFunTab[static_cast<std::size_t>(place - rows_)].key;
+        if (place >= common_) return common_keys[static_cast<std::size_t>(place - common_)].name;
+        return kOwnNames[static_cast<std::size_t>(place)];
+    }
 
+    int common_ = 0;
+    int rows_ = 0;
     std::array<int, kBuckets> first_;
-    std::vector<int> next_;  // of the row's bucket, in the order of the table
+    std::vector<int> next_;  // of the same bucket
 };
 
-KeyIndex key_index;
+NameIndex names;
 
 std::string message_text(int number) {
     Message text;
@@ -119,24 +132,26 @@ std::string warning() {
 
 using Escape = std::string (*)(std::string_view text);
 
-struct Filter {
-    std::string_view ending;  // of a marker's text
-    Escape escape;
-};
-constexpr std::array<Filter, 3> kFilters = {
-    {{"|html", escape_html}, {"|options", escape_options}, {"|rows", escape_rows}}};
-
 // What stands between the "@" and the "#".
 struct Marker {
     std::string_view name;
     Escape escape;  // null: the value stands as it is
 };
 
+// What comes before that ending; null where the text ends otherwise.
+template <std::size_t N>
+std::optional<std::string_view> before(const char (&ending)[N], std::string_view text) {
+    constexpr std::size_t size = N - 1;
+    if (text.size() < size || std::memcmp(text.data() + text.size() - size, ending, size) != 0)
+        return std::nullopt;
+    return std::string_view(text.data(), text.size() - size);
+}
+
 // A filter that is not known belongs to the name.
 Marker marker_of(std::string_view text) {
-    for (const Filter& filter : kFilters)
-        if (text.ends_with(filter.ending))
-            return {text.substr(0, text.size() - filter.ending.size()), filter.escape};
+    if (const auto name = before("|html", text)) return {*name, escape_html};
+    if (const auto name = before("|options", text)) return {*name, escape_options};
+    if (const auto name = before("|rows", text)) return {*name, escape_rows};
     return {text, nullptr};
 }
 
@@ -237,7 +252,7 @@ private:
     }
 
     void show(std::string_view value, const Marker& marker) {
-        if (marker.escape) return show(marker.escape(value), {});
+        if (marker.escape && !stands_for_itself(value)) return show(marker.escape(value), {});
         if (has_room(value)) page_.add_copy(value);
     }
 
@@ -256,18 +271,26 @@ private:
             return;
         }
         const Marker marker = marker_of(text);
-        if (marker.name == "message")
-            show(message(), marker);
-        else if (marker.name == "busy")
-            show(busy_text(), marker);
-        else if (marker.name == "seen")
-            show(seen(), marker);
-        else if (marker.name == "change")
-            show(own_change() ? std::to_string(own_change()) : "", marker);
-        else if (const CommonKey* common = common_key(marker.name))
-            show(common->text(), marker);
+        const int place = names.find(marker.name);
+        if (place >= 0 && place < names.rows())
+            show(text_on_every_page(place), marker);
         else
-            resolve_key(marker);
+            resolve_key(marker, place < 0 ? nullptr : row_getter(place - names.rows()));
+    }
+
+    std::string text_on_every_page(int place) {
+        switch (place) {
+            case kMessage:
+                return message();
+            case kBusy:
+                return busy_text();
+            case kSeen:
+                return seen();
+            case kChange:
+                return own_change() ? std::to_string(own_change()) : "";
+            default:
+                return common_keys[static_cast<std::size_t>(place - names.common())].text();
+        }
     }
 
     void list_marker() {
@@ -284,11 +307,12 @@ private:
         return std::to_string(*seen_);
     }
 
+    static ValueGetter row_getter(int row) {
+        return KeyFunTab[static_cast<std::size_t>(row)].getter;
+    }
+
     // A key with a getter never echoes the form: what is in force is shown, not what was typed.
-    void resolve_key(const Marker& marker) {
-        const int index = GetKeyFunIndex(marker.name);
-        const ValueGetter getter =
-            index < 0 ? nullptr : KeyFunTab[static_cast<std::size_t>(index)].getter;
+    void resolve_key(const Marker& marker, ValueGetter getter) {
         if (!getter) {
             const char* value = find_val(form_, marker.name);
             if (value)
@@ -355,7 +379,7 @@ const Expander* page_in_work = nullptr;
 void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays) {
     KeyFunTab = keys;
     ArrayFunTab = arrays;
-    key_index.build();
+    names.build();
     page_in_work = &page;
     page.run();
     page_in_work = nullptr;
@@ -409,7 +433,10 @@ int render_page(const char* path, std::span<const KeyGetter> keys, std::span<con
     return 0;
 }
 
-int GetKeyFunIndex(std::string_view name) { return key_index.find(name); }
+int GetKeyFunIndex(std::string_view name) {
+    const int place = names.find(name, names.rows());
+    return place < 0 ? place : place - names.rows();
+}
 
 int GetArrayFunIndex(std::string_view name) {
     const auto found = std::ranges::find(ArrayFunTab, name, &ArrayFun::name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "base/files.h"
@@ -11,18 +12,29 @@
 
 namespace {
 
+constexpr std::size_t kLines = 64;  // as many as the longest of the appliance's own files has
+
 constexpr char kSetTmpF[] = "/tmp/setstr.tmp";
 
-// The first line with a key that begins so. That is meant: one reader serves files with sections
-// and without, and what stands between the beginning and the "=" does not count. So writers put no
-// key behind a longer one that begins with it (ppp_conf.cpp).
+// Takes the next line off the front of a file's text.
+Profile::Line take_line(std::string_view& rest) {
+    const std::string_view piece = rest.substr(0, kProfileLine);
+    const std::string_view line = piece.substr(0, piece.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, piece.size()));
+    return {line, line.find('='), 0};
+}
+
+bool begins_so(const Profile::Line& line, std::string_view key) {
+    return line.equals != std::string_view::npos && line.equals >= key.size() &&
+           line.text[key.size() - 1] == key.back() &&
+           std::memcmp(line.text.data(), key.data(), key.size()) == 0;
+}
+
+// A key is found by its beginning. That is meant: one reader serves files with sections and
+// without, and what stands between the beginning and the "=" does not count. So writers put no key
+// behind a longer one that begins with it (ppp_conf.cpp).
 const Profile::Line* find_by_prefix(std::string_view key, const Profile* stream) {
-    if (!stream) return nullptr;
-    for (const Profile::Line& line : stream->lines())
-        if (line.text.front() == key.front() && line.equals >= key.size() &&
-            std::memcmp(line.text.data(), key.data(), key.size()) == 0)
-            return &line;
-    return nullptr;
+    return stream ? stream->find(key) : nullptr;
 }
 
 std::string_view value_of(const Profile::Line& line) { return line.text.substr(line.equals + 1); }
@@ -53,18 +65,36 @@ std::size_t index_of_key(std::string_view line, std::span<const Setting> setting
 }  // namespace
 
 Profile::Profile(FileText text) : text_(std::move(text)) {
+    lines_.reserve(kLines);
     for (std::string_view rest = text_.view(); !rest.empty();) {
-        const std::string_view piece = rest.substr(0, kProfileLine);
-        const std::string_view line = piece.substr(0, piece.find('\n'));
-        const std::size_t equals = line.find('=');
-        if (equals != std::string_view::npos) lines_.push_back({line, equals});
-        rest.remove_prefix(std::min(line.size() + 1, piece.size()));
+        const Line line = take_line(rest);
+        if (line.equals != std::string_view::npos) lines_.push_back(line);
     }
+    // From the last to the first, so that each leads to the next one.
+    first_.fill(lines_.size());
+    for (std::size_t i = lines_.size(); i-- > 0;)
+        lines_[i].next = std::exchange(first_[beginning_of(lines_[i].text.front())], i);
+}
+
+const Profile::Line* Profile::find(std::string_view beginning) const {
+    for (std::size_t i = first_[beginning_of(beginning.front())]; i < lines_.size();
+         i = lines_[i].next)
+        if (begins_so(lines_[i], beginning)) return &lines_[i];
+    return nullptr;
 }
 
 std::optional<Profile> Profile::open(const std::string& path) {
     FileText text = file_text(path);
     return text ? std::optional(Profile(std::move(text))) : std::nullopt;
+}
+
+void get_setting(const std::string& path, std::string_view key, std::string_view fallback,
+                 std::span<char> out) {
+    const FileText text = file_text(path);
+    copy_text(out, fallback);
+    for (std::string_view rest = text.view(); !rest.empty();)
+        if (const Profile::Line line = take_line(rest); begins_so(line, key))
+            return copy_text(out, value_of(line));
 }
 
 int GetProfileString(std::string_view key, std::string_view fallback, std::span<char> out,

@@ -7,6 +7,7 @@
 // Every rewrite replaces the file as a whole (files.h); a failed one leaves the old file.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -29,17 +30,25 @@ public:
     struct Line {
         std::string_view text;
         std::size_t equals;  // where its first "=" is
+        std::size_t next;    // the next line of those that begin alike
     };
 
     // Nothing when there is no such file; one that cannot be read throws Unreadable (files.h).
     static std::optional<Profile> open(const std::string& path);
     explicit Profile(std::string_view printed) : Profile(FileText(printed)) {}
     [[nodiscard]] std::span<const Line> lines() const { return lines_; }
+    // The first line of the file whose text before "=" begins so; null when there is none.
+    [[nodiscard]] const Line* find(std::string_view beginning) const;
 
 private:
+    static constexpr std::size_t kBeginnings = 32;
+    static std::size_t beginning_of(char first) {
+        return static_cast<unsigned char>(first) % kBeginnings;
+    }
     explicit Profile(FileText text);
     FileText text_;
     std::vector<Line> lines_;
+    std::array<std::size_t, kBeginnings> first_;  // of the lines that begin alike
 };
 
 // ---- reading ----
@@ -60,9 +69,13 @@ Text<N> setting(const std::optional<Profile>& file, std::string_view key,
     GetProfileString(key, fallback, value.buffer(), file ? &*file : nullptr);
     return value;
 }
+void get_setting(const std::string& path, std::string_view key, std::string_view fallback,
+                 std::span<char> out);
 template <std::size_t N>
 Text<N> setting(const std::string& path, std::string_view key, std::string_view fallback) {
-    return setting<N>(Profile::open(path), key, fallback);
+    Text<N> value;
+    get_setting(path, key, fallback, value.buffer());
+    return value;
 }
 
 // ---- writing ----
