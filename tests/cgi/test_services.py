@@ -66,11 +66,9 @@ def test_a_running_diald_is_left_alone(saved):
 
 
 @pytest.mark.parametrize("answers, stops", [
-    ({}, ["", "", ""]),
-    ({"pidof diald": "77\n"}, [STOP_MODEM, "", ""]),
-    ({"pidof -x adsl-connect": "78 79\n"}, ["", STOP_PPPOE, ""]),
-    ({"ifconfig eth0": "eth0  Link\n  inet addr:10.112.112.112  Bcast:10.112.112.255\n"},
-     ["", "", STOP_DIRECT]),
+    ({"pidof diald": "77\n", "pidof -x adsl-connect": "78 79\n",
+      "ifconfig eth0": "eth0  Link\n  inet addr:10.112.112.112  Bcast:10.112.112.255\n"},
+     [STOP_MODEM, STOP_PPPOE, STOP_DIRECT]),
     ({"pidof diald": "7\n", "pidof -x adsl-connect": "x1\n",
       "ifconfig eth0": "inet addr:0.0.0.0\n"}, ["", STOP_PPPOE, ""]),
 ])
@@ -93,29 +91,23 @@ def test_switching_off_takes_every_link_and_the_proxy_down(saved, proxy, answers
 
 
 @pytest.mark.parametrize("fields, key, before, after", [
-    ({"enable_web_access": "unchecked"}, "SrvWeb", 1, 0), ({"enable_email": "x"}, "SrvEMail", 0, 1),
-    ({"enable_ftp": "checked"}, "SrvFTP", 0, 1),
-    ({"enable_telnet": "unchecked"}, "SrvTelNet", 1, 0),
-    ({"enable_sp_apps": "unchecked"}, "SAP", 1, 0), ({"access_method": PPPOE}, "Method", 0, 2),
-    ({"enable_dmz": "on"}, "DMZ", 1, 0), ({"enable_dmz": "checked"}, "DMZ", 0, 1),
-    *((octets("dmz_ip_", typed), "DMZ_IP", before, after) for typed, before, after in (
-        ("192.168.1.9", "10.9.9.9", "192.168.1.9"), ("12a.0.0.1", "", "12a.0.0.1"),
-        ("10.x.5.1", "", "10.5.1"), ("x.168.1.9", "10.9.9.9", ""), ("10..5.y", "", "10.5."))),
+    ({"enable_email": "x"}, "SrvEMail", 0, 1), ({"enable_dmz": "on"}, "DMZ", 1, 0),
+    (octets("dmz_ip_", "12a..5.y"), "DMZ_IP", "", "12a.5."),
+    (octets("dmz_ip_", "x.168.1.9"), "DMZ_IP", "10.9.9.9", ""),
 ])
 def test_a_field_changes_its_key_alone(saved, fields, key, before, after):
     saved.change(RECORD, **{key: before})
-    record = saved.keys(RECORD)
-    expected = {name: value for name, value in record.items() if not name.startswith("VPN")}
+    record = saved.record()
     result = save(saved, **fields)
-    assert saved.keys(RECORD) == expected | {key: str(after), "DNS": "192.0.2.53"}
+    assert saved.keys(RECORD) == record | {key: str(after), "DNS": "192.0.2.53"}
     assert saved.exists("/etc/rc.d/rc.ipvs") == key.startswith("DMZ")
     assert result.commands[:2] == LINK and SQUID[0] not in result.commands
 
 
 @pytest.mark.parametrize("fields", [
-    {}, {"enable_ftp": "", "dmz_ip_1": ""}, {"enable_ftp": "checked"},
-    {"internet_access": "unchecked", "enable_ac": "unchecked"},
-    *(dict(todo=todo, enable_dmz="checked", dmz_ip_1="1234") for todo in ("", "apply", "Save")),
+    {}, dict(enable_ftp="", dmz_ip_1="", enable_telnet="checked", internet_access="unchecked",
+             enable_ac="unchecked"),
+    {"todo": "apply", "enable_dmz": "checked", "dmz_ip_1": "1234"},
 ])
 def test_nothing_new_writes_and_runs_nothing(saved, fields):
     assert save(saved, **fields).did_nothing
@@ -142,6 +134,8 @@ def test_what_sharing_needs(saved):
 
 
 HEAD, LONG = "[ACC_CTRL]\n", "x" * 300
+NO_HEADS = "[acc_ctrl]\n [ACC_CTRL]\n[ACC_CTRL] \n[ACC_CTRLS]\n"
+NO_KEYS = f"acc_enable=2\nacc_en =2\n{LONG}acc_en=0\n"
 OTHER, LATER = "acc_en=1\n[t]\nacc_en=1\n", f"acc_en=2\n{HEAD}acc_en=4"
 
 
@@ -149,12 +143,9 @@ OTHER, LATER = "acc_en=1\n[t]\nacc_en=1\n", f"acc_en=2\n{HEAD}acc_en=4"
     ("on", f"{HEAD}acc_en=1\n", f"{HEAD}acc_en=0\n"),
     ("unchecked", f"{OTHER}{HEAD}a=1\n[u]", f"{OTHER}{HEAD}a=1\nacc_en=0\n[u]"),
     ("checked", "", f"{HEAD}acc_en=1\n"),
-    ("checked", "[t]\nacc_en=0", f"[t]\nacc_en=0\n{HEAD}acc_en=1\n"),
     ("checked", f"{HEAD}acc_en=0\n{LATER}", f"{HEAD}acc_en=1\n{LATER}"),
-    *(("checked", f"{head}\na=1\n", f"{head}\na=1\n{HEAD}acc_en=1\n")
-      for head in ("[acc_ctrl]", " [ACC_CTRL]", "[ACC_CTRL] ", "[ACC_CTRLS]")),
-    *(("checked", f"[ACC_CTRL]\r\n{line}\n", f"[ACC_CTRL]\r\n{line}\nacc_en=1\n")
-      for line in ("acc_enable=2", "acc_en =2", f"{LONG}acc_en=0")),
+    ("checked", f"{NO_HEADS}a=1\n", f"{NO_HEADS}a=1\n{HEAD}acc_en=1\n"),
+    ("checked", f"[ACC_CTRL]\r\n{NO_KEYS}", f"[ACC_CTRL]\r\n{NO_KEYS}acc_en=1\n"),
 ])
 def test_access_control(saved, value, before, after):
     """Switched in its section of the settings, and in every line of the script that says so."""
@@ -168,7 +159,7 @@ def test_access_control(saved, value, before, after):
 
 
 @pytest.mark.parametrize("fields, numbers", [
-    ({"enable_dmz": "checked"}, []), ({"enable_dmz": "checked", "filter_when": "never"}, []),
+    ({"enable_dmz": "checked", "filter_when": "never"}, []),
     ({"enable_dmz": "checked", "filter_when": "always"}, [52]),
     ({"enable_dmz": "checked", "filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
     ({"enable_dmz": "unchecked", "filter_when": "x"}, []),
@@ -197,11 +188,10 @@ def test_a_service_section_and_its_module(saved):
 
 
 @pytest.mark.parametrize("fields, before, after", [
-    (NO_SAP, f" {FIREWALL} $1\n", f"#{FIREWALL} $1\n {CLOSED} $1\n"),
-    (NO_WEB, f"#{FIREWALL} $1\n", f"#{FIREWALL} $1\n {CLOSED} $1\n"),
+    (NO_WEB, f" {FIREWALL} $1\n#{FIREWALL}\n", f"#{FIREWALL} $1\n#{FIREWALL}\n {CLOSED} $1\n"),
+    (NO_SAP, f"sh {FIREWALL}", f"#sh {FIREWALL}\n {CLOSED} $1\n"),
     (NO_FTP, f"#{FIREWALL}\n {CLOSED}", f" {FIREWALL}\n#{CLOSED}"),
     (NO_FTP, f"sh {FIREWALL}\nsh {CLOSED}\n", f"sh {FIREWALL}\n#sh {CLOSED}\n"),
-    (NO_SAP, f"sh {FIREWALL}", f"#sh {FIREWALL}\n {CLOSED} $1\n"),
 ])
 def test_special_applications_need_both_switches(saved, fields, before, after):
     script = "ipchains -F\n#@VPN\n{0}modprobe vpn\n{0}ipchains -A\n echo\n\n ipchains -X\n"
