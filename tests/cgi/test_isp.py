@@ -2,7 +2,7 @@
 
 import pytest
 
-from appliance import CHAP, IS_PPP, PAP, RECORD, SET_DNS, SETTINGS, USER, WAN, octets, told
+from appliance import IS_PPP, RECORD, SET_DNS, SETTINGS, USER, WAN, octets, told
 
 DIALD = "/etc/diald.conf"
 LOGS = ["/var/log/ppp1.log", "/var/log/ppp0.log", "/var/log/pppd.log"]
@@ -30,25 +30,11 @@ def account(appliance):
     return appliance
 
 
-def test_the_dial_up_files_are_rewritten(appliance):
-    result = save(appliance)
-    assert result.changed.keys() - {USER} == {
-        RECORD, DIALD, PAP, CHAP, "/etc/ppp/tel", "/etc/ppp/options.ttyS0",
-        "/usr/lib/diald/standard.filter"}
-    assert not result.commands
-    appliance.write(DIALD, None)  # a fatal error in the first action: the others did not run
-    assert save(appliance, nat_ac_name="ann").changed.keys() - {USER} == {RECORD}
-
-
 @pytest.mark.parametrize("form, changed", [
-    (dict(nat_isp_ip_radio="fixed", **address("192.168.1.1")),
-     dict(DynamicIP="0", IP="192.168.1.1")),
-    (address("10..5.1"), {"IP": "10.5.1"}), (address(".2.3.4"), {"IP": ""}),
-    (address("999.x.2x3."), {"IP": "999.2x3."}),
-    ({"nat_idle_time": "7x"}, {"Idle": "7"}),
-    ({"nat_ac_name": "joe#1 o'x@isp", "nat_ac_pwd": ""}, {"User": "joe#1 o'x@isp", "Password": ""}),
-    (dict(nat_tel01="1", nat_tel02="2", nat_tel03="3" * 60),
-     dict(Phone1="1", Phone2="2", Phone3="3" * 59)),
+    (dict(nat_isp_ip_radio="fixed", **address("999.x.2x3.")), dict(DynamicIP="0", IP="999.2x3.")),
+    (address(".2.3.4"), {"IP": ""}),
+    (dict(nat_idle_time="7x", nat_ac_pwd="", nat_tel02="2", nat_tel03="3" * 60),
+     dict(Idle="7", Password="", Phone2="2", Phone3="3" * 59)),
     ({"nat_ac_pwd_v": "other", "nat_isp_ip_radio": "", "todo": "save"}, {}),
     ({"nat_ac_name": "ann", "todo": "cancel"}, {}),
 ])
@@ -61,8 +47,7 @@ def test_save(account, form, changed):
 
 @pytest.mark.parametrize("field, value, number", [
     ("nat_ac_name", "", 16), ("nat_tel01", "", 17), ("nat_idle_time", "", 15),
-    ("nat_isp_ip01", "1234", 19), ("nat_isp_ip02", "1234", 19), ("nat_isp_ip03", "1;", 19),
-    ("nat_isp_ip04", "`", 19),
+    ("nat_isp_ip01", "1234", 19), ("nat_isp_ip03", "1234", 19), ("nat_isp_ip04", "`", 19),
 ])
 def test_refused(account, field, value, number):
     """Neither page of the group is saved; what was typed, and only that, is shown again."""
@@ -81,16 +66,11 @@ def test_refused(account, field, value, number):
               nat_modem_list="_Standard Modem", nat_init_string="AT&F", nat_dial_type_radio="tone",
               **octets("dns1_ip_", "192.0.2.53"), **octets("dns2_ip_", "198.51.100.53"),
               **octets("dns3_ip_", "..."))),
-    (dict(DialType="1", DynamicIP="0", IP="192.168.1"),
-     dict(nat_dial_type_radio="pulse", nat_isp_ip_radio="fixed", **address("192.168.1."))),
-    (dict(DialType="2", DynamicIP="7", IP="", BaudRate="9600", Idle="0"),
-     dict(nat_dial_type_radio="perm", nat_isp_ip_radio="dynamic", nat_serspeed_list="9600",
-          nat_idle_time="0", **address("..."))),
-    (dict(User="joe\r", Idle="", BaudRate="x", IP="123.123.123.1234", Phone1="1" * 70),
+    (dict(DialType="2", DynamicIP="7", IP="192.168.1"),
+     dict(nat_dial_type_radio="perm", nat_isp_ip_radio="dynamic", **address("192.168.1."))),
+    (dict(User="joe\r", Idle="", BaudRate="x", IP="123.123.123.1234", Phone1="1" * 70, DialType=3),
      dict(nat_ac_name="joe\r", nat_idle_time="0", nat_serspeed_list="0", nat_tel01="1" * 59,
-          **address("123.123.123.123"))),
-    ({"DialType": "3"}, {"nat_dial_type_radio": ""}),
-    ({"DialType": "-1"}, {"nat_dial_type_radio": ""}),
+          nat_dial_type_radio="", **address("123.123.123.123"))),
 ])
 def test_overview(account, values, expected):
     account.change(RECORD, **values)
@@ -110,12 +90,10 @@ UP, OFF = "Established", "Off Line"
 
 
 @pytest.mark.parametrize("pid, interface, diald, log, expected", [
-    ("", "", "mode ppp\nspeed 9600\nspeed 1\n", RATE, [OFF, OFF, " ", "9600\n", " "]),
-    ("0\n", "", "speeds 9600\n", RATE, [OFF, OFF, " ", "115200", " "]),
-    ("123 45\n", "", None, "no CONNECT 9600\n", [UP, OFF, " ", "115200", " "]),
+    ("0\n", "", "mode ppp\nspeeds 1\nspeed 9600\nspeed 1\n", RATE, [OFF, OFF, " ", "9600\n", " "]),
+    ("123 45\n", "inet addr:8.8.8.8 x\n", None, "no CONNECT 9600\n", [UP, OFF, " ", "115200", " "]),
     ("9\n", "Link\n   inet addr:203.0.113.9  P-t-P:x\n", None, RATE,
      [UP, UP, "203.0.113.9\n", "115200", "50666\n"]),
-    ("9\n", "inet addr:8.8.8.8 x\n", None, None, [UP, OFF, " ", "115200", " "]),
 ])
 def test_status(appliance, pid, interface, diald, log, expected):
     appliance.answer("pidof pppd", pid)
@@ -129,10 +107,8 @@ def test_status(appliance, pid, interface, diald, log, expected):
 
 
 @pytest.mark.parametrize("logs, text, pppoe", [
-    (("one\n", "nought\n", "pppd\n"), "one\nnought\npppd\n", "pppd\n"),
-    ((None, None, "p" * 9000), "p" * 7999, "p" * 7999), ((None, None, "on\0e"), "on", "on"),
-    (("1" * 3000, "0" * 4000, "p" * 1000), "1" * 3000 + "0" * 4000 + "p" * 999, "p" * 1000),
-    (("1" * 9000, "0", None), "1" * 7999, ""),
+    ((None, None, "on\0e"), "on", "on"),
+    (("1" * 3000, "0" * 4000, "p" * 9000), "1" * 3000 + "0" * 4000 + "p" * 999, "p" * 7999),
 ])
 def test_log(appliance, logs, text, pppoe):
     """The PPPoE page shows the one of pppd alone."""
@@ -153,8 +129,7 @@ START, DIAL, HANGUP = (f"/etc/ppp/dial {each}" for each in ("start", "up", "down
     ({"todo": "nat_hangup"}, "no", "", [HANGUP]),
     # refused: a control character
     ({"todo": "nat_hangup", "next_file": "sp_status.htm", "x": "a\nb"}, "no", "", []),
-    ({"todo": "nat_clearlog"}, "yes", "", []), ({"todo": "nat_refreshlog"}, "yes", "", []),
-    ({"todo": "change_tabs"}, "yes", "", []), ({"todo": "save"}, "yes", "", []),
+    ({"todo": "nat_clearlog"}, "yes", "", []), ({"todo": "save"}, "yes", "", []),
 ])
 def test_buttons(account, form, enabled, diald, ran):
     account.change(RECORD, Method=3)

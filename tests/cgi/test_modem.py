@@ -38,14 +38,12 @@ def small(strings='A = "New"', more=""):
 
 @pytest.mark.parametrize("text, modems", [
     (None, [("_Standard Modem", "AT&F"), ("Other", "AT&FM0")]),
-    ("[A]\r\nX=1\r\n\r\nInitString=AT\\V1\r\nInitString=ATZ\r\n"
-     "[B]\n\n[C]\n[D\nInitString=x\n[E]]\nInitString=AT=1",
-     [("A", r"AT\\V1"), ("B", "AT&F"), ("C", "AT&F"), ("E]", "AT=1")]),
-    ("InitString=x\n[A]\nInitString =x\n", [("A", "")]),
-    ("[A]\n[B]\nInitString=AT\n[C]", [("A", "AT&F"), ("B", "AT")]),
+    ("InitString=x\n[A]\r\nX=1\r\n\r\nInitString=AT\\V1\r\nInitString=ATZ\r\n"
+     "[B]\n\n[C]\n[D\nInitString=x\n[E]]\nInitString=AT=1\n[F]\nInitString =x\n",
+     [("A", r"AT\\V1"), ("B", "AT&F"), ("C", "AT&F"), ("E]", "AT=1"), ("F", "")]),
     (f"[A]\nInitString={40 * '/'}\n[{'n' * 79}]\r\nInitString={'x' * 80}\n".replace("/", "\\"),
      [("A", 39 * "\\\\"), ("n" * 79, "x" * 71)]),
-    ("no section\n", []), ("[A]", []), ("", []),
+    ("no section\n[A]", []), ("", []),
 ])
 @pytest.mark.parametrize("lists", ["@show_modemlist#//@a_init#", "//@a_init#@show_modemlist#"])
 def test_modem_list(appliance, text, modems, lists):
@@ -59,22 +57,18 @@ def test_modem_list(appliance, text, modems, lists):
 
 
 @pytest.mark.parametrize("form, changes, modems", [
-    ({"nat_serspeed_list": "57600x"}, {"BaudRate": "57600"}, None),
-    (dict(nat_modem_list="Elmsworth ED56", nat_init_string="AT&F&C1"),
-     dict(Modem="Elmsworth ED56", InitStr="AT&F&C1"), None),
-    (dict(nat_modem_list="Other", nat_init_string="ATZ"), dict(Modem="Other", InitStr="ATZ"),
-     "[Other]\nX=1\nInitString=ATZ\n[B]\n"),
+    ({"nat_serspeed_list": "57600x", "nat_dial_type_radio": "perm"},
+     {"BaudRate": "57600", "DialType": "2"}, None),
+    (dict(nat_modem_list="Other", nat_init_string="ATZ", nat_dial_type_radio="pulse"),
+     dict(Modem="Other", InitStr="ATZ", DialType="1"), "[Other]\nX=1\nInitString=ATZ\n[B]\n"),
     ({"nat_init_string": "i" * 90}, {"InitStr": "i" * 79}, None),
-    ({"nat_dial_type_radio": "perm"}, {"DialType": "2"}, None),
-    ({"nat_dial_type_radio": "pulse"}, {"DialType": "1"}, None),
     (dict(nat_dial_type_radio="tone", nat_serspeed_list="115200", nat_modem_list="",
           show_modemlist="x"), {}, None),
-    ({}, {}, None),
 ])
 def test_save(saved, form, changes, modems):
     saved.write(LIST, "[Other]\nX=1\nInitString=AT\n[B]\n")
     saved.change(RECORD, User="joe")
-    record = {**saved.keys(RECORD), "DNS": "192.0.2.53", **changes}
+    record = {**saved.record(), "DNS": "192.0.2.53", **changes}
     for path in DIALD, DIALER:
         saved.write(path, "")
     result = post(saved, **form)
@@ -83,8 +77,7 @@ def test_save(saved, form, changes, modems):
     written = {RECORD, DIALD, DIALER} if changes else set()
     assert result.changed.keys() - {LIST} == {USER} | written
     if changes:
-        kept = {key: value for key, value in record.items() if not key.startswith("VPN")}
-        assert saved.keys(RECORD) == kept
+        assert saved.keys(RECORD) == record
         assert f"\nspeed {record['BaudRate']}\n" in saved.read(DIALD)
         assert f"\nINIT\t'{record['InitStr']}\\r'\n" in saved.read(DIALER)
 
@@ -156,13 +149,12 @@ def test_wide_characters_from_a_browser(saved):
 
 
 @pytest.mark.parametrize("before, after", [
-    (BEFORE, BEFORE + NEW), ("[Old]", f"[Old]\n{NEW}"),
+    ("[Old]", f"[Old]\n{NEW}"), ("[New]", NEW),
     ("[New]\r\nX=1\r\n\r\n\nInitString=1\r\nInitString=2\n[Old]\nInitString=3",
      "[New]\r\nX=1\r\n\nInitString=AT\n\nInitString=2\n[Old]\nInitString=3"),
     ("[New]\nX\n\n[Old]\n[New]\nInitString=1", f"[New]\nX\n\nInitString=AT\n\n[Old]\n{NEW}"),
-    (f"{NEW}[Old]\n", f"{NEW}\n[Old]\n"), ("[New]", NEW), ("", NEW),
-    ("[new]\n[New] \n", f"[new]\n[New] \n{NEW}"),
-    (f"{'x' * 82}[New]\n", f"{'x' * 82}[New]\n{NEW}"),
+    (f"{NEW}[Old]\n", f"{NEW}\n[Old]\n"),
+    (f"[new]\n[New] \n{'x' * 82}[New]\n", f"[new]\n[New] \n{'x' * 82}[New]\n{NEW}"),
     (f"[New]\nInitString={'x' * 82}\n[Old]\n", f"{NEW}[Old]\n"),
 ])
 def test_merge(saved, before, after):
@@ -178,7 +170,7 @@ def test_merge(saved, before, after):
     (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
     (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77),
     ('HKR, Init, 2,, "A<cr>"', "ATA"),
-    ('[R]\nHKR, Init, 3,, "ATX"', "AT"), ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
+    ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
     (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"),  # the rest of a long line is one
 ])
 def test_init_strings(saved, more, init):
@@ -197,11 +189,11 @@ def test_names_and_keys(saved, old, new):
 
 
 @pytest.mark.parametrize("content", [
-    "", "[Strings]\nA=\"New\"\n", small().replace("%M% = S", "").replace("[S]", "[]"),
+    "", "[Strings]\nA=\"New\"\n", small().replace("%M% = S", ""),
     *(small().replace(old, new) for old, new in (
-        ("[Strings]", "[Text]"), ("= S", "= "), ("%M% = S", "%M%"), ("%M% = S", "%M% = S, NT"),
-        ("[R]", "[Q]"), ("AddReg = R", "AddReg = " + "Q," * 10 + "R"), ("AddReg", "DelReg"))),
-    small(""), small('B = "New"'), (DATA / "tarnbrook.inf").read_bytes()[:4000],
+        ("[Strings]", "[Text]"), ("= S", "= "), ("%M% = S", "%M%"), ("[R]", "[Q]"),
+        ("AddReg = R", "AddReg = " + "Q," * 10 + "R"), ("AddReg", "DelReg"))),
+    small('B = "New"'), (DATA / "tarnbrook.inf").read_bytes()[:4000],
 ])
 def test_useless_descriptions(saved, content):
     result = upload(saved, content)
@@ -209,7 +201,7 @@ def test_useless_descriptions(saved, content):
 
 
 @pytest.mark.parametrize("path", [
-    "", None, "/tmp/none", LIST, "/tmp/link", "/tmp", "/var/../etc/ppp/modem.ini",
+    None, "/tmp/none", LIST, "/tmp/link", "/var/../etc/ppp/modem.ini",
 ])
 def test_paths_that_are_no_upload(saved, path):
     for file in LIST, "/tmp/real.inf":
@@ -225,13 +217,12 @@ def test_a_failing_merge_leaves_the_list(saved):
     assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
 
 
-@pytest.mark.parametrize("install, installs, length", [("I", 1, 10_000), ("I{}", 10_000, 1)])
-def test_ten_thousand_models(saved, install, installs, length):
-    """With one long install section for all or one for each, and a long registry section."""
+def test_ten_thousand_models(saved):
+    """Half of them share a long install section, all have a long registry section."""
     numbers = range(10_000)
-    rows = "".join(f"%K{n}% = {install.format(n)}, X\n" for n in numbers)
-    lines = "X=1\n" * length
-    installs = "".join(f"[{install.format(n)}]\n{lines}AddReg=R\n" for n in range(installs))
+    rows = "".join(f"%K{n}% = I{n if n % 2 else ''}, X\n" for n in numbers)
+    installs = "".join(f"[I{n}]\nAddReg=R\n" for n in numbers)
+    installs += "[I]\n" + "X=1\n" * 10_000 + "AddReg=R\n"
     names = "".join(f'K{n} = "Modem {n}"\n' for n in numbers)
     lines = "HKR,,X,,y\n" * 10_000 + 'HKR, Init, 1,, "AT<cr>"\n'
     content = f"[Manufacturer]\n%M%=S\n[S]\n{rows}{installs}[R]\n{lines}[Strings]\n{names}"
@@ -242,7 +233,7 @@ def test_ten_thousand_models(saved, install, installs, length):
 
 
 @pytest.mark.skipif(SANITIZED, reason="sanitizers have memory of their own")
-@pytest.mark.parametrize("line", ['="x\n', "%%\n", "[]\n", "x\n", "[{}]]]]]]]]\n"])
+@pytest.mark.parametrize("line", ['="x\n', "x\n", "[{}]]]]]]]]\n"])
 def test_a_long_description_takes_ten_times_its_size(saved, monkeypatch, line):
     lines = "".join(line.format(n) for n in range(2**20 // len(line)))
     limit = 10 * len(lines) + 2**21  # the program itself

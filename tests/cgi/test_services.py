@@ -11,7 +11,9 @@ DIRECT, PPPOE, SERIAL = "WAN Port - Direct Connection", "WAN Port - PPPoE", "Ser
 
 LINK = [IS_PPP, "/sbin/ifconfig eth0"]
 IS_DIRECT = HAS_ADDRESS % "eth0"
-SWITCH_ON = [*LINK, *LINK, *SQUID, IS_MODEM, IS_PPPOE, IS_DIRECT, *NETWORK, *SQUID]
+PROXY = [*LINK, *LINK, *SQUID, IS_MODEM]
+SWITCH_ON = [*PROXY, IS_PPPOE, IS_DIRECT, *NETWORK, *SQUID]
+START, ROUTES = "/etc/ppp/dial start", "10.0.0.0 0.0.0.0 U sl0\n"
 STOP_MODEM = ["/etc/ppp/dial stop", "/sbin/ifconfig sl0 down"]
 STOP_PPPOE = ["/usr/sbin/adsl-stop", "/sbin/ifdown ppp0"]
 STOP_DIRECT = ["/sbin/ifdown eth0", "/etc/ppp/ip-down eth1"]
@@ -28,41 +30,37 @@ def refused(result, number):
     assert (result.page, result.message, result.did_nothing) == ("nat_conn.htm", told(number), True)
 
 
-@pytest.mark.parametrize("method, number, starts, interface, protocol", [
-    (DIRECT, 1, ["/sbin/ifup eth0", "/etc/ppp/ip-up eth0"], "eth0", "dhcp"),
-    (PPPOE, 2, ["/usr/sbin/adsl-start"], "ppp0", "none"),
+@pytest.mark.parametrize("label, answer, runs, method, interface, protocol", [
+    (DIRECT, {}, [*SWITCH_ON, "/sbin/ifup eth0", "/etc/ppp/ip-up eth0"], 1, "eth0", "dhcp"),
+    (PPPOE, {}, [*SWITCH_ON, "/usr/sbin/adsl-start"], 2, "ppp0", "none"),
+    # diald has put its routes in place, or is started a second time
+    (SERIAL, {"route -n": 3 * ROUTES + "127.0.0.0 lo\n"}, [*SWITCH_ON, START, "/sbin/route -n"],
+     3, "ppp0", None),
+    ("anything else", {"route -n": 2 * ROUTES},
+     [*SWITCH_ON, START, "/sbin/route -n", *STOP_MODEM, START], 3, "ppp0", None),
 ])
-def test_switching_on(saved, method, number, starts, interface, protocol):
+def test_switching_on(saved, label, answer, runs, method, interface, protocol):
     kernel = "#net.ipv4.ip_forward=0\nnet.ipv4.ip_forward{}\nnet.ipv4.ip_forward_x=0"
     saved.write("/etc/sysctl.conf", kernel.format(" \t= 0 # x"))
-    result = save(saved, internet_access="checked", access_method=method, enable_dmz="checked")
-    assert result.commands == [*SWITCH_ON, *starts, IS_DIRECT if method == DIRECT else IS_PPPOE]
-    assert saved.keys(RECORD)["Method"] == str(number)
-    wan = dict(nat_enable="yes", nat_interface=interface, connect_method=str(number))
+    saved.write(IFCFG, "old\n")
+    for call, text in answer.items():
+        saved.answer(call, text)
+    result = save(saved, internet_access="on", access_method=label)
+    assert (result.commands, saved.keys(RECORD)["Method"]) == (runs, str(method))
+    wan = dict(nat_enable="yes", nat_interface=interface, connect_method=str(method))
     assert wan.items() <= saved.keys(WAN).items()
     assert saved.read("/etc/sysctl.conf") == kernel.format("=1")
     assert (saved.mode(RECORD), saved.mode("/etc/resolv.conf")) == (0o600, 0o644)
     assert (result.page, result.shown["internet_access"]) == ("nat_base.htm", "checked")
-    assert saved.read(IFCFG) == f"DEVICE=eth0\nONBOOT=no\nBOOTPROTO={protocol}\n"
+    assert saved.read(IFCFG) == (
+        f"DEVICE=eth0\nONBOOT=no\nBOOTPROTO={protocol}\n" if protocol else "old\n")
     left = {path: text for path, text in result.changed.items() if path[:5] in ("/www/", "/tmp/")}
-    assert left == ({"/tmp/dyna": "1\n"} if method == DIRECT else {})
-
-
-@pytest.mark.parametrize("routes", [2, 3])
-def test_switching_the_serial_port_on(saved, routes):
-    """diald has put its routes in place, or it is started a second time."""
-    saved.answer("route -n", "10.0.0.0 0.0.0.0 U sl0\n" * routes + "127.0.0.0 lo\n")
-    result = save(saved, internet_access="on", access_method="anything else")
-    dial = ["/etc/ppp/dial start"]
-    again = [] if routes == 3 else [*STOP_MODEM, *dial]
-    assert result.commands == [*SWITCH_ON, *dial, "/sbin/route -n", *again]
-    assert saved.keys(RECORD)["Method"] == "3"
+    assert left == ({"/tmp/dyna": "1\n"} if method == 1 else {})
 
 
 def test_a_running_diald_is_left_alone(saved):
     saved.answer("pidof diald", "123\n")
-    result = save(saved, internet_access="checked", access_method=SERIAL)
-    assert result.commands == [*LINK, *LINK, *SQUID, IS_MODEM]
+    assert save(saved, internet_access="checked", access_method=SERIAL).commands == PROXY
 
 
 @pytest.mark.parametrize("answers, stops", [
@@ -159,17 +157,17 @@ def test_access_control(saved, value, before, after):
 
 
 @pytest.mark.parametrize("fields, numbers", [
-    ({"enable_dmz": "checked", "filter_when": "never"}, []),
-    ({"enable_dmz": "checked", "filter_when": "always"}, [52]),
-    ({"enable_dmz": "checked", "filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
-    ({"enable_dmz": "unchecked", "filter_when": "x"}, []),
-    ({"enable_dmz": "checked", "vs_ftp_enable": "checked", "filter_when": "always"}, [58, 59, 60]),
+    ({"filter_when": "never"}, []), ({"filter_when": "always"}, [52]),
+    ({"filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
+    ({"filter_when": "always", "vs_ftp_enable": "checked"}, [58, 59, 60]),
+    ({"filter_when": "x", "enable_dmz": "unchecked"}, []),
 ])
 def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, fields, numbers):
-    saved.change(RECORD, Ftp=1, DMZ=int(fields["enable_dmz"] == "unchecked"))
-    state = 0 if fields.get("filter_when") == "always" else 1  # the filter itself does not change
+    saved.change(RECORD, Ftp=1, DMZ=int("enable_dmz" in fields))
+    state = 0 if fields["filter_when"] == "always" else 1  # the filter itself does not change
     saved.write(FILTER, f"filter_state {state}\n")
-    assert save(saved, **fields).message == "\n".join(map(told, numbers))
+    result = save(saved, **{"enable_dmz": "checked", **fields})
+    assert result.message == "\n".join(map(told, numbers))
 
 
 def test_a_service_section_and_its_module(saved):
