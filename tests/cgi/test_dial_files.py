@@ -8,7 +8,7 @@ DIALD = "/etc/diald.conf"
 DIALER, TEL, OPTIONS = (f"/etc/ppp/{name}" for name in ("pppondialer", "tel", "options.ttyS0"))
 FILTER, DEFAULT_FILTER = "/usr/lib/diald/standard.filter", "/usr/lib/diald/default.filter"
 LOCAL = "pppd-options local {}:\n".format
-ACCOUNT = dict(nat_ac_name="joe@isp", nat_ac_pwd="pw", nat_tel01="555", nat_idle_time="2")
+ACCOUNT = dict(nat_ac_name="joe@isp", nat_ac_pwd="pw", nat_tel01="555", nat_idle_time="3")
 
 
 def save(appliance, message="", **fields):
@@ -44,10 +44,11 @@ def chat(init, dial):
       OPTIONS: 'idle 0\nname "joe#1 \\"x\\""\nremotename ppp0\n'}),
     (dict(ACCOUNT, **octets("nat_isp_ip0", "1.2.3.4"), nat_isp_ip_radio="dynamic",
           nat_dial_type_radio="tone"),
-     dict(User="joe@isp", Password="pw", Phone1="555", IP="1.2.3.4", BaudRate="57600"),
-     {DIALD: diald("10.0.0.1", "dynamic\n", ""), DIALER: chat("AT&F", "OK\t'ATDT\\T'\n"),
+     dict(User="joe@isp", Password="pw", Phone1="555", Idle="3", IP="1.2.3.4",
+          BaudRate="57600"),
+     {DIALD: diald("10.0.0.1", "dynamic\n", "", seconds=180), DIALER: chat("AT&F", "OK\t'ATDT\\T'\n"),
       TEL: "Total=1\nNext=1\nPhone1=555\nPhone2=\nPhone3=\n",
-      OPTIONS: "idle 120\nname joe@isp\nremotename ppp0\nnoipdefault\n"}),
+      OPTIONS: "idle 180\nname joe@isp\nremotename ppp0\nnoipdefault\n"}),
 ])
 def test_what_is_typed(saved, form, record, texts):
     for path in texts:
