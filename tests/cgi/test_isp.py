@@ -29,31 +29,9 @@ def account(appliance):
     return appliance
 
 
-@pytest.mark.parametrize("form, changed", [
-    (dict(nat_isp_ip_radio="fixed", **address("999.x.2x3.")), dict(DynamicIP="0", IP="999.2x3.")),
-    (dict(nat_idle_time="7x", nat_ac_pwd="", nat_tel02="2", nat_tel03="3" * 60),
-     dict(Idle="7", Password="", Phone2="2", Phone3="3" * 59)),
-    ({"nat_ac_pwd_v": "other", "nat_isp_ip_radio": "", "todo": "save"}, {}),
-    ({"nat_ac_name": "ann", "todo": "cancel"}, {}),
-])
-def test_save(account, form, changed):
-    before = account.keys(RECORD)
-    result = save(account, **form)
-    assert account.keys(RECORD) == {**before, **changed} and result.message == ""
-    assert not result.commands and (changed or not result.changed)
-
-
-@pytest.mark.parametrize("field, value, number", [
-    ("nat_ac_name", "", 16), ("nat_tel01", "", 17), ("nat_idle_time", "", 15),
-    ("nat_isp_ip01", "1234", 19), ("nat_isp_ip03", "1234", 19), ("nat_isp_ip04", "`", 19),
-])
-def test_refused(account, field, value, number):
-    """Neither page of the group is saved."""
-    form = {**ACCOUNT, "nat_ac_name": "ann", "nat_serspeed_list": "9600", field: value}
-    result = save(account, **form)
-    assert (result.message, result.did_nothing) == (told(number), True)
-    account.write("/www/cgi_err", f"{number}-No %s.\n")
-    assert save(account, **form).message == f"No {RECORD}."
+def test_a_message_may_name_the_record(account):
+    account.write("/www/cgi_err", "16-No %s.\n")
+    assert save(account, nat_ac_name="").message == f"No {RECORD}."
 
 
 @pytest.mark.parametrize("values, expected", [

@@ -3,7 +3,7 @@
 import pytest
 
 from appliance import (FILTER, HAS_ADDRESS, IFCFG, IP_UP, IS_MODEM, IS_PPP, IS_PPPOE, LINK_UP,
-                       NETWORK, RECORD, SET_MODULE, SETTINGS, SQUID, WAN, octets, told)
+                       NETWORK, RECORD, SET_MODULE, SETTINGS, SQUID, WAN, told)
 
 SERVICES, AC, FIREWALL = (f"/etc/rc.d/rc.{name}" for name in ("service", "ac_ctrl", "firewall"))
 CLOSED = "/etc/rc.d/dis_rc.firewall"
@@ -23,11 +23,6 @@ NO_SAP, NO_WEB, NO_FTP = (
 
 def save(appliance, **fields):
     return appliance.save("nat_conn.htm", **fields)
-
-
-def refused(result, number):
-    """That the services page shows this message and that nothing has happened."""
-    assert (result.page, result.message, result.did_nothing) == ("nat_conn.htm", told(number), True)
 
 
 @pytest.mark.parametrize("label, answer, runs, method, interface, protocol", [
@@ -87,48 +82,6 @@ def test_switching_off_takes_every_link_and_the_proxy_down(saved, proxy, answers
     assert proxy.wait(10) == -15
 
 
-@pytest.mark.parametrize("fields, key, before, after", [
-    ({"enable_email": "x"}, "SrvEMail", 0, 1), ({"enable_dmz": "on"}, "DMZ", 1, 0),
-    (octets("dmz_ip_", "x.168.1.9"), "DMZ_IP", "10.9.9.9", ""),
-])
-def test_a_field_changes_its_key_alone(saved, fields, key, before, after):
-    saved.change(RECORD, **{key: before})
-    record = saved.record()
-    result = save(saved, **fields)
-    assert saved.keys(RECORD) == record | {key: str(after), "DNS": "192.0.2.53"}
-    assert saved.exists("/etc/rc.d/rc.ipvs") == key.startswith("DMZ")
-    assert result.commands[:2] == LINK and SQUID[0] not in result.commands
-
-
-@pytest.mark.parametrize("fields", [
-    dict(enable_ftp="", dmz_ip_1="", enable_telnet="checked", internet_access="unchecked",
-         enable_ac="unchecked"),
-    {"todo": "apply", "enable_dmz": "checked", "dmz_ip_1": "1234"},
-])
-def test_nothing_new_writes_and_runs_nothing(saved, fields):
-    assert save(saved, **fields).did_nothing
-
-
-@pytest.mark.parametrize("octet", ["1234", "1;", "$a", "`", "1 2", "'", "#"])
-def test_a_bad_dmz_octet_is_refused_and_shown_again(saved, octet):
-    """Also when a field before it has been accepted, access control included."""
-    result = save(saved, enable_ac="checked", enable_dmz="checked", dmz_ip_1="192", dmz_ip_3=octet)
-    refused(result, 48)
-    assert result.shown["dmz_ip_1"] == "192"
-
-
-def test_what_sharing_needs(saved):
-    """A DNS server, and an address that is not another server's to give."""
-    saved.change(SETTINGS, bootproto="dhcp")
-    refused(save(saved, internet_access="checked"), 39)
-    save(saved, internet_access="unchecked", enable_ftp="unchecked")
-    assert saved.keys(RECORD)["SrvFTP"] == "0"
-    saved.change(SETTINGS, dns_server1="")
-    refused(save(saved, internet_access="checked"), 44)
-    saved.write(SETTINGS, None)
-    refused(save(saved, internet_access="checked"), 44)
-
-
 HEAD, LONG = "[ACC_CTRL]\n", "x" * 300
 NO_HEADS = "acc_en=1\n[acc_ctrl]\n [ACC_CTRL]\n[ACC_CTRL] \n[ACC_CTRLS]\nacc_en=1\n"
 NO_KEYS = f"acc_enable=2\nacc_en =2\n{LONG}acc_en=0\n"
@@ -152,17 +105,25 @@ def test_access_control(saved, value, before, after):
     assert result.changed[AC] == script.format("yes" if value == "checked" else "no")
 
 
-@pytest.mark.parametrize("fields, numbers", [
-    ({"filter_when": "never"}, []), ({"filter_when": "always"}, [52]),
-    ({"filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
-    ({"filter_when": "always", "vs_ftp_enable": "checked"}, [58, 59, 60]),
-    ({"filter_when": "x", "enable_dmz": "unchecked"}, []),
+@pytest.mark.parametrize("record, state, dmz, fields, numbers", [
+    ({}, 1, "checked", {"filter_when": "never"}, []),
+    ({}, 0, "checked", {"filter_when": "always"}, [52]),
+    ({}, 0, "checked", {"filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
+    ({"Ftp": 1}, 0, "checked", {"filter_when": "always", "vs_ftp_enable": "checked"}, [58, 59, 60]),
+    ({"DMZ": 1}, 1, "unchecked", {"filter_when": "x"}, []),
+    ({"DMZ": 1}, 1, "checked", {"vs_ftp_enable": "checked"}, [56, 57]),
+    ({"DMZ": 1, "Ftp": 1}, 1, "checked", {"vs_ftp_enable": "checked"}, []),
+    ({}, 1, "unchecked", {"vs_ftp_enable": "checked"}, []),
+    ({"DMZ": 1}, 1, "checked", {"filter_when": "always"}, [55]),
+    ({"DMZ": 1}, 0, "checked", {"filter_when": "between"}, [55]),
+    ({"DMZ": 1}, 0, "checked", {"filter_when": "never"}, []),
+    ({"DMZ": 1}, 1, "unchecked", {"filter_when": "always"}, []),
 ])
-def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, fields, numbers):
-    saved.change(RECORD, Ftp=1, DMZ=int("enable_dmz" in fields))
-    state = 0 if fields["filter_when"] == "always" else 1  # the filter itself does not change
+def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, proxy, record, state, dmz, fields,
+                                                      numbers):
+    saved.change(RECORD, **record)
     saved.write(FILTER, f"filter_state {state}\n")
-    result = save(saved, **{"enable_dmz": "checked", **fields})
+    result = save(saved, **{"enable_dmz": dmz, **fields})
     assert result.message == "\n".join(map(told, numbers))
 
 

@@ -101,30 +101,6 @@ def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
         assert (refused.message, refused.commands) == (told(62, "Service name", '"'), [SET_DNS])
 
 
-BAD_NAME = ("Invalid character or characters in Device Name.\n\n"
-            "The following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&")
-
-
-@pytest.mark.parametrize("page, form, message", [
-    *(("wan_dc.htm", {"device_name": f"my{character}pc"}, BAD_NAME)
-      for character in " \"&'()*+,/:;<=>?[\\]`|"),
-    ("wan_dc.htm", {"nat_isp_ip01": "1234"}, told(19)),
-    ("wan_dc.htm", {"nat_isp_gw02": "#"}, told(19)),
-    ("wan_dc.htm", {"todo": "cancel"}, ""), ("wan_dc.htm", dict.fromkeys(DIRECT), ""),
-    *(("wan_dc.htm", {"todo": "change_wan_mac", "wan_mac_address": address}, told(63))
-      for address in ("00A0C911223", "00A0C911223G", "00A0C9112233;x y")),
-    ("wan_dc.htm", {"todo": "change_wan_mac", "wan_mac_address": None}, ""),
-    ("wan_ppp.htm", {"ppp_ac_name": ""}, told(16)),
-    ("wan_ppp.htm", {"ppp_idle_time": ""}, told(15)),
-    ("wan_ppp.htm", {"isp_ip_type": ""}, told(5, "wan_ppp.htm")),
-    ("wan_ppp.htm", {"nat_isp_ip03": "1 2"}, told(19)),
-    ("wan_ppp.htm", {"todo": "cancel"}, ""), ("wan_ppp.htm", dict.fromkeys(ACCOUNT), ""),
-])
-def test_nothing_is_stored(appliance, page, form, message):
-    result = post(appliance, page, {**(DIRECT if page == "wan_dc.htm" else ACCOUNT), **form})
-    assert (result.changed, result.message) == ({}, message)
-
-
 @pytest.mark.parametrize("todo, address, stored, line", [
     ("change_wan_mac", "00-A0:C9:aB-cD-EF:", "00A0C9aBcDEF", "MACADDR=00:A0:C9:aB:cD:EF\n"),
     ("change_wan_mac", ":-", "", ""), ("default_wan_mac", "00A0C9112233", "", ""),
