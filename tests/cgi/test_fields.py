@@ -10,6 +10,7 @@ ALSO = {
     "nat_conn.htm": {"enable_ac": "checked", "enable_dmz": "checked"},
     "nat_vs.htm": {"vs_ud3_name": "kept", "vs_https_enable": "checked"},
     "sp_int.htm": dict(nat_ac_name="ann", nat_idle_time="7", nat_serspeed_list="9600"),
+    "sp_port.htm": {"nat_serspeed_list": "9600", "nat_isp_ip01": "9"},
     "wan_dc.htm": dict(isp_ip_type="fixed", device_name="mine"),
     "wan_ppp.htm": dict(ppp_ac_name="joe", ppp_idle_time="5", isp_ip_type="dynamic"),
 }
@@ -31,6 +32,7 @@ FORMS = {
         ({"nat_ac_name": ""}, told(16)), ({"nat_tel01": ""}, told(17)),
         ({"nat_idle_time": ""}, told(15)),
         *(({f"nat_isp_ip0{number}": "1234"}, told(19)) for number in (1, 3, 4)), CANCEL],
+    "sp_port.htm": [({"nat_init_string": "AT'\\r"}, told(62, "Init string", "'"))],
     "wan_dc.htm": [
         *(({"device_name": f"my{character}pc"}, NAME)
           for character in " \"&'()*+,/:;<=>?[\\]`|"),

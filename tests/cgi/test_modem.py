@@ -6,7 +6,7 @@ from collections import Counter
 
 import pytest
 
-from appliance import PROJECT, RECORD, SANITIZED, USER, Appliance, octets, plain, told
+from appliance import PROJECT, RECORD, SANITIZED, USER, Appliance, plain, told
 
 LIST, DIALD, DIALER = "/etc/ppp/modem.ini", "/etc/diald.conf", "/etc/ppp/pppondialer"
 NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
@@ -71,20 +71,17 @@ def test_save(saved, modem, modems):
     assert result.changed.keys() - {LIST, USER} == {RECORD, DIALD, DIALER}
 
 
-@pytest.mark.parametrize("form, obstacle, text", [
-    ({"nat_init_string": "AT'\\r"}, None, told(62, "Init string", "'")),
-    ({"nat_init_string": "ATZ"}, LIST, told(14, LIST)),
-    ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, "/www/Ini18042.tmp/x", told(20)),
+@pytest.mark.parametrize("obstacle, number, values", [
+    (LIST, 14, [LIST]), ("/www/Ini18042.tmp/x", 20, []),
 ])
-def test_save_refused(saved, form, obstacle, text):
-    if obstacle == LIST:  # a link to where no file can be made
-        saved.write(LIST, None)
+def test_a_list_that_cannot_be_written(saved, obstacle, number, values):
+    """A link to where no file can be made; a folder where the temporary file should be."""
+    saved.write(obstacle, None if obstacle == LIST else "")
+    if obstacle == LIST:
         saved.at(LIST).symlink_to("/missing/modem.ini")
-    elif obstacle:  # a folder where the temporary file should be
-        saved.write(obstacle, "")
-    result = post(saved, nat_serspeed_list="9600", **octets("nat_isp_ip0", "9.9.9.9"), **form)
-    assert (result.message, result.changed, result.commands) == (text, {}, [])
-    assert result.shown["nat_init_string"] == form["nat_init_string"]
+    result = post(saved, nat_serspeed_list="9600", nat_modem_list="Other", nat_init_string="ATZ")
+    assert (result.message, result.did_nothing) == (told(number, *values), True)
+    assert result.shown["nat_init_string"] == "ATZ"
 
 
 def test_an_import_needs_no_record(appliance):
@@ -142,30 +139,27 @@ def test_merge(saved, before, after):
     assert (result.changed, result.message) == ({LIST: after}, told(21, "1"))
 
 
-@pytest.mark.parametrize("more, init", [
-    ('HKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"\n', "ATE0V1"),
-    ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\nHKR, Init, 2,, ATX\n'
-     'HKR,init,2,,"ATX"', "AT"),
-    ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
-    (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
-    (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77),
-    ('HKR, Init, 2,, "A<cr>"', "ATA"),
-    ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
-    (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"),  # the rest of a long line is one
-])
-def test_init_strings(saved, more, init):
-    assert sections(upload(saved, small(more=more)).changed[LIST])[1:] == [("New", init)]
+LIMITS = 'A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n'
 
 
-@pytest.mark.parametrize("old, new", [
+@pytest.mark.parametrize("content, init", [
+    *((small(more=more), init) for more, init in (
+        ('HKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"\n', "ATE0V1"),
+        ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\n'
+         'HKR, Init, 2,, ATX\nHKR,init,2,,"ATX"', "AT"),
+        ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
+        (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
+        (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77),
+        ('HKR, Init, 2,, "A<cr>"', "ATA"), ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
+        (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"))),  # the rest of a long line is one
     # names of 29 characters, ten of them; keys of 83, none that begins like the maker's
-    ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),
-    ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"),
+    *((small(LIMITS).replace(old, new) + "\n[" + "r" * 29 + ']\nHKR, Init, 1,, "AT"\n', "AT")
+      for old, new in (
+          ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),
+          ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"))),
 ])
-def test_names_and_keys(saved, old, new):
-    content = small('A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n').replace(old, new)
-    content += "\n[" + "r" * 29 + ']\nHKR, Init, 1,, "AT"\n'
-    assert sections(upload(saved, content).changed[LIST])[1:] == [("New", "AT")]
+def test_init_strings(saved, content, init):
+    assert sections(upload(saved, content).changed[LIST])[1:] == [("New", init)]
 
 
 @pytest.mark.parametrize("content", [
