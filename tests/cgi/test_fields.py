@@ -2,7 +2,7 @@
 
 import pytest
 
-from appliance import RECORD, SETTINGS, octets, told
+from appliance import FILTER, RECORD, SETTINGS, octets, told
 from test_vs import LONG, SERVERS
 
 # What each page's form brings along besides, and is not stored either.
@@ -11,11 +11,13 @@ ALSO = {
     "nat_vs.htm": {"vs_ud3_name": "kept", "vs_https_enable": "checked"},
     "sp_int.htm": dict(nat_ac_name="ann", nat_idle_time="7", nat_serspeed_list="9600"),
     "sp_port.htm": {"nat_serspeed_list": "9600", "nat_isp_ip01": "9"},
+    "nat_filter.htm": {"remove_java": "checked"},
     "wan_dc.htm": dict(isp_ip_type="fixed", device_name="mine"),
     "wan_ppp.htm": dict(ppp_ac_name="joe", ppp_idle_time="5", isp_ip_type="dynamic"),
 }
 NAME = ("Invalid character or characters in Device Name.\n\n"
         "The following characters are not allowed:\n\\/[]<>,:;|=+*?'`\"()&")
+CHECK = "Check value in set_filter_info return error:{}"
 MAC = {"todo": "change_wan_mac"}
 CANCEL = {"todo": "cancel"}, ""
 # Forms and their messages
@@ -32,6 +34,10 @@ FORMS = {
         ({"nat_ac_name": ""}, told(16)), ({"nat_tel01": ""}, told(17)),
         ({"nat_idle_time": ""}, told(15)),
         *(({f"nat_isp_ip0{number}": "1234"}, told(19)) for number in (1, 3, 4)), CANCEL],
+    "nat_filter.htm": [
+        ({"filter_starttime": "24", "finish_min": "60"}, CHECK.format(4)),
+        ({"start_min": "60"}, CHECK.format(5)), ({"filter_finishtime": "-1"}, CHECK.format(6)),
+        ({"finish_min": "4294967356x"}, CHECK.format(7)), ({"todo": "clear"}, "")],
     "sp_port.htm": [({"nat_init_string": "AT'\\r"}, told(62, "Init string", "'"))],
     "wan_dc.htm": [
         *(({"device_name": f"my{character}pc"}, NAME)
@@ -57,11 +63,13 @@ ON, TAKEN = {"internet_access": "checked"}, {"vs_web_portno": "80", "vs_pop3_por
      told(50)),
     ("nat_vs.htm", {RECORD: {"Smtp": 1, "VS_UD2": 1}}, dict(vs_smtp_portno="", vs_ud2_portno="x"),
      told(50)),
+    ("nat_filter.htm", {FILTER: "filter_state 3\n"}, {}, CHECK.format(1)),
+    ("nat_filter.htm", {FILTER: "custom_content_state 3\n"}, {}, CHECK.format(14)),
 ])
 def test_nothing_happens(saved, page, before, form, message):
     saved.change(SETTINGS, wan_hw_addr="112233445566")
     for path, values in before.items():
-        saved.change(path, **values)
+        saved.write(path, values) if path == FILTER else saved.change(path, **values)
     form = {**ALSO[page], **form}
     result = saved.save(page, **{"next_file": page, **form})
     assert (result.page, result.message, result.did_nothing) == (page, message, True)
@@ -80,6 +88,8 @@ def test_nothing_happens(saved, page, before, form, message):
                              nat_modem_list="", show_modemlist="x")),
     ("sp_int.htm", {}, dict(nat_ac_pwd_v="other", nat_isp_ip_radio="",
                             **octets("nat_isp_ip0", "10.0.0.1"))),
+    ("nat_filter.htm", {}, dict(filter_when="off", filter_starttime="08", start_min="",
+                                remove_js="on", sitelist_type="off")),
     ("wan_dc.htm", {}, {}), ("wan_ppp.htm", {}, {}),
 ])
 def test_nothing_new_is_stored(saved, page, before, form):
