@@ -147,7 +147,8 @@ LIMITS = 'A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n'
         ('HKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"\n', "ATE0V1"),
         ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\n'
          'HKR, Init, 2,, ATX\nHKR,init,2,,"ATX"', "AT"),
-        ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
+        ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"',
+         "S0=1S2=3"),
         (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
         (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77),
         ('HKR, Init, 2,, "A<cr>"', "ATA"), ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
