@@ -2,48 +2,28 @@
 
 import pytest
 
-from appliance import IS_MODEM, IS_PPP, RECORD, USER, WAN, octets, told
+from appliance import IS_MODEM, IS_PPP, RECORD, WAN, octets, told
 
 DIALD = "/etc/diald.conf"
 LOGS = ["/var/log/ppp1.log", "/var/log/ppp0.log", "/var/log/pppd.log"]
 
 
-def address(text):
-    return octets("nat_isp_ip0", text)
-
-
-ACCOUNT = dict(
-    nat_ac_name="joe@isp", nat_ac_pwd="secret", nat_ac_pwd_v="secret", nat_tel01="555",
-    nat_tel02="", nat_tel03="777", nat_idle_time="5", nat_isp_ip_radio="dynamic",
-    **address("10.0.0.1"))
-
-
-def save(appliance, **fields):
-    return appliance.save("sp_int.htm", **{"next_file": "sp_int.htm", **ACCOUNT, **fields})
-
-
-@pytest.fixture
-def account(appliance):
-    assert save(appliance).message == ""
-    appliance.write(USER, "joe@isp")  # as the next save does
-    return appliance
-
-
-def test_a_message_may_name_the_record(account):
-    account.write("/www/cgi_err", "16-No %s.\n")
-    assert save(account, nat_ac_name="").message == f"No {RECORD}."
+def test_a_message_may_name_the_record(saved):
+    saved.write("/www/cgi_err", "16-No %s.\n")
+    assert saved.save("sp_int.htm", nat_ac_name="").message == f"No {RECORD}."
 
 
 @pytest.mark.parametrize("values, expected", [
     (dict(DialType="2", DynamicIP="7", IP="192.168.1"),
-     dict(nat_dial_type_radio="perm", nat_isp_ip_radio="dynamic", **address("192.168.1."))),
+     dict(nat_dial_type_radio="perm", nat_isp_ip_radio="dynamic",
+          **octets("nat_isp_ip0", "192.168.1."))),
     (dict(User="joe\r", Idle="", BaudRate="x", IP="123.123.123.1234", Phone1="1" * 70, DialType=3),
      dict(nat_ac_name="joe\r", nat_idle_time="0", nat_serspeed_list="0", nat_tel01="1" * 59,
-          nat_dial_type_radio="", **address("123.123.123.123"))),
+          nat_dial_type_radio="", **octets("nat_isp_ip0", "123.123.123.123"))),
 ])
-def test_overview(account, values, expected):
-    account.change(RECORD, **values)
-    assert expected.items() <= account.view("sp_base.htm").shown.items()
+def test_overview(saved, values, expected):
+    saved.change(RECORD, **values)
+    assert expected.items() <= saved.view("sp_base.htm").shown.items()
 
 
 RATE = "ATDT555\nCONNECT 50666\nCONNECT 9600\n"
@@ -89,21 +69,20 @@ START, DIAL, HANGUP = (f"/etc/ppp/dial {each}" for each in ("start", "up", "down
     ("nat_dial", "yes", "", 1, [IS_MODEM, START]), ("nat_hangup", "no", "", 0, [HANGUP]),
     ("nat_clearlog", "yes", "", 0, []), ("save", "yes", "", 0, []),
 ])
-def test_buttons(account, todo, enabled, pid, status, ran):
-    account.change(RECORD, Method=3)
-    account.change(WAN, nat_enable=enabled)
-    account.answer("pidof diald", pid)
-    account.answer("dial start", status=status)
-    account.stub_scripts()
+def test_buttons(saved, todo, enabled, pid, status, ran):
+    saved.change(RECORD, Method=3)
+    saved.change(WAN, nat_enable=enabled)
+    saved.answer("pidof diald", pid)
+    saved.answer("dial start", status=status)
     for path in LOGS:
-        account.write(path, "log\n")
-    result = account.post({"this_file": "sp_status.htm", "todo": todo})
+        saved.write(path, "log\n")
+    result = saved.post({"this_file": "sp_status.htm", "todo": todo})
     assert [each for each in result.commands if each != IS_PPP] == ran
     left = [False, False, ""] if todo == "nat_clearlog" else ["log\n"] * 3
-    assert [account.exists(path) and account.read(path) for path in LOGS] == left
+    assert [saved.exists(path) and saved.read(path) for path in LOGS] == left
     assert (result.page, result.message) == ("sp_status.htm", "")
 
 
-def test_a_refused_button_does_nothing(account):
-    result = account.post("this_file=sp_status.htm&next_file=sp_status.htm&todo=nat_hangup&x=a%0A")
+def test_a_refused_button_does_nothing(saved):
+    result = saved.post("this_file=sp_status.htm&next_file=sp_status.htm&todo=nat_hangup&x=a%0A")
     assert (HANGUP not in result.commands, result.message) == (True, told(61, "x"))

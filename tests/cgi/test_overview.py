@@ -85,10 +85,9 @@ def test_values_of_the_record(appliance):
 
 
 @pytest.mark.parametrize("settings, expected", [
-    ("filter_state\t2\ncustom_filter_state ENABLE\ncustom_content_state 1\n"
-     "filter_from friday 25 10\n", "between Sunday 00 00 Sunday 00 00 allowed"),
-    ("#filter_state 0\nfilter_state 1\ncustom_filter_state on\nfilter_to Holiday 8 30\n",
-     "never Sunday 00 00 Sunday 08 30 banned"),
+    ("#filter_state 0\nfilter_state\t2\ncustom_filter_state ENABLE\ncustom_content_state 1\n"
+     "filter_from friday 25 10\nfilter_to Holiday 8 30\n",
+     "between Sunday 00 00 Sunday 08 30 allowed"),
     ("filter_from FRIDAY 24 0\nfilter_to saturday 8x +5\nfilter_to Monday 1 60\n"
      "filter_to Monday 1\nfilter_state x\nfilter_state +2\n",
      "between Sunday 00 00 Saturday 08 05 off"),

@@ -35,16 +35,14 @@ def post(appliance, page, form):
     return appliance.post({"this_file": page, "todo": "save", **given})
 
 
-@pytest.mark.parametrize("settings, info, expected", [
-    ({}, PORT, dict(wan_mac_address="00A0C9000000", default_name="quillstead",
-                    isp_ip_type="dynamic", **dns("192.0.2.53", "198.51.100.53", "..."))),
-    (dict(dns_server1="8.8", dns_server2="", dns_server3="1.x2.3y.4"), "HWADDR\n",
-     dict(wan_mac_address="", **dns("8.8..", "...", "1..3.4"))),
-])
-def test_direct_page_shows(appliance, settings, info, expected):
-    appliance.change(SETTINGS, **settings)
-    appliance.answer("NET_ReadNetworkInfo eth0", info)
-    assert expected.items() <= appliance.view("wan_dc.htm").shown.items()
+def test_direct_page_shows(appliance):
+    appliance.change(SETTINGS, dns_server1="8.8", dns_server2="", dns_server3="1.x2.3y.4")
+    expected = dict(default_name="quillstead", isp_ip_type="dynamic",
+                    **dns("8.8..", "...", "1..3.4"))
+    for info, address in (PORT, "00A0C9000000"), ("HWADDR\n", ""):
+        appliance.answer("NET_ReadNetworkInfo eth0", info)
+        shown = appliance.view("wan_dc.htm").shown
+        assert {**expected, "wan_mac_address": address}.items() <= shown.items()
 
 
 @pytest.mark.parametrize("page, file, named", [
