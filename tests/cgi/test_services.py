@@ -14,6 +14,7 @@ IS_DIRECT = HAS_ADDRESS % "eth0"
 PROXY = [*LINK, *LINK, *SQUID, IS_MODEM]
 SWITCH_ON = [*PROXY, IS_PPPOE, IS_DIRECT, *NETWORK, *SQUID]
 START, ROUTES = "/etc/ppp/dial start", "10.0.0.0 0.0.0.0 U sl0\n"
+FTP_SERVER = {"vs_ftp_enable": "checked"}
 STOP_MODEM = ["/etc/ppp/dial stop", "/sbin/ifconfig sl0 down"]
 STOP_PPPOE = ["/usr/sbin/adsl-stop", "/sbin/ifdown ppp0"]
 STOP_DIRECT = ["/sbin/ifdown eth0", "/etc/ppp/ip-down eth1"]
@@ -105,25 +106,24 @@ def test_access_control(saved, value, before, after):
     assert result.changed[AC] == script.format("yes" if value == "checked" else "no")
 
 
-@pytest.mark.parametrize("record, state, dmz, fields, numbers", [
-    ({}, 1, "checked", {"filter_when": "never"}, []),
-    ({}, 0, "checked", {"filter_when": "always"}, [52]),
-    ({}, 0, "checked", {"filter_when": "always", "next_file": "nat_sap.htm"}, [52]),
-    ({"Ftp": 1}, 0, "checked", {"filter_when": "always", "vs_ftp_enable": "checked"}, [58, 59, 60]),
-    ({"DMZ": 1}, 1, "unchecked", {"filter_when": "x"}, []),
-    ({"DMZ": 1}, 1, "checked", {"vs_ftp_enable": "checked"}, [56, 57]),
-    ({"DMZ": 1, "Ftp": 1}, 1, "checked", {"vs_ftp_enable": "checked"}, []),
-    ({}, 1, "unchecked", {"vs_ftp_enable": "checked"}, []),
-    ({"DMZ": 1}, 1, "checked", {"filter_when": "always"}, [55]),
-    ({"DMZ": 1}, 0, "checked", {"filter_when": "between"}, [55]),
-    ({"DMZ": 1}, 0, "checked", {"filter_when": "never"}, []),
-    ({"DMZ": 1}, 1, "unchecked", {"filter_when": "always"}, []),
+@pytest.mark.parametrize("record, state, dmz, numbers, fields", [
+    ({}, 1, "checked", [], {"filter_when": "never"}),
+    ({}, 0, "checked", [52], {"filter_when": "always"}),
+    ({}, 0, "checked", [52], {"filter_when": "always", "next_file": "nat_sap.htm"}),
+    ({"Ftp": 1}, 0, "checked", [58, 59, 60], {"filter_when": "always", **FTP_SERVER}),
+    ({"DMZ": 1}, 1, "unchecked", [], {"filter_when": "x"}),
+    ({"DMZ": 1}, 1, "checked", [56, 57], FTP_SERVER),
+    ({"DMZ": 1, "Ftp": 1}, 1, "checked", [], FTP_SERVER), ({}, 1, "unchecked", [], FTP_SERVER),
+    ({"DMZ": 1}, 1, "checked", [55], {"filter_when": "always"}),
+    ({"DMZ": 1}, 0, "checked", [55], {"filter_when": "between"}),
+    ({"DMZ": 1}, 0, "checked", [], {"filter_when": "never"}),
+    ({"DMZ": 1}, 1, "unchecked", [], {"filter_when": "always"}),
 ])
-def test_a_dmz_host_beside_filter_or_ftp_server_warns(saved, proxy, record, state, dmz, fields,
-                                                      numbers):
+def test_a_dmz_host_warns(saved, proxy, record, state, dmz, numbers, fields):
+    """It hides the FTP server and what the filter is to see."""
     saved.change(RECORD, **record)
     saved.write(FILTER, f"filter_state {state}\n")
-    result = save(saved, **{"enable_dmz": dmz, **fields})
+    result = save(saved, enable_dmz=dmz, **fields)
     assert result.message == "\n".join(map(told, numbers))
 
 
@@ -135,11 +135,11 @@ def test_a_service_section_and_its_module(saved):
     saved.answer("pidof pppd", "321\n")
     saved.answer("lsmod", "ip_masq_ftp 1234 2\n")
     result = save(saved, **NO_FTP, **NO_WEB, enable_email="unchecked")
-    assert result.changed[SERVICES] == script.format("#")
-    assert saved.mode(SERVICES) == 0o744
-    assert result.commands[:4] == [
-        IS_PPP, "/sbin/rmmod ip_masq_ftp", "/sbin/lsmod",
-        SET_MODULE % ("ip_masq_ftp", "f")]
+    assert (result.changed[SERVICES], saved.mode(SERVICES)) == (script.format("#"), 0o744)
+    unload = [IS_PPP, "/sbin/rmmod ip_masq_ftp", "/sbin/lsmod", SET_MODULE % ("ip_masq_ftp", "f")]
+    assert result.commands[:4] == unload
+    load = save(saved, enable_ftp="checked").commands[:3]
+    assert load == [IS_PPP, "/sbin/modprobe ip_masq_ftp", SET_MODULE % ("ip_masq_ftp", "s")]
 
 
 @pytest.mark.parametrize("fields, before, after", [
@@ -159,15 +159,15 @@ def test_special_applications_need_both_switches(saved, fields, before, after):
 
 
 def test_a_live_link_gets_its_scripts_run_again(saved):
+    saved.write(SERVICES, None)
     saved.change(WAN, nat_enable="yes")
     saved.answer("pidof pppd", "321\n")
     saved.answer("pidof -x adsl-connect", "322\n")
     saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:192.0.2.9  P-t-P:192.0.2.1\n")
     rerun = [IS_PPP, IS_MODEM, IS_PPPOE, HAS_ADDRESS % "ppp0", LINK_UP % "ppp0"]
-    module = [IS_PPP, "/sbin/modprobe ip_masq_ftp", SET_MODULE % ("ip_masq_ftp", "s")]
-    assert save(saved, enable_telnet="unchecked").commands == module + rerun * 2
+    assert save(saved, enable_telnet="unchecked").commands == rerun * 2
     saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:10.112.112.112  P-t-P\n")
-    assert save(saved, enable_telnet="checked").commands == module + rerun[:-1] * 2
+    assert save(saved, enable_telnet="checked").commands == rerun[:-1] * 2
     saved.answer("pidof pppd", "")
     saved.answer("ifconfig eth0", "eth0: error fetching interface information\n")
-    assert save(saved, enable_telnet="unchecked").commands == LINK * 3
+    assert save(saved, enable_telnet="unchecked").commands == LINK * 2
