@@ -20,7 +20,7 @@ NAME = ("Invalid character or characters in Device Name.\n\n"
 CHECK = "Check value in set_filter_info return error:{}"
 MAC = {"todo": "change_wan_mac"}
 CANCEL = {"todo": "cancel"}, ""
-# Forms and their messages
+# Forms, and the message that each gets.
 FORMS = {
     "nat_conn.htm": [
         *(({"dmz_ip_1": "192", "dmz_ip_3": octet}, told(48))
@@ -33,7 +33,7 @@ FORMS = {
     "sp_int.htm": [
         ({"nat_ac_name": ""}, told(16)), ({"nat_tel01": ""}, told(17)),
         ({"nat_idle_time": ""}, told(15)),
-        *(({f"nat_isp_ip0{number}": "1234"}, told(19)) for number in (1, 3, 4)), CANCEL],
+        *(({f"nat_isp_ip0{number}": "1234"}, told(19)) for number in (1, 3)), CANCEL],
     "nat_filter.htm": [
         ({"filter_starttime": "24", "finish_min": "60"}, CHECK.format(4)),
         ({"start_min": "60"}, CHECK.format(5)), ({"filter_finishtime": "-1"}, CHECK.format(6)),
@@ -69,7 +69,10 @@ ON, TAKEN = {"internet_access": "checked"}, {"vs_web_portno": "80", "vs_pop3_por
 def test_nothing_happens(saved, page, before, form, message):
     saved.change(SETTINGS, wan_hw_addr="112233445566")
     for path, values in before.items():
-        saved.write(path, values) if path == FILTER else saved.change(path, **values)
+        if path == FILTER:
+            saved.write(path, values)
+        else:
+            saved.change(path, **values)
     form = {**ALSO[page], **form}
     result = saved.save(page, **{"next_file": page, **form})
     assert (result.page, result.message, result.did_nothing) == (page, message, True)

@@ -205,7 +205,7 @@ def test_ten_thousand_models(saved):
 
 
 @pytest.mark.skipif(SANITIZED, reason="sanitizers have memory of their own")
-@pytest.mark.parametrize("line", ['="x\n', "[{}]]]]]]]]\n"])
+@pytest.mark.parametrize("line", ['="x\n', "[]\n", "[{}]]]]]]]]\n"])
 def test_a_long_description_takes_ten_times_its_size(saved, monkeypatch, line):
     lines = "".join(line.format(n) for n in range(2**20 // len(line)))
     limit = 10 * len(lines) + 2**21  # the program itself
