@@ -245,6 +245,11 @@ class Appliance:
         """The lines key=value of a file."""
         return dict(line.split("=", 1) for line in self.read(path).splitlines() if "=" in line)
 
+    def record(self):
+        """The lines of the record that a save keeps."""
+        lines = self.keys(RECORD)
+        return {key: value for key, value in lines.items() if not key.startswith("VPN")}
+
     def change(self, path, **values):
         """Changes lines key=value of a file and returns its text."""
         text = self.read(path)

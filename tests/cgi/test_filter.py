@@ -1,82 +1,39 @@
 """The content filter's settings, its switch in the services script, and the filter log."""
 
-import re
 import signal
 
 import pytest
 
 from appliance import FILTER as CONF
-from appliance import HAS_ADDRESS, IS_MODEM, IS_PPPOE, LINK_UP, PROJECT, RECORD, WAN, told
+from appliance import HAS_ADDRESS, IS_MODEM, IS_PPPOE, LINK_UP, WAN, told
 
 SERVICES = "/etc/rc.d/rc.service"
 LOG = "/usr/local/squid/logs/access.log"
-FACTORY = (PROJECT / f"lab/factory{CONF}").read_text()
 
 
 def save(appliance, fields, page="nat_filter.htm"):
     return appliance.save(page, **fields)
 
 
-def settings(**changes):
-    """The factory's file with other values."""
-    text = FACTORY
-    for key, value in changes.items():
-        text = re.sub(f"(?m)^{key} .*", f"{key} {value}", text)
-    return text
-
-
-ON = dict.fromkeys(("remove_java", "remove_ax", "enable_filter_log"), "checked")
-
-
-@pytest.mark.parametrize("fields, changes", [
-    (dict(ON, filter_daystart="Saturday", filter_starttime=" 07x", start_min="59",
-          sitelist_type="banned"),
-     dict(filter_from="Saturday 7 59", block_applet="on", block_activex="on",
-          custom_filter_state="on")),
-    (dict(filter_dayfinish="friday", filter_finishtime="23", finish_min="+5",
-          enable_filter_log="on", sitelist_type=""),
-     dict(filter_to="Sunday 23 5", enable_log="off", custom_filter_state="on")),
-    (dict(remove_js="checked", remove_cookies="checked", filter_finishtime="x",
-          sitelist_type="allowed"),
-     dict(filter_to="Friday 0 0", block_script="on", block_cookies="on", custom_filter_state="on",
-          custom_content_state="1")),
-    # nothing differs, nothing is there, another button
-    (dict(filter_when="off", filter_starttime="08", start_min="", remove_js="on",
-          sitelist_type="off"), {}),
-    ({}, {}), ({"todo": "clear", **ON}, {}),
-])
-def test_fields(saved, fields, changes):
-    result = save(saved, fields)
-    assert result.changed == ({CONF: settings(**changes)} if changes else {})
-    assert result.message == told(46 if changes else None)
-    assert (result.commands, result.page) == ([], "nat_base.htm")
-
-
-def test_what_the_file_lacks_is_added(saved):
-    """Every line of a key is rewritten, others stay; a list that is switched off keeps its kind."""
+def test_what_is_stored(saved):
+    """Every line of a key is rewritten, missing ones are added, others stay as they are."""
     kept = "\n\ncustom_content_state 1\nfoo  bar\nblock_applet"
-    saved.write(CONF, f"#a\nblock_applet no{kept}\ton\ncustom_filter_state on")
-    result = save(saved, {"sitelist_type": "off"})
+    saved.write(CONF, f"#a\nblock_applet no{kept}\ton\ncustom_filter_state on\nenable_log on")
+    result = save(saved, dict(
+        sitelist_type="off", filter_dayfinish="friday", filter_starttime=" 07x",
+        filter_finishtime="x", finish_min="+5", enable_filter_log="on"))
     assert result.changed == {CONF: (
-        f"#a\nblock_applet on{kept} on\ncustom_filter_state off\nfilter_state 0\n"
-        "filter_from Sunday 0 0\nfilter_to Sunday 0 0\n"
-        "block_script off\nblock_activex off\nblock_cookies off\nenable_log off\n")}
+        f"#a\nblock_applet on{kept} on\ncustom_filter_state off\nenable_log off\nfilter_state 0\n"
+        "filter_from Sunday 7 0\nfilter_to Sunday 0 5\n"
+        "block_script off\nblock_activex off\nblock_cookies off\n")}
+    assert (result.message, result.commands) == (told(46), [])
 
 
-@pytest.mark.parametrize("before, fields, code", [
-    ({"filter_state": "3"}, {"start_min": "10"}, 1),
-    ({}, {"filter_starttime": "24", "finish_min": "60"}, 4), ({}, {"start_min": "60"}, 5),
-    ({}, {"filter_finishtime": "-1"}, 6), ({}, {"filter_finishtime": "24"}, 6),
-    ({}, {"finish_min": "4294967356x"}, 7),
-    ({"custom_content_state": "-1"}, {"start_min": "10"}, 14),
-    ({"custom_content_state": "3"}, {"sitelist_type": "on"}, 14),
-])
-def test_values_out_of_range(saved, before, fields, code):
-    saved.write(CONF, settings(**before))
-    result = save(saved, fields, "nat_vs.htm")
-    assert (result.did_nothing, result.page) == (True, "nat_filter.htm")
-    assert result.message == f"Check value in set_filter_info return error:{code}"
-    assert fields.items() <= result.shown.items()
+def test_the_proxy_reads_its_settings_again(saved, proxy):
+    """A word that no list has switches on the list of the kind that there is."""
+    assert save(saved, {"sitelist_type": ""}).message == ""
+    assert proxy.wait(10) == -signal.SIGHUP
+    assert "custom_filter_state on\nenable_log on\ncustom_content_state 0\n" in saved.read(CONF)
 
 
 @pytest.mark.parametrize("blocked, message", [
@@ -94,16 +51,16 @@ MARK = "# All web\n"
 
 
 @pytest.mark.parametrize("when, state, before, after", [
-    ("always", 0, "# All webs\n#a\n##b\nx\n#d\n", "# All webs\n a\n #b\nx\n#d\n"),
-    ("between", 2, f"#a\n\n{MARK}{LONG}\n{MARK}#def", f"#a\n\n{MARK} {LONG[1:]}\n{MARK}#def"),
-    ("never", 1, f"{MARK} abc\nab\n#ab", f"{MARK}#abc\n#b\n#ab"),
-    ("x", 1, "# All we\n a\n", "# All we\n a\n"), ("always", 0, None, None),
+    ("between", 2, f"#a\n\n# All webs\n#a\n##b\n{LONG}x\n#d\n{MARK}#def",
+     f"#a\n\n# All webs\n a\n #b\n {LONG[1:]}x\n#d\n{MARK}#def"),
+    ("never", 1, f"{MARK} abc\nab\n\n d", f"{MARK}#abc\n#b\n\n d"),
+    ("always", 0, None, None),
 ])
 def test_the_redirect(saved, when, state, before, after):
     """Switched when the schedule changes, even if refused, and never in the way of a save."""
     saved.answer("ifconfig eth0", "inet addr:192.0.2.7\n")
     saved.change(WAN, nat_enable="yes")
-    saved.write(CONF, settings(filter_state="0" if state else "1"))
+    saved.write(CONF, f"filter_state {0 if state else 1}\n")
     runs = [IS_MODEM, IS_PPPOE, HAS_ADDRESS % "eth0", LINK_UP % "eth0"] * (before is not None)
     for refused, times in ({"start_min": "77"}, 1), ({}, 2), ({}, 0):
         saved.write(SERVICES, before, 0o744)
@@ -115,48 +72,18 @@ def test_the_redirect(saved, when, state, before, after):
     assert f"filter_state {state}\n" in saved.read(CONF)
 
 
-@pytest.mark.parametrize("state, when, dmz, warned", [
-    (1, "always", "checked", 55), (0, "between", "checked", 55), (0, "never", "checked", None),
-    (2, "between", "checked", None), (1, "always", "unchecked", None), (1, "always", None, None),
-])
-def test_the_filter_beside_a_dmz_host(saved, proxy, state, when, dmz, warned):
-    """The proxy is told to read its settings again, once."""
-    saved.change(RECORD, DMZ=1)
-    saved.write(CONF, settings(filter_state=str(state)))
-    fields = {"filter_when": when, "remove_js": "checked", "enable_dmz": dmz}
-    result = save(saved, {key: value for key, value in fields.items() if value})
-    assert proxy.wait(10) == -signal.SIGHUP
-    assert result.message == told(warned)
-
-
-def test_the_overview_changes_the_filter(saved):
-    """As shown it changes nothing; what is changed goes into the filter's settings."""
-    shown = saved.view("nat_base.htm").shown
-    form = {key: value for key, value in shown.items() if key[:3] != "vs_"}
-    assert CONF not in save(saved, form, "nat_conn.htm").changed
-    form.update(filter_finishtime="22", filter_dayfinish="Monday", remove_ax="checked",
-                filter_when="between")
-    result = save(saved, form, "nat_conn.htm")
-    assert result.changed[CONF] == settings(
-        filter_state="2", filter_to="Monday 22 0", block_activex="on")
-    assert "\n ipchains -A input -j REDIRECT" in result.changed[SERVICES]
-
-
 def rows(*records):
     row = "<tr>\n" + "<td nowrap>{}</td>\n" * 3 + "</tr>\n"
     return "".join(row.format(*record) for record in records)
 
 
-@pytest.mark.parametrize("log, shown", [
-    ("# a b c\n\n", rows()),
-    ("a\tb  c d\n\n#x\n e f\r\n\r\ng", rows("abc", ("e", "f", ""), ("", "", ""), ("g", "", ""))),
-    ("1" * 40 + " " + "2" * 40 + " " + "3" * 100, rows(("1" * 31, "2" * 31, "3" * 79))),
-    ("x" * 8191 + "y z\n", rows(("x" * 31, "", ""), ("y", "z", ""))),
-])
-def test_the_log_as_rows(appliance, log, shown):
-    appliance.write(LOG, log)
-    result = appliance.view("filterlog.htm")
-    assert (result.shown["log_record"], result.message) == (shown, "")
+def test_the_log_as_rows(appliance):
+    """Three words of a line, as much of each as has room; a longer line than can be read is two."""
+    words = " ".join(("1" * 40, "2" * 40, "3" * 100))
+    appliance.write(LOG, "a\tb  c d\n\n#x\n e f\r\n\r\n%s\n%sy z\ng" % (words, "x" * 8191))
+    shown = rows("abc", ("e", "f", ""), ("", "", ""), ("1" * 31, "2" * 31, "3" * 79),
+                 ("x" * 31, "", ""), ("y", "z", ""), ("g", "", ""))
+    assert appliance.view("filterlog.htm").shown["log_record"] == shown
 
 
 def test_a_log_is_read_no_further_than_it_is_shown(appliance):
@@ -172,12 +99,11 @@ def test_a_log_elsewhere(appliance):
     path = "/tmp/my log"
     appliance.write("/usr/local/squid/etc/squid.conf",
                     f"#cache_access_log /x\ncache_access_log\t{path} \n")
-    result = appliance.view("filterlog.htm")
-    assert (result.shown["log_record"], result.message) == ("", told(37))
-    for button, log, after in ("Clear", None, None), ("clear", "a\n", None), ("Clear", "a\n", ""):
+    for button, log, after, number in (
+            ("Clear", None, None, 37), ("clear", "a\n", None, None), ("Clear", "a\n", "", None)):
         appliance.write(path, log)
+        assert appliance.view("filterlog.htm").message == told(number)
         result = appliance.post(f"this_file=filterlog.htm&todo=clear_log&clear={button}+Log")
-        assert result.changed.get(path) == after
-        assert result.message == (told(37) if log is None else "")
+        assert (result.changed.get(path), result.message) == (after, told(number))
     appliance.block(path)
     assert appliance.post("this_file=filterlog.htm&todo=x&clear=Clear+Log").message == told(31)

@@ -6,7 +6,7 @@ from collections import Counter
 
 import pytest
 
-from appliance import PROJECT, RECORD, SANITIZED, USER, Appliance, octets, plain, told
+from appliance import PROJECT, RECORD, SANITIZED, USER, Appliance, plain, told
 
 LIST, DIALD, DIALER = "/etc/ppp/modem.ini", "/etc/diald.conf", "/etc/ppp/pppondialer"
 NEW_LIST = "[_Standard Modem]\nInitString=AT&F\n\n[Other]\nInitString=AT&FM0\n\n"
@@ -38,14 +38,12 @@ def small(strings='A = "New"', more=""):
 
 @pytest.mark.parametrize("text, modems", [
     (None, [("_Standard Modem", "AT&F"), ("Other", "AT&FM0")]),
-    ("[A]\r\nX=1\r\n\r\nInitString=AT\\V1\r\nInitString=ATZ\r\n"
-     "[B]\n\n[C]\n[D\nInitString=x\n[E]]\nInitString=AT=1",
-     [("A", r"AT\\V1"), ("B", "AT&F"), ("C", "AT&F"), ("E]", "AT=1")]),
-    ("InitString=x\n[A]\nInitString =x\n", [("A", "")]),
-    ("[A]\n[B]\nInitString=AT\n[C]", [("A", "AT&F"), ("B", "AT")]),
+    ("InitString=x\n[A]\r\nX=1\r\n\r\nInitString=AT\\V1\r\nInitString=ATZ\r\n"
+     "[B]\n\n[C]\n[D\nInitString=x\n[E]]\nInitString=AT=1\n[F]\nInitString =x\n",
+     [("A", r"AT\\V1"), ("B", "AT&F"), ("C", "AT&F"), ("E]", "AT=1"), ("F", "")]),
     (f"[A]\nInitString={40 * '/'}\n[{'n' * 79}]\r\nInitString={'x' * 80}\n".replace("/", "\\"),
      [("A", 39 * "\\\\"), ("n" * 79, "x" * 71)]),
-    ("no section\n", []), ("[A]", []), ("", []),
+    ("no section\n[A]", []), ("", []),
 ])
 @pytest.mark.parametrize("lists", ["@show_modemlist#//@a_init#", "//@a_init#@show_modemlist#"])
 def test_modem_list(appliance, text, modems, lists):
@@ -58,51 +56,32 @@ def test_modem_list(appliance, text, modems, lists):
     assert appliance.read(LIST) == (NEW_LIST if text is None else text)
 
 
-@pytest.mark.parametrize("form, changes, modems", [
-    ({"nat_serspeed_list": "57600x"}, {"BaudRate": "57600"}, None),
-    (dict(nat_modem_list="Elmsworth ED56", nat_init_string="AT&F&C1"),
-     dict(Modem="Elmsworth ED56", InitStr="AT&F&C1"), None),
-    (dict(nat_modem_list="Other", nat_init_string="ATZ"), dict(Modem="Other", InitStr="ATZ"),
-     "[Other]\nX=1\nInitString=ATZ\n[B]\n"),
-    ({"nat_init_string": "i" * 90}, {"InitStr": "i" * 79}, None),
-    ({"nat_dial_type_radio": "perm"}, {"DialType": "2"}, None),
-    ({"nat_dial_type_radio": "pulse"}, {"DialType": "1"}, None),
-    (dict(nat_dial_type_radio="tone", nat_serspeed_list="115200", nat_modem_list="",
-          show_modemlist="x"), {}, None),
-    ({}, {}, None),
+@pytest.mark.parametrize("modem, modems", [
+    ("Other", "[Other]\nX=1\nInitString=ATZ\n[B]\n"), ("B", None),
 ])
-def test_save(saved, form, changes, modems):
+def test_save(saved, modem, modems):
+    """The user-defined modem's string is whatever was typed last."""
     saved.write(LIST, "[Other]\nX=1\nInitString=AT\n[B]\n")
     saved.change(RECORD, User="joe")
-    record = {**saved.keys(RECORD), "DNS": "192.0.2.53", **changes}
     for path in DIALD, DIALER:
         saved.write(path, "")
-    result = post(saved, **form)
-    assert (result.message, result.commands, saved.mode(RECORD)) == ("", [], 0o600)
-    assert result.changed[USER] == "joe" and result.changed.get(LIST) == modems
-    written = {RECORD, DIALD, DIALER} if changes else set()
-    assert result.changed.keys() - {LIST} == {USER} | written
-    if changes:
-        kept = {key: value for key, value in record.items() if not key.startswith("VPN")}
-        assert saved.keys(RECORD) == kept
-        assert f"\nspeed {record['BaudRate']}\n" in saved.read(DIALD)
-        assert f"\nINIT\t'{record['InitStr']}\\r'\n" in saved.read(DIALER)
+    result = post(saved, nat_modem_list=modem, nat_init_string="ATZ", nat_dial_type_radio="pulse")
+    assert (result.message, result.commands) == ("", [])
+    assert (result.changed[USER], result.changed.get(LIST)) == ("joe", modems)
+    assert result.changed.keys() - {LIST, USER} == {RECORD, DIALD, DIALER}
 
 
-@pytest.mark.parametrize("form, obstacle, text", [
-    ({"nat_init_string": "AT'\\r"}, None, told(62, "Init string", "'")),
-    ({"nat_init_string": "ATZ"}, LIST, told(14, LIST)),
-    ({"nat_modem_list": "Other", "nat_init_string": "ATZ"}, "/www/Ini18042.tmp/x", told(20)),
+@pytest.mark.parametrize("obstacle, number, values", [
+    (LIST, 14, [LIST]), ("/www/Ini18042.tmp/x", 20, []),
 ])
-def test_save_refused(saved, form, obstacle, text):
-    if obstacle == LIST:  # a link to where no file can be made
-        saved.write(LIST, None)
+def test_a_list_that_cannot_be_written(saved, obstacle, number, values):
+    """A link to where no file can be made; a folder where the temporary file should be."""
+    saved.write(obstacle, None if obstacle == LIST else "")
+    if obstacle == LIST:
         saved.at(LIST).symlink_to("/missing/modem.ini")
-    elif obstacle:  # a folder where the temporary file should be
-        saved.write(obstacle, "")
-    result = post(saved, nat_serspeed_list="9600", **octets("nat_isp_ip0", "9.9.9.9"), **form)
-    assert (result.message, result.changed, result.commands) == (text, {}, [])
-    assert result.shown["nat_init_string"] == form["nat_init_string"]
+    result = post(saved, nat_serspeed_list="9600", nat_modem_list="Other", nat_init_string="ATZ")
+    assert (result.message, result.did_nothing) == (told(number, *values), True)
+    assert result.shown["nat_init_string"] == "ATZ"
 
 
 def test_an_import_needs_no_record(appliance):
@@ -129,9 +108,6 @@ def test_buttons(saved):
 def test_chip_makers_description(saved):
     result = upload(saved, (DATA / "tarnbrook.inf").read_bytes())
     modems = sections(result.changed[LIST])
-    assert [name for name, _ in modems[::7]] == ["Old", *(f"Tarnbrook {name}" for name in (
-        "28.8K V.34 External Fax Voice", "33.6K V.34 External Fax Voice", "56K V.90 External",
-        "56K V.92 External"))]
     common, k56, v92 = (
         "AT &F &C1 &D2 V1 S0=0", "AT&FE0V1&D2&C1\\N3%C3", "AT&FE0V1&D2&C1\\N5%C1+PIG=0;+PMH=0")
     assert Counter(init for _, init in modems) == {
@@ -140,29 +116,21 @@ def test_chip_makers_description(saved):
     assert dict(modems)["Tarnbrook 56K External Fax"] == k56 + VOICE  # the later of that name
     assert (result.message, result.removed) == (told(21, "34"), {UPLOAD})
     assert f"<option>{modems[-1][0]}\n" in result.shown["show_modemlist"]
-    assert result.changed.keys() == {LIST}
 
 
-def test_wide_characters_from_a_browser(saved):
-    body = (b'--b\r\nContent-Disposition: form-data; name="todo"\r\n\r\nupload\r\n'
-            b'--b\r\nContent-Disposition: form-data; name="load_file"; filename="elmsworth.inf"\r\n'
-            b"Content-Type: application/octet-stream\r\n\r\n%s\r\n--b--\r\n"
-            % (DATA / "elmsworth.inf").read_bytes())
-    saved.write(LIST, BEFORE)
-    result = saved.post(body, {"CONTENT_TYPE": "multipart/form-data; boundary=b"})
+def test_wide_characters(saved):
+    result = upload(saved, (DATA / "elmsworth.inf").read_bytes())
     assert sections(result.changed[LIST])[1:] == [("Elmsworth ED33 [serial]", "ATE0V1"),
                                                   ("Elmsworth ED56", "ATE0V1&C1&D2")]
-    assert (result.message, result.changed.keys()) == (told(21, "2"), {LIST})
+    assert result.message == told(21, "2")
 
 
 @pytest.mark.parametrize("before, after", [
-    (BEFORE, BEFORE + NEW), ("[Old]", f"[Old]\n{NEW}"),
+    ("[New]", NEW), (f"{NEW}[Old]\n", f"{NEW}\n[Old]\n"),
     ("[New]\r\nX=1\r\n\r\n\nInitString=1\r\nInitString=2\n[Old]\nInitString=3",
      "[New]\r\nX=1\r\n\nInitString=AT\n\nInitString=2\n[Old]\nInitString=3"),
     ("[New]\nX\n\n[Old]\n[New]\nInitString=1", f"[New]\nX\n\nInitString=AT\n\n[Old]\n{NEW}"),
-    (f"{NEW}[Old]\n", f"{NEW}\n[Old]\n"), ("[New]", NEW), ("", NEW),
-    ("[new]\n[New] \n", f"[new]\n[New] \n{NEW}"),
-    (f"{'x' * 82}[New]\n", f"{'x' * 82}[New]\n{NEW}"),
+    (f"[new]\n[New] \n{'x' * 82}[New]\n[Old]", f"[new]\n[New] \n{'x' * 82}[New]\n[Old]\n{NEW}"),
     (f"[New]\nInitString={'x' * 82}\n[Old]\n", f"{NEW}[Old]\n"),
 ])
 def test_merge(saved, before, after):
@@ -170,38 +138,34 @@ def test_merge(saved, before, after):
     assert (result.changed, result.message) == ({LIST: after}, told(21, "1"))
 
 
-@pytest.mark.parametrize("more, init", [
-    ('HKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"\n', "ATE0V1"),
-    ('HKR, Init, 0,, "ATX"\nHKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\nHKR, Init, 2,, ATX\n'
-     'HKR,init,2,,"ATX"', "AT"),
-    ('HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"', "S0=1S2=3"),
-    (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
-    (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77),
-    ('HKR, Init, 2,, "A<cr>"', "ATA"),
-    ('[R]\nHKR, Init, 3,, "ATX"', "AT"), ('[R]\t\nHKR, Init, 3,, "ATX"', "AT"),
-    (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"),  # the rest of a long line is one
-])
-def test_init_strings(saved, more, init):
-    assert sections(upload(saved, small(more=more)).changed[LIST])[1:] == [("New", init)]
+LAYERS = """HKR, Init, 1,, "S0=1<cr>"\nHKR, Init, 2,, "ATE0<cr>"\n  HKR,Init,3,,"aTV1"
+HKR, Init, 4,, "A<cr>"\nHKR, Init, 9,, "ATS2=3<cr>\n;HKR, Init, 8,, "ATX"\nHKR, Init, 0,, "ATX"
+HKR, Init, 12,, "ATX"\nHKR, Init, 2, "ATX"\nHKR, Init, 2,, ATX\nHKR,init,2,,"ATX"
+[R]\t\nHKR, Init, 5,, "ATX\""""
+LIMITS = 'A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n'
 
 
-@pytest.mark.parametrize("old, new", [
+@pytest.mark.parametrize("content, init", [
+    (small(more=LAYERS), "S0=1E0V1AS2=3"),
+    *((small(more=more), init) for more, init in (
+        (f'HKR, Init, 1,, "{"A" * 90}"', "A" * 79),
+        (f'HKR, Init, 1,, "B"\nHKR, Init, 2,, "AT{"A" * 90}"', "B" + "A" * 77),
+        (f';{"x" * 274}HKR, Init, 2,, "ATX"\n', "ATX"))),  # the rest of a long line is one
     # names of 29 characters, ten of them; keys of 83, none that begins like the maker's
-    ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),
-    ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"),
+    *((small(LIMITS).replace(old, new) + "\n[" + "r" * 29 + ']\nHKR, Init, 1,, "AT"\n', "AT")
+      for old, new in (
+          ("AddReg = R", "AddReg = " + "r" * 40), ("AddReg = R", "AddReg = " + "Q," * 9 + "R,Q"),
+          ("%A% = I", f"%{'k' * 83}% = I"), ("%A% = I", "%A% = I\n%MA% = I"))),
 ])
-def test_names_and_keys(saved, old, new):
-    content = small('A = "New"\n' + "k" * 90 + ' = "New"\nMA = "Not"\n').replace(old, new)
-    content += "\n[" + "r" * 29 + ']\nHKR, Init, 1,, "AT"\n'
-    assert sections(upload(saved, content).changed[LIST])[1:] == [("New", "AT")]
+def test_init_strings(saved, content, init):
+    assert sections(upload(saved, content).changed[LIST])[1:] == [("New", init)]
 
 
 @pytest.mark.parametrize("content", [
-    "", "[Strings]\nA=\"New\"\n", small().replace("%M% = S", "").replace("[S]", "[]"),
+    "", "[Strings]\nA=\"New\"\n", small().replace("%M% = S", ""), small('B = "New"'),
     *(small().replace(old, new) for old, new in (
-        ("[Strings]", "[Text]"), ("= S", "= "), ("%M% = S", "%M%"), ("%M% = S", "%M% = S, NT"),
-        ("[R]", "[Q]"), ("AddReg = R", "AddReg = " + "Q," * 10 + "R"), ("AddReg", "DelReg"))),
-    small(""), small('B = "New"'), (DATA / "tarnbrook.inf").read_bytes()[:4000],
+        ("[Strings]", "[Text]"), ("= S", "= "), ("%M% = S", "%M%"), ("[R]", "[Q]"),
+        ("AddReg = R", "AddReg = " + "Q," * 10 + "R"), ("AddReg", "DelReg"))),
 ])
 def test_useless_descriptions(saved, content):
     result = upload(saved, content)
@@ -209,7 +173,7 @@ def test_useless_descriptions(saved, content):
 
 
 @pytest.mark.parametrize("path", [
-    "", None, "/tmp/none", LIST, "/tmp/link", "/tmp", "/var/../etc/ppp/modem.ini",
+    None, "/tmp/none", LIST, "/tmp/link", "/var/../etc/ppp/modem.ini",
 ])
 def test_paths_that_are_no_upload(saved, path):
     for file in LIST, "/tmp/real.inf":
@@ -225,13 +189,12 @@ def test_a_failing_merge_leaves_the_list(saved):
     assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
 
 
-@pytest.mark.parametrize("install, installs, length", [("I", 1, 10_000), ("I{}", 10_000, 1)])
-def test_ten_thousand_models(saved, install, installs, length):
-    """With one long install section for all or one for each, and a long registry section."""
+def test_ten_thousand_models(saved):
+    """Half of them share a long install section, all have a long registry section."""
     numbers = range(10_000)
-    rows = "".join(f"%K{n}% = {install.format(n)}, X\n" for n in numbers)
-    lines = "X=1\n" * length
-    installs = "".join(f"[{install.format(n)}]\n{lines}AddReg=R\n" for n in range(installs))
+    rows = "".join(f"%K{n}% = I{n if n % 2 else ''}, X\n" for n in numbers)
+    installs = "".join(f"[I{n}]\nAddReg=R\n" for n in numbers)
+    installs += "[I]\n" + "X=1\n" * 10_000 + "AddReg=R\n"
     names = "".join(f'K{n} = "Modem {n}"\n' for n in numbers)
     lines = "HKR,,X,,y\n" * 10_000 + 'HKR, Init, 1,, "AT<cr>"\n'
     content = f"[Manufacturer]\n%M%=S\n[S]\n{rows}{installs}[R]\n{lines}[Strings]\n{names}"
@@ -242,7 +205,7 @@ def test_ten_thousand_models(saved, install, installs, length):
 
 
 @pytest.mark.skipif(SANITIZED, reason="sanitizers have memory of their own")
-@pytest.mark.parametrize("line", ['="x\n', "%%\n", "[]\n", "x\n", "[{}]]]]]]]]\n"])
+@pytest.mark.parametrize("line", ['="x\n', "[]\n", "[{}]]]]]]]]\n"])
 def test_a_long_description_takes_ten_times_its_size(saved, monkeypatch, line):
     lines = "".join(line.format(n) for n in range(2**20 // len(line)))
     limit = 10 * len(lines) + 2**21  # the program itself

@@ -1,10 +1,10 @@
-"""The overview page: every setting as it is on disk."""
+"""The overview page: every setting as the pages have stored it, and as it is on disk."""
 
 import re
 
 import pytest
 
-from appliance import FILTER, RECORD, SETTINGS, WAN, told
+from appliance import FILTER, RECORD, SETTINGS, WAN, octets, told
 from test_vs import PORTS as VS_PORTS
 from test_vs import SERVERS
 
@@ -12,8 +12,14 @@ SWITCHES = dict(
     enable_web_access="SrvWeb", enable_sp_apps="SAP", enable_email="SrvEMail", enable_ftp="SrvFTP",
     enable_telnet="SrvTelNet", enable_dmz="DMZ", vs_https_enable="Https",
     **{f"{prefix}_enable": switch for prefix, (switch, *_) in SERVERS.items()})
+FILTER_SWITCHES = dict(
+    remove_java="block_applet", remove_js="block_script", remove_ax="block_activex",
+    remove_cookies="block_cookies", enable_filter_log="enable_log")
 PORTS = {**VS_PORTS, "vs_ftp_portno_data": "FtpDataPort"}
 HOSTS = {"dmz_ip": "DMZ_IP", **{prefix: host for prefix, (_, host, *_) in SERVERS.items()}}
+METHODS = "WAN Port - Direct Connection", "WAN Port - PPPoE", "Serial Port"
+DAYS = "Sunday Monday Tuesday Wednesday Thursday Friday Saturday".split()
+LISTS = "off", "allowed", "banned"
 USER_DEFINED = "VS_UD{0}=0\nUD{0}_Name=\nUD{0}_IP=\nUD{0}_Port=0\n"
 NEW_RECORD = (
     "Method=0\nBaudRate=115200\nModem=_Standard Modem\nInitStr=AT&F\nDialType=0\nUser=\nPassword=\n"
@@ -22,36 +28,38 @@ NEW_RECORD = (
     "Pop3=0\nPop3IP=\nPop3Port=110\nSmtp=0\nSmtpIP=\nSmtpPort=25\nFtp=0\nFtpIP=\n"
     "FtpDataPort=20\nFtpCtlPort=21\nHttps=0\nVPN=0\nVPN_IP=\nVPN_IPSEC=500\nVPN_PPTP=1723\n"
     + "".join(map(USER_DEFINED.format, range(1, 6))) + "DMZ=0\nDMZ_IP=\n")
-FILTER_SWITCHES = dict(
-    remove_java="block_applet", remove_js="block_script", remove_ax="block_activex",
-    remove_cookies="block_cookies", enable_filter_log="enable_log")
 
 
 def show(appliance):
     return appliance.view("nat_base.htm").shown
 
 
-@pytest.mark.parametrize("keys, path, line", [
-    (SWITCHES, RECORD, "{}={:d}\n"), (FILTER_SWITCHES, FILTER, "{} {}\n"),
-])
-def test_each_switch_shows_its_own_setting(appliance, keys, path, line):
-    for key, name in keys.items():
-        wanted = (other == name for other in keys.values())
-        states = wanted if path == RECORD else ("on" if on else "off" for on in wanted)
-        appliance.write(path, "".join(map(line.format, keys.values(), states)))
-        shown = show(appliance)
-        assert [other for other in keys if shown[other] == "checked"] == [key]
-        assert {shown[other] for other in keys} == {"checked", "unchecked"}
-
-
-def test_ports_and_hosts(appliance):
-    ports = {key: str(4294967290 + i if i < 5 else 1000 + i) for i, key in enumerate(PORTS)}
-    hosts = {key: f"10.{i}.2.1{i}" for i, key in enumerate(HOSTS)}
-    appliance.write(RECORD, "".join([f"{PORTS[key]}={port}\n" for key, port in ports.items()]
-                                    + [f"{HOSTS[key]}={host}\n" for key, host in hosts.items()]))
-    shown = show(appliance)
-    assert {key: shown[key] for key in PORTS} == ports
-    assert {key: ".".join(shown[f"{key}_{i}"] for i in range(1, 5)) for key in HOSTS} == hosts
+@pytest.mark.parametrize("bit", range(5))
+def test_what_all_pages_store_is_shown(saved, bit):
+    """One save of all pages. No two switches are on in the same of the five."""
+    numbers = {key: number for number, key in enumerate((*SWITCHES, *FILTER_SWITCHES), 1)}
+    form = {key: "checked" if number >> bit & 1 else "unchecked" for key, number in numbers.items()}
+    for number, key in enumerate(HOSTS):
+        form |= octets(f"{key}_", f"10.{number}.{bit}.1{number}")
+    form |= {key: f"42949{bit}00{number:02}" for number, key in enumerate(PORTS)}
+    form |= {f"vs_ud{number}_name": f"game {number}{bit}" for number in range(1, 6)}
+    form |= dict(
+        access_method=METHODS[bit % 3], enable_ac=form["enable_ftp"], sitelist_type=LISTS[bit % 3],
+        filter_when=("always", "between", "never")[bit % 3], filter_daystart=DAYS[bit],
+        filter_dayfinish=DAYS[bit + 2], filter_starttime=f"0{bit}", start_min=f"1{bit}",
+        filter_finishtime="23", finish_min="59")
+    result = saved.save("nat_conn.htm", **form)
+    assert form.items() <= result.shown.items()
+    record, settings = saved.keys(RECORD), saved.read(FILTER)
+    for key, name in SWITCHES.items():
+        assert record[name] == str(int(form[key] == "checked"))
+    for key, name in FILTER_SWITCHES.items():
+        assert f"{name} {'on' if form[key] == 'checked' else 'off'}\n" in settings
+    assert {key: record[name] for key, name in PORTS.items()}.items() <= form.items()
+    for key, name in HOSTS.items():
+        assert octets(f"{key}_", record[name]).items() <= form.items()
+    assert f"filter_from {DAYS[bit]} {bit} 1{bit}\nfilter_to {DAYS[bit + 2]} 23 59\n" in settings
+    assert saved.save("nat_conn.htm", **form).changed == {}
 
 
 def test_the_record(appliance):
@@ -66,30 +74,20 @@ def test_the_record(appliance):
         assert appliance.read(RECORD) == saved.replace("IP=10.0.0.1\n", address)
 
 
-@pytest.mark.parametrize("record, expected", [
-    *((f"Method={number}\n", {"access_method": name}) for name, number in (
-        ("Serial Port", 0), ("WAN Port - Direct Connection", 1), ("WAN Port - PPPoE", 2),
-        ("Serial Port", 9))),
-    ("WebIP=192.168.1\n", {"vs_web_3": "1", "vs_web_4": ""}),
-    ("", {"vs_web_1": "", "vs_pop3_portno": "110"}),
-    # a key is found by its beginning
-    ("WebIP=1.2.3.4\nWeb=0\n", {"vs_web_enable": "checked"}),
-    # a name that fills its field runs on into the address behind it
-    ("UD1_Name=fifteen-letters\nUD1_IP=1.2.3.4\nUD2_Name=Game, 1\n",
-     {"vs_ud1_name": "fifteen-letters1.2.3.4", "vs_ud2_name": "Game, 1"}),
-])
-def test_values_of_the_record(appliance, record, expected):
-    appliance.write(RECORD, record)
+def test_values_of_the_record(appliance):
+    """A key is found by its beginning; a name that fills its field runs on into the next one."""
+    appliance.write(RECORD, "Method=9\nWebIP=1.2.3\nWeb=0\nUD1_Name=fifteen-letters\n"
+                            "UD1_IP=1.2.3.4\nUD2_Name=Game, 1\n")
+    expected = dict(access_method="Serial Port", vs_web_enable="checked", vs_web_3="3", vs_web_4="",
+                    vs_pop3_1="", vs_pop3_portno="110", vs_ud1_name="fifteen-letters1.2.3.4",
+                    vs_ud2_name="Game, 1")
     assert expected.items() <= show(appliance).items()
 
 
 @pytest.mark.parametrize("settings, expected", [
-    ("filter_state 0\nfilter_from Friday 7 5\nfilter_to sunday 23 59\n",
-     "always Friday 07 05 Sunday 23 59 off"),
-    ("filter_state\t2\ncustom_filter_state ENABLE\ncustom_content_state 1\n"
-     "filter_from friday 25 10\n", "between Sunday 00 00 Sunday 00 00 allowed"),
-    ("#filter_state 0\nfilter_state 1\ncustom_filter_state on\nfilter_to Holiday 8 30\n",
-     "never Sunday 00 00 Sunday 08 30 banned"),
+    ("#filter_state 0\nfilter_state\t2\ncustom_filter_state ENABLE\ncustom_content_state 1\n"
+     "filter_from friday 25 10\nfilter_to Holiday 8 30\n",
+     "between Sunday 00 00 Sunday 08 30 allowed"),
     ("filter_from FRIDAY 24 0\nfilter_to saturday 8x +5\nfilter_to Monday 1 60\n"
      "filter_to Monday 1\nfilter_state x\nfilter_state +2\n",
      "between Sunday 00 00 Saturday 08 05 off"),
@@ -104,10 +102,8 @@ def test_the_filter_schedule(appliance, settings, expected):
 @pytest.mark.parametrize("settings, wan, shown, servers", [
     ("acc_en=1x\ndns_server2=192.0.2.1234567890\r\ndns_server1=1.1.1.1\n", "nat_enable=yes\n",
      ["checked", "192.0.2.1234567", "checked"], "192.0.2.1234567<BR>1.1.1.1"),
-    ("[network]\ndns_server1=1.1.1.1\r\ndns_server2=2.2.2.2\ndns_server3=3.3.3.3\n",
-     "nat_enable=no\n", ["unchecked", "1.1.1.1", "unchecked"], "1.1.1.1<BR>2.2.2.2"),
-    ("dns_server4=4\n dns_server1=1\ndns_server1=\ndns_server2=2\n", "",
-     ["unchecked", "", "unchecked"], "<BR>2"),
+    ("dns_server4=4\n dns_server1=1\ndns_server1=\ndns_server2=2\ndns_server3=3\n",
+     "nat_enable=no\n", ["unchecked", "", "unchecked"], "<BR>2"),
     (None, None, ["unchecked", "", "unchecked"], ""),
 ])
 def test_the_appliance_settings(appliance, settings, wan, shown, servers):
