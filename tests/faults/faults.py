@@ -194,13 +194,17 @@ class Trial:
         self.case.prepare(self.appliance, proxy)
         self.appliance.take_turn().close()  # the lock's folder is there
 
+    def lead_to(self, case):
+        """Makes the appliance one that meets a request."""
+        self.appliance.restore(self.before)
+
     def contents_between(self):
         """What a file holds on its way, when a request writes it more than once."""
         found, times = defaultdict(set), replaced(self.calls)
         for call in self.calls:
             for path in call.paths[1:]:
                 if times[path] > 1:
-                    self.appliance.restore(self.before)
+                    self.lead_to(self.case)
                     self.appliance.disturb(self.case, call, "signal=KILL")
                     found[path].add(content(self.appliance.state(), path))
         return found
@@ -226,8 +230,7 @@ class Trial:
             return call.name.startswith("unlink")
         return text in self.between[call.paths[1]] | {content(self.wanted, call.paths[1])}
 
-    def fail(self, call, error):
-        result = self.appliance.disturb(self.case, call, f"error={error}")
+    def failed(self, call, result):
         state = self.appliance.state()
         yield from self.damaged(state)
         for path in self.left(state):
@@ -241,9 +244,8 @@ class Trial:
         if unlike and told(result) in ("", told(self.answer)):
             yield f"silent: {' '.join(unlike)}"
 
-    def kill(self, call):
+    def killed(self, call, result):
         """The next request of the kind succeeds, and removes what is left of what it writes."""
-        self.appliance.disturb(self.case, call, "signal=KILL")
         state = self.appliance.state()
         yield from self.damaged(state)
         for path in self.left(state):
@@ -257,23 +259,24 @@ class Trial:
         if self.left(state):  # perhaps there was nothing left to write
             self.appliance.restore(self.before, keep=self.left(state))
             self.case.send(self.appliance)
-            state = self.appliance.state()
-            if wrong := differences(state, self.wanted):
+            if wrong := differences(self.appliance.state(), self.wanted):
                 yield f"after the next one stays or differs: {' '.join(wrong)}"
 
-    def interrupt(self, call, name):
-        result = self.appliance.disturb(self.case, call, f"signal={name}")
+    def interrupted(self, call, result):
         unfinished = differences(self.appliance.state(), self.wanted)
         if unfinished or result.status != 0:
             yield f"ends with status {result.status}, not done: {' '.join(unfinished)}"
 
     def points(self):
+        """Which call of which request is disturbed, how, and who judges what came of it."""
+        signals = SIGNALS if self.case.name in SIGNALLED else ()
         for call in self.calls:
-            yield from ((call, error, self.fail(call, error)) for error in call.errors)
+            for error in call.errors:
+                yield self.case, call, f"error={error}", self.failed
             if call.changes_files:
-                yield call, "SIGKILL", self.kill(call)
-            if self.case.name in SIGNALLED and call.errors:
-                yield from ((call, f"SIG{name}", self.interrupt(call, name)) for name in SIGNALS)
+                yield self.case, call, "signal=KILL", self.killed
+            for name in signals if call.errors else ():
+                yield self.case, call, f"signal={name}", self.interrupted
 
     def undisturbed(self):
         """Complaints about the request when nothing happens to it."""
@@ -291,10 +294,11 @@ class Trial:
         """The number of points tried, and the complaints."""
         tried, complaints = 0, list(self.undisturbed())
         start = zlib.crc32(self.case.name.encode()) % every
-        for number, (call, what, outcome) in enumerate(self.points()):
+        for number, (case, call, what, judge) in enumerate(self.points()):
             if number % every == start:
-                self.appliance.restore(self.before)
-                complaints += [f"{call}: {what}: {text}" for text in outcome]
+                self.lead_to(case)
+                result = self.appliance.disturb(case, call, what)
+                complaints += [f"{call}: {what}: {text}" for text in judge(call, result)]
                 tried += 1
         return tried, complaints
 
@@ -324,21 +328,20 @@ class KeptTrial(Trial):
         if wrong := min((differences(state, each, aside) for each in sets), key=len):
             yield f"a mixed set: {' '.join(wrong)}"
 
-    def kill(self, call, again=None):
-        self.appliance.disturb(self.case, call, "signal=KILL")
+    def killed(self, call, result, again=None):
         for _ in range(2 if again else 0):
             self.appliance.disturb(VIEW, again, "signal=KILL", surely=False)
         VIEW.send(self.appliance)
-        yield from self.unlike(self.before, self.wanted)
+        for wrong in self.unlike(self.before, self.wanted):
+            yield f"{wrong} (its recovery was killed at {again})" if again else wrong
 
     def points(self):
         for call in self.changing:
-            yield call, "SIGKILL", self.kill(call)
+            yield self.case, call, "signal=KILL", self.killed
         middle = self.changing[len(self.changing) // 2:][:1]
         names = "link", "rename", "unlink", "fsync", "symlink", "chmod"
         for call, number, name in product(middle, range(1, 5), names):
-            again = Call(name, number)
-            yield call, f"SIGKILL, and its recovery at {again}", self.kill(call, again)
+            yield self.case, call, "signal=KILL", partial(self.killed, again=Call(name, number))
 
 
 class WaitingTrial(KeptTrial):
@@ -347,48 +350,39 @@ class WaitingTrial(KeptTrial):
 
     keeping = Case("keep", {"this_file": "nat_conn.htm", "todo": "confirm", "change": "1"})
 
-    def let_wait(self, is_over):
-        self.case.send(self.appliance)
-        self.appliance.end_processes()
-        if is_over:
+    def lead_to(self, case):
+        super().lead_to(case)
+        if case is not self.case:
+            self.case.send(self.appliance)
+            self.appliance.end_processes()
+        if case is VIEW:
             self.appliance.start_anew()
 
     def waits(self):
         return self.appliance.exists(f"{CHANGES}/waiting")
 
-    def after_its_time(self, wanted):
-        self.appliance.start_anew()
+    def killed(self, call, result, may_be_kept=False):
+        wanted = self.wanted if may_be_kept and not self.waits() else self.before
+        self.appliance.start_anew()  # its time is over
         VIEW.send(self.appliance)
         yield from self.unlike(wanted)
 
-    def kill(self, call):
-        self.appliance.disturb(self.case, call, "signal=KILL")
-        yield from self.after_its_time(self.before)
-
-    def cannot_wait(self, call):
-        self.appliance.disturb(self.case, call, "error=EIO")
+    def cannot_wait(self, call, result):
         if self.waits():
             yield "waits, though nothing of it is kept"
-        yield from self.after_its_time(self.before)
-
-    def kill_end(self, case, call):
-        self.let_wait(case is VIEW)
-        self.appliance.disturb(case, call, "signal=KILL")
-        is_new = case is self.keeping and not self.waits()
-        yield from self.after_its_time(self.wanted if is_new else self.before)
+        yield from self.killed(call, result)
 
     def points(self):
         for call in self.changing:
-            yield call, "SIGKILL", self.kill(call)
-        for call in self.calls:
+            yield self.case, call, "signal=KILL", self.killed
             if call.name.startswith("link"):
-                yield call, "EIO", self.cannot_wait(call)
+                yield self.case, call, "error=EIO", self.cannot_wait
         for case in VIEW, self.keeping:
-            self.appliance.restore(self.before)
-            self.let_wait(case is VIEW)
+            self.lead_to(case)
             for call in self.appliance.record(case)[1]:
                 if call.changes_files:
-                    yield call, f"SIGKILL of {case.name}", self.kill_end(case, call)
+                    yield case, call, "signal=KILL", partial(
+                        self.killed, may_be_kept=case is self.keeping)
 
 
 def try_case(folder, proxy, options, case):

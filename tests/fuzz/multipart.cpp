@@ -2,9 +2,8 @@
 #include "framework/multipart.h"
 #include "fuzz.h"
 
-void check(std::string_view input) {
-    const std::string_view type = input.substr(0, input.find('\n'));
-    const std::string_view body = input.substr(std::min(type.size() + 1, input.size()));
+void check(std::string_view body) {
+    const std::string_view type = take_line(body);
     std::vector<FormPart> parts;
     if (!split_multipart(type, body, parts)) return;
     const char* at = body.data();

@@ -78,33 +78,14 @@ def installed(root):
 
 
 @pytest.mark.parametrize("umask", [0o022, 0o077])
-def test_install_and_upgrade(tmp_path, umask):
-    root = tmp_path / "the root"
-
-    def install():
-        run("cmake", "--install", BUILD, env={**os.environ, "DESTDIR": str(root)}, umask=umask)
-        return list(installed(root))
-
-    check_modes(install(), PROGRAM | CONFIGURATION)
-    for text in (root / DOC).iterdir():  # what they name is there
+def test_an_installation(tmp_path, umask):
+    env = {**os.environ, "DESTDIR": str(tmp_path)}
+    run("cmake", "--install", BUILD, env=env, umask=umask)
+    check_modes(list(installed(tmp_path)), PROGRAM | CONFIGURATION)
+    for text in (tmp_path / DOC).iterdir():  # what they name is there
         links = re.findall(r'(?:\]\(|src=")(?!http)([^)"#]*)', text.read_text())
         assert [link for link in links if not (text.parent / link).exists()] == []
         assert "./dev" not in text.read_text()
-
-    ours = {"etc/ppp/CGI_nat.conf": "nat_enable=yes\n", "etc/rc.d/rc.service": "",
-            "etc/quillstead/httpd.conf": "# ours"}
-    for path, text in ours.items():
-        (root / path).write_text(text)
-    (root / "etc/rc.d/rc.service").chmod(0o744)
-    (root / "etc/ppp/tel").unlink()
-    (root / "etc/ppp/tel").symlink_to("/nowhere/tel")
-    (root / "etc/ppp/modem.ini").unlink()
-    (root / PAGES / "nat_base.htm").write_text("an older page")
-    others = {"etc/rc.d/rc.service": 0o744, "etc/ppp/tel": 0o777}
-    check_modes(install(), PROGRAM | CONFIGURATION | others)
-    assert {path: (root / path).read_text() for path in ours} == ours
-    assert os.readlink(root / "etc/ppp/tel") == "/nowhere/tel"
-    assert (root / PAGES / "nat_base.htm").read_bytes() == (BUILD / "www/nat_base.htm").read_bytes()
 
 
 @pytest.fixture(scope="module")
@@ -151,29 +132,44 @@ def test_packages(packages, tmp_path):
 
 
 @pytest.mark.parametrize("shell", ["dash", "busybox sh"])
-def test_factory_files(packages, tmp_path, shell):
-    """As on the appliance, whose shell may be either: nothing becomes readable on its way."""
-    root, outside, seen = tmp_path / "root", tmp_path / "outside", tmp_path / "seen"
+def test_the_archive_and_an_upgrade(packages, tmp_path, shell):
+    """As on the appliance, whose shell may be either. Nothing of ours is overwritten."""
+    root, outside, seen = tmp_path / "the root", tmp_path / "outside", tmp_path / "seen"
     for folder in root, outside, tmp_path / "bin":
         folder.mkdir()
-    run("tar", "-xpzf", packages[0], "-C", root)
     chmod = tmp_path / "bin/chmod"
     chmod.write_text(f'#!/bin/sh\nstat -c %a "$2" >>{seen}\nexec /bin/chmod "$@"\n')
     chmod.chmod(0o755)
 
-    def install_factory():
+    def unpack():
+        run("tar", "-xpzf", packages[0], "-C", root)
         path = f"{chmod.parent}:{os.environ['PATH']}"
         run(*shell.split(), root / PROGRAMS / "install-factory", root, env={"PATH": path},
             umask=0o022)
+        return list(installed(root))
 
-    install_factory()
-    check_modes(list(installed(root)), PROGRAM | CONFIGURATION)
+    check_modes(unpack(), PROGRAM | CONFIGURATION)
     if shell == "dash":  # busybox changes modes by itself
         assert seen.read_text().split() == ["600"] * len(CONFIGURATION)
+
+    ours = {"etc/ppp/CGI_nat.conf": "nat_enable=yes\n", "etc/rc.d/rc.service": "",
+            "etc/quillstead/httpd.conf": "# ours"}
+    for path, text in ours.items():
+        (root / path).write_text(text)
+    (root / "etc/rc.d/rc.service").chmod(0o744)
+    (root / "etc/ppp/tel").unlink()
+    (root / "etc/ppp/tel").symlink_to("/nowhere/tel")
+    (root / "etc/ppp/modem.ini").unlink()
+    (root / PAGES / "nat_base.htm").write_text("an older page")
+    others = {"etc/rc.d/rc.service": 0o744, "etc/ppp/tel": 0o777}
+    check_modes(unpack(), PROGRAM | CONFIGURATION | others)
+    assert {path: (root / path).read_text() for path in ours} == ours
+    assert os.readlink(root / "etc/ppp/tel") == "/nowhere/tel"
+    assert (root / PAGES / "nat_base.htm").read_bytes() == (BUILD / "www/nat_base.htm").read_bytes()
 
     shutil.rmtree(root / "etc/ppp")
     (root / "etc/ppp").symlink_to(outside)
     with pytest.raises(subprocess.CalledProcessError) as refused:
-        install_factory()
+        unpack()
     assert "etc/ppp is a link out of" in refused.value.stderr
     assert list(outside.iterdir()) == []
