@@ -14,6 +14,7 @@ from appliance import INSTALLED, PROJECT, WWW, Appliance, free_ports, until
 # The program is in a private root: an ordinary user may enter it in a namespace of its own.
 ENTER = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
 SECRET = "admin:secret"
+HASH = "openssl", "passwd", "-6", "secret"
 # Addresses of this test run alone: on another's, a free port can be taken before the server has it.
 OWN, OTHER = (f"127.{net}.{os.getpid() // 256 % 256}.{os.getpid() % 256}" for net in (77, 78))
 
@@ -23,10 +24,6 @@ def output(*command):
     done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
     assert done.returncode == 0, done.stdout
     return done.stdout.strip()
-
-
-def hashed(password):
-    return output("openssl", "passwd", "-6", password)
 
 
 def adapted(name, changes):
@@ -98,7 +95,7 @@ class Lighttpd(Server):
         private, root, key = self.folder, self.box.root, self.folder / "server.pem"
         output(*"openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes".split(),
                "-subj", "/CN=box", "-keyout", key, "-out", key)
-        (private / "passwd").write_text(f"admin:{hashed('secret')}\n")
+        (private / "passwd").write_text(f"admin:{output(*HASH)}\n")
         # The program in its root, in the folder in which the server has started it.
         (private / "enter").write_text(
             f"#!/bin/bash\nenv > {private}/environment\n"
@@ -130,6 +127,6 @@ class Busybox(Server):
 
     def command(self):
         self.box.write("/etc/quillstead/httpd.conf", adapted("busybox-httpd.conf", {
-            "A:": f"A:{OWN}", "/:admin:": f"/:admin:{hashed('secret')}"}), 0o600)
+            "A:": f"A:{OWN}", "/:admin:": f"/:admin:{output(*HASH)}"}), 0o600)
         return [*ENTER, f"--root={self.box.root}", "--wd=/", "/bin/busybox", "httpd", "-f",
                 "-p", self.host, "-h", "/www", "-c", "/etc/quillstead/httpd.conf"]

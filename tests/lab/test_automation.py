@@ -29,13 +29,8 @@ def test_the_commands_of_the_document_answer_as_it_says(practice):
     assert len(STEPS) == TEXT.count("curl -s") and codes == ["422", "409"]
 
 
-def test_the_description_is_valid_and_says_which_values_are_secrets():
-    description = PROJECT / "build/release/openapi.json"
+def test_the_description_of_the_interface_is_valid():
     validator = "node_modules/@seriousme/openapi-schema-validator/bin/validate-api-cli.js"
-    run = subprocess.run(["node", validator, description], cwd=PROJECT / "tests/browser",
-                         capture_output=True, text=True)
+    run = subprocess.run(["node", validator, PROJECT / "build/release/openapi.json"],
+                         cwd=PROJECT / "tests/browser", capture_output=True, text=True)
     assert (run.returncode, json.loads(run.stdout)) == (0, {"valid": True}), run.stderr
-    schemas = json.loads(description.read_text())["components"]["schemas"]
-    assert "ppp_ac_pwd" in schemas["wan_ppp_form"]["properties"]
-    values = schemas["wan_ppp_view"]["properties"]["values"]["properties"]
-    assert values["ppp_ac_pwd"] == {"type": "null"}
