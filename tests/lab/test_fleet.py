@@ -18,19 +18,16 @@ WANTED = {"wan_ppp.htm": {"ppp_ac_name": "ann", "ppp_idle_time": 7},
 class Fleet:
     def __init__(self, folder, members):
         self.folder, self.members = folder, members
-        self.write("inventory.json", {"appliances": {"hosts": {
-            member.name: {"quillstead_url": member.url} for member in members}}})
-
-    def write(self, name, value):
-        (self.folder / name).write_text(json.dumps(value))
 
     def play(self, *options, **more):
         """Runs the playbook: its output, and of each appliance how much was changed and failed."""
-        self.write("variables.json", {
-            "quillstead_settings": WANTED, "quillstead_patience": 2,
-            "quillstead_confirm_within": 30, **more})
+        hosts = {member.name: {"quillstead_url": member.url} for member in self.members}
+        variables = {"quillstead_settings": WANTED, "quillstead_patience": 2,
+                     "quillstead_confirm_within": 30, **more}
+        (self.folder / "hosts.json").write_text(json.dumps({"appliances": {"hosts": hosts}}))
+        (self.folder / "variables.json").write_text(json.dumps(variables))
         done = subprocess.run(
-            ["ansible-playbook", "-i", "inventory.json", "-e", "@variables.json",
+            ["ansible-playbook", "-i", "hosts.json", "-e", "@variables.json",
              PROJECT / "deploy/fleet/site.yml", *options],
             cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
             env={"PATH": os.environ["PATH"], "HOME": self.folder, "LC_ALL": "C.UTF-8"}, timeout=300)
