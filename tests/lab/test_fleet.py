@@ -76,7 +76,7 @@ def test_who_refuses_stops_it_and_says_why(fleet):
     fleet.members[1].change(SETTINGS, bootproto="dhcp")
     *_, before = fleet.settings()
     wanted = {"nat_conn.htm": {"internet_access": "checked"}}
-    output, result = fleet.play(quillstead_settings=wanted, quillstead_serial=1)
+    output, result = fleet.play(quillstead_settings=wanted, quillstead_serial=[2, 1])
     assert result == {"attic": (1, 0), "barn": (0, 1)}, output
     assert re.search(r'"msg": "nat_conn.htm: .*DHCP', output)
     *_, after = fleet.settings()
