@@ -377,6 +377,8 @@ class WaitingTrial(KeptTrial):
             yield self.case, call, "signal=KILL", self.killed
             if call.name.startswith("link"):
                 yield self.case, call, "error=EIO", self.cannot_wait
+            if "changes/waiting" in call.text:
+                yield self.case, call, "error=EIO", self.killed
         for case in VIEW, self.keeping:
             self.lead_to(case)
             for call in self.appliance.record(case)[1]:
