@@ -17,7 +17,7 @@ from collections import Counter, defaultdict
 from concurrent.futures import ProcessPoolExecutor
 from dataclasses import dataclass
 from functools import partial
-from itertools import product
+from itertools import product, takewhile
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cgi"))
@@ -28,7 +28,6 @@ from appliance import (  # noqa: E402
 from table import CASES, SECRET, UNDONE, UNKEPT, Case  # noqa: E402
 
 ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
-MEMORY = "/dev/shm"  # roots are quickest there
 UNSEEN = f"/{HARNESS}", "/bin", "/sbin", "/dev", "/run", "/usr/lib/quillstead"
 TWO_DAYS = 2 * 24 * 3600
 
@@ -41,7 +40,6 @@ ERRORS = {call: errors for calls, errors in {  # what each call can fail with
     "read close stat fstat lstat newfstatat statx getdents64": ("EIO",),
 }.items() for call in calls.split()}
 CHANGE_NOTHING = re.compile("read|.*stat|getdents|close|dup|pipe|sync")
-SIGNALS = "HUP", "PIPE", "TERM"
 SIGNALLED = ("nat_conn on, PPPoE", "wan_dc save", "sp_int save", "sites_ban import_file",
              "nat_sap nat_add_sap")
 
@@ -49,7 +47,6 @@ SIGNALLED = ("nat_conn on, PPPoE", "wan_dc save", "sp_int save", "sites_ban impo
 OTHERS = "|".join(re.escape(MESSAGES[n]).replace("%s", ".*") for n in (21, 40, 45, *range(52, 61)))
 NO_FAILURE = re.compile(f"(?:{OTHERS}|Warning: .*)?")
 
-FSYNCS = {"wan_dc": 12, "nat_filter": 8, "nat_conn": 24}  # how often a save may wait for the disk
 COPIED_FROM = {"/usr/lib/diald/standard.filter": "/usr/lib/diald/default.filter"}
 
 
@@ -269,7 +266,7 @@ class Trial:
 
     def points(self):
         """Which call of which request is disturbed, how, and who judges what came of it."""
-        signals = SIGNALS if self.case.name in SIGNALLED else ()
+        signals = ("HUP", "PIPE", "TERM") if self.case.name in SIGNALLED else ()
         for call in self.calls:
             for error in call.errors:
                 yield self.case, call, f"error={error}", self.failed
@@ -282,13 +279,10 @@ class Trial:
         """Complaints about the request when nothing happens to it."""
         if bool(differences(self.before, self.wanted)) != self.case.stores:
             yield f"stores something: {not self.case.stores}"
-        names = [call.name for call in self.calls]
-        actions = names.index("sync") if "sync" in names else len(names)
-        for path, times in replaced(self.calls[:actions]).items():
+        before_actions = takewhile(lambda call: call.name != "sync", self.calls)
+        for path, times in replaced(before_actions).items():
             if times > 1 + (path == self.case.twice):
                 yield f"{path} is replaced {times} times"
-        if names.count("fsync") > FSYNCS.get(self.case.page, len(names)):
-            yield f"waits {names.count('fsync')} times for the disk"
 
     def run(self, every):
         """The number of points tried, and the complaints."""
@@ -404,17 +398,18 @@ def main():
     become_root()
     trap = "trap '' HUP TERM; exec -a squid sleep 1d"  # a proxy that survives what it is told
     all_tried = all_failed = 0
-    with (tempfile.TemporaryDirectory(dir=MEMORY if os.access(MEMORY, os.W_OK) else None) as folder,
-          subprocess.Popen(["bash", "-c", trap]) as proxy, ProcessPoolExecutor(2) as pool):
+    memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # roots are quickest there
+    with tempfile.TemporaryDirectory(dir=memory) as folder:
         make_template(Path(folder, "template"))
-        results = pool.map(partial(try_case, Path(folder), proxy.pid, options), cases)
-        try:
-            for case, (tried, complaints) in zip(cases, results):
-                print(f"{case.name}: {tried} points, {len(complaints)} complaints", flush=True)
-                print(end="".join(f"  {case.name}: {text}\n" for text in complaints), flush=True)
-                all_tried, all_failed = all_tried + tried, all_failed + len(complaints)
-        finally:
-            proxy.kill()
+        with subprocess.Popen(["bash", "-c", trap]) as proxy, ProcessPoolExecutor(2) as pool:
+            try:
+                results = pool.map(partial(try_case, Path(folder), proxy.pid, options), cases)
+                for case, (tried, complaints) in zip(cases, results):
+                    print(f"{case.name}: {tried} points, {len(complaints)} complaints", flush=True)
+                    print(end="".join(f"  {case.name}: {text}\n" for text in complaints), flush=True)
+                    all_tried, all_failed = all_tried + tried, all_failed + len(complaints)
+            finally:
+                proxy.kill()
     print(f"\nall: {all_tried} points, {all_failed} complaints")
     return all_failed > 0
 
