@@ -4,8 +4,9 @@
 #include "entry/request_guard.h"
 #include "fuzz.h"
 
-void check(std::string_view host) {
-    const std::string_view url = take_line(host);
+void check(std::string_view input) {
+    const std::string_view url = take_line(input);
+    const std::string_view host = input;
     if (!names_host(url, host)) return;
     const std::string origin(url.substr(0, url.find('/', url.find("//") + 2)));
     const std::string_view name = host.substr(0, host.rfind(':'));

@@ -2,8 +2,9 @@
 #include "framework/multipart.h"
 #include "fuzz.h"
 
-void check(std::string_view body) {
-    const std::string_view type = take_line(body);
+void check(std::string_view input) {
+    const std::string_view type = take_line(input);
+    const std::string_view body = input;
     std::vector<FormPart> parts;
     if (!split_multipart(type, body, parts)) return;
     const char* at = body.data();
