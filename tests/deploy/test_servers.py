@@ -120,7 +120,11 @@ def test_what_commands_print_does_not_reach_the_browser(lighttpd):
     assert page.startswith("<!DOCTYPE html>") and page.rstrip().endswith("</html>")
 
 
-def hang_up(connection, reset):
+def ask_and_hang_up(server, reset, *request):
+    """Sends a request and hangs up, with a reset or without, while the program is at work."""
+    connection = server.connect()
+    connection.request(*request)
+    until(server.programs)
     if reset:
         connection.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     connection.close()
@@ -128,11 +132,8 @@ def hang_up(connection, reset):
 
 @pytest.mark.parametrize("reset", [False, True])
 def test_a_save_outlives_its_sender(server, reset):
-    connection = server.connect()
     with server.box.take_turn():
-        connection.request("POST", PAGE, ACT, FORM | login(SECRET))
-        until(server.programs)
-        hang_up(connection, reset)
+        ask_and_hang_up(server, reset, "POST", PAGE, ACT, FORM | login(SECRET))
         assert server.ask(path="/style.css")[0] == 200  # now the server knows that nobody waits
     until(lambda: not server.programs())
     assert server.box.read(LIST) == ""
@@ -146,11 +147,8 @@ def test_a_diagnosis_ends_with_its_reader(server, reset):
         server.box.at(command).unlink()
         server.box.write(command, "#!/bin/bash\nsleep 1.8\n. /.harness/stub\n", 0o755)
     server.box.answer("ifconfig eth0", "eth0\n inet addr:192.0.2.7 \n UP RUNNING MTU:1500\n")
-    connection = server.connect()
-    connection.request("GET", f"{PAGE}?next_file=diagnose.htm", headers=login(SECRET))
-    until(server.programs)
+    ask_and_hang_up(server, reset, "GET", PAGE + "?next_file=diagnose.htm", None, login(SECRET))
     begin = time.monotonic()
-    hang_up(connection, reset)
     until(lambda: not server.programs())
     assert time.monotonic() - begin < 2.5  # it asks for 3.6 seconds
 
