@@ -16,19 +16,19 @@ import zlib
 from collections import Counter, defaultdict
 from concurrent.futures import ProcessPoolExecutor
 from dataclasses import dataclass
+from functools import partial
+from itertools import product, takewhile
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "cgi"))
 
 from appliance import (  # noqa: E402
-    HARNESS, INSTALLED, MESSAGES, PROJECT, RECORD, SECRETS, SETTINGS, Appliance, Result,
+    CHANGES, HARNESS, INSTALLED, MESSAGES, PROJECT, RECORD, SECRETS, Appliance, Result,
     become_root, make_template)
 from table import CASES, SECRET, UNDONE, UNKEPT, Case  # noqa: E402
 
 ENTER = os.environ.get("NAT_ENTER") or PROJECT / "build/sanitize/tests/enter"
-MEMORY = "/dev/shm"  # roots are quickest there
-CHANGES = "/var/lib/quillstead-admin/changes"
-UNSEEN = {HARNESS, "bin", "sbin", "dev", "run", "usr/lib/quillstead"}
+UNSEEN = f"/{HARNESS}", "/bin", "/sbin", "/dev", "/run", "/usr/lib/quillstead"
 TWO_DAYS = 2 * 24 * 3600
 
 READ_ONLY, NO_ROOM = ("EIO", "EROFS"), ("EIO", "EROFS", "ENOSPC")
@@ -39,9 +39,7 @@ ERRORS = {call: errors for calls, errors in {  # what each call can fail with
     "write fsync fdatasync": ("EIO", "ENOSPC"), "clone clone3 fork vfork": ("EAGAIN",),
     "read close stat fstat lstat newfstatat statx getdents64": ("EIO",),
 }.items() for call in calls.split()}
-TRACED = ",".join(f"?{call}" for call in (*ERRORS, "sync"))
-CHANGE_NOTHING = re.compile("read|.*stat|getdents|close|dup|pipe")
-SIGNALS = "HUP", "PIPE", "TERM"
+CHANGE_NOTHING = re.compile("read|.*stat|getdents|close|dup|pipe|sync")
 SIGNALLED = ("nat_conn on, PPPoE", "wan_dc save", "sp_int save", "sites_ban import_file",
              "nat_sap nat_add_sap")
 
@@ -49,10 +47,6 @@ SIGNALLED = ("nat_conn on, PPPoE", "wan_dc save", "sp_int save", "sites_ban impo
 OTHERS = "|".join(re.escape(MESSAGES[n]).replace("%s", ".*") for n in (21, 40, 45, *range(52, 61)))
 NO_FAILURE = re.compile(f"(?:{OTHERS}|Warning: .*)?")
 
-# How often a save may wait for the disk, and who may replace the settings twice before its actions
-# run: DNS servers are stored in both phases.
-FSYNCS = {"wan_dc": 12, "nat_filter": 8, "nat_conn": 24}
-DNS_PAGES = "wan_dc", "wan_ppp", "sp_int"
 COPIED_FROM = {"/usr/lib/diald/standard.filter": "/usr/lib/diald/default.filter"}
 
 
@@ -62,7 +56,7 @@ class Call:
 
     name: str
     number: int
-    text: str
+    text: str = ""
 
     def __str__(self):
         return f"{self.name} #{self.number} {self.text[:60]}"
@@ -77,8 +71,7 @@ class Call:
 
     @property
     def changes_files(self):
-        harmless = self.only_reads or self.writes_answer or CHANGE_NOTHING.match(self.name)
-        return self.name != "sync" and not harmless
+        return not (self.only_reads or self.writes_answer or CHANGE_NOTHING.match(self.name))
 
     @property
     def errors(self):
@@ -91,14 +84,15 @@ class Call:
         return [str(Path("/www", name)) for name in names]
 
 
+def replaced(calls):
+    """How often each file is replaced."""
+    return Counter(path for call in calls for path in call.paths[1:])
+
+
 class Disturbed(Appliance):
     """An appliance whose requests run under strace, and which can be put back as it was."""
 
-    def __init__(self, root, template):
-        super().__init__(root, template)
-        self.known = {}  # path: a mark that changes with the file, and the file's mode and content
-        self.strace = []
-        self.log = Path(f"{root}.log")
+    strace = ()
 
     def request(self, env, body):
         words = [*self.strace, ENTER, self.root, f"/{INSTALLED}"]
@@ -107,54 +101,45 @@ class Disturbed(Appliance):
                       [], {}, {})
 
     def traced(self, case, *options):
-        self.strace = ["strace", "-o", self.log, *options]
+        log = Path(f"{self.root}.log")
+        self.strace = ["strace", "-o", log, *options]
         result = case.send(self)
-        self.strace = []
-        return result, self.log.read_text()
+        self.strace = ()
+        return result, log.read_text()
 
-    def disturb(self, case, call, what):
+    def disturb(self, case, call, what, surely=True):
         inject = f"inject={call.name}:{what}:when={call.number}"
         result, log = self.traced(case, "-e", f"trace={call.name}", "-e", inject)
         reached = re.search(r"\(INJECTED\)|--- SIG(?!CHLD)|\+\+\+ killed", log)
-        assert reached, f"{case.name}: {call}: no {what}"
+        assert reached or not surely, f"{case.name}: {call}: no {what}"
         return result
-
-    def view_killed(self, at):
-        """A view that is killed at the n-th call of a name, if it comes so far."""
-        inject = f"inject={at[0]}:signal=KILL:when={at[1]}"
-        self.strace = ["strace", "-o", self.log, "-e", f"trace={at[0]}", "-e", inject]
-        self.view("nat_base.htm")
-        self.strace = []
 
     def record(self, case):
         """An undisturbed request and its calls."""
-        result, log = self.traced(case, "-y", "-s", "16", "-e", f"trace={TRACED}")
+        traced = ",".join(f"?{call}" for call in (*ERRORS, "sync"))
+        result, log = self.traced(case, "-y", "-s", "16", "-e", f"trace={traced}")
         log = re.sub(f"AT_FDCWD<[^>]*>, |{re.escape(str(self.root))}", "", log)
-        numbers = Counter()
-        calls = []
+        numbers, calls = Counter(), []
         for name, text in re.findall(r"(?m)^(\w+)\((.*)\)\s+= ", log):
             numbers[name] += 1
             calls.append(Call(name, numbers[name], text))
         return result, calls
 
     def state(self):
-        """The mode and content of everything; only what has changed is read."""
+        """The mode and content of everything; of a link, where it leads."""
         found, folders = {}, [""]
         for folder in folders:
-            for entry in os.scandir(self.root / folder):
-                path = f"{folder}/{entry.name}".lstrip("/")
+            for entry in os.scandir(f"{self.root}{folder}"):
+                path, content = f"{folder}/{entry.name}", None
                 if path in UNSEEN:
                     continue
-                status = entry.stat(follow_symlinks=False)
-                mark = status.st_ino, status.st_ctime_ns, status.st_size, status.st_mode
-                if entry.is_dir(follow_symlinks=False):
+                if entry.is_symlink():
+                    content = os.readlink(entry).encode()
+                elif entry.is_dir():
                     folders.append(path)
-                    self.known[path] = mark, (status.st_mode, None)
-                elif self.known.get(path, [None])[0] != mark:
-                    is_link = entry.is_symlink()
-                    content = os.readlink(entry).encode() if is_link else Path(entry).read_bytes()
-                    self.known[path] = mark, (status.st_mode, content)
-                found[f"/{path}"] = self.known[path][1]
+                else:
+                    content = Path(entry).read_bytes()
+                found[path] = entry.stat(follow_symlinks=False).st_mode, content
         return found
 
     def restore(self, wanted, keep=()):
@@ -162,10 +147,9 @@ class Disturbed(Appliance):
         found = self.state()
         for path in sorted(found.keys() - wanted.keys() - set(keep), reverse=True):
             (self.at(path).rmdir if found[path][1] is None else self.at(path).unlink)()
-        for path, (mode, content) in wanted.items():
-            if found.get(path) != (mode, content):
-                self.at(path).unlink(missing_ok=True)
-                self.write(path, content, stat.S_IMODE(mode))
+        for path, (mode, content) in wanted.items() - found.items():
+            self.at(path).unlink(missing_ok=True)
+            self.write(path, content, stat.S_IMODE(mode))
 
 
 def told(result):
@@ -184,8 +168,8 @@ def content(state, path):
 
 def differences(state, wanted, left=()):
     """The files in which two states differ, scratch files and those that are left aside."""
-    return sorted(path for path in (state.keys() | wanted.keys()) - set(left)
-                  if state.get(path) != wanted.get(path) and not path.startswith("/tmp/"))
+    paths = {path for path, _ in state.items() ^ wanted.items()} - set(left)
+    return sorted(path for path in paths if not path.startswith("/tmp/"))
 
 
 class Trial:
@@ -197,6 +181,7 @@ class Trial:
         self.prepare(proxy)
         self.before = self.appliance.state()
         self.answer, self.calls = self.appliance.record(case)
+        self.changing = [call for call in self.calls if call.changes_files]
         self.wanted = self.appliance.state()
         self.answer_again = case.send(self.appliance)  # it has been done already
         self.again = self.appliance.state()
@@ -206,13 +191,17 @@ class Trial:
         self.case.prepare(self.appliance, proxy)
         self.appliance.take_turn().close()  # the lock's folder is there
 
+    def lead_to(self, case):
+        """Makes the appliance one that meets a request."""
+        self.appliance.restore(self.before)
+
     def contents_between(self):
         """What a file holds on its way, when a request writes it more than once."""
-        found, times = defaultdict(set), self.costs()[1]
+        found, times = defaultdict(set), replaced(self.calls)
         for call in self.calls:
             for path in call.paths[1:]:
                 if times[path] > 1:
-                    self.appliance.restore(self.before)
+                    self.lead_to(self.case)
                     self.appliance.disturb(self.case, call, "signal=KILL")
                     found[path].add(content(self.appliance.state(), path))
         return found
@@ -221,9 +210,9 @@ class Trial:
         """Files that are neither old nor new, and passwords for everybody to read."""
         for path in differences(state, self.wanted, self.left(state)):
             allowed = {content(each, path) for each in (self.before, self.wanted, *others)}
-            allowed.add(content(self.before, COPIED_FROM.get(path)))
+            allowed |= self.between[path] | {content(self.before, COPIED_FROM.get(path))}
             found = content(state, path)
-            if found not in allowed | self.between[path]:
+            if found not in allowed:
                 yield f"{path} is {'lost' if found is None else 'neither old nor new'}"
         for path, (mode, text) in state.items():
             if mode & 0o077 and (path in (*SECRETS, RECORD) or text and SECRET.encode() in text):
@@ -238,8 +227,7 @@ class Trial:
             return call.name.startswith("unlink")
         return text in self.between[call.paths[1]] | {content(self.wanted, call.paths[1])}
 
-    def fail(self, call, error):
-        result = self.appliance.disturb(self.case, call, f"error={error}")
+    def failed(self, call, result):
         state = self.appliance.state()
         yield from self.damaged(state)
         for path in self.left(state):
@@ -253,9 +241,8 @@ class Trial:
         if unlike and told(result) in ("", told(self.answer)):
             yield f"silent: {' '.join(unlike)}"
 
-    def kill(self, call):
+    def killed(self, call, result):
         """The next request of the kind succeeds, and removes what is left of what it writes."""
-        self.appliance.disturb(self.case, call, "signal=KILL")
         state = self.appliance.state()
         yield from self.damaged(state)
         for path in self.left(state):
@@ -269,56 +256,48 @@ class Trial:
         if self.left(state):  # perhaps there was nothing left to write
             self.appliance.restore(self.before, keep=self.left(state))
             self.case.send(self.appliance)
-            state = self.appliance.state()
-            left = self.left(state)
-            yield from (f"{path} stays after the next one" for path in left)
-            wrong = differences(state, self.wanted, left)
-            yield from (f"{path} differs after the next one" for path in wrong)
+            if wrong := differences(self.appliance.state(), self.wanted):
+                yield f"after the next one stays or differs: {' '.join(wrong)}"
 
-    def interrupt(self, call, name):
-        result = self.appliance.disturb(self.case, call, f"signal={name}")
+    def interrupted(self, call, result):
         unfinished = differences(self.appliance.state(), self.wanted)
         if unfinished or result.status != 0:
             yield f"ends with status {result.status}, not done: {' '.join(unfinished)}"
 
     def points(self):
+        """Which call of which request is disturbed, how, and who judges what came of it."""
+        signals = ("HUP", "PIPE", "TERM") if self.case.name in SIGNALLED else ()
         for call in self.calls:
-            yield from ((call, error, self.fail(call, error)) for error in call.errors)
+            for error in call.errors:
+                yield self.case, call, f"error={error}", self.failed
             if call.changes_files:
-                yield call, "SIGKILL", self.kill(call)
-            if self.case.name in SIGNALLED and call.errors:
-                yield from ((call, f"SIG{name}", self.interrupt(call, name)) for name in SIGNALS)
-
-    def costs(self):
-        """How often each file is replaced before the actions run, and in all; the fsyncs."""
-        names = [call.name for call in self.calls]
-        actions = names.index("sync") if "sync" in names else len(names)
-        early, replaced = (Counter(path for call in calls for path in call.paths[1:])
-                           for calls in (self.calls[:actions], self.calls))
-        return early, replaced, names.count("fsync")
+                yield self.case, call, "signal=KILL", self.killed
+            for name in signals if call.errors else ():
+                yield self.case, call, f"signal={name}", self.interrupted
 
     def undisturbed(self):
         """Complaints about the request when nothing happens to it."""
         if bool(differences(self.before, self.wanted)) != self.case.stores:
             yield f"stores something: {not self.case.stores}"
-        early, _, fsyncs = self.costs()
-        for path, times in early.items():
-            twice = path == SETTINGS and self.case.page in DNS_PAGES or self.case.of_several_pages
-            if times > 1 + twice:
+        before_actions = takewhile(lambda call: call.name != "sync", self.calls)
+        for path, times in replaced(before_actions).items():
+            if times > 1 + (path == self.case.twice):
                 yield f"{path} is replaced {times} times"
-        if fsyncs > FSYNCS.get(self.case.page, fsyncs):
-            yield f"waits {fsyncs} times for the disk"
 
     def run(self, every):
-        """The number of points tried, the complaints and the costs."""
+        """The number of points tried, and the complaints."""
         tried, complaints = 0, list(self.undisturbed())
         start = zlib.crc32(self.case.name.encode()) % every
-        for number, (call, what, outcome) in enumerate(self.points()):
+        for number, (case, call, what, judge) in enumerate(self.points()):
             if number % every == start:
-                self.appliance.restore(self.before)
-                complaints += [f"{call}: {what}: {text}" for text in outcome]
+                self.lead_to(case)
+                result = self.appliance.disturb(case, call, what)
+                complaints += [f"{call}: {what}: {text}" for text in judge(call, result)]
                 tried += 1
-        return tried, complaints, self.costs()
+        return tried, complaints
+
+
+VIEW = Case("nat_base view", {})
 
 
 class KeptTrial(Trial):
@@ -334,29 +313,29 @@ class KeptTrial(Trial):
     def undisturbed(self):
         return []
 
-    def mixed(self):
-        """The files of settings that tell neither the old set nor the new one."""
+    def unlike(self, *sets):
+        """The files of settings that tell none of some sets, of the one that is nearest."""
         state = self.appliance.state()
-        no_settings = {path for path in (*state, *self.wanted) if path.startswith("/var/")}
+        no_settings = {path for path in state.keys() | self.wanted.keys()
+                       if path.startswith(("/var/", "/proc/"))}
         aside = no_settings | set(self.left(state))
-        return min((differences(state, set_, aside) for set_ in (self.before, self.wanted)), key=len)
+        if wrong := min((differences(state, each, aside) for each in sets), key=len):
+            yield f"a mixed set: {' '.join(wrong)}"
 
-    def kill(self, call, again=None):
-        self.appliance.disturb(self.case, call, "signal=KILL")
+    def killed(self, call, result, again=None):
         for _ in range(2 if again else 0):
-            self.appliance.view_killed(again)
-        self.appliance.view("nat_base.htm")
-        if mixed := self.mixed():
-            yield f"a mixed set: {' '.join(mixed)}"
+            self.appliance.disturb(VIEW, again, "signal=KILL", surely=False)
+        VIEW.send(self.appliance)
+        for wrong in self.unlike(self.before, self.wanted):
+            yield f"{wrong} (its recovery was killed at {again})" if again else wrong
 
     def points(self):
-        for call in filter(lambda call: call.changes_files, self.calls):
-            yield call, "SIGKILL", self.kill(call)
-        changing = [call for call in self.calls if call.changes_files]
-        for n, name in enumerate(["link", "rename", "unlink", "fsync", "symlink", "chmod"] * 4):
-            for call in changing[len(changing) // 2:][:1]:
-                yield call, f"SIGKILL, and its recovery at {name} {n // 6 + 1}", self.kill(
-                    call, (name, n // 6 + 1))
+        for call in self.changing:
+            yield self.case, call, "signal=KILL", self.killed
+        middle = self.changing[len(self.changing) // 2:][:1]
+        names = "link", "rename", "unlink", "fsync", "symlink", "chmod"
+        for call, number, name in product(middle, range(1, 5), names):
+            yield self.case, call, "signal=KILL", partial(self.killed, again=Call(name, number))
 
 
 class WaitingTrial(KeptTrial):
@@ -364,84 +343,47 @@ class WaitingTrial(KeptTrial):
     next view after its time finds all old. When its keeping is, all new unless it waits still."""
 
     keeping = Case("keep", {"this_file": "nat_conn.htm", "todo": "confirm", "change": "1"})
-    taking_back = Case("nat_base view", {})
 
-    def let_wait(self, is_over=False):
-        self.case.send(self.appliance)
-        self.appliance.end_processes()
-        if is_over:
+    def lead_to(self, case):
+        super().lead_to(case)
+        if case is not self.case:
+            self.case.send(self.appliance)
+            self.appliance.end_processes()
+        if case is VIEW:
             self.appliance.start_anew()
 
-    def calls_of(self, case):
-        self.appliance.restore(self.before)
-        self.let_wait(case is self.taking_back)
-        return [call for call in self.appliance.record(case)[1] if call.changes_files]
-
-    def unlike(self, wanted):
-        self.appliance.start_anew()  # the time is over
-        self.appliance.view("nat_base.htm")
-        state = self.appliance.state()
-        aside = {path for path in state.keys() | wanted.keys() if path.startswith(("/var/", "/proc/"))}
-        if wrong := differences(state, wanted, aside | set(self.left(state))):
-            yield f"{'new' if wanted is self.wanted else 'old'} no more: {' '.join(wrong)}"
-
-    def kill(self, call):
-        self.appliance.disturb(self.case, call, "signal=KILL")
-        yield from self.unlike(self.before)
-
     def waits(self):
-        return os.path.lexists(self.appliance.at(f"{CHANGES}/waiting"))
+        return self.appliance.exists(f"{CHANGES}/waiting")
 
-    def cannot_keep(self, call):
-        self.appliance.disturb(self.case, call, "error=EIO")
+    def killed(self, call, result, may_be_kept=False):
+        wanted = self.wanted if may_be_kept and not self.waits() else self.before
+        self.appliance.start_anew()  # its time is over
+        VIEW.send(self.appliance)
+        yield from self.unlike(wanted)
+
+    def cannot_wait(self, call, result):
         if self.waits():
             yield "waits, though nothing of it is kept"
-        yield from self.unlike(self.before)
-
-    def kill_taking_back(self, call):
-        self.let_wait(is_over=True)
-        self.appliance.disturb(self.taking_back, call, "signal=KILL")
-        yield from self.unlike(self.before)
-
-    def kill_keeping(self, call):
-        self.let_wait()
-        self.appliance.disturb(self.keeping, call, "signal=KILL")
-        yield from self.unlike(self.before if self.waits() else self.wanted)
+        yield from self.killed(call, result)
 
     def points(self):
-        for call in filter(lambda call: call.changes_files, self.calls):
-            yield call, "SIGKILL", self.kill(call)
-        for call in filter(lambda call: call.name.startswith("link"), self.calls):
-            yield call, "EIO", self.cannot_keep(call)
-        for call in self.calls_of(self.taking_back):
-            yield call, "SIGKILL, while it is taken back", self.kill_taking_back(call)
-        for call in self.calls_of(self.keeping):
-            yield call, "SIGKILL, while it is kept", self.kill_keeping(call)
+        for call in self.changing:
+            yield self.case, call, "signal=KILL", self.killed
+            if call.name.startswith("link"):
+                yield self.case, call, "error=EIO", self.cannot_wait
+            if "changes/waiting" in call.text:
+                yield self.case, call, "error=EIO", self.killed
+        for case in VIEW, self.keeping:
+            self.lead_to(case)
+            for call in self.appliance.record(case)[1]:
+                if call.changes_files:
+                    yield case, call, "signal=KILL", partial(
+                        self.killed, may_be_kept=case is self.keeping)
 
 
-def start_worker(folder, proxy, trial):
-    os.umask(0o022)
-    become_root()
-    try_case.trial = trial
-    try_case.place = Path(folder) / str(os.getpid()), proxy
-    make_template(try_case.place[0] / "template")
-
-
-def try_case(case, every):
-    trial = WaitingTrial if case in UNKEPT else try_case.trial
-    return trial(case, *try_case.place).run(every)
-
-
-def try_all(cases, every, trial):
-    """Each case with what came of it, in their order."""
-    trap = "trap '' HUP TERM; exec -a squid sleep 1d"  # a proxy that survives what it is told
-    with (tempfile.TemporaryDirectory(dir=MEMORY if os.access(MEMORY, os.W_OK) else None) as folder,
-          subprocess.Popen(["bash", "-c", trap]) as proxy):
-        try:
-            with ProcessPoolExecutor(2, None, start_worker, (folder, proxy.pid, trial)) as pool:
-                yield from zip(cases, pool.map(try_case, cases, [every] * len(cases)))
-        finally:
-            proxy.kill()
+def try_case(folder, proxy, options, case):
+    kind = WaitingTrial if case in UNKEPT else KeptTrial if options.changes else Trial
+    return kind(case, folder, proxy).run(options.every)
 
 
 def main():
@@ -452,23 +394,25 @@ def main():
     options = parser.parse_args()
     known = CASES + (UNKEPT + UNDONE) * options.changes
     cases = [case for case in known if case.name.startswith(tuple(options.request) or "")]
-    tried, failed, costs = Counter(), Counter(), []
-    for case, (points, complaints, (early, replaced, fsyncs)) in try_all(
-            cases, options.every, KeptTrial if options.changes else Trial):
-        tried[case.page] += points
-        failed[case.page] += len(complaints)
-        print(f"{case.name}: {points} points, {len(complaints)} complaints", flush=True)
-        for complaint in complaints:
-            print(f"  {case.name}: {complaint}", flush=True)
-        files = ", ".join(f"{times} {path} ({early[path]})" for path, times in replaced.items())
-        if files:
-            costs.append(f"{case.name}: {fsyncs} fsyncs, {replaced.total()} replacements: {files}")
-    print("\nCosts of a request; in brackets: before its actions run", *costs, sep="\n")
-    print("\nPoints tried and complaints")
-    for page in tried:
-        print(f"{page:12}{tried[page]:7}{failed[page]:7}")
-    print(f"{'all':12}{tried.total():7}{failed.total():7}")
-    return failed.total() > 0
+    os.umask(0o022)
+    become_root()
+    trap = "trap '' HUP TERM; exec -a squid sleep 1d"  # a proxy that survives what it is told
+    all_tried = all_failed = 0
+    memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # roots are quickest there
+    with tempfile.TemporaryDirectory(dir=memory) as folder:
+        make_template(Path(folder, "template"))
+        with subprocess.Popen(["bash", "-c", trap]) as proxy, ProcessPoolExecutor(2) as pool:
+            try:
+                results = pool.map(partial(try_case, Path(folder), proxy.pid, options), cases)
+                for case, (tried, complaints) in zip(cases, results):
+                    print(f"{case.name}: {tried} points, {len(complaints)} complaints")
+                    print(*(f"  {case.name}: {text}\n" for text in complaints), sep="", end="",
+                          flush=True)
+                    all_tried, all_failed = all_tried + tried, all_failed + len(complaints)
+            finally:
+                proxy.kill()
+    print(f"\nall: {all_tried} points, {all_failed} complaints")
+    return all_failed > 0
 
 
 if __name__ == "__main__":

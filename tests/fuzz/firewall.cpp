@@ -8,8 +8,8 @@ static constexpr std::string_view kPieces =
 
 void check(std::string_view input) {
     const std::string text = with_pieces(input.substr(0, 400), kPieces);
-    const std::string name = text.substr(0, text.find('\n'));
-    const std::string script = text.substr(std::min(text.size(), name.size() + 1));
+    std::string_view script = text;
+    const std::string name(take_line(script));
     std::vector<SapItem> items = parse_firewall(script);
     const SapItem fresh = {
         .name = name, .enabled = true, .in = {kUdp + kTcp, "1", "22"}, .out = {}};

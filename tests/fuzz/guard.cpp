@@ -5,8 +5,8 @@
 #include "fuzz.h"
 
 void check(std::string_view input) {
-    const std::string_view url = input.substr(0, input.find('\n'));
-    const std::string_view host = input.substr(std::min(url.size() + 1, input.size()));
+    const std::string_view url = take_line(input);
+    const std::string_view host = input;
     if (!names_host(url, host)) return;
     const std::string origin(url.substr(0, url.find('/', url.find("//") + 2)));
     const std::string_view name = host.substr(0, host.rfind(':'));

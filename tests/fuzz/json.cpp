@@ -12,15 +12,15 @@ void check(std::string_view input) {
     std::string again = "{";
     for (const JsonField& field : fields) {
         for (std::string_view rest = field.value; !rest.empty();) {
-            const std::size_t length = utf8_length(rest);
-            expect(length > 0);
-            rest.remove_prefix(length);
+            expect(utf8_length(rest) > 0);
+            rest.remove_prefix(utf8_length(rest));
         }
         const std::string member = json_object({{field.name, field.value}});
         again += (again.size() > 1 ? "," : "") + member.substr(1, member.size() - 2);
     }
     std::vector<JsonField> read;
-    expect(read_flat_object(again + "}", read).empty() && read.size() == fields.size());
-    for (std::size_t i = 0; i < read.size(); ++i)
-        expect(read[i].name == fields[i].name && read[i].value == fields[i].value);
+    expect(read_flat_object(again + "}", read).empty());
+    expect(std::ranges::equal(read, fields, [](const JsonField& one, const JsonField& other) {
+        return one.name == other.name && one.value == other.value;
+    }));
 }

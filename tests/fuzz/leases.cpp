@@ -41,13 +41,14 @@ void check(std::string_view input) {
     const std::string text = with_pieces(input, kPieces);
     const Hosts hosts = hosts_of(text, text.size() + 1);
     const Hosts again = hosts_of(text, 1);
-    expect(hosts.size() <= kMostHosts && hosts.size() == again.size());
-    for (std::size_t i = 0; i < hosts.size(); ++i) {
-        expect(i == 0 || hosts[i - 1].number < hosts[i].number);
-        expect(hosts[i].address == again[i].address && hosts[i].name == again[i].name);
-        expect(hosts[i].mac == again[i].mac);
-        expect(hosts[i].mac.empty() || hosts[i].mac.view().size() == 17);
-        check_json(hosts[i].name);
+    expect(hosts.size() <= kMostHosts);
+    expect(std::ranges::adjacent_find(hosts, std::greater_equal(), &Host::number) == hosts.end());
+    expect(std::ranges::equal(hosts, again, [](const Host& one, const Host& other) {
+        return one.address == other.address && one.name == other.name && one.mac == other.mac;
+    }));
+    for (const Host& host : hosts) {
+        expect(host.mac.empty() || host.mac.view().size() == 17);
+        check_json(host.name);
     }
     check_json(input);
 }

@@ -3,8 +3,8 @@
 #include "fuzz.h"
 
 void check(std::string_view input) {
-    const std::string_view type = input.substr(0, input.find('\n'));
-    const std::string_view body = input.substr(std::min(type.size() + 1, input.size()));
+    const std::string_view type = take_line(input);
+    const std::string_view body = input;
     std::vector<FormPart> parts;
     if (!split_multipart(type, body, parts)) return;
     const char* at = body.data();

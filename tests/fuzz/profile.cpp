@@ -3,10 +3,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <vector>
 
 #include "base/files.h"
-#include "base/words.h"
 #include "framework/entries.h"
 #include "framework/profile.h"
 #include "framework/settings.h"
@@ -24,29 +22,26 @@ static std::vector<std::string> foreign_lines(const std::string& file, const std
 }
 
 void check(std::string_view input) {
-    const std::string file = "/tmp/quillstead-fuzz-" + std::to_string(getpid());
-    std::string_view rest = input.substr(0, 4096);
-    std::string key(take_word(rest, "\n").substr(0, 20)), value(take_word(rest, "\n"));
+    const std::string file = "/dev/shm/quillstead-fuzz-" + std::to_string(getpid());
+    input = input.substr(0, 4096);
+    std::string key(take_line(input).substr(0, 20)), value(take_line(input));
     std::erase_if(key, [](char c) { return c < 'A' || c > 'z' || c == '['; });
     std::erase_if(value, [](char c) { return c >= 0 && c <= ' '; });
     if (key.empty()) return;
-    const std::string content(rest);
-    std::vector<char> out(8192);
-    expect(replace_file(file, content) == Written::done);
+    std::array<char, 8192> out;
+    expect(replace_file(file, input) == Written::done);
     const auto lines = foreign_lines(file, key);
-    expect(SetProfileString("s", key, value, file) == 0);
-    expect(foreign_lines(file, key) == lines);
-    if (content.find(key + "=") == content.npos) {
+    expect(SetProfileString("s", key, value, file) == 0 && foreign_lines(file, key) == lines);
+    if (input.find(key + "=") == input.npos) {
         const std::optional<Profile> written = Profile::open(file);
         expect(written && GetStrByKey(key, out, &*written) == 0);
         expect(value.substr(0, kProfileLine - key.size() - 1) == out.data());
     }
-    expect(replace_file(file, content) == Written::done &&
-           WritePrivateProfileString(file, key, value) == 1);
-    expect(foreign_lines(file, key) == lines);
+    expect(replace_file(file, input) == Written::done);
+    expect(WritePrivateProfileString(file, key, value) == 1 && foreign_lines(file, key) == lines);
     GetPrivateProfileString(file, key, "&", out);
     expect(value == out.data());
-    expect(RemoveEntries(file, std::array{std::string_view(key)}) == 0 &&
-           AppendEntry(file, key) == 0);
-    expect(AppendEntry(file, key) == kEntryExists && unlink(file.c_str()) == 0);
+    expect(RemoveEntries(file, std::array{std::string_view(key)}) == 0);
+    expect(AppendEntry(file, key) == 0 && AppendEntry(file, key) == kEntryExists);
+    expect(unlink(file.c_str()) == 0);
 }

@@ -16,10 +16,10 @@ def follow(recipe, folder):
         if kind != "diff":
             file.write_text(text)
             continue
-        for context, line in re.findall(r"(?m)^ (.*)\n\+(.*)$", text):
+        for context, line in re.findall(r"(?m)^ (.*\n)\+(.*\n)", text):
             before = file.read_text()
-            assert before.count(f"{context}\n") == 1, (path, context)
-            file.write_text(before.replace(f"{context}\n", f"{context}\n{line}\n"))
+            assert before.count(context) == 1, (path, context)
+            file.write_text(before.replace(context, context + line))
 
 
 def test_the_recipe_makes_a_page_that_saves(tmp_path, monkeypatch):
@@ -37,11 +37,10 @@ def test_the_recipe_makes_a_page_that_saves(tmp_path, monkeypatch):
     monkeypatch.setattr(harness, "WWW", build / "www")
     harness.make_template(tmp_path / "template")
     appliance = harness.Appliance(tmp_path / "root", tmp_path / "template")
-    shown = appliance.view("nat_time.htm").shown
-    assert (shown["idle"], shown["retry"]) == ("2", "3")
     data = appliance.get("next_file=nat_time.htm", {"HTTP_ACCEPT": "application/json"}).body
     assert '"values":{"idle":"2","retry":"3"}' in data
     result = appliance.save("nat_time.htm", next_file="nat_time.htm", idle="7", retry="9")
-    assert (result.page, result.message, result.shown["retry"]) == ("nat_time.htm", "", "9")
-    assert (appliance.keys(RECORD)["Idle"], appliance.keys(RECORD)["Retry"]) == ("7", "9")
+    assert (result.page, result.message) == ("nat_time.htm", "")
+    assert (result.shown["idle"], result.shown["retry"]) == ("7", "9")
+    assert appliance.keys(RECORD).items() >= {"Idle": "7", "Retry": "9"}.items()
     assert "first-packet-timeout 420" in appliance.read("/etc/diald.conf")
