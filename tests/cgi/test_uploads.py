@@ -35,27 +35,23 @@ def left_behind(appliance):
     return [path.name for path in appliance.at("/tmp").iterdir()]
 
 
-@pytest.mark.parametrize("content_type", [
-    TYPE, 'Multipart/Form-Data; charset=x; boundary="XyZ"', "multipart/form-data;boundary=XyZ;x"])
-@pytest.mark.parametrize("body, shown", [
-    (VIEW + field("typed", "a+b%41&c=d") + END, "a+b%41&c=d"),
-    (VIEW + field("typed", "") + END, ""),
-    (VIEW + field("typed", "b") + field("typed", "a") + END, "a"),
-    (f"preamble\r\n{VIEW}{field('typed', '--XyZ is no end')}{END}epilogue", "--XyZ is no end"),
-    (VIEW + part(["content-DISPOSITION:form-data ; NAME=typed", "X: y"], "a") + END, "a"),
-    (VIEW + part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a") + END, ""),
-    (VIEW + part(['Content-Disposition: form-data; x="\\"; name=no; y="; name=typed'], "a") + END,
-     "a"),
-    (VIEW + upload("typed", "", "") + END, ""),
+@pytest.mark.parametrize("content_type, fields, shown", [
+    (TYPE, field("typed", "b") + field("typed", "a+b%41&c=d"), "a+b%41&c=d"),
+    ('Multipart/Form-Data; charset=x; boundary="XyZ"', field("typed", "--XyZ is no end"),
+     "--XyZ is no end"),
+    ("multipart/form-data;boundary=XyZ;x",
+     part(["content-DISPOSITION:form-data ; NAME=typed", "X: y"], "a"), "a"),
+    (TYPE, part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a"), ""),
+    (TYPE, part(['Content-Disposition: form-data; x="\\"; name=no; y="; name=typed'], "a"), "a"),
+    (TYPE, upload("typed", "", ""), ""),
 ])
-def test_fields(appliance, body, shown, content_type):
+def test_fields(appliance, content_type, fields, shown):
+    body = f"preamble\r\n{VIEW}{fields}{END}epilogue"
     assert seen(send(appliance, body, content_type)) == f"wan_dc[][{shown}]"
 
 
-@pytest.mark.parametrize("file_name", [
-    "m.inf", "C:\\dir\\m.inf", "../../etc/passwd", "a\\\"; name=\\\"todo", "/etc/x", "%00", "`x`",
-])
-@pytest.mark.parametrize("content", ["", "x", "\0\r\n--Xy\n" * 1000])
+@pytest.mark.parametrize("file_name", ["C:\\dir\\m.inf", "../../etc/passwd", 'a\\"; name=\\"todo'])
+@pytest.mark.parametrize("content", ["", "\0\r\n--Xy\n" * 1000])
 def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, content):
     result = send(appliance, VIEW + upload("typed", file_name, content) + END)
     assert re.fullmatch(r"wan_dc\[]\[/tmp/upload\.\w{6}]", seen(result))
@@ -65,7 +61,6 @@ def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, 
 @pytest.mark.parametrize("body, content_type", [
     (VIEW + END, "multipart/form-data"), (VIEW + END, 'multipart/form-data; boundary="XyZ'),
     (VIEW + END, "multipart/form-data; boundary=" + "x" * 71), ("", TYPE), (VIEW, TYPE),
-    (VIEW + "--XyZ", TYPE),
     (VIEW + upload("typed", "m.inf", "x" * 100)[:-1], TYPE), ("--XyZ\r\nno header line", TYPE),
     (VIEW + "--XyZ\r\n\r\nno headers\r\n" + END, TYPE),
     (VIEW + part(["Content-Type: text/plain"], "x") + END, TYPE),
@@ -77,13 +72,6 @@ def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, 
 def test_a_malformed_form_is_fatal_and_leaves_nothing(appliance, body, content_type):
     result = send(appliance, body, content_type)
     assert result.body == FATAL.format("Error!", "Error Reading Data")
-    assert left_behind(appliance) == []
-
-
-def test_a_form_cut_off_on_its_way_is_fatal(appliance):
-    body = (VIEW + upload("typed", "m.inf", "x" * 5000) + END).encode()
-    env = {"REQUEST_METHOD": "POST", "CONTENT_TYPE": TYPE, "CONTENT_LENGTH": str(len(body))}
-    assert appliance.request(env, body[:3000]).body == FATAL.format("Error!", "Error Reading Data")
     assert left_behind(appliance) == []
 
 
