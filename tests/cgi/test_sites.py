@@ -26,8 +26,6 @@ def page(request, appliance):
 
 @pytest.mark.parametrize("todo, fields, after, message", [
     ("del_selected", "list=A.com&list=LAST&list=# of ours", "# of ours\nB.com x\nb.com\n\n", 46),
-    ("del_selected", "list=B.com x&other=a.com",
-     "# of ours\na.com\nB.com x\nb.com\nA.COM  \n\nlast", 46),
     ("del_all", "", "", 46), ("add_url", "new_url=B.COM&ip_1=1", OLD + "\nB.COM\n", 46),
     ("add_url", "new_url=B.com", OLD, 29), ("add_url", "new_url=last", OLD, 29),
     ("add_url", "new_url=&ip_1=&ip_2=x&ip_3=3 &ip_4=4", OLD + "\n.x.3 .4\n", 46),
@@ -58,7 +56,6 @@ def test_a_missing_list(page):
     (OLD, ["a.com", " ", "B.com x", "b.com", "\r", "A.COM  ", "last"]),
     (f"a\n{LONG[1:]}\nb\n{LONG}\nc\n", ["a", LONG[1:], "b"]), ("#\n\n", []),
     ("0123456789a\n" * 1100, ["0123456789a"] * 1024),
-    ("a\n" + "0123456789a\n" * 1100, ["a"] + ["0123456789a"] * 1023),
 ])
 def test_options(page, text, shown):
     name, appliance, path, _, kind, *_ = page
@@ -69,13 +66,12 @@ def test_options(page, text, shown):
 
 def import_text(page, text):
     name, appliance, *_ = page
-    body = field("this_file", name).encode() + field("todo", "import_file").encode()
-    body += upload("upload_file", "x.html", "TEXT").encode().replace(b"TEXT", text) + END.encode()
-    return appliance.post(body, env={"CONTENT_TYPE": TYPE})
+    body = field("this_file", name) + field("todo", "import_file") + upload("upload_file", "x", "TEXT")
+    return appliance.post((body + END).encode().replace(b"TEXT", text), env={"CONTENT_TYPE": TYPE})
 
 
 @pytest.mark.parametrize("text, added", [
-    (b"HTTP://Site1/path?q", ["Site1"]), (b"http://a b", ["a"]), (b"x http://", []),
+    (b"HTTP://Site1/path?q http://a b", ["Site1", "a"]), (b"x http://", []),
     (b"http:///http://?http://\r\n", []),
     (b"hhttp://a httphttp://b http:/http://c https://d", ["a", "b", "c"]),
     (b"http://http://a/", ["http:"]),
