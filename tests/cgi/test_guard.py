@@ -35,15 +35,15 @@ def listed(appliance):
 
 
 @pytest.mark.parametrize("let_through, methods, env", [
-    *((True, BOTH, {header: url, HOST: host}) for header in (ORIGIN, REFERER) for url, host in SAME),
+    *((True, BOTH, {name: url, HOST: host}) for name in (ORIGIN, REFERER) for url, host in SAME),
     *((False, BOTH, {ORIGIN: url, HOST: host}) for url, host in OTHER),
     *((False, BOTH, {REFERER: url + "/box", HOST: host}) for url, host in OTHER),
     *((True, BOTH, {**more, SITE: site}) for site in ("same-origin", "none") for more in ({}, OWN)),
     *((False, BOTH, {**OWN, SITE: site}) for site in ("same-site", "cross-site", "", "none, none")),
     (False, BOTH, {HOST: "box", ORIGIN: "null", SITE: "same-origin", REFERER: "http://box/"}),
     # over TLS a page without it is another site
-    *((url[4] in "sS", BOTH, {"HTTPS": "ON", HOST: "box", header: url})
-      for header in (ORIGIN, REFERER) for url in ("http://box:80", "https://box", "HTTPS://box:443")),
+    *((url[4] in "sS", BOTH, {"HTTPS": "ON", HOST: "box", name: url}) for name in (ORIGIN, REFERER)
+      for url in ("http://box:80", "https://box", "HTTPS://box:443")),
     (True, BOTH, {"HTTPS": "off", **OWN}),
     # a link needs a referer, a program needs nothing
     *((method == "post", [method], env) for method in BOTH for env in ({}, {REFERER: ""})),
