@@ -12,7 +12,6 @@ TEMPLATES = {path.name: path.read_text() for path in sorted(WWW.glob("*.htm"))}
 HOSTILE = "\"><script>alert(1)</script>&'"
 BARE = " onfocus=alert(1) "  # becomes an attribute where a value stands in a tag without quotes
 FORMS = [page for page, text in TEMPLATES.items() if "<form" in text and "@message" in text]
-NOT_IN_THE_MENU = "nat_fs.htm", "sp_fs.htm", "preview.htm", "api.htm"
 LOG, MODEMS = "/usr/local/squid/logs/access.log", "/etc/ppp/modem.ini"
 
 
@@ -51,15 +50,10 @@ def read_as_shipped(page, body):
 
 
 @pytest.mark.parametrize("page, text", TEMPLATES.items())
-def test_the_markup_of_a_page(page, text):
-    """Every marker names a filter, no script or style stands in the page, the menu marks it."""
+def test_every_marker_names_a_filter_and_nothing_runs_in_a_page(page, text):
     assert text.count("@") == len(re.findall(r"@\w+\|(?:html|options|rows)#", text))
     assert "default-src 'none'; script-src 'self'; style-src 'self'" in text
     assert re.findall(r"<script(?! type=\"module\" src=)|<style| (?:on\w+|style)=", text) == []
-    assert re.findall(r"(?:src|href)=\"\w*:", text) == []
-    entry = "nat_status.htm" if page.endswith("_status.htm") else page
-    marked = re.findall(r'next_file=([\w.]+)" aria-current="page"', text)
-    assert marked == ([] if page in NOT_IN_THE_MENU else [entry])
 
 
 def test_what_is_stored_is_shown_as_text(shipped):
@@ -93,7 +87,8 @@ def test_what_was_typed_is_echoed_as_text(shipped):
     assert {"nat_conn.htm", "nat_filter.htm", "nat_vs.htm", "sp_int.htm", "sp_port.htm"} <= echoing
 
 
-SITE, LOG_RECORD, LINE = "s{:06}\"&'<>&&&&&&\n", 't{:06} """&&& <<<>>>\n', "p{:06}" + '"' * 400 + "\n"
+SITE, LOG_RECORD = "s{:06}\"&'<>&&&&&&\n", 't{:06} """&&& <<<>>>\n'
+LINE = "p{:06}" + '"' * 400 + "\n"
 
 
 @pytest.mark.parametrize("page, marker, left_out, what, path, record, shown", [

@@ -146,6 +146,7 @@ def test_an_unknown_page_gets_the_message_page(appliance, form, name):
     ({"todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]"),
     # an upload goes to the modem port page
     ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, f"sp_port[{told(22)}][a]"),
+    ({"this_file": "sp_port.htm", "todo": "upload", "typed": "\n"}, f"sp_port[{told(61, 'typed')}][\n]"),
     # the value that sorts first is the one that counts, and is decoded before
     ("this_file=wan_ppp.htm&&this_file=wan_dc.htm&todo=x&"
      "typed=b%20b&typed=b+a%2B%c3%A4%26&Typed=0&", "wan_dc[][b a+ä&]"),

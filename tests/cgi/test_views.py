@@ -61,7 +61,6 @@ def test_what_cannot_be_read(appliance, query, path):
     ("geheim\r", "p p", "send (geheim^M)\nsend (p p)gehei", "send (??????^M)\nsend (??????)gehei"),
     ("ababcd", "aba", "xababax ababcdg ab", "x??????x ??????g ab"),
     ("x", "password", 'ppassword="y', 'p??????="??????'),
-    ("s" * 79, "", "." * 16306 + "s" * 79 + ".", "." * 16306 + "??????."),
     ("ab", "", "a" * 40000 + "b" * 40000 + "a", "a" * 39999 + "??????" + "b" * 39999 + "a"),
 ])
 def test_secrets_are_masked(appliance, modem, pppoe, text, shown):
@@ -73,8 +72,7 @@ def test_secrets_are_masked(appliance, modem, pppoe, text, shown):
 
 MAC, NAMED = "hardware ethernet 00:11:22:33:44:55", 'client-hostname "anna"'
 OLD, NEW = "ends 4 2001/11/09 12:00:00", "ends 5 2099/12/31 23:59:59"
-OTHER = 'on expiry { client-hostname "x"'
-ANNA, BARE, UNKNOWN = ["anna", "00:11:22:33:44:55"], ["", "00:11:22:33:44:55"], ["anna", ""]
+ANNA, BARE = ["anna", "00:11:22:33:44:55"], ["", "00:11:22:33:44:55"]
 
 
 def lease(number, *statements):
@@ -90,45 +88,40 @@ def hosts(appliance, leases, table=None):
     """Name and hardware address of each, by the last number of its address."""
     appliance.write(LEASES, leases)
     appliance.write(ARP, table)
-    result = appliance.get("next_file=hosts")
-    assert result.headers == {"Content-type": "application/json"} and result.did_nothing
-    found = json.loads(result.body)
+    found = json.loads(appliance.get("next_file=hosts").body)
     return {int(each["address"].split(".")[3]): [each["name"], each["mac"]] for each in found}
 
 
 def test_the_answer(appliance):
     odd = 'client-hostname "a\\"\\\\\\012\\303\\251\\377é"'
     appliance.write(LEASES, lease(23, MAC, NAMED) + lease(3, odd))
-    assert appliance.get("next_file=hosts").stdout.decode() == (
+    result = appliance.get("next_file=hosts")
+    assert result.did_nothing and result.stdout.decode() == (
         "Content-type: application/json\n\n"
         '[{"address":"192.168.1.3","name":"a\\"\\\\\\u000aé\ufffdé","mac":""},\n'
         ' {"address":"192.168.1.23","name":"anna","mac":"00:11:22:33:44:55"}]\n')
 
 
-def test_a_host_chooses_its_name(appliance):
+def test_leases(appliance):
+    """A host chooses its name."""
     names = {
         "\\342\\202\\254\\360\\237\\230\\200": "€😀", "\\300\\200": "\ufffd" * 2,
         "\\340\\237\\277": "\ufffd" * 3, "\\355\\240\\200": "\ufffd" * 3,
         "\\364\\220\\200\\200": "\ufffd" * 4, "\\342\\202x": "\ufffdx",
         '}\n{;#\\"': '}\n{;#"', "\\1112\\9": "I29", "\\170" * 300: "x" * 255}
-    leases = [lease(n, f'client-hostname "{each}"') for n, each in enumerate(names)]
-    assert list(hosts(appliance, "".join(leases)).values()) == [[name, ""] for name in names.values()]
-
-
-def test_leases(appliance):
     cases = [
-        ([MAC, NAMED], ANNA), ([OLD, MAC], None), (["hardware ethernet 00:11", NAMED], UNKNOWN),
+        *(([f'client-hostname "{octets}"'], [name, ""]) for octets, name in names.items()),
         ([NEW, MAC, NAMED, "binding state active", "next binding state free"], ANNA),
+        ([NAMED, 'on expiry { client-hostname "x"', "}", "hardware ethernet 00:11"], ["anna", ""]),
         (["ends never", MAC, "binding state free"], None), (["ends epoch 4102444800", MAC], BARE),
-        (["ends epoch 5; # ends never"], None), (["ends 5 soon"], None),
-        (["ends 5 2099/13/01 00:00:00"], None), ([NAMED, OTHER, "}", MAC], ANNA)]
+        (["ends epoch 5; # ends never"], None), (["ends 5 soon"], None), ([OLD, MAC], None),
+        (["ends 5 2099/13/01 00:00:00"], None)]
     leases = [lease(n, *statements) for n, (statements, _) in enumerate(cases)]
     found = {n: host for n, (_, host) in enumerate(cases) if host}
     assert hosts(appliance, "# lease\nhost x { " + MAC + "; }\n" + "".join(leases)) == found
 
 
 @pytest.mark.parametrize("leases, table, host", [
-    (None, None, None),
     (lease(9, OLD, MAC) + lease(9, NEW, MAC, NAMED), None, ANNA),
     (lease(9, NEW, NAMED) + lease(9, OLD), None, None),
     (lease(9, NAMED) + lease(9, MAC), None, BARE), (lease(9, MAC, NAMED)[:-2], None, None),
