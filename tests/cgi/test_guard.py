@@ -3,7 +3,6 @@
 import pytest
 
 from test_requests import NOTICE
-from test_uploads import END, TYPE, field, left_behind, upload
 
 LIST = "/usr/local/squid/etc/deny.list"
 ACT = "this_file=sites_ban.htm&todo=del_all"
@@ -61,13 +60,6 @@ def test_who_may_act(listed, let_through, methods, env):
         else:
             assert (result.stdout.decode(), result.status) == (FORBIDDEN, 0)
             assert result.did_nothing
-
-
-def test_an_upload_is_refused_and_leaves_nothing(listed):
-    form = (field("this_file", "sites_ban.htm") + field("todo", "import_file") +
-            upload("upload_file", "sites", "http://new.com ") + END)
-    result = listed.post(form, env={"CONTENT_TYPE": TYPE, HOST: "box", ORIGIN: "http://evil"})
-    assert (result.stdout.decode(), result.changed, left_behind(listed)) == (FORBIDDEN, {}, [])
 
 
 def test_a_view_is_for_everybody(listed):

@@ -84,7 +84,6 @@ def test_what_is_published(connected, servers, dmz):
     (0, "", OUTSIDE, []),
     (1, "", "", [HAS_ADDRESS % "eth0"]),
     (2, "", OUTSIDE, [IS_PPPOE]),
-    (2, "4711\n", "10.112.112.112", [IS_PPPOE, HAS_ADDRESS % "ppp0"]),
     (2, "4711\n", OUTSIDE, [IS_PPPOE, HAS_ADDRESS % "ppp0", LINK_UP % "ppp0"]),
     (3, "", "10.0.0.2", [HAS_ADDRESS % "ppp0"]),
     (3, "", OUTSIDE, [HAS_ADDRESS % "ppp0", LINK_UP % "ppp0"]),

@@ -63,11 +63,6 @@ def escaped(text):
     return html.escape(text).replace("&#x27;", "&#39;")
 
 
-def set_method(appliance, method, enabled="yes"):
-    appliance.write(RECORD, f"Method={method}\n")
-    appliance.write(WAN, f"nat_enable={enabled}\n")
-
-
 @pytest.mark.parametrize("env", [
     {"REQUEST_METHOD": "GET"}, {"REQUEST_METHOD": "GET", "QUERY_STRING": "&&"},
     {"REQUEST_METHOD": "GET", "QUERY_STRING": "next_file&todo&typed=x"},
@@ -96,12 +91,19 @@ def test_a_key_that_no_shipped_page_shows(appliance, page, key, value):
 
 
 @pytest.mark.parametrize("method, enabled, page", [
-    (1, "y", "dc_status"), (2, "yes", "ppp_status"), (0, "yes", "sp_status"),
-    (7, "yes", "sp_status"), (1, "nothing", "sp_status"),
+    (1, "y", "dc_status"), (2, "yes", "ppp_status"), (7, "yes", "sp_status"),
+    (0, "yes", "sp_status"), (1, "nothing", "sp_status"),
 ])
 def test_the_status_page_is_that_of_the_method_in_force(appliance, method, enabled, page):
-    set_method(appliance, method, enabled)
+    """From that of another one a save, which is one of the services, does not go on."""
+    appliance.write(RECORD, f"Method={method}\n")
+    appliance.write(WAN, f"nat_enable={enabled}\n")
     assert appliance.view("nat_status.htm").page == page + ".htm"
+    is_off = method == 0 or enabled == "nothing"
+    for number, posting in enumerate(["dc_status.htm", "ppp_status.htm", "sp_status.htm"], 1):
+        shown = "nat_base[][]" if is_off or number == method else f"{page}[{told(45)}][]"
+        assert seen(appliance.save(posting)) == shown
+        assert seen(appliance.save(posting, dmz_ip_1="1234")) == f"nat_conn[{told(48)}][]"
 
 
 @pytest.mark.parametrize("method, length, title, text", [
@@ -173,18 +175,6 @@ def test_a_control_character_is_refused_before_anything_happens(appliance, value
     result = appliance.post(f"this_file=nat_conn.htm&todo=save&enable_dmz=checked&ty%3Cped={value}")
     assert (result.page, result.message) == ("nat_conn.htm", told(61, "ty?ped"))
     assert result.did_nothing
-
-
-@pytest.mark.parametrize("method, page, shown", [
-    (2, "ppp_status", "nat_base[][]"), (1, "ppp_status", f"dc_status[{told(45)}][]"),
-    (3, "dc_status", f"sp_status[{told(45)}][]"), (2, "sp_status", f"ppp_status[{told(45)}][]"),
-    (0, "dc_status", "nat_base[][]"),
-])
-def test_a_save_from_a_status_page_follows_the_method(appliance, method, page, shown):
-    """It is one of the pages of services."""
-    set_method(appliance, method)
-    assert seen(appliance.save(page + ".htm")) == shown
-    assert seen(appliance.save(page + ".htm", dmz_ip_1="1234")) == f"nat_conn[{told(48)}][]"
 
 
 def test_a_failing_action_stops_the_run_and_shows_the_posting_page(appliance):
