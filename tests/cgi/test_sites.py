@@ -71,14 +71,12 @@ def import_text(page, text):
 
 
 @pytest.mark.parametrize("text, added", [
-    (b"HTTP://Site1/path?q http://a b", ["Site1", "a"]), (b"x http://", []),
-    (b"http:///http://?http://\r\n", []),
-    (b"hhttp://a httphttp://b http:/http://c https://d", ["a", "b", "c"]),
-    (b"http://http://a/", ["http:"]),
+    (b"HTTP://Site1/path?q http://a b", ["Site1", "a"]),
+    (b"http:///http://?http://\r\nx http://", []),
+    (b"hhttp://a httphttp://b http:/http://c https://d http://http://e/", ["a", "b", "c", "http:"]),
     (b"http://new http://a.com/ http://A.com http://new", ["new", "A.com"]),
-    (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]),
-    (b'"http://q.com">Q', ['q.com">Q']), (b"http://a\xffb http://c", ["a"]),
-    (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]),
+    (b'http://a.b:80\nhttp://[::1]?http://u@h "http://q">Q', ["a.b:80", "[::1]", "u@h", 'q">Q']),
+    (b"http://#c http://#c http://t\tu http://v\xffb http://c", ["#c", "#c", "t\tu", "v"]),
     (b"http://a\0http://b http://\0c http://d\0", ["a", "d"]),
 ])
 def test_import(page, proxy, text, added):

@@ -61,15 +61,15 @@ def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, 
 
 
 @pytest.mark.parametrize("body, content_type", [
-    (VIEW + END, "multipart/form-data"), (VIEW + END, 'multipart/form-data; boundary="XyZ'),
-    (VIEW + END, "multipart/form-data; boundary=" + "x" * 71), ("", TYPE), (VIEW, TYPE),
-    (VIEW + upload("typed", "m.inf", "x" * 100)[:-1], TYPE), ("--XyZ\r\nno header line", TYPE),
-    (VIEW + "--XyZ\r\n\r\nno headers\r\n" + END, TYPE),
-    (VIEW + part(["Content-Type: text/plain"], "x") + END, TYPE),
-    (VIEW + part(['Content-Disposition: form-data; name="x'], "x") + END, TYPE),
-    (VIEW + part(["Content-Disposition: attachment; name=x"], "x") + END, TYPE),
-    (VIEW + "--XyZjunk\r\n" + field("a", "b") + END, TYPE),
-    (VIEW + upload("typed", "m.inf", "x") * 17 + END, TYPE),
+    *((VIEW + END, f"multipart/form-data{boundary}") for boundary in (
+        "", '; boundary="XyZ', "; boundary=" + "x" * 71)),
+    *((body, TYPE) for body in (
+        "", VIEW, VIEW + upload("typed", "m.inf", "x" * 100)[:-1], "--XyZ\r\nno header line",
+        VIEW + "--XyZ\r\n\r\nno headers\r\n" + END,
+        VIEW + part(['Content-Disposition: form-data; name="x'], "x") + END,
+        VIEW + part(["Content-Disposition: attachment; name=x"], "x") + END,
+        VIEW + "--XyZjunk\r\n" + field("a", "b") + END,
+        VIEW + upload("typed", "m.inf", "x") * 17 + END)),
 ])
 def test_a_malformed_form_is_fatal_and_leaves_nothing(appliance, body, content_type):
     result = send(appliance, body, content_type)

@@ -44,8 +44,8 @@ def test_an_unknown_log(appliance, name):
 
 
 @pytest.mark.parametrize("query, path", [
-    *(("log&name=pppd", path) for path in (LOG, RECORD, WAN)),
-    *(("log&name=filter", path) for path in (SQUID, "/a<b")), ("hosts", LEASES),
+    ("log&name=pppd", RECORD), ("log&name=pppd", WAN), ("log&name=filter", SQUID),
+    ("log&name=filter", "/a<b"), ("hosts", LEASES),
 ])
 def test_what_cannot_be_read(appliance, query, path):
     """A log neither when it is not known what of it must not be shown."""
@@ -104,11 +104,9 @@ def test_the_answer(appliance):
 
 def test_leases(appliance):
     """A host chooses its name."""
-    names = {
-        "\\342\\202\\254\\360\\237\\230\\200": "€😀", "\\300\\200": "\ufffd" * 2,
-        "\\340\\237\\277": "\ufffd" * 3, "\\355\\240\\200": "\ufffd" * 3,
-        "\\364\\220\\200\\200": "\ufffd" * 4, "\\342\\202x": "\ufffdx",
-        '}\n{;#\\"': '}\n{;#"', "\\1112\\9": "I29", "\\170" * 300: "x" * 255}
+    names = {"\\342\\202\\254\\360\\237\\230\\200": "€😀", "\\340\\237\\277": "\ufffd" * 3,
+             "\\355\\240\\200": "\ufffd" * 3, "\\364\\220\\200\\200": "\ufffd" * 4,
+             '}\n{;#\\"': '}\n{;#"', "\\1112\\9": "I29", "\\170" * 300: "x" * 255}
     cases = [
         *(([f'client-hostname "{octets}"'], [name, ""]) for octets, name in names.items()),
         ([NEW, MAC, NAMED, "binding state active", "next binding state free"], ANNA),
