@@ -17,7 +17,7 @@ SAME = [
     ("http://box:8080", "box:8080"), ("http://[fe80::A]", "[fe80::a]:80"),
     ("http://[::1]:81", "[::1]:81")]
 OTHER = [
-    ("null", "null"), ("", ""), ("http://:80", ":80"), ("http://box", None), ("https://box", "box:80"),
+    ("null", "null"), ("", ""), ("http://:80", ":80"), ("http://box", None), ("https://b", "b:80"),
     *((url, "box") for url in ("box", "ftp://box", "http://box.evil", "http://evil.box",
                                "http://box:8080", "http://box:80@evil")),
     ("http://[::1]", "[::2]"), *((f"http://{host}", host) for host in ("[::1", "[::1]]", "box:x"))]

@@ -86,13 +86,19 @@ def by_a_link(appliance, pid):
     appliance.at(PID).symlink_to("/tmp/pid")
 
 
+def give_away(*paths):
+    if os.getuid() != 0:
+        pytest.skip("needs root")
+    for path in paths:
+        os.chown(path, 13, 13)
+
+
 def by_a_stranger(appliance, pid):
-    os.chown(appliance.at(PID), 13, 13)
+    give_away(appliance.at(PID))
 
 
 def by_its_user(appliance, pid):
-    for path in PID, f"/proc/{pid}":
-        os.chown(appliance.at(path), 13, 13)
+    give_away(appliance.at(PID), appliance.at(f"/proc/{pid}"))
 
 
 def of_a_renamed_one(appliance, pid):
@@ -101,12 +107,9 @@ def of_a_renamed_one(appliance, pid):
     appliance.at(f"/proc/{pid}/exe").symlink_to("/usr/sbin/squid")
 
 
-NEEDS_ROOT = pytest.mark.skipif(os.getuid() != 0, reason="gives files away")
-
-
 @pytest.mark.parametrize("named, is_told", [
     (of_another_program, False), (by_a_link, False), (of_a_renamed_one, True),
-    *(pytest.param(*case, marks=NEEDS_ROOT) for case in ((by_a_stranger, False), (by_its_user, True))),
+    (by_a_stranger, False), (by_its_user, True),
 ])
 def test_only_the_proxy_gets_its_signals(saved, proxy, named, is_told):
     """Whatever its pid file names."""

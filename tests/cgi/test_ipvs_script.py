@@ -31,7 +31,7 @@ def connected(appliance):
     """An appliance on the internet, with the practice appliance's strict ipvsadm and ipchains."""
     appliance.practise("sbin/ipvsadm", "sbin/ipchains")
     for interface in "eth0", "ppp0":
-        appliance.answer(f"ifconfig {interface}", f"{interface}  Link\n  inet addr:{OUTSIDE}  B:1\n")
+        appliance.answer(f"ifconfig {interface}", f"{interface}\n  inet addr:{OUTSIDE}  B:1\n")
     appliance.write(WAN, "nat_enable=yes\nnat_interface=eth0\nconnect_method=1\n")
     appliance.write(TABLE, f"-t {OUTSIDE}:1\n-t {OUTSIDE}:1 -> 192.168.1.5:1 -m\n")  # to be cleared
     appliance.write(RULES, "")
@@ -40,7 +40,7 @@ def connected(appliance):
 
 
 def prepare(appliance, method, dmz=False):
-    """The record of a method, whose web port saving changes, and a link-up script that runs ours."""
+    """A record whose web port a save changes, and a link-up script that runs ours."""
     record = f"Method={method}\nWeb=0\nWebPort=1\nDMZ={dmz:d}\nDMZ_IP=192.168.1.99\n"
     appliance.write(RECORD, record, 0o600)
     run = f'{SCRIPT} "$1" 2>> {COMPLAINTS}\n'

@@ -51,7 +51,7 @@ nat_fs.htm
 """
 
 PAGES = [path.name for path in WWW.glob("*.htm") if "@message" in path.read_text()]
-SCRIPT = "<script>alert(document.cookie)</script>&\"'"
+SCRIPT = "<script>alert('\"')</script>"
 
 
 def seen(result):
@@ -128,7 +128,7 @@ def test_without_a_method_there_is_only_a_hint(appliance):
 
 @pytest.mark.parametrize("form, name", [
     ("next_file=NAT_BASE.HTM&next_file=odd.htm", "NAT_BASE.HTM"), ("next_file=", ""),
-    ({"next_file": SCRIPT}, SCRIPT),
+    (f"next_file={SCRIPT * 2}", SCRIPT * 2),
 ])
 def test_an_unknown_page_gets_the_message_page(appliance, form, name):
     text = told(10, escaped(name)) + "\n"
@@ -137,18 +137,17 @@ def test_an_unknown_page_gets_the_message_page(appliance, form, name):
 
 @pytest.mark.parametrize("form, body", [
     # a single page, by its own word
-    ({"this_file": "wan_dc.htm", "todo": "x", "next_file": "", "typed": "a"}, "wan_dc[][a]"),
-    ({"this_file": "wan_dc.htm", "todo": "", "next_file": "nat_vs.htm"}, "nat_vs[][]"),
+    ("this_file=wan_dc.htm&todo=x&next_file=&typed=a", "wan_dc[][a]"),
+    ("this_file=wan_dc.htm&todo=&next_file=nat_vs.htm", "nat_vs[][]"),
     # pages without a setter accept nothing but "save"
-    ({"this_file": "nat_base.htm", "todo": "x", "typed": "a"},
-     f"nat_base[{told(5, 'nat_base.htm')}][a]"),
-    ({"this_file": "nat_base.htm", "todo": "save", "typed": "a"}, "nat_base[][a]"),
+    ("this_file=nat_base.htm&todo=x&typed=a", f"nat_base[{told(5, 'nat_base.htm')}][a]"),
+    ("this_file=nat_base.htm&todo=save&typed=a", "nat_base[][a]"),
     # a page outside every group saves nothing and goes on
-    ({"this_file": "filterlog.htm", "todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]"),
-    ({"todo": "save", "next_file": "nat_base.htm"}, "nat_base[][]"),
+    ("this_file=filterlog.htm&todo=save&next_file=nat_base.htm", "nat_base[][]"),
+    ("todo=save&next_file=nat_base.htm", "nat_base[][]"),
     # an upload goes to the modem port page
-    ({"this_file": "odd.htm", "todo": "upload", "typed": "a"}, f"sp_port[{told(22)}][a]"),
-    ({"this_file": "sp_port.htm", "todo": "upload", "typed": "\n"}, f"sp_port[{told(61, 'typed')}][\n]"),
+    ("this_file=odd.htm&todo=upload&typed=a", f"sp_port[{told(22)}][a]"),
+    ("this_file=sp_port.htm&todo=upload&typed=%0a", f"sp_port[{told(61, 'typed')}][\n]"),
     # the value that sorts first is the one that counts, and is decoded before
     ("this_file=wan_ppp.htm&&this_file=wan_dc.htm&todo=x&"
      "typed=b%20b&typed=b+a%2B%c3%A4%26&Typed=0&", "wan_dc[][b a+ä&]"),
@@ -160,10 +159,9 @@ def test_posts_end_on_the_right_page(appliance, form, body):
 
 
 @pytest.mark.parametrize("form, text", [
-    *(({"todo": todo, **form}, escaped(told(10, SCRIPT))) for todo in ("x", "save")
-      for form in ({"this_file": SCRIPT}, {"this_file": "wan_dc.htm", "next_file": SCRIPT})),
-    ({"todo": "x"}, told(10, "")),
-    ({"this_file": "odd.htm", "todo": "save", "typed": "\n"}, told(61, "typed")),
+    (f"this_file={SCRIPT}&todo=x", escaped(told(10, SCRIPT))),
+    (f"this_file=wan_dc.htm&todo=save&next_file={SCRIPT}", escaped(told(10, SCRIPT))),
+    ("todo=x", told(10, "")), ("this_file=odd.htm&todo=save&typed=%0a", told(61, "typed")),
 ])
 def test_posts_to_unknown_pages_are_fatal(appliance, form, text):
     result = appliance.post(form)

@@ -66,8 +66,9 @@ def test_options(page, text, shown):
 
 def import_text(page, text):
     name, appliance, *_ = page
-    body = field("this_file", name) + field("todo", "import_file") + upload("upload_file", "x", "TEXT")
-    return appliance.post((body + END).encode().replace(b"TEXT", text), env={"CONTENT_TYPE": TYPE})
+    body = field("this_file", name) + field("todo", "import_file")
+    body += upload("upload_file", "x", "TEXT") + END
+    return appliance.post(body.encode().replace(b"TEXT", text), env={"CONTENT_TYPE": TYPE})
 
 
 @pytest.mark.parametrize("text, added", [

@@ -42,7 +42,7 @@ def left_behind(appliance):
     ("multipart/form-data;boundary=XyZ;x",
      part(["content-DISPOSITION:form-data ; NAME=typed", "X: y"], "a"), "[][a]"),
     (TYPE, part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a"), "[][]"),
-    (TYPE, part(['Content-Disposition: form-data; x="\\"; name=no; y="; name=typed'], "a"), "[][a]"),
+    (TYPE, part(['Content-Disposition: form-data; x="\\"; name=n; y="; name=typed'], "a"), "[][a]"),
     (TYPE, upload("typed", "", ""), "[][]"),
     (TYPE, field("typed", "a\r\nb") + upload("x", "y", "z"), f"[{told(61, 'typed')}][a\r\nb]"),
 ])
