@@ -26,9 +26,6 @@ int fail_with(ValueText& value, LongText&, int& error) {
     return error = number;
 }
 
-// Options, a table row and two lines in one, as their generators write them around hostile entries.
-constexpr char kMarks[] = "<option><option>&\n<tr>\n<td nowrap></td>'</td>\n</tr> \n1<BR>\"<br>";
-
 const std::string kLongest(126, 'n');  // a key
 
 std::string expand(const std::string& text, const char* message = nullptr) {
@@ -37,17 +34,12 @@ std::string expand(const std::string& text, const char* message = nullptr) {
     const auto longer = [](ValueText& value, LongText& shown, int&) {
         return (value = "short", shown = "@ok#" + std::string(200, 'l'), 0);
     };
-    const auto room = [](ValueText&, LongText& shown, int&) {
-        return (shown = std::string(room_on_page() / size_on_page("&"), '&'), 0);
-    };
     const KeyGetter keys[] = {
         {"ok", ok},         {"long", longer},     {"bad", fail_with<7>},  {"worse", fail_with<8>},
-        {"plain", nullptr}, {"ok", fail_with<7>}, {kLongest.c_str(), ok}, {"ok|bar", ok},
-        {"room", room}};
+        {"plain", nullptr}, {"ok", fail_with<7>}, {kLongest.c_str(), ok}, {"ok|bar", ok}};
     const ArrayFun lists[] = {{"ok", [](LongText& shown, int&) { return (shown = "<li>@ok#", 0); }},
                               {"empty", [](LongText&, int&) { return 0; }},
-                              {"bad", [](LongText&, int& error) { return error = 9; }},
-                              {"marks", [](LongText& shown, int&) { return (shown = kMarks, 0); }}};
+                              {"bad", [](LongText&, int& error) { return error = 9; }}};
     FormList form;
     parse_data_record("ok=form&plain=B&plain=A&typed=%40ok%23&mark=%22%26&mark|HTML=odd", form);
     const Expansion result = expand_template(text, keys, lists, message, &form);
@@ -67,13 +59,6 @@ TEST_F(Root, TemplatesExpand) {
                {"@message#@bad#.@worse#.@message#//@bad#@message#", "..eight\nnine\n"},
                {"@ok#@bad#", "error 7"},
                {"@bad#//@bad#", "error 9"},
-               {"//@marks|options#",
-                "<option>&lt;option&gt;&amp;\n&lt;tr&gt;\n"
-                "&lt;td nowrap&gt;&lt;/td&gt;&#39;&lt;/td&gt;\n&lt;/tr&gt; "
-                "\n1&lt;BR&gt;&quot;&lt;br&gt;"},
-               {"//@marks|rows#",
-                "&lt;option&gt;&lt;option&gt;&amp;\n<tr>\n"
-                "<td nowrap>&lt;/td&gt;&#39;</td>\n&lt;/tr&gt; \n1<BR>&quot;&lt;br&gt;"},
                {"@ok|bar#@ok|bar|html#@|html#@mark|HTML#//@ok|bar#", "valuevalueodd"},
                {full + "@mark|html#", "error 2"},
                {full.substr(1) + "@mark|html#", full.substr(1) + "&quot;&amp;"}})
@@ -83,19 +68,6 @@ TEST_F(Root, TemplatesExpand) {
     EXPECT_EQ(expand("@message#", "told"), "told");
     EXPECT_EQ(expand("@bad#@message#"), "seven\n");
     warn_no = 0;
-}
-
-// What fills all the room that it has leaves so much of the page to what follows.
-TEST_F(Root, AGetterKnowsTheRoomOfItsPage) {
-    const std::size_t full = kPageSize - 1, value = ValueText::capacity;
-    const std::pair<std::string, std::size_t> cases[] = {
-        {"@ok#@room#@plain#@typed|html#@unknown#@mark|html#//@empty#d@#/@" + kLongest, full},
-        {"@room|html#", full - full % 5},
-        {"@room#@ok#//@marks#", full - value + 5 + sizeof kMarks - 1},
-        {"@room#@ok|html#", full - 6 * value + 5},
-        {"@room#@message#", full - value}};
-    for (const auto& [text, size] : cases) EXPECT_EQ(expand(text).size(), size) << text;
-    EXPECT_EQ(expand("@room#@message#", "told").size(), full);
 }
 
 TEST(Queue, TakesKnownActionsOnce) {
