@@ -158,6 +158,7 @@ TEST_F(Root, ASectionOfAScriptIsSwitched) {
     EXPECT_EQ(SetService("#@B", '#', "/etc/x", false), 0);  // no empty line ends it
     EXPECT_EQ(content("/etc/x"), "#@A\n#a\n#b\n\n c\n#@B\n d\n");
     EXPECT_EQ(mode_of("/etc/x"), 0744U);
+    EXPECT_EQ(SetService("#@A", '#', "/etc/none", false), 1);
 }
 
 TEST_F(Root, TheModemsFilesAreSavedTogether) {
