@@ -1,4 +1,4 @@
-"""What the documents say of files and commands is what requests do."""
+"""What the documents say of files and of commands is so."""
 
 import re
 from fnmatch import fnmatch

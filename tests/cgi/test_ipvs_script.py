@@ -47,17 +47,13 @@ def prepare(appliance, method, dmz=False):
     appliance.write(IP_UP, f'#!/bin/sh\ndmz="{"no" if dmz else "yes"}"\n{run}{run}', 0o644)
 
 
-def save(appliance, form):
-    return appliance.save("nat_vs.htm", **{"vs_web_portno": "80", **form})
-
-
 @pytest.mark.parametrize("servers, dmz", [
     (SERVERS, True), (SERVERS[0::2], False), (SERVERS[1::2], False), ([], True),
     ([({"vs_https_enable": "checked"}, [])], False),
 ])
 def test_what_is_published(connected, servers, dmz):
     """The link-up script may run it twice."""
-    form, table, openings = {}, [], []
+    form, table, openings = {"vs_web_portno": "80"}, [], []
     for fields, published in servers:
         form |= fields
         for protocol, port, host in published:
@@ -67,8 +63,7 @@ def test_what_is_published(connected, servers, dmz):
     for service in (f"-t {OUTSIDE}:0", f"-u {OUTSIDE}:0") if dmz else ():
         table += [service, f"{service} -> 192.168.1.99 -m"]
     prepare(connected, 1, dmz)
-    result = save(connected, form)
-    assert result.commands == [HAS_ADDRESS % "eth0", LINK_UP % "eth0"]
+    assert connected.save("nat_vs.htm", **form).commands == [HAS_ADDRESS % "eth0", LINK_UP % "eth0"]
     assert connected.read(COMPLAINTS) == ""
     assert connected.read(TABLE).splitlines() == table
     assert connected.read(RULES).splitlines() == openings * 2
@@ -89,7 +84,7 @@ def test_applied_by_method(connected, method, pid, address, commands):
     connected.answer("pidof -x adsl-connect", pid)
     for interface in "eth0", "ppp0":
         connected.answer(f"ifconfig {interface}", address and f"  inet addr:{address}  Mask:1\n")
-    assert save(connected, SERVERS[0][0]).commands == commands
+    assert connected.save("nat_vs.htm", vs_web_portno="80").commands == commands
     has_run = method == 0 or commands[-1].startswith("/etc/ppp/ip-up")
     assert (f"-t {OUTSIDE}:1" not in connected.read(TABLE)) == has_run
     assert connected.mode(SCRIPT) == 0o755  # made all the same: the next link-up runs it

@@ -59,7 +59,7 @@ def test_every_marker_names_a_filter_and_nothing_runs_in_a_page(page, text):
 
 def test_what_is_stored_is_shown_as_text(shipped):
     def post(page, todo, **fields):
-        return shipped.post({"this_file": page, "todo": todo, **fields})
+        shipped.post({"this_file": page, "todo": todo, **fields})
 
     shipped.write(MODEMS, f"[{HOSTILE}]\nInitString=AT{HOSTILE}\n")
     shipped.write(LOG, f"12:00 10.0.0.2 {HOSTILE}\n12:01 </td><script> <tr>\n")

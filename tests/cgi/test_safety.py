@@ -79,9 +79,8 @@ def test_a_log_that_is_a_link_is_neither_shown_nor_emptied(saved):
     saved.write("/etc/victim", "precious words here\n")
     log.unlink(missing_ok=True)
     log.symlink_to("/etc/victim")
+    assert "precious" in saved.view("filterlog.htm").shown["log_record"]
     log.parent.chmod(0o777)
     assert saved.view("filterlog.htm").message == told(37)
-    cleared = saved.post({"this_file": "filterlog.htm", "todo": "clear", "clear": "Clear Log"})
-    assert (cleared.message, saved.read("/etc/victim")) == (told(31), "precious words here\n")
-    log.parent.chmod(0o755)  # root's own folder: the link is root's
-    assert "precious" in saved.view("filterlog.htm").shown["log_record"]
+    result = saved.post("this_file=filterlog.htm&todo=clear&clear=Clear Log")
+    assert (result.message, result.changed) == (told(31), {})
