@@ -48,15 +48,15 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
         setrlimit(RLIMIT_FSIZE, &full);
         const Written result = out.install();
         setrlimit(RLIMIT_FSIZE, &limit);
-        EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
         return result;
     };
     std::signal(SIGXFSZ, SIG_IGN);
-    EXPECT_EQ(replace(1), Written::not_written);
-    EXPECT_EQ(content(target), "old");
-    EXPECT_EQ(replace(20000), Written::done);
-    EXPECT_EQ(content(target), std::string(20000, 'n'));
-    EXPECT_EQ(mode_of(target), 0640U);
+    for (const bool fits : {false, true}) {
+        EXPECT_EQ(replace(fits ? 20000 : 1), fits ? Written::done : Written::not_written);
+        EXPECT_EQ(content(target), fits ? std::string(20000, 'n') : "old");
+        EXPECT_EQ(mode_of(target), 0640U);
+        EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
+    }
     unlink(target.c_str());
     EXPECT_EQ(chdir("/www"), 0);
 }
