@@ -350,7 +350,8 @@ class Appliance:
 
     def request(self, env, body):
         """Runs the program once. A variable given as None is not set."""
-        env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", "NAT_TEST_ROOT": str(self.root), **env}
+        root = {"NAT_TEST_ROOT": str(self.root)} if SANITIZED else {}
+        env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", **root, **env}
         program = str(self.program) if SANITIZED else "/" + INSTALLED
         record = self.at(f"/{HARNESS}/commands")
         record.unlink(missing_ok=True)
