@@ -9,13 +9,15 @@
 
 namespace {
 
+const std::string kMuch(20000, 'n');  // more than is gathered before it is written
+
 TEST_F(Root, TemporaryFilesAreForRootAlone) {
     const std::string temporary = "/etc/target.new";
     put_file("/etc/victim", "whole");
     ASSERT_EQ(symlink("/etc/victim", temporary.c_str()), 0);
     {
         Replacement out("/etc/target", temporary, 0755);
-        out.write(std::string(20000, 'x'));  // more than is gathered first
+        out.write(kMuch);
         EXPECT_EQ(mode_of(temporary), kSecretMode);
     }
     EXPECT_EQ(content(temporary), kNoFile);
@@ -41,7 +43,7 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     put_file(target, "old", 0640);
     const auto replace = [&](rlim_t disk) {
         Replacement out(target, "/tmp/far.tmp");
-        out.write(std::string(20000, 'n'));  // in the temporary file already
+        out.write(kMuch);
         rlimit limit{};
         getrlimit(RLIMIT_FSIZE, &limit);
         const rlimit full = {disk, limit.rlim_max};
@@ -52,8 +54,8 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     };
     std::signal(SIGXFSZ, SIG_IGN);
     for (const bool fits : {false, true}) {
-        EXPECT_EQ(replace(fits ? 20000 : 1), fits ? Written::done : Written::not_written);
-        EXPECT_EQ(content(target), fits ? std::string(20000, 'n') : "old");
+        EXPECT_EQ(replace(fits ? kMuch.size() : 1), fits ? Written::done : Written::not_written);
+        EXPECT_EQ(content(target), fits ? kMuch : "old");
         EXPECT_EQ(mode_of(target), 0640U);
         EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
     }
