@@ -1,6 +1,7 @@
 """Attacks that must not work: what strangers have sent, and values that programs misread."""
 
 import os
+import signal
 import time
 
 import pytest
@@ -76,46 +77,21 @@ def test_stored(saved):
 PID = "/usr/local/squid/logs/squid.pid"
 
 
-def of_another_program(appliance, pid):
-    appliance.write(f"/proc/{pid}/cmdline", "/bin/sleep\0squid\0")
-
-
-def by_a_link(appliance, pid):
-    appliance.at(PID).rename(appliance.at("/tmp/pid"))
-    appliance.at(PID).symlink_to("/tmp/pid")
-
-
-def give_away(*paths):
-    if os.getuid() != 0:
-        pytest.skip("needs root")
-    for path in paths:
-        os.chown(path, 13, 13)
-
-
-def by_a_stranger(appliance, pid):
-    give_away(appliance.at(PID))
-
-
-def by_its_user(appliance, pid):
-    give_away(appliance.at(PID), appliance.at(f"/proc/{pid}"))
-
-
-def of_a_renamed_one(appliance, pid):
-    appliance.write(f"/proc/{pid}/cmdline", "(squid-1)\0")
-    appliance.write(f"/proc/{pid}/exe", None)
-    appliance.at(f"/proc/{pid}/exe").symlink_to("/usr/sbin/squid")
-
-
-@pytest.mark.parametrize("named, is_told", [
-    (of_another_program, False), (by_a_link, False), (of_a_renamed_one, True),
-    (by_a_stranger, False), (by_its_user, True),
+@pytest.mark.parametrize("first_argument, executable, of_a_stranger, is_told", [
+    ("/bin/sleep", None, [], False), ("(squid-1)", "/usr/sbin/squid", [], True),
+    ("squid", None, [PID], False), ("squid", None, [PID, "/proc/{}"], True),
 ])
-def test_only_the_proxy_gets_its_signals(saved, proxy, named, is_told):
-    """Whatever its pid file names."""
-    named(saved, proxy.pid)
-    result = saved.post({"this_file": "sites_ban.htm", "todo": "add_url", "new_url": "x.com"})
+def test_only_the_proxy_gets_its_signals(
+        saved, proxy, first_argument, executable, of_a_stranger, is_told):
+    """Whatever its pid file names. Of another user's file only that user's own process."""
+    saved.write(f"/proc/{proxy.pid}/cmdline", f"{first_argument}\0squid\0")
+    if executable:
+        saved.at(f"/proc/{proxy.pid}/exe").unlink()
+        saved.at(f"/proc/{proxy.pid}/exe").symlink_to(executable)
+    for path in of_a_stranger:
+        if os.getuid() != 0:
+            pytest.skip("gives files away")
+        os.chown(saved.at(path.format(proxy.pid)), 13, 13)
+    result = saved.post("this_file=sites_ban.htm&todo=add_url&new_url=x.com")
     assert result.message == told(None if is_told else 46)
-    if is_told:
-        assert proxy.wait(10) == -1
-    else:
-        assert proxy.poll() is None
+    assert (proxy.wait(10) if is_told else proxy.poll()) == (-signal.SIGHUP if is_told else None)

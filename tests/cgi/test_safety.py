@@ -8,7 +8,7 @@ from appliance import FILTER, PPPOE, RECORD, SETTINGS, WAN, told
 
 
 @pytest.mark.parametrize("path, page, message", [
-    *((RECORD, page, 13) for page in ("nat_vs.htm", "sp_int.htm", "sp_port.htm")),
+    *((RECORD, page, 13) for page in ("nat_vs.htm", "sp_port.htm")),
     ("/etc/ppp/nat_ppp.tmp", "nat_vs.htm", 14),
 ])
 def test_a_file_out_of_reach_is_named(saved, path, page, message):
