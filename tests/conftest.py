@@ -25,6 +25,13 @@ def template(tmp_path_factory):
 
 
 @pytest.fixture
+def appliance(tmp_path, template):
+    """A fresh appliance with its factory settings."""
+    yield Appliance(tmp_path / "root", template)
+    shutil.rmtree(tmp_path / "root")
+
+
+@pytest.fixture
 def saved(appliance):
     """An appliance with a record of its own; its scripts below /etc are stubs."""
     appliance.view("nat_base.htm")
@@ -40,11 +47,3 @@ def proxy(appliance):
         appliance.meet(process.pid)
         yield process
         process.kill()
-
-
-@pytest.fixture
-def appliance(tmp_path, template):
-    """A fresh appliance with its factory settings."""
-    root = tmp_path / "root"
-    yield Appliance(root, template)
-    shutil.rmtree(root)

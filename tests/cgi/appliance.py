@@ -1,12 +1,11 @@
 """A private root with the appliance's files, in which single requests are run.
 
-Whatever the program runs (pidof, ifconfig, adsl-start, ...) is one stub, which records how it was called and
-gives prepared answers; scripts of the appliance are recorded by /bin/sh, which then really runs them. What a
-script runs is not recorded. The shell's builtin kill is taken away, so that no test can signal a stranger's
-process; `kill` is a stub as well.
+Whatever the program runs is one stub, which records how it was called and gives prepared answers;
+scripts are recorded by /bin/sh, which then really runs them. What a script runs is not recorded.
+No test can signal a stranger's process: `kill` is a stub, also the shell's own.
 
-Each page's template is made of the shipped one's markers alone, a line "key=[value]=" each, and of the key "typed",
-which no page knows, so that a test reads what a page shows whatever it looks like (Result.shown).
+A page's template is made of the shipped one's markers alone, a line "key=[value]=" each, and of
+"typed", which no page knows: a test reads what is shown whatever it looks like (Result.shown).
 """
 
 import ctypes
@@ -30,43 +29,44 @@ SYMBOLIZE = PROJECT / "tests/sanitize/symbolize"
 SANITIZED = bool(os.environ.get("NAT_SANITIZED"))
 CLONE_NEWUSER = 0x10000000
 
-MESSAGES = (line.split("-", 1) for line in (WWW / "cgi_err").read_text().splitlines())
-MESSAGES = {int(number): text for number, text in MESSAGES}
+MESSAGES = {int(number): text for number, _, text in (
+    line.partition("-") for line in (WWW / "cgi_err").read_text().splitlines())}
 
 RECORD, WAN, SETTINGS = "/etc/ppp/nat_ppp.con", "/etc/ppp/CGI_nat.conf", "/etc/CGI_qs.conf"
 PAP, CHAP, PPPOE = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets", "/etc/ppp/pppoe.conf"
-USER, IP_UP, IFCFG = "/etc/ppp/user", "/etc/ppp/ip-up", "/etc/sysconfig/network-scripts/ifcfg-eth0"
+USER, IP_UP = "/etc/ppp/user", "/etc/ppp/ip-up"
+IFCFG = "/etc/sysconfig/network-scripts/ifcfg-eth0"
+SECRETS = (PAP, CHAP, WAN)
 FILTER = "/usr/local/squid/etc/filter.conf"
 FACTORY = "/usr/share/quillstead/factory.tar"
 CHANGES = "/var/lib/quillstead-admin/changes"
 
 # Commands that several pages run.
-IS_PPP = "/sbin/pidof pppd"
-IS_MODEM, IS_PPPOE = "/sbin/pidof diald", "/sbin/pidof -x adsl-connect"
-HAS_ADDRESS = "/sbin/ifconfig %s"
-LINK_UP = "/etc/ppp/ip-up %s"
-NETWORK = [f"/usr/share/quillstead/network/NET_Set{name}" for name in ("TCPIP", "Netatalk", "DHCPServer")]
+IS_PPP, IS_MODEM = "/sbin/pidof pppd", "/sbin/pidof diald"
+IS_PPPOE = "/sbin/pidof -x adsl-connect"
+HAS_ADDRESS, LINK_UP = "/sbin/ifconfig %s", "/etc/ppp/ip-up %s"
+NET_SET = "/usr/share/quillstead/network/NET_Set"
+NETWORK, SET_DNS = [NET_SET + each for each in ("TCPIP", "Netatalk", "DHCPServer")], NET_SET + "DNS"
 SQUID = ["/sbin/pidof squid", "/usr/local/squid/bin/squid"]
-SET_DNS = "/usr/share/quillstead/network/NET_SetDNS"
 SET_MODULE = "/usr/share/quillstead/public/PUB_SetModule -m %s -%s"
 
 INSTALLED = "usr/lib/quillstead/nat.cgi"
 HARNESS = ".harness"  # the recorder's own folder in the root
 SHARED = {"bin/bash": "/bin/bash-static", "bin/busybox": "/bin/busybox", INSTALLED: PROGRAM}
-FOLDERS = (HARNESS + "/answers", "bin", "dev", "sbin", "tmp", "usr/sbin", "usr/bin", "var/log", "var/run", "www")
-TOOLS = """awk basename cat chmod chown cmp cp cut date dd dirname echo egrep expr find grep head id ln ls mkdir mktemp
-    mv printf rm rmdir sed seq sleep sort tail tee test touch tr true false uniq wc xargs""".split()
+FOLDERS = HARNESS + "/answers", "dev", "tmp", "usr/bin", "var/log", "var/run", "www"
+TOOLS = """awk basename cat chmod chown cmp cp cut date dd dirname echo egrep expr find grep head
+    id ln ls mkdir mktemp mv printf rm rmdir sed seq sleep sort tail tee test touch tr true false
+    uniq wc xargs""".split()
 STUBS = {
     "bin": "kill ping",
     "sbin": "depmod ifconfig ifdown ifup insmod ipchains ipvsadm lsmod modprobe pidof rmmod route",
     "usr/sbin": "adsl-connect adsl-start adsl-stop chat diald pppd pppoe",
     "etc/ppp": "dial",
     "usr/local/squid/bin": "squid",
-    "usr/share/quillstead/network": "NET_ReadNetworkInfo NET_SetDHCPServer NET_SetDNS NET_SetNetatalk NET_SetTCPIP",
+    "usr/share/quillstead/network":
+        "NET_ReadNetworkInfo NET_SetDHCPServer NET_SetDNS NET_SetNetatalk NET_SetTCPIP",
     "usr/share/quillstead/public": "PUB_SetModule",
 }
-
-SECRETS = (PAP, CHAP, WAN)
 
 RECORD_CALL = """call="$*"
 [[ -v WITHIN ]] || printf '%s\\0' "$call" >> /.harness/commands
@@ -143,9 +143,9 @@ def become_root():
         return
     if ctypes.CDLL(None, use_errno=True).unshare(CLONE_NEWUSER) != 0:
         raise OSError(ctypes.get_errno(), "no user namespace")
-    for name, line in ("setgroups", "deny"), ("uid_map", f"0 {user} 1"), ("gid_map", f"0 {group} 1"):
-        with open(f"/proc/self/{name}", "w") as file:
-            file.write(line)
+    maps = {"setgroups": "deny", "uid_map": f"0 {user} 1", "gid_map": f"0 {group} 1"}
+    for name, line in maps.items():
+        Path(f"/proc/self/{name}").write_text(line)
 
 
 def enter(root):
@@ -166,16 +166,17 @@ def make_template(root):
         (root / "bin" / tool).symlink_to("busybox")
     for source, target in (PROJECT / "lab/factory", root), (WWW, root / "www"):
         shutil.copytree(source, target, dirs_exist_ok=True)
-    archive = PROJECT / "deploy/factory-archive.sh", PROJECT / "lab/factory", root / FACTORY.lstrip("/")
-    subprocess.run(archive, check=True)
+    subprocess.run([PROJECT / "deploy/factory-archive.sh", PROJECT / "lab/factory",
+                    root / FACTORY.lstrip("/")], check=True)
     for path in root.rglob("*"):  # a checkout keeps nothing of a mode but the right to run
         if path.is_file() and not path.is_symlink():
-            is_secret, is_program = f"/{path.relative_to(root)}" in SECRETS, path.stat().st_mode & 0o100
-            path.chmod(0o600 if is_secret else 0o755 if is_program else 0o644)
+            is_secret = f"/{path.relative_to(root)}" in SECRETS
+            path.chmod(0o600 if is_secret else 0o755 if path.stat().st_mode & 0o100 else 0o644)
     for path in (root / "www").glob("*.htm"):
         path.write_text(f"page=[{path.name}]=\n" + plain("@typed#" + path.read_text()))
-    harness = {"bin/sh": SHELL, f"{HARNESS}/stub": STUB, f"{HARNESS}/record": RECORD_CALL}
-    for path, text in {**harness, f"{HARNESS}/bashrc": "enable -n kill\n"}.items():
+    harness = {"bin/sh": SHELL, f"{HARNESS}/stub": STUB, f"{HARNESS}/record": RECORD_CALL,
+               f"{HARNESS}/bashrc": "enable -n kill\n"}
+    for path, text in harness.items():
         (root / path).write_text(text)
         (root / path).chmod(0o755)
     for folder, names in STUBS.items():
@@ -197,12 +198,12 @@ class Result:
         self.stderr = finished.stderr.decode(errors="replace")
         head, _, body = self.stdout.partition(b"\n\n")
         self.body = text_of(body)
-        self.headers = dict(line.split(": ", 1) for line in head.decode("latin-1").splitlines() if ": " in line)
+        self.headers = dict(re.findall("(?m)^(.*?): (.*)$", head.decode("latin-1")))
         self.commands = commands
-        self.changed = {path: text_of(now) for path, now in after.items() if before.get(path) != now}
+        self.changed = {path: text_of(after[path]) for path, _ in after.items() - before.items()}
         self.removed = before.keys() - after.keys()
         self.did_nothing = not (self.changed or self.removed or commands)
-        self.shown = dict(re.findall(r"^(\w+)=\[(.*?)\]=$", str(self.body), re.DOTALL | re.MULTILINE))
+        self.shown = dict(re.findall(r"(?ms)^(\w+)=\[(.*?)\]=$", str(self.body)))
         self.page = self.shown.pop("page", None)
         self.message = self.shown.pop("message", "").removesuffix("\n")
 
@@ -271,25 +272,21 @@ class Appliance:
         found = {}
         for folder, folders, files in os.walk(self.root):
             if folder == str(self.root):
-                folders[:] = [name for name in folders if name not in (HARNESS, "dev", "bin", "sbin", "run")]
-            for name in (*files, *folders):
-                path = os.path.join(folder, name)
+                folders[:] = set(folders) - {HARNESS, "dev", "bin", "sbin", "run"}
+            for path in (os.path.join(folder, name) for name in (*files, *folders)):
                 if os.path.islink(path):
                     content = b"-> " + os.readlink(path).encode()
-                elif name in folders or path == str(self.at(INSTALLED)):
+                elif os.path.isdir(path) or path == str(self.at(INSTALLED)):
                     continue
-                elif os.path.isfile(path):
-                    with open(path, "rb") as file:
-                        content = file.read()
                 else:
-                    content = b""  # a fifo
+                    content = Path(path).read_bytes() if os.path.isfile(path) else b""  # a fifo
                 found[path[len(str(self.root)):]] = content
         return found
 
     # The appliance around the program.
 
     def answer(self, call, text="", status=0):
-        """Prepares what a stubbed program prints and returns when called with exactly these words."""
+        """Prepares what a stubbed program prints and returns when called with just these words."""
         self.write(f"/{HARNESS}/answers/{call.replace('/', '%')}", f"{status}\n{text}")
 
     def meet(self, pid):
@@ -300,7 +297,7 @@ class Appliance:
         self.at(f"/proc/{pid}/exe").symlink_to(os.readlink(f"/proc/{pid}/exe"))
 
     def stub_scripts(self):
-        """Makes the scripts below /etc (ip-up, rc.ipvs, ...) stubs too; otherwise they really run."""
+        """Makes the scripts below /etc (ip-up, ...) stubs too; otherwise they really run."""
         self.write(f"/{HARNESS}/scripts_are_stubs", "")
 
     def practise(self, *names):
@@ -320,9 +317,10 @@ class Appliance:
 
     def processes(self):
         """The processes that have this root."""
-        found = subprocess.run(["find", "/proc", "-maxdepth", "2", "-path", "/proc/[0-9]*/root", "-printf", "%h %l\n"],
-                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
-        return [int(pid) for pid in re.findall(f"(?m)^/proc/(\\d+) {re.escape(str(self.root))}$", found)]
+        command = "find /proc -maxdepth 2 -path /proc/[0-9]*/root -printf %h:%l\\n".split()
+        found = subprocess.run(command, capture_output=True, text=True).stdout
+        pids = re.findall(f"(?m)^/proc/(\\d+):{re.escape(str(self.root))}$", found)
+        return [int(pid) for pid in pids]
 
     def end_processes(self):
         for pid in self.processes():
@@ -346,15 +344,9 @@ class Appliance:
     def post(self, form, env=None):
         body = form if isinstance(form, (bytes, str)) else urllib.parse.urlencode(form)
         body = body.encode() if isinstance(body, str) else body
-        return self.request(
-            {
-                "REQUEST_METHOD": "POST",
-                "CONTENT_TYPE": "application/x-www-form-urlencoded",
-                "CONTENT_LENGTH": str(len(body)),
-                **(env or {}),
-            },
-            body,
-        )
+        head = {"REQUEST_METHOD": "POST", "CONTENT_LENGTH": str(len(body)),
+                "CONTENT_TYPE": "application/x-www-form-urlencoded"}
+        return self.request({**head, **(env or {})}, body)
 
     def enter(self):
         enter(self.root)
@@ -364,25 +356,18 @@ class Appliance:
 
     def request(self, env, body):
         """Runs the program once. A variable given as None is not set."""
-        env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", **env}
-        program = "/" + INSTALLED
-        if SANITIZED:
-            env["NAT_TEST_ROOT"] = str(self.root)
-            program = str(self.program)
+        root = {"NAT_TEST_ROOT": str(self.root)} if SANITIZED else {}
+        env = {"PATH": "/sbin:/bin:/usr/sbin:/usr/bin", **root, **env}
+        program = str(self.program) if SANITIZED else "/" + INSTALLED
         record = self.at(f"/{HARNESS}/commands")
         record.unlink(missing_ok=True)
         before = self.snapshot()
-        finished = subprocess.run(
-            [program],
-            env={name: value for name, value in env.items() if value is not None},
-            input=body,
-            capture_output=True,
-            preexec_fn=self.enter,
-            timeout=30,
-        )
+        env = {name: value for name, value in env.items() if value is not None}
+        finished = subprocess.run([program], env=env, input=body, capture_output=True,
+                                  preexec_fn=self.enter, timeout=30)
         commands = record.read_bytes().split(b"\0")[:-1] if record.exists() else []
         result = Result(finished, [text_of(each) for each in commands], before, self.snapshot())
-        if finished.returncode < 0 or re.search("Sanitizer|runtime error:", result.stderr):
-            report = subprocess.run([SYMBOLIZE], input=result.stderr, stdout=subprocess.PIPE, text=True)
-            raise AssertionError(f"the program broke down, status {result.status}\n{report.stdout}")
+        if result.status < 0 or re.search("Sanitizer|runtime error:", result.stderr):
+            report = subprocess.run([SYMBOLIZE], input=finished.stderr, capture_output=True).stdout
+            raise AssertionError(f"the program broke down, {result.status}\n{report.decode()}")
         return result

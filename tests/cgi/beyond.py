@@ -23,10 +23,6 @@ def answer(query, *records, flags=ANSWER, questions=1, count=None):
     return query[:2] + counts + query[12:] + b"".join(records)
 
 
-def swapped(query):
-    return bytes([query[0] ^ 1]) + query[1:]
-
-
 ALIAS = record(5, b"\x01w\xc0\x0c")  # as long as an address
 # What each server sends to a query, one packet or several.
 SERVERS = {
@@ -38,27 +34,27 @@ SERVERS = {
     "127.0.0.6": lambda query: [],
     "127.0.0.7": lambda query: [answer(query, address(OPEN), flags=CUT)],
     # None of these is an answer to the query.
-    "127.0.0.8": lambda query: [answer(swapped(query), address(OPEN))],
+    "127.0.0.8": lambda query: [answer(bytes([query[0] ^ 1]) + query[1:], address(OPEN))],
     "127.0.0.9": lambda query: [
-        query, b"", query[:2], b"\xff" * 512, answer(query)[:20], answer(query, count=9),
-        answer(query, address(OPEN), questions=0), answer(query, address(OPEN), flags=0x9180),
-        answer(query[:13] + b"f" + query[14:], address(OPEN)), answer(query, address(OPEN)[:-1]),
-        answer(query, b"\xc0"), answer(query, record(1, b"1234", b"\x41aa\0"))],
+        query, b"", answer(query, count=9), answer(query, address(OPEN), questions=0),
+        answer(query, address(OPEN), flags=0x9180), answer(query, address(OPEN)[:-1]),
+        answer(query[:13] + b"f" + query[14:], address(OPEN))],
     # The name of the record points at itself, and the letters have changed.
     "127.0.0.10": lambda query: [
         answer(query[:12] + query[12:].upper(), record(1, socket.inet_aton(OPEN), b"\xc0\x1d"))],
 }
 
 
+def bound(place):
+    server = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    server.bind((place, 53))
+    return server
+
+
 def main():
     subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
-    servers = {}
-    for place in SERVERS:
-        server = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        server.bind((place, 53))
-        servers[server] = SERVERS[place]
-    stranger = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    stranger.bind(("127.0.0.99", 53))
+    servers = {bound(place): reply for place, reply in SERVERS.items()}
+    stranger = bound("127.0.0.99")
     listening = [socket.create_server(each) for each in ((OPEN, 80), (MUTE, 80))]
     listening[1].listen(0)
     waiting = [socket.socket() for _ in range(4)]  # more than the second one takes
@@ -67,7 +63,7 @@ def main():
         each.connect_ex((MUTE, 80))
     print("ready", flush=True)
     while True:
-        for server in select.select(list(servers), [], [])[0]:
+        for server in select.select(servers, [], [])[0]:
             query, client = server.recvfrom(512)
             stranger.sendto(answer(query, address(OPEN)), client)  # before whom it asks can
             for packet in servers[server](query):

@@ -26,8 +26,6 @@ def page(request, appliance):
 
 @pytest.mark.parametrize("todo, fields, after, message", [
     ("del_selected", "list=A.com&list=LAST&list=# of ours", "# of ours\nB.com x\nb.com\n\n", 46),
-    ("del_selected", "list=B.com x&other=a.com",
-     "# of ours\na.com\nB.com x\nb.com\nA.COM  \n\nlast", 46),
     ("del_all", "", "", 46), ("add_url", "new_url=B.COM&ip_1=1", OLD + "\nB.COM\n", 46),
     ("add_url", "new_url=B.com", OLD, 29), ("add_url", "new_url=last", OLD, 29),
     ("add_url", "new_url=&ip_1=&ip_2=x&ip_3=3 &ip_4=4", OLD + "\n.x.3 .4\n", 46),
@@ -58,7 +56,6 @@ def test_a_missing_list(page):
     (OLD, ["a.com", " ", "B.com x", "b.com", "\r", "A.COM  ", "last"]),
     (f"a\n{LONG[1:]}\nb\n{LONG}\nc\n", ["a", LONG[1:], "b"]), ("#\n\n", []),
     ("0123456789a\n" * 1100, ["0123456789a"] * 1024),
-    ("a\n" + "0123456789a\n" * 1100, ["a"] + ["0123456789a"] * 1023),
 ])
 def test_options(page, text, shown):
     name, appliance, path, _, kind, *_ = page
@@ -69,20 +66,18 @@ def test_options(page, text, shown):
 
 def import_text(page, text):
     name, appliance, *_ = page
-    body = field("this_file", name).encode() + field("todo", "import_file").encode()
-    body += upload("upload_file", "x.html", "TEXT").encode().replace(b"TEXT", text) + END.encode()
-    return appliance.post(body, env={"CONTENT_TYPE": TYPE})
+    body = field("this_file", name) + field("todo", "import_file")
+    body += upload("upload_file", "x", "TEXT") + END
+    return appliance.post(body.encode().replace(b"TEXT", text), env={"CONTENT_TYPE": TYPE})
 
 
 @pytest.mark.parametrize("text, added", [
-    (b"HTTP://Site1/path?q", ["Site1"]), (b"http://a b", ["a"]), (b"x http://", []),
-    (b"http:///http://?http://\r\n", []),
-    (b"hhttp://a httphttp://b http:/http://c https://d", ["a", "b", "c"]),
-    (b"http://http://a/", ["http:"]),
+    (b"HTTP://Site1/path?q http://a b", ["Site1", "a"]),
+    (b"http:///http://?http://\r\nx http://", []),
+    (b"hhttp://a httphttp://b http:/http://c https://d http://http://e/", ["a", "b", "c", "http:"]),
     (b"http://new http://a.com/ http://A.com http://new", ["new", "A.com"]),
-    (b"http://a.b:80\nhttp://[::1]?http://u@h", ["a.b:80", "[::1]", "u@h"]),
-    (b'"http://q.com">Q', ['q.com">Q']), (b"http://a\xffb http://c", ["a"]),
-    (b"http://#c http://#c http://t\tu http://t", ["#c", "#c", "t\tu"]),
+    (b'http://a.b:80\nhttp://[::1]?http://u@h "http://q">Q', ["a.b:80", "[::1]", "u@h", 'q">Q']),
+    (b"http://#c http://#c http://t\tu http://v\xffb http://c", ["#c", "#c", "t\tu", "v"]),
     (b"http://a\0http://b http://\0c http://d\0", ["a", "d"]),
 ])
 def test_import(page, proxy, text, added):

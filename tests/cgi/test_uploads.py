@@ -35,27 +35,25 @@ def left_behind(appliance):
     return [path.name for path in appliance.at("/tmp").iterdir()]
 
 
-@pytest.mark.parametrize("content_type", [
-    TYPE, 'Multipart/Form-Data; charset=x; boundary="XyZ"', "multipart/form-data;boundary=XyZ;x"])
-@pytest.mark.parametrize("body, shown", [
-    (VIEW + field("typed", "a+b%41&c=d") + END, "a+b%41&c=d"),
-    (VIEW + field("typed", "") + END, ""),
-    (VIEW + field("typed", "b") + field("typed", "a") + END, "a"),
-    (f"preamble\r\n{VIEW}{field('typed', '--XyZ is no end')}{END}epilogue", "--XyZ is no end"),
-    (VIEW + part(["content-DISPOSITION:form-data ; NAME=typed", "X: y"], "a") + END, "a"),
-    (VIEW + part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a") + END, ""),
-    (VIEW + part(['Content-Disposition: form-data; x="\\"; name=no; y="; name=typed'], "a") + END,
-     "a"),
-    (VIEW + upload("typed", "", "") + END, ""),
+@pytest.mark.parametrize("content_type, fields, shown", [
+    (TYPE, field("typed", "b") + field("typed", "a+b%41&c=d"), "[][a+b%41&c=d]"),
+    ('Multipart/Form-Data; charset=x; boundary="XyZ"', field("typed", "--XyZ is no end"),
+     "[][--XyZ is no end]"),
+    ("multipart/form-data;boundary=XyZ;x",
+     part(["content-DISPOSITION:form-data ; NAME=typed", "X: y"], "a"), "[][a]"),
+    (TYPE, part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a"), "[][]"),
+    (TYPE, part(['Content-Disposition: form-data; x="\\"; name=n; y="; name=typed'], "a"), "[][a]"),
+    (TYPE, upload("typed", "", ""), "[][]"),
+    (TYPE, field("typed", "a\r\nb") + upload("x", "y", "z"), f"[{told(61, 'typed')}][a\r\nb]"),
 ])
-def test_fields(appliance, body, shown, content_type):
-    assert seen(send(appliance, body, content_type)) == f"wan_dc[][{shown}]"
+def test_fields(appliance, content_type, fields, shown):
+    body = f"preamble\r\n{VIEW}{fields}{END}epilogue"
+    assert seen(send(appliance, body, content_type)) == "wan_dc" + shown
+    assert left_behind(appliance) == []
 
 
-@pytest.mark.parametrize("file_name", [
-    "m.inf", "C:\\dir\\m.inf", "../../etc/passwd", "a\\\"; name=\\\"todo", "/etc/x", "%00", "`x`",
-])
-@pytest.mark.parametrize("content", ["", "x", "\0\r\n--Xy\n" * 1000])
+@pytest.mark.parametrize("file_name", ["C:\\dir\\m.inf", "../../etc/passwd", 'a\\"; name=\\"todo'])
+@pytest.mark.parametrize("content", ["", "\0\r\n--Xy\n" * 1000])
 def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, content):
     result = send(appliance, VIEW + upload("typed", file_name, content) + END)
     assert re.fullmatch(r"wan_dc\[]\[/tmp/upload\.\w{6}]", seen(result))
@@ -63,31 +61,17 @@ def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, 
 
 
 @pytest.mark.parametrize("body, content_type", [
-    (VIEW + END, "multipart/form-data"), (VIEW + END, 'multipart/form-data; boundary="XyZ'),
-    (VIEW + END, "multipart/form-data; boundary=" + "x" * 71), ("", TYPE), (VIEW, TYPE),
-    (VIEW + "--XyZ", TYPE),
-    (VIEW + upload("typed", "m.inf", "x" * 100)[:-1], TYPE), ("--XyZ\r\nno header line", TYPE),
-    (VIEW + "--XyZ\r\n\r\nno headers\r\n" + END, TYPE),
-    (VIEW + part(["Content-Type: text/plain"], "x") + END, TYPE),
-    (VIEW + part(['Content-Disposition: form-data; name="x'], "x") + END, TYPE),
-    (VIEW + part(["Content-Disposition: attachment; name=x"], "x") + END, TYPE),
-    (VIEW + "--XyZjunk\r\n" + field("a", "b") + END, TYPE),
-    (VIEW + upload("typed", "m.inf", "x") * 17 + END, TYPE),
+    *((VIEW + END, f"multipart/form-data{boundary}") for boundary in (
+        "", '; boundary="XyZ', "; boundary=" + "x" * 71)),
+    *((body, TYPE) for body in (
+        "", VIEW, VIEW + upload("typed", "m.inf", "x" * 100)[:-1], "--XyZ\r\nno header line",
+        VIEW + "--XyZ\r\n\r\nno headers\r\n" + END,
+        VIEW + part(['Content-Disposition: form-data; name="x'], "x") + END,
+        VIEW + part(["Content-Disposition: attachment; name=x"], "x") + END,
+        VIEW + "--XyZjunk\r\n" + field("a", "b") + END,
+        VIEW + upload("typed", "m.inf", "x") * 17 + END)),
 ])
 def test_a_malformed_form_is_fatal_and_leaves_nothing(appliance, body, content_type):
     result = send(appliance, body, content_type)
     assert result.body == FATAL.format("Error!", "Error Reading Data")
     assert left_behind(appliance) == []
-
-
-def test_a_form_cut_off_on_its_way_is_fatal(appliance):
-    body = (VIEW + upload("typed", "m.inf", "x" * 5000) + END).encode()
-    env = {"REQUEST_METHOD": "POST", "CONTENT_TYPE": TYPE, "CONTENT_LENGTH": str(len(body))}
-    assert appliance.request(env, body[:3000]).body == FATAL.format("Error!", "Error Reading Data")
-    assert left_behind(appliance) == []
-
-
-def test_a_line_break_in_a_field_is_refused_like_any_control_character(appliance):
-    form = VIEW + field("typed", "a\r\nb") + upload("load_file", "m.inf", "x\n") + END
-    result = send(appliance, form)
-    assert seen(result) == f"wan_dc[{told(61, 'typed')}][a\r\nb]"

@@ -9,22 +9,21 @@
 
 namespace {
 
-constexpr char kTarget[] = "/etc/target";
-constexpr char kTemporary[] = "/etc/target.new";
+const std::string kMuch(20000, 'n');  // more than is gathered before it is written
 
 TEST_F(Root, TemporaryFilesAreForRootAlone) {
+    const std::string temporary = "/etc/target.new";
     put_file("/etc/victim", "whole");
-    ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
+    ASSERT_EQ(symlink("/etc/victim", temporary.c_str()), 0);
     {
-        Replacement out(kTarget, kTemporary, 0755);
-        out.write(std::string(20000, 'x'));  // more than is gathered first
-        EXPECT_EQ(mode_of(kTemporary), kSecretMode);
+        Replacement out("/etc/target", temporary, 0755);
+        out.write(kMuch);
+        EXPECT_EQ(mode_of(temporary), kSecretMode);
     }
-    EXPECT_EQ(content(kTemporary), kNoFile);
-    put_file("/etc/victim", "whole");
-    ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
-    EXPECT_EQ(write_anew(kTemporary, "new"), Written::done);
-    EXPECT_EQ(mode_of(kTemporary), kSecretMode);
+    EXPECT_EQ(content(temporary), kNoFile);
+    ASSERT_EQ(symlink("/etc/victim", temporary.c_str()), 0);
+    EXPECT_EQ(write_anew(temporary, "new"), Written::done);
+    EXPECT_EQ(mode_of(temporary), kSecretMode);
     EXPECT_EQ(content("/etc/victim"), "whole");
 }
 
@@ -42,26 +41,24 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
         GTEST_SKIP() << "there is only one file system";
     const std::string target = "quillstead-unit-" + std::to_string(getpid());
     put_file(target, "old", 0640);
-    {
+    const auto replace = [&](rlim_t disk) {
         Replacement out(target, "/tmp/far.tmp");
-        out.write(std::string(20000, 'n'));  // in the temporary file already
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit before{};
-        getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit full_disk = {1, before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full_disk);
-        EXPECT_EQ(out.install(), Written::not_written);
-        setrlimit(RLIMIT_FSIZE, &before);
+        out.write(kMuch);
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit full = {disk, limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+        const Written result = out.install();
+        setrlimit(RLIMIT_FSIZE, &limit);
+        return result;
+    };
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const bool fits : {false, true}) {
+        EXPECT_EQ(replace(fits ? kMuch.size() : 1), fits ? Written::done : Written::not_written);
+        EXPECT_EQ(content(target), fits ? kMuch : "old");
+        EXPECT_EQ(mode_of(target), 0640U);
+        EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
     }
-    const std::string none = "(no file)(no file)";
-    EXPECT_EQ(content(target), "old");
-    EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
-    Replacement out(target, "/tmp/far.tmp");
-    out.write("new");
-    EXPECT_EQ(out.install(), Written::done);
-    EXPECT_EQ(content(target), "new");
-    EXPECT_EQ(mode_of(target), 0640U);
-    EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), none);
     unlink(target.c_str());
     EXPECT_EQ(chdir("/www"), 0);
 }
