@@ -38,6 +38,7 @@ PAP, CHAP, PPPOE = "/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets", "/etc/ppp/pp
 USER, IP_UP, IFCFG = "/etc/ppp/user", "/etc/ppp/ip-up", "/etc/sysconfig/network-scripts/ifcfg-eth0"
 FILTER = "/usr/local/squid/etc/filter.conf"
 FACTORY = "/usr/share/quillstead/factory.tar"
+CHANGES = "/var/lib/quillstead-admin/changes"
 
 # Commands that several pages run.
 IS_PPP = "/sbin/pidof pppd"
