@@ -13,7 +13,7 @@ import pytest
 from appliance import (
     CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, LINK_UP, NETWORK, PAP, PPPOE, PROJECT, RECORD,
     SANITIZED, SETTINGS, SQUID, USER, WAN, told)
-from test_changes import ADMIN, CHANGES, kept, save, settings, three_saves, undo  # noqa: F401
+from test_changes import ADMIN, save, settings, three_saves, undo
 from test_uploads import END, TYPE, field, upload
 
 PAGE = "backup.htm"
@@ -81,7 +81,7 @@ def owned(path):
 
 
 @pytest.fixture
-def used(kept):  # noqa: F811
+def used(kept):
     three_saves(kept)
     return kept
 

@@ -17,23 +17,18 @@ from appliance import INSTALLED, RECORD, SANITIZED, SETTINGS, WAN, until
 
 DIRECT, PPPOE, SERIAL = 1, 2, 3
 RESOLVER, PORT, ARP = "/etc/resolv.conf", "/dev/ttyS0", "/proc/net/arp"
-IFCONFIG = """{}      Link encap:Ethernet
-          {}  Mask:255.255.255.0
-          UP RUNNING  MTU:1500  Metric:1
-
-"""
+IFCONFIG = "{}   Link encap:Ethernet\n   {}  Mask:255.255.255.0\n   UP RUNNING  MTU:1500\n\n"
 PORT_ADDRESS = "inet addr:203.0.113.7 Bcast:203.0.113.255"
 LINK_ADDRESS = "inet addr:203.0.113.9 P-t-P:203.0.113.1"
 WAITING = "inet addr:10.112.112.112 P-t-P:10.112.112.113"
 PORT_UP, PORT_BARE = IFCONFIG.format("eth0", PORT_ADDRESS), IFCONFIG.format("eth0", "")
-ROUTES = "Kernel IP routing table\n192.168.1.0 0.0.0.0 255.255.255.0 U 0 0 0 eth1\n"
+ROUTES = "192.168.1.0 0.0.0.0 255.255.255.0 U 0 0 0 eth1\n"
 TO_GATEWAY = "0.0.0.0 203.0.113.1 0.0.0.0 UG 0 0 0 eth0"
 TO_LINK = "0.0.0.0 0.0.0.0 0.0.0.0 U 0 0 0 ppp0"
 TO_HALF = TO_GATEWAY.replace("0.0.0.0 UG", "128.0.0.0 UG")
 PING = "ping -qc1 -w2 203.0.113.1"
 PINGED = "1 packets transmitted, 1 packets received, 0% packet loss"
 LOST = "1 packets transmitted, 0 received, 100% packet loss, time 0ms"
-PINGS = "PING 203.0.113.1: 56 data bytes\n\n--- 203.0.113.1 ping statistics ---\n{}\n".format
 ASKS_NAME = "the address of example.com, over UDP, port 53"
 MAC = "00:11:22:33:44:55"
 QUESTIONS = [
@@ -75,10 +70,10 @@ def connect(box, method=DIRECT, changes={}):
     box.write(WAN, "nat_enable=yes\nnat_interface=eth0\npppoe_username=ann\n", 0o600)
     box.write(PORT, "")
     box.write(RESOLVER, "# 127.0.0.2\nnameserver 127.0.0.1\n")
-    box.write(ARP, "IP address  HW type  Flags  HW address  Mask  Device\n")
+    box.write(ARP, "")
     answers = {"ifconfig eth0": PORT_UP, "ifconfig ppp0": IFCONFIG.format("ppp0", LINK_ADDRESS),
                "route -n": ROUTES + (TO_GATEWAY if method == DIRECT else TO_LINK),
-               "pidof -x adsl-connect": "322\n", "pidof diald": "321\n", PING: PINGS(PINGED)}
+               "pidof -x adsl-connect": "322\n", "pidof diald": "321\n", PING: PINGED}
     for name, text in (answers | changes).items():
         if name.startswith("/"):
             box.write(name, text)
@@ -96,7 +91,7 @@ def diagnosis(box):
 
 
 ASKS_PORT = ["/sbin/ifconfig eth0", "eth0 Link encap:Ethernet"]
-HEARS = ["the same report of ifconfig, for RUNNING", "UP RUNNING MTU:1500 Metric:1"]
+HEARS = ["the same report of ifconfig, for RUNNING", "UP RUNNING MTU:1500"]
 HAS_ADDRESS = ["the same report of ifconfig, for inet addr", f"{PORT_ADDRESS} Mask:255.255.255.0"]
 ASKS_LINK = ["/sbin/ifconfig ppp0", f"{LINK_ADDRESS} Mask:255.255.255.0"]
 BY_LINK = ["route -n", TO_LINK]
@@ -106,7 +101,7 @@ UNCLEAR = ["unclear", "Many providers' gateways answer no ping. What follows wil
 @pytest.mark.parametrize("method, ping, named, left_out, steps", [
     (DIRECT, PINGED, "direct connection", "started",
      [ASKS_PORT, HEARS, HAS_ADDRESS, ["route -n", TO_GATEWAY], [PING, PINGED]]),
-    (PPPOE, (1, PINGS(LOST)), "PPPoE", "nothing",
+    (PPPOE, (1, LOST), "PPPoE", "nothing",
      [ASKS_PORT, ["/sbin/pidof -x adsl-connect", "process 322"], HEARS, ASKS_LINK, BY_LINK,
       [PING, LOST, *UNCLEAR]]),
     (SERIAL, PINGED, "modem", "cable",
@@ -154,7 +149,7 @@ def servers(*numbers):
     (PPPOE, {"pidof -x adsl-connect": (1, "")}, "no process",
      "The connection was not started, or what holds it has ended. Connect, then look at the log.",
      PPP),
-    (DIRECT, {"ifconfig eth0": PORT_UP.replace("RUNNING ", "")}, "UP MTU:1500 Metric:1",
+    (DIRECT, {"ifconfig eth0": PORT_UP.replace("RUNNING ", "")}, "UP MTU:1500",
      "Nothing is heard at the WAN port: ", DC),
     (PPPOE, {"ifconfig eth0": "eth0 Link\n"}, "no flags", "Nothing is heard at the WAN port: ",
      PPP),
@@ -169,9 +164,9 @@ def servers(*numbers):
      "There is no gateway on the WAN port, ", WAN_DC),
     (SERIAL, {"route -n": ROUTES + TO_GATEWAY}, TO_GATEWAY,
      "The link is up, but packets for the internet do not go over it. Connect anew.", SP),
-    (DIRECT, {PING: (2, "PING 203.0.113.1 56\nconnect: Network is unreachable\n"),
+    (DIRECT, {PING: (2, "PING 203.0.113.1 56\n\n--- 203.0.113.1 ---\nNetwork is unreachable\n"),
               ARP: f"203.0.113.1 0x1 0x0 {MAC} * eth0\n203.0.113.1 0x1 0x2 {MAC} * eth1\n"},
-     "connect: Network is unreachable", "Nobody answers at the gateway's address. ", WAN_DC),
+     "Network is unreachable", "Nobody answers at the gateway's address. ", WAN_DC),
     (DIRECT, {RESOLVER: "nameserver quick.example\nnameserver 1.2.3.400\n"},
      "no name server in /etc/resolv.conf",
      "No name server is set, so no name can be found. Enter the provider's.", WAN_DC),
@@ -197,7 +192,7 @@ def test_the_first_no_ends_it(box, method, changes, answered, meaning, place):
 
 
 @pytest.mark.parametrize("changes, found", [
-    ({PING: (1, PINGS(LOST)), ARP: f"203.0.113.1 0x1 0x2 {MAC} * eth0\n", **servers(11, 2)}, [
+    ({PING: (1, LOST), ARP: f"203.0.113.1 0x1 0x2 {MAC} * eth0\n", **servers(11, 2)}, [
         [PING, f"{LOST}; but ARP tells its address, {MAC}", "yes"],
         [ASKS_NAME, "127.0.0.11: Connection refused; 127.0.0.2: 127.0.1.2", "yes"],
         ["example.com, 127.0.1.2, over TCP, port 80", "answers that nobody listens there", "yes"]]),
