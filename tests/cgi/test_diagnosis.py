@@ -134,18 +134,17 @@ def servers(*numbers):
 
 
 @pytest.mark.parametrize("method, changes, answered, meaning, place", [
-    (DIRECT, {WAN: "nat_enable=no\n"}, "no", "Internet access is switched off. Switch it on.",
-     SHARING),
+    (DIRECT, {WAN: "nat_enable=no\n"}, "no", "Internet access is switched off. ", SHARING),
     (0, {}, "none", "No access method is set up: ", SHARING),
-    (SERIAL, {RECORD: "Method=3\nPhone1=\n"}, "modem, without a telephone number",
-     "The modem has no number to dial. Enter that of the provider.", PROVIDER),
+    (SERIAL, {RECORD: "Method=3\n"}, "modem, without a telephone number",
+     "The modem has no number to dial. ", PROVIDER),
     (PPPOE, {WAN: "nat_enable=yes\n"}, "PPPoE, without a user name",
-     "The provider lets nobody in without a name. Enter that of the account.", WAN_PPP),
+     "The provider lets nobody in without a name. ", WAN_PPP),
     (DIRECT, {"ifconfig eth0": (1, "eth0: no <device>\n")}, "eth0: no <device>",
      "The WAN port is not there. ", DC),
     (PPPOE, {"ifconfig eth0": ""}, "no answer", "The WAN port is not there. ", PPP),
-    (SERIAL, {PORT: None}, "No such file or directory",
-     "The appliance has no serial port: it is switched off, or its driver is missing.", MODEM),
+    (SERIAL, {PORT: None}, "No such file or directory", "The appliance has no serial port: ",
+     MODEM),
     (PPPOE, {"pidof -x adsl-connect": (1, "")}, "no process",
      "The connection was not started, or what holds it has ended. Connect, then look at the log.",
      PPP),
@@ -153,26 +152,24 @@ def servers(*numbers):
      "Nothing is heard at the WAN port: ", DC),
     (PPPOE, {"ifconfig eth0": "eth0 Link\n"}, "no flags", "Nothing is heard at the WAN port: ",
      PPP),
-    (DIRECT, {"ifconfig eth0": PORT_BARE}, "none",
-     "The provider's DHCP server has given no address. ", WAN_DC),
+    (DIRECT, {"ifconfig eth0": PORT_BARE}, "none", "The provider's DHCP server has given no ",
+     WAN_DC),
     (DIRECT, {"ifconfig eth0": PORT_BARE, SETTINGS: "dynamic=0\n"}, "none",
-     "The WAN port has no address. Enter the one that the provider has assigned.", WAN_DC),
-    (PPPOE, {"ifconfig ppp0": WAITING}, WAITING, "The link waits: it dials when somebody ", PPP),
+     "The WAN port has no address. ", WAN_DC),
+    (PPPOE, {"ifconfig ppp0": WAITING}, WAITING, "The link waits: ", PPP),
     (SERIAL, {"ifconfig ppp0": (1, "ppp0: not found\n")}, "ppp0: not found",
-     "The provider has not answered, or does not accept user name and password. ", SP),
+     "The provider has not answered, ", SP),
     (DIRECT, {"route -n": ROUTES + TO_HALF}, "no row for 0.0.0.0",
      "There is no gateway on the WAN port, ", WAN_DC),
-    (SERIAL, {"route -n": ROUTES + TO_GATEWAY}, TO_GATEWAY,
-     "The link is up, but packets for the internet do not go over it. Connect anew.", SP),
+    (SERIAL, {"route -n": ROUTES + TO_GATEWAY}, TO_GATEWAY, "The link is up, but packets ", SP),
     (DIRECT, {PING: (2, "PING 203.0.113.1 56\n\n--- 203.0.113.1 ---\nNetwork is unreachable\n"),
               ARP: f"203.0.113.1 0x1 0x0 {MAC} * eth0\n203.0.113.1 0x1 0x2 {MAC} * eth1\n"},
      "Network is unreachable", "Nobody answers at the gateway's address. ", WAN_DC),
     (DIRECT, {RESOLVER: "nameserver quick.example\nnameserver 1.2.3.400\n"},
-     "no name server in /etc/resolv.conf",
-     "No name server is set, so no name can be found. Enter the provider's.", WAN_DC),
+     "no name server in /etc/resolv.conf", "No name server is set, ", WAN_DC),
     (SERIAL, servers(5, 8, 9, 1),  # no more than three are asked
      "127.0.0.5: refused, code 2; 127.0.0.8: no answer; 127.0.0.9: no answer",
-     "No name server answers, so no name is found. ", PROVIDER),
+     "No name server answers, ", PROVIDER),
     (DIRECT, servers(4), "has no address", "The name server answers, but does not know ", WAN_DC),
     (DIRECT, servers(7), "has no address", "The name server answers, but does not know ", WAN_DC),
     (PPPOE, servers(3), "no answer", "Names are found, but the internet does not answer: ", PPP),
@@ -186,8 +183,8 @@ def test_the_first_no_ends_it(box, method, changes, answered, meaning, place):
     at = verdicts.index("no")
     assert steps[at][2:] == [answered, "no", result[1], place[0]]
     assert result[1].startswith(meaning) and result == ["bad", result[1], *place]
-    assert {*verdicts[:at]} <= {"yes"} and {*map(tuple, steps[at + 1:])} <= {
-        (question, "", "", "not asked", "", "") for question in QUESTIONS}
+    assert {*verdicts[:at]} <= {"yes"}
+    assert all(step[1:] == ["", "", "not asked", "", ""] for step in steps[at + 1:])
     assert len(steps) == (10 if place == SHARING or method == PPPOE else 9)
 
 
