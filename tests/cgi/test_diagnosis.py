@@ -226,10 +226,9 @@ def slow_down(box, command, says):
     box.write(command, f"#!/bin/bash\n: > /tmp/runs\n{says}\nsleep 60\n", 0o755)
 
 
-@pytest.mark.parametrize("says", ["", "while :; do echo; done"])
-def test_two_seconds_a_question(box, says):
+def test_two_seconds_a_question(box):
     connect(box)
-    slow_down(box, "/bin/ping", says)
+    slow_down(box, "/bin/ping", "while :; do echo; done")
     begin = time.monotonic()
     steps, _ = diagnosis(box)
     assert time.monotonic() - begin < 4
