@@ -1,6 +1,5 @@
 """All settings in one archive: taken, looked at, restored as one change, and undone."""
 
-import fnmatch
 import io
 import os
 import re
@@ -76,10 +75,6 @@ def fnv(octets):
     return f"{digest:016x}"[::-1]
 
 
-def owned(path):
-    return any(fnmatch.fnmatchcase(path, row) for row in owned_rows())
-
-
 @pytest.fixture
 def used(kept):
     three_saves(kept)
@@ -128,20 +123,16 @@ def test_what_was_changed_is_restored_byte_for_byte_and_undone(used):
     assert settings(used) == changed
 
 
-@pytest.mark.parametrize("pack_all", [
-    "tar -cf - {files}", "bsdtar --format=ustar -cf - ./{files}", "busybox tar -cf - {files}"])
-def test_other_programs_read_and_write_the_same(used, tmp_path, pack_all):
+@pytest.mark.parametrize("program", ["tar", "bsdtar", "busybox tar"])
+def test_other_programs_read_and_write_the_same(used, tmp_path, program):
     archive, before = take(used), settings(used)
-    (folder := tmp_path / "taken").mkdir()
-    program = pack_all.partition(" -")[0].split()
-    subprocess.run([*program, "-xpf", "-"], input=archive, cwd=folder, check=True)
-    files = [str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file()]
-    packed = subprocess.run(pack_all.format(files=" ".join(files)), shell=True, cwd=folder,
-                            capture_output=True, check=True).stdout
+    (tmp_path / "taken").mkdir()
+    again = f"{program} -xpf - && find . -type f -exec {program} -cf - {{}} +"
+    packed = subprocess.run(["sh", "-c", again], input=archive, cwd=tmp_path / "taken",
+                            stdout=subprocess.PIPE, check=True).stdout
     for path in WAN, RECORD, IP_UP:
-        used.write(path, "x\n", used.mode(path))
-    assert restore(used, packed).message == told(94)
-    assert settings(used) == before
+        used.write(path, "x\n", 0o600)
+    assert restore(used, packed).message == told(94) and settings(used) == before
 
 
 TEL, USERS = ("etc/ppp/tel", b"555\n"), ("etc/ppp/user", b"x")
@@ -213,8 +204,8 @@ def test_another_appliance_keeps_its_hardware_address(used):
 
 
 def test_factory_settings_are_restored_and_undone(used):
-    used.write("/" + IFCFGS("eth1"), "DEVICE=eth1\n")
-    used.write("/" + IFCFGS("ppp0"), "DEVICE=ppp0\n")
+    for name in "eth1", "ppp0":
+        used.write("/" + IFCFGS(name), f"DEVICE={name}\n")
     before = settings(used)
     assert used.view(PAGE).shown["backup_no_factory"] == ""
     looked = post(used, "factory")
@@ -225,8 +216,8 @@ def test_factory_settings_are_restored_and_undone(used):
     assert files.pop(f"/{WHOLE}")
     for path, content in files.items():
         assert used.at(path).read_bytes() == content
-    left = {path for path in settings(used) if owned(path)}
-    assert left == files.keys() | {"/" + IFCFGS("eth1")}
+    assert before.keys() - settings(used).keys() == {
+        RECORD, "/" + IFCFGS("ppp0"), "/etc/rc.d/rc.ipvs"}
     assert (used.mode(WAN), used.mode(IP_UP)) == (0o600, 0o755)
     assert undo(used, 4).message == told(79) and settings(used) == before
     used.write(FACTORY, None)
@@ -234,15 +225,14 @@ def test_factory_settings_are_restored_and_undone(used):
     assert post(used, "factory").message == told(13, FACTORY)
 
 
-@pytest.mark.parametrize("path, mode, gets", [
-    (PAP, 0o6777, 0o600), (PPPOE, 0o7777, 0o644), (PPPOE, 0o640, 0o640), (IP_UP, 0o4777, 0o755),
-    (IP_UP, 0, 0o700)])
-def test_the_table_limits_modes_and_a_part_of_the_files_replaces_no_others(saved, path, mode, gets):
-    before = settings(saved)
-    result = restore(saved, pack((f"./{path[1:]}", b"new\n", {"mode": mode, "uid": 7})))
-    assert (result.message, saved.read(path), saved.mode(path)) == (told(94), "new\n", gets)
-    assert saved.at(path).stat().st_uid == os.getuid()
-    assert set(settings(saved)) == {*before, "/etc/rc.d/rc.ipvs"} and RECORD in before
+def test_the_table_limits_modes_and_a_part_of_the_files_replaces_no_others(saved):
+    before, ipvs = settings(saved), "/etc/rc.d/rc.ipvs"
+    for path, mode, gets in [(PAP, 0o6777, 0o600), (PPPOE, 0o7777, 0o644), (PPPOE, 0o640, 0o640),
+                             (IP_UP, 0o4777, 0o755), (IP_UP, 0, 0o700)]:
+        result = restore(saved, pack((f"./{path[1:]}", b"new\n", {"mode": mode, "uid": 7})))
+        assert (result.message, saved.read(path), saved.mode(path)) == (told(94), "new\n", gets)
+        assert saved.at(path).stat().st_uid == os.getuid()
+        assert set(settings(saved)) == {*before, ipvs} and RECORD in before
 
 
 def test_only_what_was_looked_at_is_restored_and_once(used):
@@ -302,7 +292,7 @@ def test_a_full_disk_restores_nothing(used):
 def test_a_file_that_cannot_be_read_ends_the_backup_before_it_begins(used):
     used.block(USER)
     result = post(used, "backup")
-    assert result.headers["Status"] == "500 Internal Server Error" and told(13, USER) in result.body
+    assert result.headers["Status"].startswith("500 ") and told(13, USER) in result.body
     used.at(USER).rmdir()
     used.write(LIST, "x" * 16_000_000)
     assert told(95) in post(used, "backup").body
