@@ -83,7 +83,7 @@ def used(kept):
 
 def test_a_backup_tells_of_every_file(used):
     result = post(used, "backup")
-    name = rf'attachment; filename="quillstead-[\w-]+-\d{{4}}-\d\d-\d\d\.tar"'
+    name = r'attachment; filename="quillstead-[\w-]+-\d{4}-\d\d-\d\d\.tar"'
     assert re.fullmatch(name, result.headers.pop("Content-Disposition"))
     content = result.stdout.partition(b"\n\n")[2]
     assert result.did_nothing and result.headers == {

@@ -112,7 +112,7 @@ def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
 @pytest.mark.parametrize("path", [RECORD, PAP])
 def test_what_cannot_be_written_is_foreseen(saved, path):
     saved.block(path)
-    form = {"ppp_ac_name": "joe", "ppp_idle_time": "5"}
+    form = {"ppp_ac_name": "joe", "ppp_idle_time": "5", "next_file": "nat_base.htm"}
     said = look(saved, "wan_ppp.htm", **form).message
     assert said == saved.save("wan_ppp.htm", **form).message != ""
 

@@ -1,17 +1,16 @@
 """Who waits for whom, and for how long."""
 
 import json
-import re
 import threading
 import time
 
 import pytest
 
-from appliance import PROJECT, RECORD, IS_PPPOE, told, until
+from appliance import IS_PPPOE, RECORD, told, until
+from test_requests import PAGES
 
 ON = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
 START = "/usr/sbin/adsl-start"
-PAGES = re.findall(r'"(\w+\.htm)", get', (PROJECT / "src/entry/page_table.cpp").read_text())
 
 
 def script(appliance, path, text):
