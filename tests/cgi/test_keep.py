@@ -87,13 +87,10 @@ def test_when_its_process_is_gone_whoever_comes_next_takes_it_back(hurried, ends
     assert keep(hurried, 1).message == told(87, 1)
 
 
-def test_what_was_interrupted_or_could_not_be_made_does_not_wait(kept):
+def test_what_was_interrupted_does_not_wait(kept):
     kept.at(f"{CHANGES}/open").mkdir()
     kept.at(MARK).symlink_to(f"1 {int(time.clock_gettime(time.CLOCK_BOOTTIME) + 300) * 1000} - 0")
     assert "interrupted" in kept.view("nat_vs.htm").message and not kept.exists(MARK)
-    kept.disk = 5000
-    result = save_for(kept, **ON, **{"x" * 6000: ""})
-    assert result.message == told(64, f"{CHANGES}/") and not kept.exists(MARK)
 
 
 def test_what_takes_effect_at_once_does_so_again(kept):
