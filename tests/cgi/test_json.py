@@ -194,7 +194,6 @@ def test_what_becomes_of_posts(filled):
     for page, todo, fields, status, told_text in [
             ("nat_conn", "save", {"enable_telnet": "unchecked"}, ACCEPTED, ""),
             ("wan_ppp", "save", {"ppp_ac_name": ""}, REFUSED, told(16)),
-            ("nat_vs", "save", {"vs_web_1": "a\x01"}, REFUSED, told(61, "vs_web_1")),
             ("nat_sap", "nat_del_sap", {"v_nat_sap_name": "Ping"}, REFUSED, told(51)),
             ("ac_cfg", "add_port", {"port_start": "22;"}, REFUSED, told(62, "Port", ";")),
             ("sites_ban", "add_url", {"new_url": "a.com"}, REFUSED, told(29)),
