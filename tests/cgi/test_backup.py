@@ -244,8 +244,7 @@ def test_only_what_was_looked_at_is_restored_and_once(used):
 
 @pytest.mark.parametrize("method, diald, wanted", [
     (0, True, ["/sbin/ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
-    (1, False, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"]),
-    (3, True, ["/sbin/ifconfig sl0 down", *NETWORK, SQUID[1]])])
+    (1, False, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"])])
 def test_what_runs_is_brought_in_line(saved, proxy, method, diald, wanted):
     saved.change(WAN, nat_enable="yes" if method else "no")
     saved.change(RECORD, Method=method)

@@ -180,9 +180,10 @@ def test_the_first_no_ends_it(box, method, changes, answered, meaning, place):
 
 
 @pytest.mark.parametrize("method, changes, found", [
-    (DIRECT, {PING: (1, LOST), ARP: f"203.0.113.1 0x1 0x2 {MAC} * eth0\n", **servers(11, 2)}, [
+    (DIRECT, {PING: (1, LOST), ARP: f"203.0.113.1 0x1 0x2 {MAC} * eth0\n", **servers(11, 8, 2)}, [
         [PING, f"{LOST}; but ARP tells its address, {MAC}", "yes", ""],
-        [ASKS_NAME, "127.0.0.11: Connection refused; 127.0.0.2: 127.0.1.2", "yes", ""],
+        [ASKS_NAME, "127.0.0.11: Connection refused; 127.0.0.8: no answer; 127.0.0.2: 127.0.1.2",
+         "yes", ""],
         [ASKS_HOST % "127.0.1.2", "answers that nobody listens there", "yes", ""]]),
     (DIRECT, {"route -n": TO_GATEWAY.replace("203.0.113.1", "0.0.0.0"), **servers(10)}, [
         ["nobody", "no address", "unclear", "The route names no gateway that could be asked."],
