@@ -8,6 +8,7 @@ from appliance import CHANGES, PAP, RECORD, octets, told
 
 SERVICES = "nat_conn.htm"
 ADMIN = {"REMOTE_USER": "admin", "REMOTE_ADDR": "192.168.1.7"}
+LIST = "/usr/local/squid/etc/deny.list"
 WEB = dict(vs_web_enable="checked", **octets("vs_web_", "10.0.0.9"))
 TIME = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d UTC"
 
@@ -56,11 +57,25 @@ def test_a_change_is_shown_in_words(kept):
     assert shown["history_later"] == "3"
     newest = kept.view("history.htm").shown["history_files"]
     assert f"{RECORD}\nWeb: 0 → 1\nWebIP:  → 10.0.0.9\n" in newest
-    assert "@@" in newest and "\n+ipvsadm -A -t $extip:80" in newest
+    assert "\n+ipvsadm -A -t $extip:80" in newest
     first = kept.get("next_file=history.htm&change=1").shown
     assert "\n0 /usr/sbin/adsl-start\n" in first["history_commands"]
     names = kept.read(f"{CHANGES}/000002/request").splitlines()[5:]
     assert names == ["next_file", "ppp_ac_name", "ppp_ac_pwd", "this_file", "todo"]
+
+
+def test_lists_are_compared_line_by_line(kept):
+    """Three lines are shown around a change; far ones stand apart."""
+    kept.write(LIST, "".join(f"s{number}\n" for number in range(1, 18)))
+    kept.post("this_file=sites_ban.htm&todo=del_selected"
+              "&banned_list=s2&banned_list=s8&banned_list=s16")
+    lines = ("@@ -1,11 +1,9 @@| s1|-s2| s3| s4| s5| s6| s7|-s8| s9| s10| s11|"
+             "@@ -13,5 +11,4 @@| s13| s14| s15|-s16| s17|")
+    shown = kept.view("history.htm").shown["history_files"].splitlines()
+    assert shown == [LIST, *lines.split("|")]
+    kept.write(LIST, "")
+    ban(kept, 1)
+    assert "\n@@ -0,0 +1,1 @@\n+site1.example\n" in kept.view("history.htm").body
 
 
 def test_three_saves_are_undone_in_one_step_and_done_again(kept):
@@ -110,7 +125,7 @@ def test_so_many_changes_are_kept_and_of_long_files_fewer(kept):
     for number in range(66):
         ban(kept, number)
     assert kept_changes(kept) == [*(f"{number:06}" for number in range(3, 67)), "newest"]
-    kept.write("/usr/local/squid/etc/deny.list", "site.example\n" * 115_000)  # 1.5 MB
+    kept.write(LIST, "site.example\n" * 115_000)  # 1.5 MB
     for number in range(66, 71):
         ban(kept, number)
     assert kept_changes(kept) == ["000070", "000071", "newest"]
