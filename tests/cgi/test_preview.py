@@ -109,14 +109,6 @@ def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
     assert outcome(look(kept, "nat_vs.htm", vs_web_enable="checked")) == ("failed", told(83))
 
 
-@pytest.mark.parametrize("path", [RECORD, PAP])
-def test_what_cannot_be_written_is_foreseen(saved, path):
-    saved.block(path)
-    form = {"ppp_ac_name": "joe", "ppp_idle_time": "5", "next_file": "nat_base.htm"}
-    said = look(saved, "wan_ppp.htm", **form).message
-    assert said == saved.save("wan_ppp.htm", **form).message != ""
-
-
 def test_what_a_request_makes_first_is_foreseen(kept):
     for path in RECORD, "/etc/ppp/modem.ini":
         kept.write(path, None)
@@ -125,7 +117,7 @@ def test_what_a_request_makes_first_is_foreseen(kept):
     seen = look(kept, "sp_port.htm", nat_modem_list="Other", nat_init_string="ATZ")
     assert state(kept) == before
     files = files_of(seen.shown["preview_files"])
-    assert all(files[path].startswith("(new)\n") for path in (RECORD, "/etc/ppp/modem.ini"))
+    assert files[RECORD][:6] == files["/etc/ppp/modem.ini"][:6] == "(new)\n"
 
 
 @pytest.mark.parametrize("is_new", [True, False])
@@ -175,14 +167,11 @@ def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
 
 
 def test_an_undo_can_be_previewed_and_a_long_list_is_cut(kept):
-    factory, sites = kept.read(RECORD), "/usr/local/squid/etc/access.list"
+    sites = "/usr/local/squid/etc/access.list"
     kept.save("nat_conn.htm", enable_dmz="checked")
     seen = look(kept, "history.htm", "undo", change=1)
     assert files_of(seen.shown["preview_files"])[RECORD].startswith("DMZ: 1 → 0")
     assert "DMZ=1\n" in kept.read(RECORD)
-    kept.write(RECORD, factory + "# by hand\n", 0o600)
-    seen = look(kept, "history.htm", "undo", change=1, overwrite="yes")
-    assert files_of(seen.shown["preview_files"])[RECORD] == "changed"
     kept.write(sites, "".join(f"{number}.example.org\n" for number in range(4000)))
     seen = look(kept, "sites_allow.htm", "del_all")
     assert files_of(seen.shown["preview_files"]) == {
