@@ -145,7 +145,7 @@ def patched(at, octets):
         "/etc/ppp/user": "/etc/ppp/user", "etc/ppp/../passwd": "etc/ppp/../passwd",
         "etc/<b>\x1b\n": "etc/<b>??", IFCFGS("a/b"): IFCFGS("a/b"), "x" * 99: "x" * 48}.items()),
     *((odd(type=kind), TEL[0], what) for kind, what in {
-        b"1": "a link", b"6": "a pipe", b"S": "a sparse file", b"7": "no plain file"}.items()),
+        b"1": "a link", b"S": "a sparse file", b"7": "no plain file"}.items()),
     (pack(("\u00e9", b""), tar_format=tarfile.PAX_FORMAT), "././@PaxHeader", "a pax header"),
     (pack(TEL, TEL), TEL[0], "there twice"),
     (pack((WHOLE, b""), (WHOLE, b"")), WHOLE, BELONGS),
@@ -158,8 +158,8 @@ def patched(at, octets):
     (pack(*((IFCFGS(n), b"") for n in range(129))), IFCFGS(128), "one file too many"),
     (pack((TEL[0], b"x" * 15_999_488), USERS), USERS[0], "too large"),
     (PLAIN + b"x", "", "goes on behind its end"), (PLAIN[:1536], "", "cut short"),
-    (PLAIN[:700], TEL[0], "cut short"), (b"", "", "cut short"),
-    (pack((WHOLE, b"")), "", "empty"), (b"PK\3\4" + b"x" * 2000, "", "no such archive"),
+    (PLAIN[:700], TEL[0], "cut short"), (pack((WHOLE, b"")), "", "empty"),
+    (b"PK\3\4" + b"x" * 2000, "", "no such archive"),
 ])
 def test_a_hostile_archive_is_refused_by_the_name_of_its_entry(saved, archive, name, what):
     result = send(saved, archive)
@@ -212,24 +212,24 @@ def test_factory_settings_are_restored_and_undone(used):
 
 
 def test_the_table_limits_modes_and_a_part_of_the_files_replaces_no_others(saved):
-    before, ipvs = settings(saved), "/etc/rc.d/rc.ipvs"
+    before = settings(saved)
     for path, mode, gets in [(PAP, 0o6777, 0o600), (PPPOE, 0o7777, 0o644), (PPPOE, 0o640, 0o640),
                              (IP_UP, 0o4777, 0o755), (IP_UP, 0, 0o700)]:
         result = restore(saved, pack((f"./{path[1:]}", b"new\n", {"mode": mode, "uid": 7})))
         assert (result.message, saved.read(path), saved.mode(path)) == (told(94), "new\n", gets)
         assert saved.at(path).stat().st_uid == os.getuid()
-        assert set(settings(saved)) == {*before, ipvs} and RECORD in before
+        assert before.keys() <= settings(saved).keys()
 
 
 def test_only_what_was_looked_at_is_restored_and_once(used):
-    archive, other = take(used), pack(TEL)
+    archive = take(used)
     used.write(USER, "someone")
     looked = send(used, archive)
     assert post(used, "apply").message == post(used, "apply", digest="1").message == told(93)
-    send(used, other)
+    send(used, PLAIN)
     assert apply(used, looked).message == told(93) and used.read(USER) == "someone"
     assert send(used, b"x").message == told(91, "cut short")
-    assert used.at(WAITING).read_bytes() == other
+    assert used.at(WAITING).read_bytes() == PLAIN
     looked = send(used, archive)
     save(used, "nat_conn.htm", enable_telnet="unchecked")
     stale = apply(used, looked, seen="3")
