@@ -246,7 +246,7 @@ WELL = '{"this_file":"wan_ppp.htm","todo":"save","next_file":"wan_ppp.htm",'
      [f'{WELL}"a":{value}}}' for value in ("1", "{}", '["a"]')]),
     ("A text of the object is not well formed.", [
         *(f'{WELL}"a":"{text}"}}' for text in (
-            "\\udc00", "\\ud800\\u0041", "\\x", "\\u12", "\\u+123", "\t", "\\")),
+            "\\ud800", "\\udc00", "\\ud800\\u0041", "\\x", "\\u12", "\\u+123", "\t", "\\")),
         WELL.encode() + b'"a":"\xe2\x82"}', WELL + '"a\\u0000":""}']),
     ("The body is not one JSON object.",
      ["", "[]", '{"a"}', '{"a":"b",}', '{"a":"b"}{}', '{"a":"b"', '{a:"b"}']),
