@@ -1,3 +1,4 @@
+import os
 import shutil
 import subprocess
 import sys
@@ -8,7 +9,7 @@ import pytest
 for folder in ("cgi", "faults"):
     sys.path.insert(0, str(Path(__file__).parent / folder))
 
-from appliance import Appliance, make_template  # noqa: E402
+from appliance import CHANGES, Appliance, make_template  # noqa: E402
 
 
 def pytest_make_parametrize_id(val):
@@ -37,6 +38,21 @@ def saved(appliance):
     appliance.view("nat_base.htm")
     appliance.stub_scripts()
     return appliance
+
+
+@pytest.fixture
+def kept(saved):
+    """One that keeps its changes."""
+    saved.at(CHANGES).mkdir(parents=True)
+    yield saved
+    saved.end_processes()
+
+
+@pytest.fixture
+def hurried(kept):
+    """One with seconds of 50 milliseconds."""
+    kept.program = os.environ.get("NAT_IMPATIENT") or pytest.skip("this program's are whole ones")
+    return kept
 
 
 @pytest.fixture

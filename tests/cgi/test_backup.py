@@ -1,6 +1,5 @@
 """All settings in one archive: taken, looked at, restored as one change, and undone."""
 
-import fnmatch
 import io
 import os
 import re
@@ -11,10 +10,10 @@ import tarfile
 import pytest
 
 from appliance import (
-    CHAP, FACTORY, IFCFG, INSTALLED, IP_UP, LINK_UP, NETWORK, PAP, PPPOE, PROJECT, RECORD,
+    FACTORY, IFCFG, INSTALLED, IP_UP, LINK_UP, NETWORK, PAP, PPPOE, PROJECT, RECORD,
     SANITIZED, SETTINGS, SQUID, USER, WAN, told)
-from test_changes import ADMIN, CHANGES, kept, save, settings, three_saves, undo  # noqa: F401
-from test_uploads import END, TYPE, field, part
+from test_changes import ADMIN, save, settings, three_saves, undo
+from test_uploads import END, TYPE, field, upload
 
 PAGE = "backup.htm"
 WAITING = "/run/quillstead-admin/restore"
@@ -31,12 +30,9 @@ def take(appliance):
 
 
 def send(appliance, archive):
-    fields = "".join(field(key, value) for key, value in
-                     {"this_file": PAGE, "next_file": PAGE, "todo": "restore"}.items())
-    head, foot = part(['Content-Disposition: form-data; name="archive"; filename="b.tar"'],
-                      "|").split("|")
-    return appliance.post((fields + head).encode() + archive + (foot + END).encode(),
-                          {"CONTENT_TYPE": TYPE, **ADMIN})
+    form = field("this_file", PAGE) + field("todo", "restore") + upload("archive", "b.tar", "|")
+    head, foot = (form + END).encode().split(b"|")
+    return appliance.post(head + archive + foot, {"CONTENT_TYPE": TYPE, **ADMIN})
 
 
 def apply(appliance, looked, **fields):
@@ -79,92 +75,60 @@ def fnv(octets):
     return f"{digest:016x}"[::-1]
 
 
-def owned(path):
-    return any(fnmatch.fnmatchcase(path, row) for row in owned_rows())
-
-
 @pytest.fixture
-def used(kept):  # noqa: F811
+def used(kept):
     three_saves(kept)
     return kept
 
 
 def test_a_backup_tells_of_every_file(used):
     result = post(used, "backup")
-    name = rf'attachment; filename="quillstead-[\w-]+-\d{{4}}-\d\d-\d\d\.tar"'
-    assert re.fullmatch(name, result.headers["Content-Disposition"])
+    name = r'attachment; filename="quillstead-[\w-]+-\d{4}-\d\d-\d\d\.tar"'
+    assert re.fullmatch(name, result.headers.pop("Content-Disposition"))
     content = result.stdout.partition(b"\n\n")[2]
-    wanted = {"Content-type": "application/x-tar", "Cache-Control": "no-store",
-              "Content-Length": str(len(content))}
-    assert result.headers.items() >= wanted.items() and result.did_nothing
+    assert result.did_nothing and result.headers == {
+        "Content-type": "application/x-tar", "Cache-Control": "no-store",
+        "Content-Length": str(len(content))}
     with tarfile.open(fileobj=io.BytesIO(content), format=tarfile.USTAR_FORMAT) as tar:
         first, *members = tar.getmembers()
     assert first.name == WHOLE
-    assert {f"/{each.name}" for each in members} >= {RECORD, WAN, SETTINGS, PAP, CHAP, IFCFG, IP_UP}
     for each in members:
         status = used.at(each.name).stat()
-        assert (each.mode, each.uid, each.gid, each.mtime, each.size) == (
-            status.st_mode & 0o7777, status.st_uid, status.st_gid, int(status.st_mtime),
-            status.st_size)
+        assert (each.mode, each.uid, each.gid, each.mtime) == (
+            status.st_mode & 0o7777, status.st_uid, status.st_gid, int(status.st_mtime))
 
 
-def test_what_was_changed_is_restored_byte_for_byte_and_undone(used):
-    used.write("/etc/sysconfig/network-scripts/ifcfg-ppp0", None)
+@pytest.mark.parametrize("program", ["tar", "bsdtar", "busybox tar"])
+def test_what_other_programs_have_unpacked_and_packed_is_restored(used, tmp_path, program):
     archive, before = take(used), settings(used)
-    save(used, "nat_conn.htm", internet_access="unchecked", enable_dmz="unchecked")
-    save(used, "wan_dc.htm", wan_ip_type="fixed", nat_isp_ip01="10", dns1_ip_1="9", dns1_ip_2="9",
-         dns1_ip_3="9", dns1_ip_4="9")
-    save(used, "wan_ppp.htm", ppp_ac_name="ann", ppp_ac_pwd="other")
-    used.post({"this_file": "sites_allow.htm", "todo": "add_url", "new_url": "a.example"}, ADMIN)
-    used.post({"this_file": "ac_cfg.htm", "todo": "add_port", "group_name": "Group 1",
-               "block_allow": "Block", "port_list": "21", "port_start": "25"}, ADMIN)
-    used.write(USER, None)
+    (tmp_path / "taken").mkdir()
+    again = f"{program} -xpf - && find . -type f -exec {program} -cf - {{}} +"
+    packed = subprocess.run(["sh", "-c", again], input=archive, cwd=tmp_path / "taken",
+                            stdout=subprocess.PIPE, check=True).stdout
+    for path in WAN, RECORD, IP_UP:
+        used.write(path, "x\n", 0o600)
     used.write(PAP, None)
     changed = settings(used)
-    looked = send(used, archive)
+    looked = send(used, packed)
     assert states(looked).items() >= {
-        WAN: "is replaced", USER: "is made", LIST: "is replaced",
-        "/etc/ppp/tel": "the same"}.items()
+        WAN: "is replaced", PAP: "is made", "/etc/ppp/tel": "the same"}.items()
     assert settings(used) == changed and looked.shown["backup_no_archive"] == ""
     assert used.mode(WAITING) == 0o600 and used.mode("/run/quillstead-admin") == 0o700
     done = apply(used, looked)
-    assert (done.page, done.message) == (PAGE, told(94))
-    assert settings(used) == before and not used.exists(WAITING)
-    assert "/usr/sbin/adsl-start" in done.commands and not list(used.at("/tmp").glob("upload*"))
-    told_of = used.view("history.htm").shown["history_files"]
-    assert f"{PAP}\n(new)\nchanged\n" in told_of and "pw4711" not in told_of
-    newest = os.readlink(used.at(f"{CHANGES}/newest"))
-    assert undo(used, newest).message == told(79)
-    assert settings(used) == changed
+    assert (done.page, done.message, settings(used)) == (PAGE, told(94), before)
+    assert not used.exists(WAITING) and not list(used.at("/tmp").glob("upload*"))
+    history = used.view("history.htm").shown["history_files"]
+    assert f"{PAP}\n(new)\nchanged\n" in history and "pw4711" not in history
 
 
-@pytest.mark.parametrize("pack_all", [
-    "tar -cf - {files}", "tar --format=ustar -cf - {files}", "bsdtar -cf - {files}",
-    "bsdtar --format=ustar -cf - ./{files}", "busybox tar -cf - {files}"])
-def test_other_programs_read_and_write_the_same(used, tmp_path, pack_all):
-    archive, before = take(used), settings(used)
-    (folder := tmp_path / "taken").mkdir()
-    program = pack_all.partition(" -")[0].split()
-    subprocess.run([*program, "-xpf", "-"], input=archive, cwd=folder, check=True)
-    files = [str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file()]
-    for name in set(files) - {WHOLE}:
-        assert (folder / name).read_bytes() == used.at(name).read_bytes()
-        assert (folder / name).stat().st_mode == used.at(name).stat().st_mode
-    packed = subprocess.run(pack_all.format(files=" ".join(files)), shell=True, cwd=folder,
-                            capture_output=True, check=True).stdout
-    for path in WAN, RECORD, IP_UP:
-        used.write(path, "x\n", used.mode(path))
-    assert restore(used, packed).message == told(94)
-    assert settings(used) == before
+TEL, USERS = ("etc/ppp/tel", b"555\n"), ("etc/ppp/user", b"x")
+PLAIN = pack(TEL)
+BELONGS = "no file of the settings"
+IFCFGS = "etc/sysconfig/network-scripts/ifcfg-{}".format
 
 
 def odd(**peculiar):
-    return "etc/ppp/tel", b"", {"linkname": "/etc/passwd", **peculiar}
-
-
-GOOD = "etc/ppp/tel", b"555\n"
-PLAIN = pack(GOOD)
-BELONGS = "no file of the settings"
+    return pack((TEL[0], b"", peculiar), tar_format=tarfile.GNU_FORMAT)
 
 
 def patched(at, octets):
@@ -176,48 +140,27 @@ def patched(at, octets):
     return bytes(header) + PLAIN[512:]
 
 
-HOSTILE = [
-    (pack(GOOD, ("/etc/ppp/user", b"")), "/etc/ppp/user", BELONGS),
-    (pack(GOOD, ("etc/ppp/../passwd", b"")), "etc/ppp/../passwd", BELONGS),
-    (pack(("./../etc/ppp/tel", b"")), "./../etc/ppp/tel", BELONGS),
-    (pack(("etc/passwd", b"")), "etc/passwd", BELONGS),
-    (pack(("etc/<b>\x1b\n", b"")), "etc/<b>??", BELONGS),
-    (pack(("etc/sysconfig/network-scripts/ifcfg-a/b", b"")),
-     "etc/sysconfig/network-scripts/ifcfg-a/b", BELONGS),
-    (pack(("x" * 99, b"")), "x" * 48, BELONGS),
-    (pack(odd(type=tarfile.SYMTYPE)), "etc/ppp/tel", "a link"),
-    (pack(odd(type=tarfile.LNKTYPE)), "etc/ppp/tel", "a link"),
-    (pack(odd(type=tarfile.CHRTYPE)), "etc/ppp/tel", "a device"),
-    (pack(odd(type=tarfile.BLKTYPE)), "etc/ppp/tel", "a device"),
-    (pack(odd(type=tarfile.DIRTYPE)), "etc/ppp/tel/", "a folder"),
-    (pack(odd(type=tarfile.FIFOTYPE)), "etc/ppp/tel", "a pipe"),
-    (pack(odd(type=tarfile.GNUTYPE_SPARSE)), "etc/ppp/tel", "a sparse file"),
-    (pack(odd(type=b"7")), "etc/ppp/tel", "no plain file"),
+@pytest.mark.parametrize("archive, name, what", [
+    *((pack((name, b"")), shown, BELONGS) for name, shown in {
+        "/etc/ppp/user": "/etc/ppp/user", "etc/ppp/../passwd": "etc/ppp/../passwd",
+        "etc/<b>\x1b\n": "etc/<b>??", IFCFGS("a/b"): IFCFGS("a/b"), "x" * 99: "x" * 48}.items()),
+    *((odd(type=kind), TEL[0], what) for kind, what in {
+        b"1": "a link", b"S": "a sparse file", b"7": "no plain file"}.items()),
     (pack(("\u00e9", b""), tar_format=tarfile.PAX_FORMAT), "././@PaxHeader", "a pax header"),
-    (pack(("x" * 120, b""), tar_format=tarfile.GNU_FORMAT), "././@LongLink", "a long name"),
-    (pack(GOOD, GOOD), "etc/ppp/tel", "there twice"),
+    (pack(TEL, TEL), TEL[0], "there twice"),
     (pack((WHOLE, b""), (WHOLE, b"")), WHOLE, BELONGS),
-    (pack(odd(size=10 << 30), tar_format=tarfile.GNU_FORMAT), "etc/ppp/tel",
-     "a number that is none"),
-    (patched(124, b"77777777777\0"), "etc/ppp/tel", "too large"),
+    (odd(size=10 << 30), TEL[0], "a number that is none"),
+    (patched(124, b"77777777777\0"), TEL[0], "too large"),
     (patched(124, b"00000001001\0"), "", "cut short"),
-    (patched(124, b"00000100000\0"), "etc/ppp/tel", "cut short"),
-    (patched(124, b"-0000000004\0"), "etc/ppp/tel", "a number that is none"),
     (patched(11, b"\0/../user"), "", "a hidden name"),
     (patched(345, b"etc/\0x"), "", "a hidden name"),
     (PLAIN[:100] + b"1" + PLAIN[101:], "", "a wrong checksum"),
-    (pack(*((f"etc/sysconfig/network-scripts/ifcfg-{n}", b"") for n in range(129))),
-     "etc/sysconfig/network-scripts/ifcfg-128", "one file too many"),
-    (pack(("etc/ppp/tel", b"x" * 15_999_488), ("etc/ppp/user", b"x")), "etc/ppp/user", "too large"),
-    (PLAIN + PLAIN, "", "goes on behind its end"), (PLAIN + b"x", "", "goes on behind its end"),
-    (PLAIN[:1024], "", "cut short"), (PLAIN[:1536], "", "cut short"),
-    (PLAIN[:700], "etc/ppp/tel", "cut short"),
-    (b"", "", "cut short"), (pack(), "", "empty"), (pack((WHOLE, b"")), "", "empty"),
-    (b"PK\3\4" + b"x" * 2000, "", "no such archive"), (b"\0" * 512, "", "cut short"),
-]
-
-
-@pytest.mark.parametrize("archive, name, what", HOSTILE)
+    (pack(*((IFCFGS(n), b"") for n in range(129))), IFCFGS(128), "one file too many"),
+    (pack((TEL[0], b"x" * 15_999_488), USERS), USERS[0], "too large"),
+    (PLAIN + b"x", "", "goes on behind its end"), (PLAIN[:1536], "", "cut short"),
+    (PLAIN[:700], TEL[0], "cut short"), (pack((WHOLE, b"")), "", "empty"),
+    (b"PK\3\4" + b"x" * 2000, "", "no such archive"),
+])
 def test_a_hostile_archive_is_refused_by_the_name_of_its_entry(saved, archive, name, what):
     result = send(saved, archive)
     wanted = told(92, what, name) if name else told(91, what)
@@ -235,21 +178,20 @@ def test_another_appliance_keeps_its_hardware_address(used):
     for present, wanted in [
             ("MACADDR=BB\n", "DEVICE=eth0\nMACADDR=BB\nONBOOT=no\n"),
             ("HWADDR=B\n\nMACADDR=BB", "DEVICE=eth0\nMACADDR=BB\nHWADDR=B\nONBOOT=no\n"),
-            ("x\n", "DEVICE=eth0\nONBOOT=no\n"), (None, "DEVICE=eth0\nONBOOT=no\n")]:
+            (None, "DEVICE=eth0\nONBOOT=no\n")]:
         used.write(IFCFG, present)
         assert restore(used, archive).message == told(94)
         assert used.read(IFCFG) == wanted
         assert used.read(SETTINGS) == text.replace("wan_name=other", "wan_name=mine")
         assert states(send(used, archive))[IFCFG] == "the same"
-    bare = [line for line in text.splitlines(True) if "wan_hw_addr" not in line]
-    assert restore(used, pack((SETTINGS[1:], "".join(bare).encode()))).message == told(94)
-    assert used.keys(SETTINGS)["wan_hw_addr"] == "BBBBBBBBBBBB"
-    assert used.read(SETTINGS) == "".join(bare) + "wan_hw_addr=BBBBBBBBBBBB\n"
+    bare = "".join(line for line in text.splitlines(True) if "wan_hw_addr" not in line)
+    assert restore(used, pack((SETTINGS[1:], bare.encode()))).message == told(94)
+    assert used.read(SETTINGS) == bare + "wan_hw_addr=BBBBBBBBBBBB\n"
 
 
 def test_factory_settings_are_restored_and_undone(used):
-    used.write("/etc/sysconfig/network-scripts/ifcfg-eth1", "DEVICE=eth1\n")
-    used.write("/etc/sysconfig/network-scripts/ifcfg-ppp0", "DEVICE=ppp0\n")
+    for name in "eth1", "ppp0":
+        used.write("/" + IFCFGS(name), f"DEVICE={name}\n")
     before = settings(used)
     assert used.view(PAGE).shown["backup_no_factory"] == ""
     looked = post(used, "factory")
@@ -260,39 +202,36 @@ def test_factory_settings_are_restored_and_undone(used):
     assert files.pop(f"/{WHOLE}")
     for path, content in files.items():
         assert used.at(path).read_bytes() == content
-    left = {path for path in settings(used) if owned(path)}
-    assert left == files.keys() | {"/etc/sysconfig/network-scripts/ifcfg-eth1"}
-    modes = {used.mode(path) for path in files}, used.mode(WAN), used.mode(IP_UP)
-    assert modes == ({0o600, 0o644, 0o755}, 0o600, 0o755)
+    assert before.keys() - settings(used).keys() == {
+        RECORD, "/" + IFCFGS("ppp0"), "/etc/rc.d/rc.ipvs"}
+    assert (used.mode(WAN), used.mode(IP_UP)) == (0o600, 0o755)
     assert undo(used, 4).message == told(79) and settings(used) == before
     used.write(FACTORY, None)
     assert used.view(PAGE).shown["backup_no_factory"] == "hidden"
     assert post(used, "factory").message == told(13, FACTORY)
 
 
-@pytest.mark.parametrize("path, mode, gets", [
-    (PAP, 0o6777, 0o600), (PPPOE, 0o7777, 0o644), (IP_UP, 0o4777, 0o755), (IP_UP, 0, 0o700),
-    ("/etc/rc.d/rc.service", 0o744, 0o744), (PPPOE, 0o640, 0o640)])
-def test_the_table_limits_modes_and_a_part_of_the_files_replaces_no_others(saved, path, mode, gets):
+def test_the_table_limits_modes_and_a_part_of_the_files_replaces_no_others(saved):
     before = settings(saved)
-    result = restore(saved, pack((f"./{path[1:]}", b"new\n", {"mode": mode, "uid": 7})))
-    assert (result.message, saved.read(path), saved.mode(path)) == (told(94), "new\n", gets)
-    assert saved.at(path).stat().st_uid == os.getuid()
-    assert set(settings(saved)) == {*before, "/etc/rc.d/rc.ipvs"} and RECORD in before
+    for path, mode, gets in [(PAP, 0o6777, 0o600), (PPPOE, 0o7777, 0o644), (PPPOE, 0o640, 0o640),
+                             (IP_UP, 0o4777, 0o755), (IP_UP, 0, 0o700)]:
+        result = restore(saved, pack((f"./{path[1:]}", b"new\n", {"mode": mode, "uid": 7})))
+        assert (result.message, saved.read(path), saved.mode(path)) == (told(94), "new\n", gets)
+        assert saved.at(path).stat().st_uid == os.getuid()
+        assert before.keys() <= settings(saved).keys()
 
 
 def test_only_what_was_looked_at_is_restored_and_once(used):
     archive = take(used)
     used.write(USER, "someone")
-    looked, other = send(used, archive), pack(GOOD)
+    looked = send(used, archive)
     assert post(used, "apply").message == post(used, "apply", digest="1").message == told(93)
-    send(used, other)
+    send(used, PLAIN)
     assert apply(used, looked).message == told(93) and used.read(USER) == "someone"
     assert send(used, b"x").message == told(91, "cut short")
-    assert used.at(WAITING).read_bytes() == other
+    assert used.at(WAITING).read_bytes() == PLAIN
     looked = send(used, archive)
-    save(used, "sp_port.htm", nat_serspeed_list="57600", nat_modem_list="Other",
-         nat_init_string="ATZ", nat_dial_type_radio="pulse")
+    save(used, "nat_conn.htm", enable_telnet="unchecked")
     stale = apply(used, looked, seen="3")
     assert stale.headers["Status"] == "409 Conflict" and states(stale) and used.read(USER) != "ann"
     assert apply(used, stale).message == told(94)
@@ -300,16 +239,12 @@ def test_only_what_was_looked_at_is_restored_and_once(used):
     looked = send(used, archive)
     os.utime(used.at(WAITING), (1, used.at(WAITING).stat().st_mtime - 601))
     assert apply(used, looked).message == told(93) and not used.exists(WAITING)
-    assert post(used, "restore").message == post(used, "restore", archive="/etc/passwd").message
-    assert post(used, "restore", archive=WAN).message == told(90)
+    assert post(used, "restore").message == post(used, "restore", archive=WAN).message == told(90)
 
 
 @pytest.mark.parametrize("method, diald, wanted", [
     (0, True, ["/sbin/ifconfig sl0 down", *NETWORK, *NETWORK, "/sbin/ipvsadm -C"]),
-    (1, False, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"]),
-    (2, False, [*NETWORK, SQUID[1], *NETWORK, "/usr/sbin/adsl-start"]),
-    (3, False, [*NETWORK, SQUID[1], *NETWORK, "/etc/ppp/dial start"]),
-    (3, True, ["/sbin/ifconfig sl0 down", *NETWORK, SQUID[1]])])
+    (1, False, [*NETWORK, SQUID[1], *NETWORK, "/sbin/ifup eth0", LINK_UP % "eth0"])])
 def test_what_runs_is_brought_in_line(saved, proxy, method, diald, wanted):
     saved.change(WAN, nat_enable="yes" if method else "no")
     saved.change(RECORD, Method=method)
@@ -325,11 +260,10 @@ def test_what_runs_is_brought_in_line(saved, proxy, method, diald, wanted):
 
 def test_a_full_disk_restores_nothing(used):
     archive = take(used)
-    used.write(USER, "changed")
-    big = archive.partition(b"etc/diald.conf")[0] + pack(("etc/diald.conf", b"x" * 90000))
-    used.write("/etc/diald.conf", "small")
     used.change(SETTINGS, wan_name="changed")
-    looked = send(used, big)
+    used.write("/etc/diald.conf", "small")
+    diald = pack(("etc/diald.conf", b"x" * 90000))
+    looked = send(used, archive.partition(b"etc/diald.conf")[0] + diald)
     assert states(looked)[SETTINGS] == "is replaced"
     before = settings(used)
     used.disk = 80000
@@ -342,20 +276,17 @@ def test_a_full_disk_restores_nothing(used):
 def test_a_file_that_cannot_be_read_ends_the_backup_before_it_begins(used):
     used.block(USER)
     result = post(used, "backup")
-    assert result.headers["Status"] == "500 Internal Server Error" and told(13, USER) in result.body
+    assert result.headers["Status"].startswith("500 ") and told(13, USER) in result.body
     used.at(USER).rmdir()
     used.write(LIST, "x" * 16_000_000)
     assert told(95) in post(used, "backup").body
 
 
-@pytest.mark.parametrize("todo", ["backup", "restore", "factory", "apply"])
-def test_nobody_elses_page_gets_or_restores_settings(used, todo):
-    form = f"this_file={PAGE}&todo={todo}"
-    for env in {"HTTP_ORIGIN": "http://evil.example"}, {"HTTP_SEC_FETCH_SITE": "cross-site"}:
-        result = used.post(form, {"HTTP_HOST": "box", **env})
+def test_nobody_elses_page_gets_the_settings(used):
+    form, browser = f"this_file={PAGE}&todo=backup", {"HTTP_USER_AGENT": "Mozilla/5"}
+    for result in (used.post(form, {"HTTP_ORIGIN": "http://evil"}),
+                   used.get(form, browser)):
         assert result.headers["Status"] == "403 Forbidden" and result.did_nothing
-    link = {"HTTP_USER_AGENT": "Mozilla/5.0", "HTTP_HOST": "box"}
-    assert used.get(form, link).headers["Status"] == "403 Forbidden"
 
 
 @pytest.mark.skipif(SANITIZED, reason="the program starts outside of its root")
@@ -367,10 +298,7 @@ def test_a_slow_receiver_of_a_backup_keeps_nobody_waiting(used):
         slow.stdin.write(f"this_file={PAGE}&todo=backup".encode().ljust(32, b"&"))
         slow.stdin.close()
         begin = slow.stdout.read(1000)
-        assert save(used, "nat_conn.htm", enable_dmz="unchecked").page == "nat_conn.htm"
-        used.write("/new", "replaced")
-        used.at("/new").rename(used.at(LIST))
-        content = (begin + slow.stdout.read()).partition(b"\n\n")[2]
-    with tarfile.open(fileobj=io.BytesIO(content)) as tar:
-        assert tar.getmember(LIST[1:]).size == 1_000_000
-        assert tar.getnames()[-1] == "usr/local/squid/etc/squid.conf"
+        used.post({"this_file": "sites_allow.htm", "todo": "del_all"})
+        assert used.read(LIST) == ""
+        content = begin + slow.stdout.read()
+    assert content.count(b"x.example\n") == 100_000 and content.endswith(bytes(1024))

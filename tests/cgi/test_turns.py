@@ -1,47 +1,44 @@
 """Who waits for whom, and for how long."""
 
 import json
-import os
-import re
 import threading
 import time
 
 import pytest
 
-from appliance import PROJECT, RECORD, IS_PPPOE, told, until
+from appliance import IS_PPPOE, RECORD, told, until
+from test_requests import PAGES
 
-IMPATIENT = os.environ.get("NAT_IMPATIENT")  # the program with seconds of 50 milliseconds
 ON = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
 START = "/usr/sbin/adsl-start"
-PAGES = re.findall(r'"(\w+\.htm)", get', (PROJECT / "src/entry/page_table.cpp").read_text())
-
-
-@pytest.fixture
-def hurried(saved):
-    if not IMPATIENT:
-        pytest.skip("this program waits for whole seconds")
-    saved.program = IMPATIENT
-    return saved
 
 
 def script(appliance, path, text):
+    """Puts a script in place of a command."""
     appliance.write(path, None)
     appliance.write(path, text, 0o755)
 
 
+def at_once(function, arguments, pause=0):
+    """Calls a function with each of these at the same time."""
+    threads = [threading.Thread(target=function, args=each) for each in arguments]
+    for thread in threads:
+        thread.start()
+        time.sleep(pause)
+    return threads
+
 
 def test_what_a_command_changes_is_read_anew(saved):
-    script(saved, "/usr/share/quillstead/network/NET_SetTCPIP",
-           f"sed -i s/^SrvTelNet=1/SrvTelNet=0/ {RECORD}\n")
-    form = {"this_file": "nat_conn.htm", "todo": "save", "next_file": "nat_base.htm", **ON}
-    assert saved.post(form).shown["enable_telnet"] == "unchecked"
+    """It needs no first line and no path, and whatever was typed is a word of it."""
+    script(saved, START, f'sed -i s/^SrvTelNet=1/SrvTelNet=0/ {RECORD}\necho "$0 $#" > /etc/called')
+    assert saved.save("nat_conn.htm", **ON).shown["enable_telnet"] == "unchecked"
+    assert saved.read("/etc/called") == f"{START} 0\n"
 
 
 def test_a_save_waits_for_the_one_before_it_and_a_view_for_nobody(appliance):
     answers = []
-    save = threading.Thread(target=lambda: answers.append(appliance.save("nat_vs.htm").page))
     with appliance.take_turn():
-        save.start()
+        save, = at_once(lambda: answers.append(appliance.save("nat_vs.htm").page), [()])
         for page in PAGES:
             assert appliance.view(page).page == page
         assert answers == []
@@ -50,17 +47,13 @@ def test_a_save_waits_for_the_one_before_it_and_a_view_for_nobody(appliance):
 
 
 def test_saves_take_turns_in_the_order_in_which_they_came(appliance):
-    script(appliance, "/etc/ppp/dial", "#!/bin/bash\necho $REMOTE_USER >> /etc/order\nsleep 0.1\n")
+    script(appliance, "/etc/ppp/dial", "echo $REMOTE_USER >> /etc/order\nsleep 0.1\n")
     form = {"this_file": "sp_status.htm", "todo": "nat_hangup"}
-    saves = [threading.Thread(target=appliance.post, args=(form, {"REMOTE_USER": name}))
-             for name in "abcde"]
     with appliance.take_turn():
-        for save in saves:
-            save.start()
-            time.sleep(0.5)
+        saves = at_once(appliance.post, [(form, {"REMOTE_USER": name}) for name in "abcd"], 0.5)
     for save in saves:
         save.join(30)
-    assert appliance.read("/etc/order").split() == list("abcde")
+    assert appliance.read("/etc/order").split() == list("abcd")
 
 
 def turn(user):
@@ -73,10 +66,9 @@ def test_a_save_that_waits_too_long_is_told_for_whom(hurried):
     with hurried.take_turn(turn("ad<min")):
         result = hurried.save("nat_conn.htm", **ON)
     assert result.headers["Status"] == "503 Service Unavailable"
-    assert int(result.headers["Retry-After"])
+    assert int(result.headers["Retry-After"]) and result.did_nothing
     texts = (told(71, n, "ad&lt;min") for n in range(25, 35))
     assert any(text in result.body for text in texts) and told(72, "adsl-start") in result.body
-    assert result.did_nothing
 
 
 def test_everybody_sees_what_is_being_changed(appliance):
@@ -93,7 +85,7 @@ def test_everybody_sees_what_is_being_changed(appliance):
 
 def test_what_runs_is_told_and_nothing_of_it_stays(appliance):
     """Whoever sends control characters tells no lies."""
-    script(appliance, START, "#!/bin/bash\ncp /run/quillstead-admin/lock /etc/seen\n")
+    script(appliance, START, "cp /run/quillstead-admin/lock /etc/seen\n")
     form = {"this_file": "nat_conn.htm", "todo": "save", **ON}
     appliance.post(form, {"REMOTE_USER": "joe\nx" + "y" * 99})
     seen = appliance.read("/etc/seen").split("\n")
@@ -102,36 +94,22 @@ def test_what_runs_is_told_and_nothing_of_it_stays(appliance):
 
 @pytest.mark.parametrize("ends", ["", "trap '' TERM\n"])
 def test_a_command_that_does_not_end_is_ended_with_all_that_it_started(hurried, ends):
-    script(hurried, START, f"#!/bin/bash\n{ends}echo $$ > /etc/pid\nsleep 3000 &\n"
-                           "echo $! >> /etc/pid\nwait; wait\n")
+    script(hurried, START, f"#!/bin/bash\n{ends}sleep 3000 &\nwait; wait\n")
     result = hurried.save("nat_conn.htm", enable_dmz="checked", **ON)
     assert result.message == told(70, "adsl-start", 90)
     assert result.commands[-1] == IS_PPPOE  # the next action, for the virtual servers
-    pids = hurried.read("/etc/pid").split()
-    until(lambda: not any(os.path.exists(f"/proc/{pid}") for pid in pids))
+    until(lambda: not hurried.processes())
 
 
 def test_a_view_does_not_wait_for_a_command_that_does_not_answer(hurried):
-    script(hurried, "/sbin/ifconfig",
-           "#!/bin/bash\necho '  inet addr:192.0.2.1 '\nexec sleep 3000\n")
+    script(hurried, "/sbin/ifconfig", "echo '  inet addr:192.0.2.1 '\nexec sleep 3000\n")
     assert hurried.view("ac_cfg.htm").message == told(70, "ifconfig", 5)
-
-
-def test_commands_need_no_first_line_and_no_path(appliance):
-    """And whatever was typed is a word of theirs."""
-    script(appliance, START, 'echo "$0 $#" > /etc/called\n')
-    appliance.save("nat_conn.htm", **ON)
-    assert appliance.read("/etc/called") == f"{START} 0\n"
 
 
 def test_a_record_is_made_once_however_many_ask(appliance):
     appliance.write(RECORD, None)
     pages = []
-    views = [threading.Thread(target=lambda: pages.append(appliance.view("nat_vs.htm")))
-             for _ in range(8)]
-    for view in views:
-        view.start()
-    for view in views:
+    for view in at_once(lambda: pages.append(appliance.view("nat_vs.htm")), [()] * 8):
         view.join(20)
     assert [(result.page, result.message) for result in pages] == [("nat_vs.htm", "")] * 8
     assert [path.name for path in appliance.at("/etc/ppp").glob(".*")] == []
