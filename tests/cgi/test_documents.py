@@ -38,3 +38,17 @@ def test_no_shell_runs_commands():
     sources = {path: path.read_text() for path in (PROJECT / "src").rglob("*.*")}
     shell = re.compile(r'\b(system|popen) ?\(|sh -c|"-c"')
     assert not [path for path, text in sources.items() if shell.search(text)]
+
+
+def test_each_command_is_listed_as_one_that_asks_or_acts():
+    source = (PROJECT / "src/appliance/commands.h").read_text()
+    names = dict(re.findall(r'constexpr char (\w+)\[\] = "(.*)"',
+                            source + (PROJECT / "src/base/paths.h").read_text()))
+    known = {}
+    for kind, program, words in re.findall(r"Does::(acts|asks),\s*{([^{]+), {(.*?)}, k", source):
+        program = names.get(program) or program.strip('"')
+        known[" ".join([program, *re.findall('"(.*?)"', words)])] = kind
+    table = (PROJECT / "docs/architecture.md").read_text()
+    said = {command: kind for cell, kind in re.findall(r"(?m)^\| (`.*?) \| (acts|asks) \|", table)
+            for command in re.findall("`(.*?)`", cell) if not command.startswith("kill ")}
+    assert len(known) > 30 and known == said
