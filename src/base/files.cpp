@@ -28,9 +28,11 @@ std::string hidden_name_beside(const std::string& path) {
 // Opens a file that did not exist a moment ago: whatever stood there is removed, nothing is
 // followed.
 Descriptor open_anew(const std::string& path) {
-    if (unlink(path.c_str()) != 0 && errno != ENOENT) return Descriptor();
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    return Descriptor(open(path.c_str(), kFlags, kSecretMode));
+    Descriptor file(open(path.c_str(), kFlags, kSecretMode));
+    if (!file.is_open() && errno == EEXIST && unlink(path.c_str()) == 0)
+        file.reset(open(path.c_str(), kFlags, kSecretMode));
+    return file;
 }
 
 // Copies so many bytes from where `from` stands.
@@ -225,22 +227,14 @@ Replacement::Replacement(const std::string& target, std::string temporary, mode_
       target_(behind_links(target)),
       temporary_(target_ == target ? std::move(temporary) : ""),
       hidden_(temporary_.empty()),
-      mode_(mode),
-      owner_(geteuid()),
-      group_(getegid()) {
+      mode_(mode) {
     if (hidden_) temporary_ = hidden_name_beside(target_);
-    // A file that can be seen but not opened is replaced all the same: its bytes are not wanted.
-    if (stat_seen(target_, status_) != 0) {
-        if (!means_missing(errno)) state_ = fail(Written::unreadable);
-        if (mode_ == kKeepMode) mode_ = kPlainMode;
-        return;
-    }
-    owner_ = status_.st_uid;
-    group_ = status_.st_gid;
-    if (mode_ == kKeepMode) mode_ = status_.st_mode & 07777;
-    if (in_preview()) return;
-    old_text_ = kept_text(name_, status_);
-    if (!old_text_) old_ = open_regular(target_, O_RDONLY, status_);
+    has_old_ = stat_seen(target_, status_) == 0;
+    if (!has_old_ && !means_missing(errno)) state_ = fail(Written::unreadable);
+    owner_ = has_old_ ? status_.st_uid : geteuid();
+    group_ = has_old_ ? status_.st_gid : getegid();
+    if (mode_ == kKeepMode) mode_ = has_old_ ? status_.st_mode & 07777 : kPlainMode;
+    if (has_old_ && !in_preview()) old_text_ = kept_text(name_, status_);
 }
 
 Replacement::~Replacement() {
@@ -278,9 +272,18 @@ void Replacement::hand_on() {
         state_ = fail(Written::not_written);
 }
 
+// A file that can be seen but not opened is replaced all the same: its bytes are not wanted.
+bool Replacement::knows_old() {
+    if (!has_old_ || old_text_ || old_.is_open()) return has_old_;
+    old_ = open_regular(target_, O_RDONLY, status_);
+    return has_old_ = old_.is_open();
+}
+
 bool Replacement::equals_old_bytes() {
+    // Of a short text all is there, and the old one need not be read when it is longer or shorter.
+    if (is_short_ && !has_old_size(pending_.size())) return false;
+    if (!knows_old()) return false;
     if (old_text_) return old_text_.view().substr(equal_, pending_.size()) == pending_;
-    if (!old_.is_open()) return false;
     std::string bytes(pending_.size(), '\0');
     const ssize_t got = read_at(old_.get(), static_cast<off_t>(equal_), bytes.data(), bytes.size());
     return got == static_cast<ssize_t>(bytes.size()) && bytes == pending_;
@@ -308,8 +311,7 @@ Written Replacement::install() {
     hand_on();
     if (state_ != Written::done) return state_;
     if (!file_.is_open()) {
-        const bool has_old = old_text_ || old_.is_open();
-        if (has_old && static_cast<std::size_t>(status_.st_size) == equal_) return adopt_mode();
+        if (knows_old() && has_old_size(equal_)) return adopt_mode();
         leave_old_bytes();
         if (state_ != Written::done) return state_;
     }

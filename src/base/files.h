@@ -118,6 +118,10 @@ public:
 
 private:
     void hand_on();
+    bool knows_old();
+    [[nodiscard]] bool has_old_size(std::size_t size) const {
+        return static_cast<std::size_t>(status_.st_size) == size;
+    }
     bool equals_old_bytes();
     bool copy_equal_bytes();
     void leave_old_bytes();
@@ -136,13 +140,14 @@ private:
     mode_t mode_;
     uid_t owner_;
     gid_t group_;
-    struct stat status_ {};  // of the old file, later of the new one
-    bool is_telling_ = false;
-    FileText old_text_;      // where it is known
-    Descriptor old_;         // else the old file, while what was written equals its beginning
-    std::size_t equal_ = 0;  // so many bytes do
-    Descriptor file_;        // the temporary file, from the first difference on
-    std::string pending_;    // written, but not compared or handed on yet: of a short text, all
+    bool has_old_;
+    struct stat status_ {};    // of the old file, later of the new one
+    bool is_telling_ = false;  // its time (kept_texts.h)
+    FileText old_text_;        // where it is known
+    Descriptor old_;           // else the old file, while what was written equals its beginning
+    std::size_t equal_ = 0;    // so many bytes do
+    Descriptor file_;          // the temporary file, from the first difference on
+    std::string pending_;      // written, but not compared or handed on yet: of a short text, all
     bool is_short_ = true;
     bool line_open_ = false;
     bool removable_ = false;  // a temporary file is there, of no use to anybody

@@ -19,6 +19,8 @@ public:
     explicit FileText(std::string_view copied);
 
     explicit operator bool() const { return bytes_ != nullptr; }
+    // True for the text that was read at the same time, or written.
+    [[nodiscard]] bool is(const FileText& other) const { return bytes_ == other.bytes_; }
     [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
 
 private:

@@ -34,10 +34,10 @@ public:
     // Nothing when there is no such file; one that cannot be read throws Unreadable (files.h).
     static std::optional<Profile> open(const std::string& path);
     explicit Profile(std::string_view printed) : Profile(FileText(printed)) {}
+    explicit Profile(FileText text);
     [[nodiscard]] std::span<const Line> lines() const { return lines_; }
 
 private:
-    explicit Profile(FileText text);
     FileText text_;
     std::vector<Line> lines_;
 };
