@@ -17,7 +17,7 @@ TEST_F(Root, TemporaryFilesAreForRootAlone) {
     ASSERT_EQ(symlink("/etc/victim", kTemporary), 0);
     {
         Replacement out(kTarget, kTemporary, 0755);
-        out.write(std::string(20000, 'x'));  // more than is gathered first
+        out.write(std::string(kMostKept + 1, 'x'));  // more than is gathered first
         EXPECT_EQ(mode_of(kTemporary), kSecretMode);
     }
     EXPECT_EQ(content(kTemporary), kNoFile);
@@ -44,7 +44,7 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
     put_file(target, "old", 0640);
     {
         Replacement out(target, "/tmp/far.tmp");
-        out.write(std::string(20000, 'n'));  // in the temporary file already
+        out.write(std::string(kMostKept + 1, 'n'));  // in the temporary file already
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
