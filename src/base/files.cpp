@@ -246,9 +246,9 @@ void Replacement::write(std::string_view text) {
     line_open_ = text.back() != '\n';
     pending_ += text;
     if (pending_.size() <= kMostKept || in_preview()) return;
+    is_short_ = false;
     hand_on();
     pending_.clear();
-    is_short_ = false;
 }
 
 void Replacement::write_line(std::string_view text) {

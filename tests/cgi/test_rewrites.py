@@ -2,6 +2,8 @@
 
 from appliance import RECORD, SET_DNS, SETTINGS, WAN, octets
 
+SITES = "/usr/local/squid/etc/deny.list"
+
 # Changes a file where it is, at once and without making it longer or shorter.
 CHANGE = """#!/bin/sh
 text=$(< {path})
@@ -33,3 +35,17 @@ def test_a_command_may_change_what_the_request_has_read(appliance):
     result = appliance.save("nat_conn.htm", internet_access="unchecked",
                             access_method="WAN Port - Direct Connection")
     assert "/etc/ppp/ip-down eth2" in result.commands
+
+
+def test_of_a_long_list_what_stays_is_not_written_anew(appliance):
+    text = "".join(f"site{number}.example\n" for number in range(10_000))
+    appliance.write(SITES, text)
+    before = appliance.at(SITES).stat().st_ino
+    for todo, field, site, expected in (
+        ("del_selected", "banned_list", "none.example", text),
+        ("add_url", "new_url", "new.example", text + "new.example\n"),
+        ("del_selected", "banned_list", "new.example", text),
+    ):
+        appliance.post({"this_file": "sites_ban.htm", "todo": todo, field: site})
+        assert appliance.read(SITES) == expected
+        assert (appliance.at(SITES).stat().st_ino == before) == (site == "none.example")
