@@ -17,7 +17,7 @@ struct Kept {
     bool is_telling;
     bool is_doubted = false;
 
-    // The size tells, too: of what was changed in place within a tick of the clock, most.
+    // The size, too: of a file that was cut while it was read there is less.
     [[nodiscard]] bool is_of(const struct stat& status) const {
         return status.st_dev == device && status.st_ino == inode &&
                status.st_mtim.tv_sec == changed.tv_sec &&

@@ -46,8 +46,9 @@ void keep_text(const std::string& path, FileText text, const struct stat& status
 
 // True when the file was changed so long ago that its time is telling.
 bool is_time_telling(const struct stat& status);
-// Gives a file that was just written the time to the nanosecond, which no clock of a file system
-// tells twice, and takes its status. True when the file system keeps times so.
+// Gives a file that was just written the time to the nanosecond, and takes its status: a later
+// change gets its time from a clock that ticks, hence another one. True when the file system keeps
+// times so finely.
 bool tell_time(int fd, struct stat& status);
 
 // What is about to run may change any file.
