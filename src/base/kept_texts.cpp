@@ -55,7 +55,7 @@ FileText kept_text(const std::string& path) {
     if (found == kept.end()) return FileText();
     if (!found->is_doubted) return found->text;
     struct stat status {};
-    stat(path.c_str(), &status);  // of a file that has gone: none of any file
+    if (stat(path.c_str(), &status) != 0) status = {};  // of no file
     return text_if_of(found, status);
 }
 
