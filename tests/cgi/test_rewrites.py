@@ -2,6 +2,7 @@
 
 from appliance import RECORD, SET_DNS, SETTINGS, WAN, octets
 
+SERVICES = "/etc/rc.d/rc.service"
 SITES = "/usr/local/squid/etc/deny.list"
 
 # Changes a file where it is, at once and without making it longer or shorter.
@@ -35,6 +36,14 @@ def test_a_command_may_change_what_the_request_has_read(appliance):
     result = appliance.save("nat_conn.htm", internet_access="unchecked",
                             access_method="WAN Port - Direct Connection")
     assert "/etc/ppp/ip-down eth2" in result.commands
+
+
+def test_a_script_that_only_has_another_mode_gets_its_own_and_stays(appliance):
+    before = appliance.at(SERVICES).stat()
+    appliance.save("nat_conn.htm", enable_dmz="checked")
+    after = appliance.at(SERVICES).stat()
+    assert (before.st_mode & 0o777, after.st_mode & 0o777) == (0o755, 0o744)
+    assert after.st_ino == before.st_ino
 
 
 def test_of_a_long_list_what_stays_is_not_written_anew(appliance):
