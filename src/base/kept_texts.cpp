@@ -42,7 +42,7 @@ FileText text_if_of(std::vector<Kept>::iterator found, const struct stat& status
 
 FileText::FileText(std::string_view copied) : size_(copied.size()) {
     const auto bytes = std::make_shared_for_overwrite<char[]>(size_);
-    std::ranges::copy(copied, bytes.get());
+    copied.copy(bytes.get(), size_);
     bytes_ = bytes;
 }
 
