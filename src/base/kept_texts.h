@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // The text of a file, for as long as somebody holds it; false: there is no such file.
 class FileText {
