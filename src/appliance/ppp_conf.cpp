@@ -134,6 +134,33 @@ void read_user_server(UserServer& server, const UserServerKeys& keys, const Prof
     server.Port = static_cast<std::uint32_t>(GetProfileLong(keys.port, 0, file));
 }
 
+void read_stored(PPPConf& record, const Profile& file) {
+    read_lines(record, kLines, &file);
+    for (std::size_t i = 0; i < record.UD.size(); ++i)
+        read_user_server(record.UD[i], kUserServerKeys[i], &file);
+    read_lines(record, kLinesBehindUserServers, &file);
+}
+
+void copy_lines(const PPPConf& from, std::span<const Line> lines, PPPConf& to) {
+    for (const Line& line : lines)
+        std::visit([&](auto field) { to.*field = from.*field; }, line.field);
+}
+
+// All that the file has, and nothing of what a page works in.
+void copy_stored(const PPPConf& from, PPPConf& to) {
+    copy_lines(from, kLines, to);
+    for (std::size_t i = 0; i < to.UD.size(); ++i) {
+        const AddressText buffer = to.UD[i].IPBuf;
+        to.UD[i] = from.UD[i];
+        to.UD[i].IPBuf = buffer;
+    }
+    copy_lines(from, kLinesBehindUserServers, to);
+}
+
+// What the file said last: most requests ask for it several times.
+FileText known_text;
+PPPConf known;
+
 std::string as_text(int value) { return std::to_string(value); }
 std::string as_text(std::uint32_t value) { return std::to_string(value); }
 std::string_view as_text(std::string_view value) { return value; }
@@ -194,23 +221,24 @@ void Init_PPPConf() {
 
 int ReadPPPConfig(PPPConf* record) try {
     record->Changed = 0;
-    std::optional<Profile> file = Profile::open(PppConfFile);
-    if (!file) {
+    FileText text = file_text(PppConfFile);
+    if (!text) {
         Init_PPPConf();
-        file = Profile::open(PppConfFile);
+        text = file_text(PppConfFile);
     }
-    if (!file) {
+    if (!text) {
         Message message;
         GetErrMsgByIndex(Msg::CannotOpenFile, message, PppConfFile);
         log_line("%s", message.view());
         return 1;
     }
-    read_lines(*record, kLines, &*file);
+    if (!text.is(known_text)) {
+        read_stored(known, Profile(text));
+        known_text = std::move(text);
+    }
+    copy_stored(known, *record);
     // The appliance settings own it; what this file has is a copy that is never read back.
     GetDNS(record->DNS);
-    for (std::size_t i = 0; i < record->UD.size(); ++i)
-        read_user_server(record->UD[i], kUserServerKeys[i], &*file);
-    read_lines(*record, kLinesBehindUserServers, &*file);
     record->NatEnable = PortEnabled();
     return 0;
 } catch (const Unreadable&) {

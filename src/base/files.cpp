@@ -28,9 +28,11 @@ std::string hidden_name_beside(const std::string& path) {
 // Opens a file that did not exist a moment ago: whatever stood there is removed, nothing is
 // followed.
 Descriptor open_anew(const std::string& path) {
-    if (unlink(path.c_str()) != 0 && errno != ENOENT) return Descriptor();
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    return Descriptor(open(path.c_str(), kFlags, kSecretMode));
+    Descriptor file(open(path.c_str(), kFlags, kSecretMode));
+    if (!file.is_open() && errno == EEXIST && unlink(path.c_str()) == 0)
+        file.reset(open(path.c_str(), kFlags, kSecretMode));
+    return file;
 }
 
 // Copies so many bytes from where `from` stands.
@@ -48,20 +50,6 @@ bool copy_bytes(int from, int to, off_t size) {
 // Only root may give files away; an ordinary user's files stay the user's.
 bool give(int fd, uid_t owner, gid_t group) {
     return fchown(fd, owner, group) == 0 || errno == EPERM || errno == EINVAL;
-}
-
-// Copies a finished temporary file beside the target, with its owner and mode, flushed to disk.
-bool copy_beside(const std::string& temporary, const std::string& beside) {
-    const Descriptor from(open(temporary.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    if (!from.is_open() || fstat(from.get(), &status) != 0) return false;
-    Descriptor to = open_anew(beside);
-    const bool good = to.is_open() && copy_bytes(from.get(), to.get(), status.st_size) &&
-                      give(to.get(), status.st_uid, status.st_gid) &&
-                      fchmod(to.get(), status.st_mode & 07777) == 0 && fsync(to.get()) == 0;
-    if (to.reset() && good) return true;
-    unlink(beside.c_str());
-    return false;
 }
 
 bool allow(const std::string&) { return true; }
@@ -105,22 +93,6 @@ void flush_later(const std::string& path) {
 
 namespace {
 
-// The longest file whose text is kept. All settings, scripts and templates are shorter.
-constexpr std::size_t kMostKept = 65536;
-
-struct Kept {
-    std::string path;
-    FileText text;
-};
-
-// Older than all that is registered to run when the process exits, which may read files, too.
-std::vector<Kept> kept;
-
-FileText find_kept(const std::string& path) {
-    const auto found = std::ranges::find(kept, path, &Kept::path);
-    return found == kept.end() ? FileText() : found->text;
-}
-
 // Reads at most so many bytes of a file; returns how many came before its end.
 std::size_t read_up_to(const Descriptor& file, const std::string& path, std::span<char> out) {
     std::size_t size = 0;
@@ -159,42 +131,28 @@ Source source_of(const std::string& path) {
     const ForeseenFile* const foreseen = foreseen_file(path);
     if (foreseen) source.text = foreseen->text;
     if (foreseen && (foreseen->text || !foreseen->exists)) return source;
-    source.text = find_kept(path);
+    source.text = kept_text(path);
     if (source.text) return source;
-    off_t size = 0;
-    source.file = open_regular(path, O_RDONLY, size);
+    struct stat status {};
+    source.file = open_regular(path, O_RDONLY, status);
     if (!source.file.is_open()) {
         if (!means_missing(errno)) fail_to_read(path);
         return source;
     }
-    source.size = static_cast<std::size_t>(size);
-    // What the kernel makes up as it is read has no size.
-    if (source.size > kMostKept || path.find("/tmp/") != path.npos || path.starts_with("/proc/"))
-        return source;
+    source.size = static_cast<std::size_t>(status.st_size);
+    if (!may_be_kept(path, source.size)) return source;
     source.text = read_whole(source.file, path, source.size);
     source.file.reset();
-    kept.push_back({path, source.text});
+    keep_text(path, source.text, status, is_time_telling(status));
     return source;
 }
 
 }  // namespace
 
-FileText::FileText(std::string_view copied) : size_(copied.size()) {
-    const auto bytes = std::make_shared_for_overwrite<char[]>(size_);
-    std::ranges::copy(copied, bytes.get());
-    bytes_ = bytes;
-}
-
 FileText file_text(const std::string& path) {
     const Source source = source_of(path);
     return source.file.is_open() ? read_whole(source.file, path, source.size) : source.text;
 }
-
-void forget_file(const std::string& path) {
-    std::erase_if(kept, [&](const Kept& file) { return file.path == path; });
-}
-
-void forget_files() { kept.clear(); }
 
 LineReader::LineReader(const std::string& path, std::size_t limit) : path_(path), limit_(limit) {
     Source source = source_of(path);
@@ -269,21 +227,14 @@ Replacement::Replacement(const std::string& target, std::string temporary, mode_
       target_(behind_links(target)),
       temporary_(target_ == target ? std::move(temporary) : ""),
       hidden_(temporary_.empty()),
-      mode_(mode),
-      owner_(geteuid()),
-      group_(getegid()) {
+      mode_(mode) {
     if (hidden_) temporary_ = hidden_name_beside(target_);
-    // A file that can be seen but not opened is replaced all the same: its bytes are not wanted.
-    struct stat old {};
-    if (stat_seen(target_, old) != 0) {
-        if (!means_missing(errno)) state_ = fail(Written::unreadable);
-        if (mode_ == kKeepMode) mode_ = kPlainMode;
-        return;
-    }
-    owner_ = old.st_uid;
-    group_ = old.st_gid;
-    if (mode_ == kKeepMode) mode_ = old.st_mode & 07777;
-    if (!in_preview()) old_ = open_regular(target_, O_RDONLY);
+    has_old_ = stat_seen(target_, status_) == 0;
+    if (!has_old_ && !means_missing(errno)) state_ = fail(Written::unreadable);
+    owner_ = has_old_ ? status_.st_uid : geteuid();
+    group_ = has_old_ ? status_.st_gid : getegid();
+    if (mode_ == kKeepMode) mode_ = has_old_ ? status_.st_mode & 07777 : kPlainMode;
+    if (has_old_ && !in_preview()) old_text_ = kept_text(name_, status_);
 }
 
 Replacement::~Replacement() {
@@ -294,7 +245,10 @@ void Replacement::write(std::string_view text) {
     if (text.empty()) return;
     line_open_ = text.back() != '\n';
     pending_ += text;
-    if (pending_.size() >= kBlock && !in_preview()) flush_pending();
+    if (pending_.size() <= kMostKept || in_preview()) return;
+    is_short_ = false;
+    hand_on();
+    pending_.clear();
 }
 
 void Replacement::write_line(std::string_view text) {
@@ -307,25 +261,38 @@ void Replacement::end_line() {
 }
 
 // Hands on what was written: as long as the old file says the same, nowhere.
-void Replacement::flush_pending() {
-    if (state_ == Written::done && !file_.is_open()) {
-        if (equals_old_bytes()) {
-            equal_ += static_cast<off_t>(pending_.size());
-            pending_.clear();
-            return;
-        }
-        leave_old_bytes();
+void Replacement::hand_on() {
+    if (state_ != Written::done || pending_.empty()) return;
+    if (!file_.is_open() && equals_old_bytes()) {
+        equal_ += pending_.size();
+        return;
     }
+    if (!file_.is_open()) leave_old_bytes();
     if (state_ == Written::done && !write_all(file_.get(), pending_))
         state_ = fail(Written::not_written);
-    pending_.clear();
+}
+
+// A file that can be seen but not opened is replaced all the same: its bytes are not wanted.
+bool Replacement::knows_old() {
+    if (!has_old_ || old_text_ || old_.is_open()) return has_old_;
+    old_ = open_regular(target_, O_RDONLY, status_);
+    return has_old_ = old_.is_open();
 }
 
 bool Replacement::equals_old_bytes() {
-    if (!old_.is_open()) return false;
+    // Of a short text all is there, and the old one need not be read when it is longer or shorter.
+    if (is_short_ && !has_old_size(pending_.size())) return false;
+    if (!knows_old()) return false;
+    if (old_text_) return old_text_.view().substr(equal_, pending_.size()) == pending_;
     std::string bytes(pending_.size(), '\0');
-    const ssize_t got = pread(old_.get(), bytes.data(), bytes.size(), equal_);
+    const ssize_t got = read_at(old_.get(), static_cast<off_t>(equal_), bytes.data(), bytes.size());
     return got == static_cast<ssize_t>(bytes.size()) && bytes == pending_;
+}
+
+bool Replacement::copy_equal_bytes() {
+    if (old_text_) return write_all(file_.get(), old_text_.view().substr(0, equal_));
+    return lseek(old_.get(), 0, SEEK_SET) == 0 &&
+           copy_bytes(old_.get(), file_.get(), static_cast<off_t>(equal_));
 }
 
 // Begins the temporary file with the bytes that were the same so far.
@@ -334,20 +301,17 @@ void Replacement::leave_old_bytes() {
     removable_ = file_.is_open();
     if (!file_.is_open())
         state_ = fail(Written::no_temporary);
-    else if (equal_ > 0 &&
-             (lseek(old_.get(), 0, SEEK_SET) != 0 || !copy_bytes(old_.get(), file_.get(), equal_)))
+    else if (equal_ > 0 && !copy_equal_bytes())
         state_ = fail(Written::not_written);
     old_.reset();
 }
 
 Written Replacement::install() {
     if (in_preview()) return foresee();
-    if (!pending_.empty()) flush_pending();
+    hand_on();
     if (state_ != Written::done) return state_;
     if (!file_.is_open()) {
-        struct stat old {};
-        if (old_.is_open() && fstat(old_.get(), &old) == 0 && old.st_size == equal_)
-            return adopt_mode();
+        if (knows_old() && has_old_size(equal_)) return adopt_mode();
         leave_old_bytes();
         if (state_ != Written::done) return state_;
     }
@@ -362,7 +326,7 @@ Replacement Replacement::for_new(const std::string& target, mode_t mode) {
 
 Written Replacement::create() {
     if (in_preview()) return exists(target_) ? Written::done : foresee();
-    if (!pending_.empty()) flush_pending();
+    hand_on();
     if (state_ == Written::done && !file_.is_open()) leave_old_bytes();
     if (state_ != Written::done) return state_;
     const bool good = fchmod(file_.get(), mode_) == 0 && fsync(file_.get()) == 0;
@@ -378,22 +342,41 @@ Written Replacement::create() {
 
 // The content is what it was.
 Written Replacement::adopt_mode() {
-    struct stat old {};
-    if (fstat(old_.get(), &old) != 0) return fail(Written::unreadable);
-    if ((old.st_mode & 07777) == mode_) return Written::done;
-    const bool changed = may_change(target_) && fchmod(old_.get(), mode_) == 0;
+    if (!old_text_) {
+        is_telling_ = is_time_telling(status_);
+        keep_new_text();
+    }
+    if ((status_.st_mode & 07777) == mode_) return Written::done;
+    if (!old_.is_open()) old_ = open_regular(target_, O_WRONLY);
+    const bool changed = old_.is_open() && may_change(target_) && fchmod(old_.get(), mode_) == 0;
     return changed ? Written::done : fail(Written::not_written);
 }
 
-Written Replacement::put_in_place() {
-    const int fd = file_.get();
+// Gives a new file all but its name, and has it on disk.
+bool Replacement::finish(Descriptor& file) {
+    const int fd = file.get();
+    is_telling_ = tell_time(fd, status_);
     const bool good = give(fd, owner_, group_) && fchmod(fd, mode_) == 0 && fsync(fd) == 0;
-    if (!file_.reset() || !good) return fail(Written::not_written);
-    if (!may_change(target_)) return fail(Written::not_written);
+    return file.reset() && good;
+}
+
+// Copies the finished temporary file to where it can be renamed.
+bool Replacement::copy_beside(const std::string& beside) {
+    const Descriptor from(open(temporary_.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!from.is_open() || fstat(from.get(), &status) != 0) return false;
+    Descriptor to = open_anew(beside);
+    if (to.is_open() && copy_bytes(from.get(), to.get(), status.st_size) && finish(to)) return true;
+    unlink(beside.c_str());
+    return false;
+}
+
+Written Replacement::put_in_place() {
+    if (!finish(file_) || !may_change(target_)) return fail(Written::not_written);
     bool renamed = rename(temporary_.c_str(), target_.c_str()) == 0;
     if (!renamed && errno == EXDEV) {
         const std::string beside = hidden_name_beside(target_);
-        if (!copy_beside(temporary_, beside)) return fail(Written::not_written);
+        if (!copy_beside(beside)) return fail(Written::not_written);
         renamed = rename(beside.c_str(), target_.c_str()) == 0;
         const int reason = errno;
         unlink(renamed ? temporary_.c_str() : beside.c_str());
@@ -402,8 +385,14 @@ Written Replacement::put_in_place() {
     removable_ = !renamed && hidden_;
     if (!renamed) return fail(Written::not_renamed);
     for (const std::string& name : {name_, target_}) forget_file(name);
+    keep_new_text();
     flush_later(target_);
     return Written::done;
+}
+
+void Replacement::keep_new_text() {
+    if (is_short_ && may_be_kept(name_, pending_.size()))
+        keep_text(name_, FileText(pending_), status_, is_telling_);
 }
 
 Written Replacement::foresee() {

@@ -7,13 +7,13 @@
 #include <cstddef>
 #include <cstdio>
 #include <limits>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/failures.h"
 #include "base/io.h"
+#include "base/kept_texts.h"
 #include "base/written.h"
 
 // Modes of new files.
@@ -22,33 +22,12 @@ inline constexpr mode_t kSecretMode = 0600;  // everything that passwords stand 
 
 // ---- reading; what is there and cannot be read throws Unreadable ----
 //
-// A file is read once: its text is kept, unless it is long or lies in a folder "tmp", where others
-// leave what they say. So all parts of a request see the same content, until the request itself
-// changes the file or runs a command.
-
-// The text of a file, for as long as somebody holds it; false: there is no such file.
-class FileText {
-public:
-    FileText() = default;
-    FileText(std::shared_ptr<const char[]> bytes, std::size_t size)
-        : bytes_(std::move(bytes)), size_(size) {}
-    explicit FileText(std::string_view copied);
-
-    explicit operator bool() const { return bytes_ != nullptr; }
-    [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
-
-private:
-    std::shared_ptr<const char[]> bytes_;
-    std::size_t size_ = 0;
-};
+// A file is read once: its text is kept (kept_texts.h), unless it is long. So all parts of a
+// request see the same content, until the request itself changes the file or runs a command that
+// does.
 
 // The whole text of a file.
 FileText file_text(const std::string& path);
-
-// Forgets the text of a file that has changed, or all of them: run() does, as what it runs changes
-// files.
-void forget_file(const std::string& path);
-void forget_files();
 
 // Reads a text file in pieces: a line with its line end, or, where the line is longer than the
 // limit, so many characters of it at a time.
@@ -138,11 +117,19 @@ public:
     static Replacement for_new(const std::string& target, mode_t mode);
 
 private:
-    void flush_pending();
+    void hand_on();
+    bool knows_old();
+    [[nodiscard]] bool has_old_size(std::size_t size) const {
+        return static_cast<std::size_t>(status_.st_size) == size;
+    }
     bool equals_old_bytes();
+    bool copy_equal_bytes();
     void leave_old_bytes();
+    bool finish(Descriptor& file);
+    bool copy_beside(const std::string& beside);
     Written put_in_place();
     Written adopt_mode();
+    void keep_new_text();
     Written foresee();
     Written fail(Written how);
 
@@ -153,10 +140,15 @@ private:
     mode_t mode_;
     uid_t owner_;
     gid_t group_;
-    Descriptor old_;       // while what was written equals its beginning
-    off_t equal_ = 0;      // so many bytes do
-    Descriptor file_;      // the temporary file, from the first difference on
-    std::string pending_;  // written, but not compared or flushed yet
+    bool has_old_;
+    struct stat status_ {};    // of the old file, later of the new one
+    bool is_telling_ = false;  // its time (kept_texts.h)
+    FileText old_text_;        // where it is known
+    Descriptor old_;           // else the old file, while what was written equals its beginning
+    std::size_t equal_ = 0;    // so many bytes do
+    Descriptor file_;          // the temporary file, from the first difference on
+    std::string pending_;      // written, but not compared or handed on yet: of a short text, all
+    bool is_short_ = true;
     bool line_open_ = false;
     bool removable_ = false;  // a temporary file is there, of no use to anybody
     Written state_ = Written::done;

@@ -74,7 +74,11 @@ std::string format_text(std::string_view format, const FormatArg& a, const Forma
     const std::array<const FormatArg*, 3> arguments = {&a, &b, &c};
     std::size_t used = 0;
     std::string out;
-    while (!format.empty()) {
+    for (;;) {
+        const std::size_t plain = std::min(format.find('%'), format.size());
+        out += format.substr(0, plain);
+        format.remove_prefix(plain);
+        if (format.empty()) return out;
         if (format.starts_with("%%")) {
             out += '%';
             format.remove_prefix(2);
@@ -92,5 +96,4 @@ std::string format_text(std::string_view format, const FormatArg& a, const Forma
             out += directive.written;
         format.remove_prefix(directive.written.size());
     }
-    return out;
 }

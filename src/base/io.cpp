@@ -30,18 +30,24 @@ bool Descriptor::reset(int fd) {
 }
 
 Descriptor open_regular(const std::string& path, int flags) {
-    off_t size = 0;
-    return open_regular(path, flags, size);
+    struct stat status {};
+    return open_regular(path, flags, status);
 }
 
 Descriptor open_regular(const std::string& path, int flags, off_t& size) {
+    struct stat status {};
+    Descriptor file = open_regular(path, flags, status);
+    size = status.st_size;
+    return file;
+}
+
+Descriptor open_regular(const std::string& path, int flags, struct stat& status) {
     // A pipe that somebody has put in a file's place would keep the request waiting.
     flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     Descriptor file(open(path.c_str(), flags | O_NOFOLLOW));
     if (!file.is_open() && errno == ELOOP && !others_may_write(folder_of(path)))
         file.reset(open(path.c_str(), flags));
     if (!file.is_open()) return file;
-    struct stat status {};
     int reason = 0;
     if (fstat(file.get(), &status) != 0)
         reason = errno;
@@ -49,7 +55,6 @@ Descriptor open_regular(const std::string& path, int flags, off_t& size) {
         reason = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
     else if (may_be_a_strangers(path, status))
         reason = EPERM;
-    size = status.st_size;
     if (reason != 0) {
         file.reset();
         errno = reason;

@@ -2,6 +2,7 @@
 // promises.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/uio.h>
 
@@ -45,6 +46,8 @@ Descriptor open_regular(const std::string& path, int flags);
 // The same, and how many bytes the file has now; 0 also for one that the kernel makes up as it is
 // read.
 Descriptor open_regular(const std::string& path, int flags, off_t& size);
+// The same, and all that fstat(2) says of the file.
+Descriptor open_regular(const std::string& path, int flags, struct stat& status);
 
 // Where the file itself lies: behind a link, and the links behind that, as far as each lies in a
 // folder that only the program's own user may write. Firmware images keep files on flash so.

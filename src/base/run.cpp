@@ -215,13 +215,13 @@ int status_at_once(pid_t pid) {
 
 int run(const CommandLine& command, std::string_view word) {
     tell_progress(name_of_program(command));
+    doubt_files();
     const ChildSignal signal;
     const Deadline deadline(command.limit);
     const pid_t pid = spawn(command, word, -1, signal.before());
     const int status =
         pid < 0 ? status_of_none(command) : status_of(pid, command, deadline, signal);
     tell_progress("");
-    forget_files();
     return status;
 }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -49,7 +50,7 @@ public:
 
     [[nodiscard]] bool empty() const { return bytes_[0] == '\0'; }
     [[nodiscard]] const char* c_str() const { return bytes_.data(); }
-    [[nodiscard]] std::string_view view() const { return {bytes_.data()}; }
+    [[nodiscard]] std::string_view view() const { return {c_str(), std::strlen(c_str())}; }
     operator std::string_view() const { return view(); }  // NOLINT: read anywhere as a text
     // For a function that fills it: copy_text and what ends a text as it does.
     std::span<char> buffer() { return bytes_; }

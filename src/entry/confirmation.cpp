@@ -14,6 +14,7 @@
 #include "base/failures.h"
 #include "base/format.h"
 #include "base/journal.h"
+#include "base/kept_texts.h"
 #include "base/overlay.h"
 #include "base/turn.h"
 #include "base/waiting.h"
@@ -76,6 +77,7 @@ void take_back_when_over(const Waiting& waiting) {
     Turn turn = Turn::not_in_time;
     const Request request = {.page = "history.htm", .todo = "take_back", .user = {}, .address = {}};
     forget_waiting();
+    forget_files();  // whoever has changed them meanwhile
     while (must_recover() && turn == Turn::not_in_time) turn = take_turn(request, kHour);
     Message message;  // nobody reads it; the history tells
     if (turn == Turn::taken && chdir(working_folder.c_str()) == 0) (void)recover(message);

@@ -42,9 +42,10 @@ public:
         if (is_stale()) return show_refusal_with("409 Conflict");
         const bool is_save = std::string_view(todo_) == "save";
         const bool accepted = is_save ? set_group() : set_page();
+        const bool succeeded = accepted && run_actions();
         flush_folders();
         if (!accepted) return show_refusal();
-        return run_actions() ? show_next_page() : show_failed_action();
+        return succeeded ? show_next_page() : show_failed_action();
     }
 
 private:
@@ -207,7 +208,6 @@ private:
         for (const auto& head : heads_)
             for (const ProcNode* node = head.get(); node; node = node->next.get())
                 if (!run_action(*node)) return false;
-        flush_folders();
         return true;
     }
 

@@ -171,11 +171,10 @@ void parse_body(FormList& list) {
         parse_fields(body, list);
 }
 
-// The fields with that key: they stand side by side.
-std::span<const FormEntry> fields_of(const FormList& list, std::string_view key) {
+// The fields from the first one with that key on: all of them stand side by side.
+std::span<const FormEntry> fields_from(const FormList& list, std::string_view key) {
     const auto key_of = [](const FormEntry& entry) { return std::string_view(entry.key); };
-    const auto first = std::ranges::lower_bound(list.nodes, key, {}, key_of);
-    return {first, std::ranges::upper_bound(first, list.nodes.end(), key, {}, key_of)};
+    return {std::ranges::lower_bound(list.nodes, key, {}, key_of), list.nodes.end()};
 }
 
 }  // namespace
@@ -243,15 +242,18 @@ void parse_data_keyvalue(FormEntry& entry, std::span<char> piece) {
 
 const char* find_val(const FormList* list, std::string_view key) {
     if (!list) return nullptr;
-    const auto fields = fields_of(*list, key);
-    return fields.empty() ? nullptr : fields.front().value;
+    const auto fields = fields_from(*list, key);
+    return fields.empty() || key != fields.front().key ? nullptr : fields.front().value;
 }
 
 std::size_t find_val_multi(const FormList* list, std::string_view key,
                            std::vector<const char*>& out) {
     out.clear();
-    if (list)
-        for (const FormEntry& entry : fields_of(*list, key)) out.push_back(entry.value);
+    if (!list) return 0;
+    for (const FormEntry& entry : fields_from(*list, key)) {
+        if (key != entry.key) break;
+        out.push_back(entry.value);
+    }
     return out.size();
 }
 

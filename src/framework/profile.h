@@ -36,6 +36,7 @@ public:
     // Nothing when there is no such file; one that cannot be read throws Unreadable (files.h).
     static std::optional<Profile> open(const std::string& path);
     explicit Profile(std::string_view printed) : Profile(FileText(printed)) {}
+    explicit Profile(FileText text);
     [[nodiscard]] std::span<const Line> lines() const { return lines_; }
     // The first line of the file whose text before "=" begins so; null when there is none.
     [[nodiscard]] const Line* find(std::string_view beginning) const;
@@ -45,7 +46,6 @@ private:
     static std::size_t beginning_of(char first) {
         return static_cast<unsigned char>(first) % kBeginnings;
     }
-    explicit Profile(FileText text);
     FileText text_;
     std::vector<Line> lines_;
     std::array<std::size_t, kBeginnings> first_;  // of the lines that begin alike

@@ -9,7 +9,7 @@
 
 namespace {
 
-const std::string kMuch(20000, 'n');  // more than is gathered before it is written
+const std::string kMuch(kMostKept + 1, 'n');  // more than is gathered before it is written
 
 TEST_F(Root, TemporaryFilesAreForRootAlone) {
     const std::string temporary = "/etc/target.new";
