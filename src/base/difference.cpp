@@ -133,7 +133,7 @@ std::string unified_difference(std::string_view before, std::string_view after) 
         const auto at = static_cast<std::size_t>(change - steps.begin());
         const std::size_t first = std::max(shown, at - std::min(at, kAround));
         std::size_t last = at;
-        for (std::size_t i = at; i < steps.size() && i <= last + 2 * kAround; ++i)
+        for (std::size_t i = at; i < steps.size() && i <= last + 2 * kAround + 1; ++i)
             if (changes(steps[i])) last = i;
         const std::size_t end = std::min(last + kAround + 1, steps.size());
         for (; shown < first; ++shown) ++old_line, ++new_line;
