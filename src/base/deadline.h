@@ -11,10 +11,11 @@ int milliseconds_of_a_second();
 // A moment so many seconds from now, by the kernel's clock, which nobody sets.
 class Deadline {
 public:
-    explicit Deadline(int seconds) : end_(now() + long{seconds} * milliseconds_of_a_second()) {}
+    explicit Deadline(int seconds)
+        : end_(now() + static_cast<long long>(seconds) * milliseconds_of_a_second()) {}
 
     [[nodiscard]] int milliseconds_left() const {
-        return static_cast<int>(std::max(end_ - now(), 0L));
+        return static_cast<int>(std::max(end_ - now(), 0LL));
     }
 
     // The end of the next of so many equal parts of what is left.
@@ -25,10 +26,10 @@ public:
     }
 
 private:
-    static long now() {
+    static long long now() {
         timespec time{};
         clock_gettime(CLOCK_MONOTONIC, &time);
-        return static_cast<long>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+        return static_cast<long long>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
     }
-    long end_;
+    long long end_;  // a long of 32 bits would be over after 24 days
 };

@@ -1,7 +1,6 @@
 #include "base/words.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <limits>
 #include <string>
 
@@ -37,11 +36,8 @@ std::string_view without_line_end(std::string_view line) {
 }
 
 std::string_view take_word(std::string_view& rest, std::string_view separators) {
-    std::uint64_t set = 0;  // a bit for each
-    for (const char c : separators) set |= std::uint64_t{1} << c;
-    const auto separates = [set](char c) {
-        const auto code = static_cast<unsigned char>(c);
-        return code < 64 && (set >> code & 1) != 0;
+    const auto separates = [&](char c) {
+        return std::ranges::find(separators, c) != separators.end();
     };
     const auto begin = std::find_if_not(rest.begin(), rest.end(), separates);
     const auto end = std::find_if(begin, rest.end(), separates);

@@ -17,8 +17,8 @@ std::string_view TrancateSpace(std::string_view text);
 // The line without all carriage returns and line feeds at its end.
 std::string_view without_line_end(std::string_view line);
 
-// Takes the next word off the front of `rest`, words being separated by `separators`, of which each
-// is a sign, digit or blank, so comes before "@" in ASCII. Empty: no more.
+// Takes the next word off the front of `rest`, words being separated by `separators`; empty: no
+// more.
 std::string_view take_word(std::string_view& rest, std::string_view separators = " \t\r\n");
 
 // The first word of a text; empty when it has none.
