@@ -12,6 +12,7 @@
 
 #include "base/failures.h"
 #include "base/files.h"
+#include "base/replacement.h"
 #include "framework/html-lib.h"
 
 namespace {

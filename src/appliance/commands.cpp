@@ -5,10 +5,10 @@
 
 #include <algorithm>
 
-#include "base/files.h"
 #include "base/format.h"
 #include "base/journal.h"
 #include "base/overlay.h"
+#include "base/replacement.h"
 
 namespace {
 

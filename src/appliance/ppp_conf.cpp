@@ -11,6 +11,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "framework/msgfile.h"
 #include "framework/profile.h"

@@ -6,6 +6,7 @@
 #include "base/files.h"
 #include "base/format.h"
 #include "base/quote.h"
+#include "base/replacement.h"
 
 int save_secret(const char* file, const char* tmpfile, const char* user, const char* password,
                 const char* tag) {

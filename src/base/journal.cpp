@@ -20,6 +20,7 @@
 #include "base/files.h"
 #include "base/format.h"
 #include "base/io.h"
+#include "base/replacement.h"
 #include "base/waiting.h"
 #include "base/words.h"
 

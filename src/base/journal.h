@@ -1,6 +1,6 @@
 // The change that a request makes is kept, so that it can be taken back: by whoever looks at the
 // history, and by the next request where a crash has left it half made. All that changes a file of
-// the settings or what is in force passes here: files.h and commands.h.
+// the settings or what is in force passes here: replacement.h and commands.h.
 //
 // A folder in /var/lib/quillstead-admin/changes, where there is one; otherwise nothing is kept:
 //

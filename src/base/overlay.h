@@ -1,7 +1,7 @@
 // A preview of what a request would do: from begin_preview() to end_preview() nothing that it does
 // reaches the appliance. What it writes is kept in the memory of the process, where nobody else can
-// read it and of which nothing stays, however the process ends; files.h writes there and reads from
-// there. Commands and signals that act (commands.h) are noted in their order.
+// read it and of which nothing stays, however the process ends; replacement.h writes there, and
+// files.h reads from there. Commands and signals that act (commands.h) are noted in their order.
 #pragma once
 
 #include <sys/stat.h>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/files.h"
+#include "base/written.h"
 
 void begin_preview();
 // Forgets what would be as it is on the disk.
@@ -36,7 +37,7 @@ std::vector<ForeseenFile>& foreseen_files();
 void foresee_command(std::string text);
 const std::vector<std::string>& foreseen_commands();
 
-// ---- the files in a preview, for files.h ----
+// ---- the files in a preview, for files.h and replacement.h ----
 
 // The file of that name, or what a link of that name leads to, as it is in the preview; null when
 // it is as on the disk.
@@ -45,8 +46,8 @@ const ForeseenFile* foreseen_file(const std::string& path);
 // stat(2) of a file as this request sees it.
 int stat_seen(const std::string& path, struct stat& status);
 
-// What the functions of files.h would come to, as far as that can be told without doing it: whether
-// there is room is not known. Their failures are noted.
+// What the functions of replacement.h would come to, as far as that can be told without doing it:
+// whether there is room is not known. Their failures are noted.
 Written foresee_text(ForeseenFile file, const std::string& temporary);
 Written foresee_cut(const std::string& path);
 Written foresee_removal(const std::string& path);

@@ -21,6 +21,7 @@
 #include "base/files.h"
 #include "base/format.h"
 #include "base/journal.h"
+#include "base/replacement.h"
 #include "base/turn.h"
 #include "base/words.h"
 #include "framework/html-lib.h"

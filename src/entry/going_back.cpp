@@ -7,6 +7,7 @@
 #include "appliance/links.h"
 #include "base/failures.h"
 #include "base/files.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "entry/page_table.h"
 

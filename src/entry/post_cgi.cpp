@@ -12,6 +12,7 @@
 #include "base/journal.h"
 #include "base/json.h"
 #include "base/log.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "entry/confirmation.h"
 #include "entry/page_table.h"

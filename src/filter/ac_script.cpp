@@ -7,6 +7,7 @@
 #include "appliance/links.h"
 #include "base/files.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "filter/ac_lists.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "filter/firewall_records.h"
 #include "filter/script_lines.h"

@@ -7,6 +7,7 @@
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "framework/entries.h"
 #include "framework/msgfile.h"

@@ -14,6 +14,7 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "filter/firewall.h"
 #include "filter/firewall_records.h"

@@ -5,6 +5,7 @@
 
 #include "base/files.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/text.h"
 #include "framework/entries.h"
 #include "framework/settings.h"

@@ -1,8 +1,8 @@
 #include "filter/web_redirect.h"
 
 #include "appliance/links.h"
-#include "base/files.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "filter/filterconf.h"
 #include "filter/script_lines.h"
 

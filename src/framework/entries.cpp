@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/files.h"
+#include "base/replacement.h"
 #include "base/text.h"
 #include "base/words.h"
 #include "framework/settings.h"

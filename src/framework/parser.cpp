@@ -18,6 +18,7 @@
 #include "framework/msgfile.h"
 #include "framework/page_data.h"
 #include "framework/page_text.h"
+#include "framework/places_by_name.h"
 
 int warn_no = 0;
 
@@ -37,57 +38,19 @@ std::span<const CommonKey> common_keys;
 enum Own { kMessage, kBusy, kSeen, kChange };
 constexpr std::array<std::string_view, 4> kOwnNames = {"message", "busy", "seen", "change"};
 
-// Where what has a name is found: the overview looks up two hundred of them. What the engine gives
-// comes first, then the keys of every page, then the rows of the page's key table; of several that
-// have the same name the first counts.
-class NameIndex {
-public:
-    void build() {
-        common_ = static_cast<int>(kOwnNames.size());
-        rows_ = common_ + static_cast<int>(common_keys.size());
-        next_.resize(static_cast<std::size_t>(rows_) + KeyFunTab.size());
-        first_.fill(kNone);
-        for (int place = static_cast<int>(next_.size()); place-- > 0;) {
-            int& first = first_[bucket_of(name_at(place))];
-            next_[static_cast<std::size_t>(place)] = std::exchange(first, place);
-        }
-    }
-    // The first place with that name, not before `least`; or -1.
-    [[nodiscard]] int find(std::string_view name, int least = 0) const {
-        int place = next_.empty() ? kNone : first_[bucket_of(name)];
-        while (place != kNone && (place < least || !std::ranges::equal(name_at(place), name)))
-            place = next_[static_cast<std::size_t>(place)];
-        return place;
-    }
-    // Where the keys of every page begin, and the rows of the page's own table.
-    [[nodiscard]] int common() const { return common_; }
-    [[nodiscard]] int rows() const { return rows_; }
+// A page's markers name what the engine gives, the keys of every page, the rows of its key table.
+PlacesByName names;
+int first_common = 0;  // the places where the second and the third begin
+int first_row = 0;
 
-private:
-    static constexpr int kNone = -1;
-    static constexpr std::size_t kBuckets = 128;
-
-    // Names differ in their length, or in one of these characters.
-    static std::size_t bucket_of(std::string_view name) {
-        if (name.size() < 4) return name.size();
-        const auto at = [&](std::size_t i) { return static_cast<unsigned char>(name[i]); };
-        const std::size_t last = name.size() - 1;
-        return (name.size() + at(3) * 2u + at(last / 2) * 3u + at(last - 2) * 5u + at(last) * 7u) %
-               kBuckets;
-    }
-    [[nodiscard]] std::string_view name_at(int place) const {
-        if (place >= rows_) return KeyFunTab[static_cast<std::size_t>(place - rows_)].key;
-        if (place >= common_) return common_keys[static_cast<std::size_t>(place - common_)].name;
-        return kOwnNames[static_cast<std::size_t>(place)];
-    }
-
-    int common_ = 0;
-    int rows_ = 0;
-    std::array<int, kBuckets> first_;
-    std::vector<int> next_;  // of the same bucket
-};
-
-NameIndex names;
+void index_names() {
+    names.clear();
+    for (const std::string_view name : kOwnNames) names.add(name);
+    first_common = names.size();
+    for (const CommonKey& key : common_keys) names.add(key.name);
+    first_row = names.size();
+    for (const KeyGetter& row : KeyFunTab) names.add(row.key);
+}
 
 std::string message_text(int number) {
     Message text;
@@ -272,10 +235,10 @@ private:
         }
         const Marker marker = marker_of(text);
         const int place = names.find(marker.name);
-        if (place >= 0 && place < names.rows())
+        if (place >= 0 && place < first_row)
             show(text_on_every_page(place), marker);
         else
-            resolve_key(marker, place < 0 ? nullptr : row_getter(place - names.rows()));
+            resolve_key(marker, place < 0 ? nullptr : row_getter(place - first_row));
     }
 
     std::string text_on_every_page(int place) {
@@ -289,7 +252,7 @@ private:
             case kChange:
                 return own_change() ? std::to_string(own_change()) : "";
             default:
-                return common_keys[static_cast<std::size_t>(place - names.common())].text();
+                return common_keys[static_cast<std::size_t>(place - first_common)].text();
         }
     }
 
@@ -379,7 +342,7 @@ const Expander* page_in_work = nullptr;
 void expand(Expander& page, std::span<const KeyGetter> keys, std::span<const ArrayFun> arrays) {
     KeyFunTab = keys;
     ArrayFunTab = arrays;
-    names.build();
+    index_names();
     page_in_work = &page;
     page.run();
     page_in_work = nullptr;
@@ -434,8 +397,8 @@ int render_page(const char* path, std::span<const KeyGetter> keys, std::span<con
 }
 
 int GetKeyFunIndex(std::string_view name) {
-    const int place = names.find(name, names.rows());
-    return place < 0 ? place : place - names.rows();
+    const int place = names.find(name, first_row);
+    return place < 0 ? place : place - first_row;
 }
 
 int GetArrayFunIndex(std::string_view name) {

@@ -8,6 +8,7 @@
 
 #include "base/files.h"
 #include "base/format.h"
+#include "base/replacement.h"
 #include "base/words.h"
 
 namespace {

@@ -4,7 +4,7 @@
 // it.
 //
 // Out texts are spans of which at most size - 1 characters are filled, followed by a NUL.
-// Every rewrite replaces the file as a whole (files.h); a failed one leaves the old file.
+// Every rewrite replaces the file as a whole (replacement.h); a failed one leaves the old file.
 #pragma once
 
 #include <array>

@@ -6,6 +6,7 @@
 #include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/text.h"
 #include "base/words.h"
 

@@ -1,5 +1,6 @@
 // Space-separated settings files, as the filtering proxy has them: key, blank, value, and "#"
-// comments. Every rewrite replaces the file as a whole (files.h); a failed one leaves the old file.
+// comments. Every rewrite replaces the file as a whole (replacement.h); a failed one leaves the old
+// file.
 #pragma once
 
 #include <array>

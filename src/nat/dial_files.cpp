@@ -13,6 +13,7 @@
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/replacement.h"
 #include "framework/html-lib.h"
 
 namespace {

@@ -14,11 +14,11 @@
 
 #include "appliance/commands.h"
 #include "appliance/ppp_conf.h"
-#include "base/files.h"
 #include "base/format.h"
 #include "base/io.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "framework/entries.h"
 #include "framework/settings.h"

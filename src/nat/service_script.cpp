@@ -6,6 +6,7 @@
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "filter/firewall.h"
 #include "filter/script_lines.h"
 #include "framework/profile.h"

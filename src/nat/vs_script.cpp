@@ -5,10 +5,10 @@
 #include "appliance/commands.h"
 #include "appliance/links.h"
 #include "appliance/ppp_conf.h"
-#include "base/files.h"
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/replacement.h"
 #include "framework/profile.h"
 
 namespace {

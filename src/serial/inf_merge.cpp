@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "base/files.h"
 #include "base/format.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "framework/profile.h"
 #include "serial/modem_list.h"
 

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "base/replacement.h"
+
 namespace {
 
 constexpr std::size_t kLine = 82;  // characters that are read of a line at a time

@@ -17,6 +17,7 @@
 #include "base/files.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "framework/answer.h"
 #include "framework/page_room.h"

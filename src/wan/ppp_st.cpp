@@ -13,6 +13,7 @@
 #include "appliance/ppp_conf.h"
 #include "base/files.h"
 #include "base/paths.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "framework/answer.h"
 #include "framework/page_room.h"

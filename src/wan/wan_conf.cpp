@@ -11,6 +11,7 @@
 #include "base/format.h"
 #include "base/paths.h"
 #include "base/quote.h"
+#include "base/replacement.h"
 #include "base/words.h"
 #include "framework/profile.h"
 #include "nat/dial_files.h"

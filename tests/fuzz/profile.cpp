@@ -5,6 +5,7 @@
 #include <array>
 
 #include "base/files.h"
+#include "base/replacement.h"
 #include "framework/entries.h"
 #include "framework/profile.h"
 #include "framework/settings.h"

@@ -9,6 +9,7 @@
 
 #include "base/files.h"
 #include "base/overlay.h"
+#include "base/replacement.h"
 
 int main() {
     const int status = answer_request();

@@ -1,5 +1,5 @@
 // Temporary files while they are there, and targets on another file system.
-#include "base/files.h"
+#include "base/replacement.h"
 #include "root.h"
 
 #include <fcntl.h>
