@@ -45,6 +45,7 @@ int AppendEntries(const std::string& path, std::span<const std::string_view> ent
         bool is_listed;
     };
     std::vector<Entry> wanted;
+    wanted.reserve(entries.size());
     for (const std::string_view entry : entries) wanted.push_back({entry, false});
     std::ranges::sort(wanted, {}, &Entry::name);
     const auto find = [&](std::string_view name) {
