@@ -9,7 +9,8 @@
 
 namespace {
 
-const std::string kMuch(kMostKept + 1, 'n');  // more than is gathered before it is written
+// More than is gathered before it is written.
+const std::string kMuch(kMostKept + 1, 'n');  // NOLINT: made before main
 
 TEST_F(Root, TemporaryFilesAreForRootAlone) {
     const std::string temporary = "/etc/target.new";
