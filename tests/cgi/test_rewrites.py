@@ -49,12 +49,12 @@ def test_a_script_that_only_has_another_mode_gets_its_own_and_stays(appliance):
 def test_of_a_long_list_what_stays_is_not_written_anew(appliance):
     text = "".join(f"site{number}.example\n" for number in range(10_000))
     appliance.write(SITES, text)
-    before = appliance.at(SITES).stat().st_ino
     for todo, field, site, expected in (
         ("del_selected", "banned_list", "none.example", text),
         ("add_url", "new_url", "new.example", text + "new.example\n"),
         ("del_selected", "banned_list", "new.example", text),
     ):
+        before = appliance.at(SITES).stat().st_ino
         appliance.post({"this_file": "sites_ban.htm", "todo": todo, field: site})
         assert appliance.read(SITES) == expected
         assert (appliance.at(SITES).stat().st_ino == before) == (site == "none.example")
