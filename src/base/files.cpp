@@ -40,6 +40,25 @@ FileText read_whole(const Descriptor& file, const std::string& path, std::size_t
     return {bytes, read_up_to(file, path, {bytes.get(), size})};
 }
 
+// Room for the texts of most requests; what is not used takes no memory.
+constexpr std::size_t kRoom = 4 * kMostKept;
+std::array<char, kRoom> room;
+std::size_t room_used = 0;
+
+// The text of a file, if it is neither empty nor too long for what is left of the room. Nothing is
+// asked of the file before: a position, from which it is read, pipes and folders do not have, and
+// devices say nothing or too much. Of a regular file fewer bytes than wanted are all there are.
+FileText read_into_room(const Descriptor& file, const std::string& path) {
+    const std::size_t wanted = std::min(room.size() - room_used, kMostKept + 1);
+    char* const begin = room.data() + room_used;
+    const ssize_t got = read_at(file.get(), 0, begin, wanted);
+    if (got < 0) fail_to_read(path);
+    const auto size = static_cast<std::size_t>(got);
+    if (size == 0 || size == wanted) return FileText();
+    room_used += size;
+    return FileText::of_lasting({begin, size});
+}
+
 // A file to be read: its text where that is kept, else the open file, if there is one.
 struct Source {
     FileText text;
@@ -54,17 +73,21 @@ Source source_of(const std::string& path) {
     if (foreseen && (foreseen->text || !foreseen->exists)) return source;
     source.text = kept_text(path);
     if (source.text) return source;
-    struct stat status {};
-    source.file = open_regular(path, O_RDONLY, status);
+    const timespec since = this_tick();
+    source.file = open_present(path, O_RDONLY);
     if (!source.file.is_open()) {
         if (!means_missing(errno)) fail_to_read(path);
         return source;
     }
-    source.size = static_cast<std::size_t>(status.st_size);
-    if (!may_be_kept(path, source.size)) return source;
-    source.text = read_whole(source.file, path, source.size);
-    source.file.reset();
-    keep_text(path, source.text, status, is_time_telling(status));
+    if (may_be_kept(path)) source.text = read_into_room(source.file, path);
+    if (!source.text) {
+        struct stat status {};
+        if (!is_regular(source.file, path, status)) fail_to_read(path);
+        source.size = static_cast<std::size_t>(status.st_size);
+        if (!may_be_kept(path, source.size)) return source;
+        source.text = read_whole(source.file, path, source.size);
+    }
+    keep_text(path, source.text, std::move(source.file), since);
     return source;
 }
 

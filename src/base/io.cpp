@@ -41,24 +41,32 @@ Descriptor open_regular(const std::string& path, int flags, off_t& size) {
     return file;
 }
 
-Descriptor open_regular(const std::string& path, int flags, struct stat& status) {
+Descriptor open_present(const std::string& path, int flags) {
     // A pipe that somebody has put in a file's place would keep the request waiting.
     flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     Descriptor file(open(path.c_str(), flags | O_NOFOLLOW));
     if (!file.is_open() && errno == ELOOP && !others_may_write(folder_of(path)))
         file.reset(open(path.c_str(), flags));
-    if (!file.is_open()) return file;
-    int reason = 0;
-    if (fstat(file.get(), &status) != 0)
-        reason = errno;
-    else if (!S_ISREG(status.st_mode))
-        reason = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
+    return file;
+}
+
+bool is_regular(const Descriptor& file, const std::string& path, struct stat& status) {
+    if (fstat(file.get(), &status) != 0) return false;
+    if (!S_ISREG(status.st_mode))
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
     else if (may_be_a_strangers(path, status))
-        reason = EPERM;
-    if (reason != 0) {
-        file.reset();
-        errno = reason;
-    }
+        errno = EPERM;
+    else
+        return true;
+    return false;
+}
+
+Descriptor open_regular(const std::string& path, int flags, struct stat& status) {
+    Descriptor file = open_present(path, flags);
+    if (!file.is_open() || is_regular(file, path, status)) return file;
+    const int reason = errno;
+    file.reset();
+    errno = reason;
     return file;
 }
 

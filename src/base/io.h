@@ -39,9 +39,13 @@ private:
     int fd_;
 };
 
-// Opens a regular file that exists, without waiting for anybody. In a folder that other users may
-// write, no link is followed, and in /tmp the file must be the program's own user's: a stranger may
-// have put it there. errno tells why it is not open.
+// Opens what exists under a name, without waiting for anybody. In a folder that other users may
+// write, no link is followed: a stranger may have put it there. errno tells why it is not open.
+Descriptor open_present(const std::string& path, int flags);
+// True for a regular file, which in /tmp must be the program's own user's. `status`: all that
+// fstat(2) says of it. errno tells why it is none.
+bool is_regular(const Descriptor& file, const std::string& path, struct stat& status);
+// Opens a regular file that exists: both of them.
 Descriptor open_regular(const std::string& path, int flags);
 // The same, and how many bytes the file has now; 0 also for one that the kernel makes up as it is
 // read.

@@ -4,12 +4,15 @@
 #pragma once
 
 #include <sys/stat.h>
+#include <time.h>
 
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "base/io.h"
 
 // The text of a file, for as long as somebody holds it; false: there is no such file.
 class FileText {
@@ -18,6 +21,11 @@ public:
     FileText(std::shared_ptr<const char[]> bytes, std::size_t size)
         : bytes_(std::move(bytes)), size_(size) {}
     explicit FileText(std::string_view copied);
+    // A text that stands until the process ends.
+    static FileText of_lasting(std::string_view text) {
+        const std::shared_ptr<const char[]> nobodys;
+        return {{nobodys, text.data()}, text.size()};
+    }
 
     explicit operator bool() const { return bytes_ != nullptr; }
     // True for the text that was read at the same time, or written.
@@ -34,7 +42,7 @@ inline constexpr std::size_t kMostKept = 65536;
 
 // True for a file whose text may be kept: not in a folder "tmp", where others leave what they say,
 // and not what the kernel makes up as it is read, which has no size.
-bool may_be_kept(std::string_view path, std::size_t size);
+bool may_be_kept(std::string_view path, std::size_t size = 0);
 
 // The kept text of a file, if it has one. The second asks no disk: `status` is what stat(2) says of
 // the file now.
@@ -44,9 +52,14 @@ FileText kept_text(const std::string& path, const struct stat& status);
 // Keeps the text of a file of this status. `is_telling`: whatever changes the file from now on will
 // give it another time; else the text is good until the next command only.
 void keep_text(const std::string& path, FileText text, const struct stat& status, bool is_telling);
+// Keeps what was read from a file since a moment. Most requests never ask again whether it is still
+// that file, so it stays open, and its status is taken when they do.
+void keep_text(const std::string& path, FileText text, Descriptor file, timespec since);
 
-// True when the file was changed so long ago that its time is telling.
-bool is_time_telling(const struct stat& status);
+// Now, by the clock that files get their times from.
+timespec this_tick();
+// True when the file was changed so long before a moment that its time is telling.
+bool is_time_telling(const struct stat& status, timespec moment);
 // Gives a file that was just written the time to the nanosecond, and takes its status: a later
 // change gets its time from a clock that ticks, hence another one. True when the file system keeps
 // times so finely.

@@ -211,7 +211,7 @@ Written Replacement::create() {
 // The content is what it was.
 Written Replacement::adopt_mode() {
     if (!old_text_) {
-        is_telling_ = is_time_telling(status_);
+        is_telling_ = is_time_telling(status_, this_tick());
         keep_new_text();
     }
     if ((status_.st_mode & 07777) == mode_) return Written::done;

@@ -77,7 +77,6 @@ void take_back_when_over(const Waiting& waiting) {
     Turn turn = Turn::not_in_time;
     const Request request = {.page = "history.htm", .todo = "take_back", .user = {}, .address = {}};
     forget_waiting();
-    forget_files();  // whoever has changed them meanwhile
     while (must_recover() && turn == Turn::not_in_time) turn = take_turn(request, kHour);
     Message message;  // nobody reads it; the history tells
     if (turn == Turn::taken && chdir(working_folder.c_str()) == 0) (void)recover(message);
@@ -89,6 +88,7 @@ void go_on_waiting() {
     end_change();
     const std::optional<Waiting> waiting = find_waiting();
     leave_turn();
+    forget_files();  // others may change them until then
     if (!waiting || !detach()) return;
     take_back_when_over(*waiting);
     end_change();

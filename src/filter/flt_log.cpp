@@ -2,6 +2,7 @@
 // and empties the log. Logs grow: a view reads no more of it than it shows.
 #include "filter/flt_log.h"
 
+#include <limits>
 #include <new>
 
 #include "base/files.h"
@@ -36,6 +37,13 @@ int for_each_record(Use use) try {
     return 0;
 } catch (const Unreadable&) {
     return kCannotOpen;
+}
+
+// At most so many; 0 when the log cannot be read.
+std::size_t count_records(std::size_t most) {
+    std::size_t count = 0;
+    const int result = for_each_record([&](std::string_view) { return ++count < most; });
+    return result < 0 ? 0 : count;
 }
 
 template <std::size_t N>
@@ -86,7 +94,7 @@ int get_log_record(ValueText& value, LongText& text, int& error) try {
 }
 
 int get_log_left_out(ValueText& value, LongText&, int&) {
-    return show(value, left_out(shown, get_filter_log_count(), "records"));
+    return show(value, left_out_of_lines(shown, count_records(kMostCounted + 1), "records"));
 }
 
 constexpr std::array key_fun_tab = std::to_array<KeyFun<NoRecord>>({
@@ -114,11 +122,7 @@ int get_filter_log(std::size_t first, std::span<LogRecord> records) {
     return result < 0 ? result : static_cast<int>(filled);
 }
 
-std::size_t get_filter_log_count() {
-    std::size_t count = 0;
-    const int result = for_each_record([&](std::string_view) { return ++count > 0; });
-    return result < 0 ? 0 : count;
-}
+std::size_t get_filter_log_count() { return count_records(std::numeric_limits<std::size_t>::max()); }
 
 int clear_filter_log() try {
     const Written written = empty_file(filter_log_path());

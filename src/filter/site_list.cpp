@@ -30,10 +30,10 @@ int SiteList::get(int first, int maximum, std::span<char> out) const {
     return GetEntries(path(), first, maximum, out);
 }
 
-std::size_t SiteList::count() const try {
+std::size_t SiteList::count(std::size_t most) const try {
     LineReader in(path(), kSettingLine);
     std::size_t count = 0;
-    while (in.is_open() && in.next()) count += !is_comment(in.text());
+    while (in.is_open() && count < most && in.next()) count += !is_comment(in.text());
     return count;
 } catch (const Unreadable&) {
     return 0;

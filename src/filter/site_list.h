@@ -18,7 +18,8 @@ struct SiteList {
     [[nodiscard]] std::string path() const;  // throws Unreadable (files.h), as count() does not
     // GetEntries, AppendEntry, RemoveEntries and RemoveAllEntries.
     [[nodiscard]] int get(int first, int maximum, std::span<char> out) const;
-    [[nodiscard]] std::size_t count() const;  // 0 when it cannot be read
+    // Counts at most so many; 0 when it cannot be read.
+    [[nodiscard]] std::size_t count(std::size_t most) const;
     [[nodiscard]] int add(std::string_view entry) const;
     [[nodiscard]] int del(std::span<const std::string_view> entries) const;
     [[nodiscard]] int del_all() const;

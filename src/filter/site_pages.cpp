@@ -88,7 +88,7 @@ int get_options(ValueText&, LongText& text, int& error) try {
 
 template <const SitePage& Page>
 int get_left_out(ValueText& value, LongText&, int&) {
-    return show(value, left_out(shown, Page.list.count(), "sites"));
+    return show(value, left_out_of_lines(shown, Page.list.count(kMostCounted + 1), "sites"));
 }
 
 template <const SitePage& Page>

@@ -23,6 +23,12 @@ ValueText left_out(std::size_t shown, std::size_t total, std::string_view what) 
                                         static_cast<long>(total), what));
 }
 
+ValueText left_out_of_lines(std::size_t shown, std::size_t counted, std::string_view what) {
+    if (counted <= kMostCounted) return left_out(shown, counted, what);
+    return std::string_view(format_text("The first %d of more than %d %s.",
+                                        static_cast<long>(shown), long{kMostCounted}, what));
+}
+
 std::size_t file_size(const char* path) {
     struct stat status {};
     return stat(path, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;

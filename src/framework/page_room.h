@@ -40,5 +40,10 @@ void drop_what_has_no_room(std::vector<Item>& items, SizeOf size_of) {
 // What stands beside a list or log: "The first 213 of 247 records."; empty when all are shown.
 ValueText left_out(std::size_t shown, std::size_t total, std::string_view what);
 
+// Lines of a file are counted up to one more than this: the view of a log that has grown for years
+// is to come at once. "The first 213 of more than 10000 records."
+inline constexpr std::size_t kMostCounted = 10'000;
+ValueText left_out_of_lines(std::size_t shown, std::size_t counted, std::string_view what);
+
 // The octets of a file, 0 when there is none.
 std::size_t file_size(const char* path);

@@ -66,11 +66,15 @@ def test_words_of_commands_come_clean_from_the_settings(saved):
     assert {"/sbin/ifdown eth0", "/etc/ppp/ip-down eth1"} <= set(result.commands)
 
 
-def test_nobody_is_waited_for(saved):
-    """A fifo where a file should be is told like any file that cannot be read."""
-    os.mkfifo(saved.at("/tmp/dyna"))
-    result = saved.view("dc_status.htm")
-    assert (result.shown["dc_wan_dhcp"], result.message) == ("no", told(13, "/tmp/dyna"))
+@pytest.mark.parametrize("path, page", [("/tmp/dyna", "dc_status.htm"), (SETTINGS, "wan_dc.htm")])
+def test_nobody_is_waited_for(saved, path, page):
+    """A fifo where a file should be is told like any file that cannot be read, whoever fills it."""
+    saved.at(path).unlink(missing_ok=True)
+    os.mkfifo(saved.at(path))
+    filling = os.open(saved.at(path), os.O_RDWR)
+    os.write(filling, b"bootproto=dhcp\n")
+    assert saved.view(page).message == told(13, path)
+    os.close(filling)
 
 
 def test_a_log_that_is_a_link_is_neither_shown_nor_emptied(saved):
