@@ -85,6 +85,10 @@ class Appliance:
     def at(self, path):
         return self.root / str(path).lstrip("/")
 
+    def text(self, path):
+        """Empty when there is no such file."""
+        return self.at(path).read_text() if self.at(path).exists() else ""
+
     def change(self, path, **values):
         """Changes lines key=value of a file."""
         text = self.at(path).read_text()

@@ -10,19 +10,21 @@ Instructions, system calls, flushes and replaced files are the same in every run
 import argparse
 import http.client
 import math
+import os
 import shutil
 import socket
 import subprocess
 import sys
 import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from appliance import ENTER, Appliance, compile_c, posted, view
 from cases import DIRECT, FORM, PAGES, SAVES, SERVER, post, post_file
 
 PROGRAM, FLOOR = "/nat.cgi", "/floor"
-BYTES, PEAK, VIEW, VIEWS, SAVE = 1_000_000, 1200, 2.0, 1.25, 1.5  # the bars
+BYTES, PEAK, VIEW, VIEWS, SAVE, MEANWHILE = 1_000_000, 1200, 2.0, 1.25, 1.5, 1.2  # the bars
 INSTRUCTIONS, CALLS, THROUGHPUT = 220_000, 32, 0.9
 CONSTANT, LINEAR, TIMES_FORM, TIMES_INF = 0.3, 1.3, 4, 10
 CLIENTS = 4
@@ -105,6 +107,39 @@ def measure_saves(appliance, rounds):
     table(f"Saves, the least of {rounds}, in microseconds of the processor",
           ["save", "us", "floor", "ratio      ", "calls", "with commands", "commands", "changed", "replaced",
            "one file  ", "fsyncs   ", "least", "reads of a file"], rows)
+
+
+# ---- views during a save ----
+
+START, GATE, LOCK = "adsl-start", "/gate", "/run/quillstead-admin/lock"
+
+
+def measure_meanwhile(appliance, program, rounds):
+    """Views by turns where a save waits for a command and where nothing is done."""
+    busy = Appliance(appliance.folder / "busy", program)
+    compile_c("stub.c", busy.at(f"/usr/sbin/{START}"), "-nostartfiles", '-DANSWER=""', f'-DGATE="{GATE}"')
+    os.mkfifo(busy.at(GATE))
+    method, form = SAVES["sharing on, PPPoE"]
+    busy.set_method(method)
+    with ThreadPoolExecutor() as pool:
+        save = pool.submit(busy.run, PROGRAM, posted(form))
+        try:
+            while not save.done() and START not in busy.text(LOCK):
+                time.sleep(0.01)
+            ratios = {}
+            for page in PAGES:
+                best = {appliance: None, busy: None}
+                for _ in range(rounds):
+                    for each in best:
+                        best[each] = each.run(PROGRAM, view(page))[1].least(best[each])
+                ratios[page] = best[busy].wall / best[appliance].wall
+            if save.done():
+                raise OSError("the save did not wait for its command")
+        finally:
+            os.close(os.open(busy.at(GATE), os.O_RDWR))
+    worst = max(ratios, key=ratios.get)
+    print(f"\n{len(PAGES) * rounds:,} views while a save waits for a command, beside the same where nothing is done: "
+          f"{mean(ratios.values()):.2f} in the mean,\nat most (of {worst}) {judged(ratios[worst], MEANWHILE)}")
 
 
 # ---- changes that are kept ----
@@ -290,6 +325,7 @@ def main():
     measure_start(appliance, rounds)
     measure_views(appliance, rounds)
     measure_saves(appliance, rounds)
+    measure_meanwhile(appliance, given.program, rounds)
     measure_changes(appliance, rounds)
     measure_throughput(appliance, 1 if given.quick else 5)
     measure_growth(appliance, 1 if given.quick else 3)
