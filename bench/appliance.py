@@ -18,6 +18,9 @@ VALGRIND = Path("/usr/libexec/valgrind")
 AS_ROOT = ["unshare", "--map-root-user"] if os.geteuid() else ["unshare"]
 ENTER = [*AS_ROOT, "--user"] if os.geteuid() else []
 
+ASKED = {command for answer, commands in COMMANDS.items() if answer for command in commands.split()}
+
+
 @dataclass
 class Cost:
     """Of one run: microseconds, those of the processor, kB, page faults."""
@@ -38,7 +41,7 @@ class Trace:
     own: int
     all: int
     fsyncs: int
-    syncs: bool
+    syncs: int
     reads: Counter
     replaced: Counter
     commands: list
@@ -146,24 +149,25 @@ class Appliance:
         commands = [[found[1], *ast.literal_eval(found[2])[1:]] for found in execs if found]
         read = r'openat\(AT_FDCWD, "([^"]+)", O_RDONLY(?!.*O_DIRECTORY).*= \d'
         return Trace(len(own), len(calls) - start, sum(call.startswith("fsync(") for call in own),
-                     any(call.startswith("sync(") for call in own),
+                     sum(call.startswith("sync(") for call in own),
                      Counter(found[1] for call in own if (found := re.match(read, call))),
                      Counter(found[1] for call in own if (found := re.match(r'rename\("[^"]+", "([^"]+)"', call))),
                      commands)
 
     # ---- floors ----
 
-    def make_floor(self, answer, changed=(), commands=(), syncs=False):
+    def make_floor(self, answer, changed=(), commands=(), syncs=0):
         """Builds the least program for a request, /floor of the root."""
         rows = [", ".join([*(f'"/{text}"' for text in (folder, f"{folder}/.bench.tmp", f"{folder}/{path.name}")),
                            literal(text), str(len(text)), oct(mode).replace("o", "")])
                 for path, (text, mode) in changed
                 for folder in [path.parent.relative_to(self.root)]]
         plan = [f"static const char answer[] = {literal(answer)};",
-                f"enum {{ syncs = {int(syncs)}, most_words = 16 }};",
+                f"enum {{ syncs = {syncs} }};",
                 "static const struct file files[] = {", *(f"    {{{row}}}," for row in rows), "    {0}};",
-                "static const char* const commands[][most_words] = {",
-                *(f"    {{{', '.join(literal(word.encode()) for word in words)}}}," for words in commands), "    {0}};"]
+                "static const struct command commands[] = {",
+                *(f"    {{{int(words[0] in ASKED)}, {{{', '.join(literal(word.encode()) for word in words)}}}}},"
+                  for words in commands), "    {0}};"]
         (self.folder / "plan.h").write_text("\n".join(plan) + "\n")
         compile_c("floor.c", self.at("/floor"), f"-I{self.folder}")
 
