@@ -16,6 +16,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/digest.h"
 #include "base/failures.h"
 #include "base/files.h"
 #include "base/format.h"
@@ -103,6 +104,17 @@ unsigned next_number() {
     return std::max(newest_change(), all.empty() ? 0U : all.back()) + 1;
 }
 
+constexpr std::size_t kHeadLines = 5;
+constexpr std::string_view kNoHead = "request";  // is what is damaged
+
+// The first lines of "request", before the names of the fields.
+std::string head_of(const Request& request) {
+    std::string head = format_text("%d\n", long{time(nullptr)});
+    for (const std::string& text : {request.user, request.address, request.page, request.todo})
+        head += one_line(text) + "\n";
+    return head;
+}
+
 bool begin_change() {
     Journal& own = journal();
     if (own.is_open) return true;
@@ -127,22 +139,6 @@ void append_lines(const char* name, std::string_view lines) {
     if (journal().head.empty() || !begin_change()) return;
     const std::string path = kOpen + std::string(name);
     if (!write_whole(path, lines, O_APPEND)) cannot_keep();
-}
-
-// FNV-1a, 64 bits: of nothing, and of a text behind another one.
-constexpr std::uint64_t kNoHash = 14695981039346656037ULL;
-std::uint64_t hash_on(std::uint64_t hash, std::string_view text) {
-    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    return hash;
-}
-
-std::string digits_of(std::uint64_t hash) {
-    std::string digits(16, '0');
-    for (char& digit : digits) {
-        digit = "0123456789abcdef"[hash & 15];
-        hash >>= 4;
-    }
-    return digits;
 }
 
 // ---- what is kept, and for how long ----
@@ -219,9 +215,8 @@ std::vector<std::string> lines_of(const std::string& path) try {
 }
 
 void read_head(Change& change, const std::vector<std::string>& lines) {
-    constexpr std::size_t kHeadLines = 5;
     if (lines.size() < kHeadLines) {
-        change.damage = "request";
+        change.damage = kNoHead;
         return;
     }
     change.time = to_long(lines[0]);
@@ -328,9 +323,7 @@ void finish_change() {
 void keep_changes_of(const Request& request, const std::vector<std::string>& names) {
     Journal& own = journal();
     own = {};
-    own.head = format_text("%d\n", long{time(nullptr)});
-    for (const std::string& text : {request.user, request.address, request.page, request.todo})
-        own.head += one_line(text) + "\n";
+    own.head = head_of(request);
     for (const std::string& name : names) own.head += one_line(name) + "\n";
     keep_before_changes(keep_old);
     std::atexit(end_change);
@@ -416,17 +409,6 @@ std::optional<std::string> old_content(const Change& change, const KeptFile& fil
     return std::nullopt;
 }
 
-std::string digest_of(const std::string& path) try {
-    constexpr std::size_t kPiece = 16384;
-    LineReader in(path, kPiece);
-    if (!in.is_open()) return "-";
-    std::uint64_t hash = kNoHash;
-    while (in.next()) hash = hash_on(hash, in.piece());
-    return digits_of(hash);
-} catch (const Unreadable&) {
-    return "unreadable";
-}
-
 // ---- after a crash ----
 
 bool keeps_changes() { return access(kFolder, W_OK) == 0; }
@@ -444,5 +426,10 @@ bool take_back_interrupted() {
     own.head = own.result = "interrupted";
     for (const KeptFile& file : change.files) own.kept.push_back(file.path);
     keep_before_changes(keep_old);
+    // A power cut may have come before the file's text was on disk: whose change it was is not
+    // known, but what it did is, and those before it can be undone.
+    if (change.damage == kNoHead &&
+        !write_whole(kOpen + std::string("request"), head_of({}), O_TRUNC))
+        return cannot_keep();
     return put_all_back(change) && forget_mark_of(own.number);
 }

@@ -106,9 +106,6 @@ std::vector<unsigned> kept_changes();
 Change read_change(unsigned number);
 // The old content of a file; nothing when it is damaged.
 std::optional<std::string> old_content(const Change& change, const KeptFile& file);
-// The digest of a file as KeptFile::left has it.
-std::string digest_of(const std::string& path);
-
 // ---- after a crash ----
 
 // True when a request that had the turn has left its change half made. Whoever has the turn then

@@ -18,6 +18,7 @@
 #include "appliance/archive.h"
 #include "appliance/ppp_conf.h"
 #include "base/date.h"
+#include "base/digest.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/journal.h"

@@ -9,6 +9,7 @@
 
 #include "appliance/owned_files.h"
 #include "base/date.h"
+#include "base/digest.h"
 #include "base/files.h"
 #include "base/format.h"
 #include "base/journal.h"

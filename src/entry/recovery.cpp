@@ -31,8 +31,9 @@ bool take_back_half_made_change(Message& message) {
         return false;
     }
     run_unqueued(unqueued_of({&change, 1}));
+    const std::string when = date_text(interrupted_change().time);
     end_change();
-    GetErrMsgByIndex(Msg::ChangeTakenBack, message, date_text(change.time));
+    GetErrMsgByIndex(Msg::ChangeTakenBack, message, when);
     return true;
 }
 
