@@ -122,7 +122,9 @@ int get_filter_log(std::size_t first, std::span<LogRecord> records) {
     return result < 0 ? result : static_cast<int>(filled);
 }
 
-std::size_t get_filter_log_count() { return count_records(std::numeric_limits<std::size_t>::max()); }
+std::size_t get_filter_log_count() {
+    return count_records(std::numeric_limits<std::size_t>::max());
+}
 
 int clear_filter_log() try {
     const Written written = empty_file(filter_log_path());
