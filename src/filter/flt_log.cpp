@@ -1,5 +1,5 @@
 // The filter log page shows which host of the LAN asked for which address, as the proxy noted it,
-// and empties the log. Logs grow: a view reads no more of it than it shows.
+// and empties the log. Logs grow: a view reads little more of it than it shows.
 #include "filter/flt_log.h"
 
 #include <limits>
