@@ -40,8 +40,8 @@ ERRORS = {call: errors for calls, errors in {  # what each call can fail with
     "read close stat fstat lstat newfstatat statx getdents64": ("EIO",),
 }.items() for call in calls.split()}
 CHANGE_NOTHING = re.compile("read|.*stat|getdents|close|dup|pipe|sync")
-SIGNALLED = ("nat_conn on, PPPoE", "wan_dc save", "sp_int save", "sites_ban import_file",
-             "nat_sap nat_add_sap")
+SIGNALLED = ("sharing on, PPPoE", "direct connection", "ISP account", "sites imported",
+             "application added")
 
 # Texts that tell of no failure: what was done, and warnings.
 OTHERS = "|".join(re.escape(MESSAGES[n]).replace("%s", ".*") for n in (21, 40, 45, *range(52, 61)))
@@ -297,7 +297,7 @@ class Trial:
         return tried, complaints
 
 
-VIEW = Case("nat_base view", {})
+VIEW = Case("nat_base.htm view", {})
 
 
 class KeptTrial(Trial):
