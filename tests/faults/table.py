@@ -12,7 +12,7 @@ sys.path.append(str(PROJECT / "bench"))
 
 from cases import DIRECT, OFF, OTHERS, SAVES, SECRET, SERIAL  # noqa: E402
 
-FIREWALL, SERVICE, TEL = "/etc/rc.d/rc.firewall", "/etc/rc.d/rc.service", "/etc/ppp/tel"
+FIREWALL, TEL = "/etc/rc.d/rc.firewall", "/etc/ppp/tel"
 GAME = "\n#@Game\n ipchains -A output -p tcp 1:2\n\n"
 # Every link is up, so that a save runs all that it can run.
 PORT = "HWADDR=00:A0:C9:00:00:00\nIPADDR={}\nNETMASK=255.255.255.0\nGATEWAY=192.0.2.1\n".format
@@ -35,7 +35,6 @@ class Case:
     record: dict = field(default_factory=dict)
     missing: tuple = ()
     stores: bool = True
-    twice: str = ""  # a file that is replaced twice before the actions run
 
     def prepare(self, appliance, proxy):
         appliance.view("nat_base.htm")
@@ -90,16 +89,13 @@ class Undo(Case):
 
 
 ZEROS = dict.fromkeys("SrvWeb SAP SrvEMail SrvFTP SrvTelNet".split(), 0)
-NOTHING_STORED = {"stores": False}
 SPECIAL = {  # what some requests meet, or do
     "sharing on, PPPoE": {"record": ZEROS},
-    "the whole overview": {"record": ZEROS, "twice": RECORD},
-    "saved on a status page": {"twice": SERVICE},
-    "direct connection": {"twice": SETTINGS},
-    "modem port and account": {"missing": ["/usr/lib/diald/standard.filter"], "twice": RECORD},
+    "the whole overview": {"record": ZEROS},
+    "modem port and account": {"missing": ["/usr/lib/diald/standard.filter"]},
     "site added": {"missing": ["/usr/local/squid/etc/deny.list"]},
     **dict.fromkeys(("modem, hang up", "modem, log refreshed", "modem defaults", "modem install",
-                     "group selected"), NOTHING_STORED),
+                     "group selected"), {"stores": False}),
 }
 CASES = [Case(title, form, method, **SPECIAL.get(title, {}))
          for title, (method, form) in (SAVES | OTHERS).items()]
