@@ -70,8 +70,7 @@ REQUESTS = [
 ]
 
 
-@pytest.mark.parametrize("secure, plain, method, path, headers, body", REQUESTS,
-                         ids=[f"{i}-{request[2]}" for i, request in enumerate(REQUESTS)])
+@pytest.mark.parametrize("secure, plain, method, path, headers, body", REQUESTS)
 def test_requests(server, secure, plain, method, path, headers, body):
     if headers.get("Origin") == "own":
         headers = headers | {"Origin": f"{server.scheme}://{server.host}"}

@@ -395,9 +395,8 @@ def main():
             try:
                 results = pool.map(partial(try_case, Path(folder), proxy.pid, options), cases)
                 for case, (tried, complaints) in zip(cases, results):
-                    print(f"{case.name}: {tried} points, {len(complaints)} complaints")
-                    print(*(f"  {case.name}: {text}\n" for text in complaints), sep="", end="",
-                          flush=True)
+                    print(f"{case.name}: {tried} points, {len(complaints)} complaints",
+                          *complaints, sep=f"\n  {case.name}: ", flush=True)
                     all_tried, all_failed = all_tried + tried, all_failed + len(complaints)
             finally:
                 proxy.kill()
