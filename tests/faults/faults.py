@@ -170,12 +170,15 @@ def differences(state, wanted, left=()):
 class Trial:
     """A request and an appliance of its own, on which it is tried again and again."""
 
-    must_store = True  # what its case says, and nothing else
+    keeps_changes = False
 
     def __init__(self, case, folder, proxy):
         self.case = case
         self.appliance = Disturbed(folder / re.sub(r"\W+", "_", case.name), folder / "template")
-        self.prepare(proxy)
+        case.prepare(self.appliance, proxy)
+        self.appliance.take_turn().close()  # the lock's folder is there
+        if self.keeps_changes:
+            self.appliance.at(CHANGES).mkdir(parents=True, exist_ok=True)
         self.before = self.appliance.state()
         self.answer, self.calls = self.appliance.record(case)
         self.changing = [call for call in self.calls if call.changes_files]
@@ -183,10 +186,6 @@ class Trial:
         self.answer_again = case.send(self.appliance)  # it has been done already
         self.again = self.appliance.state()
         self.between = self.contents_between()
-
-    def prepare(self, proxy):
-        self.case.prepare(self.appliance, proxy)
-        self.appliance.take_turn().close()  # the lock's folder is there
 
     def lead_to(self, case):
         """Makes the appliance one that meets a request."""
@@ -276,8 +275,9 @@ class Trial:
     def run(self, every):
         """The number of points tried, and the complaints."""
         tried, complaints = 0, []
-        if self.must_store and bool(differences(self.before, self.wanted)) != self.case.stores:
-            complaints.append(f"stores something: {not self.case.stores}")
+        stores = bool(differences(self.before, self.wanted))
+        if not self.keeps_changes and stores != self.case.stores:
+            complaints.append(f"stores something: {stores}")
         start = zlib.crc32(self.case.name.encode()) % every
         for number, (case, call, what, judge) in enumerate(self.points()):
             if number % every == start:
@@ -297,11 +297,7 @@ class KeptTrial(Trial):
     The recovery is killed as well, twice: at its n-th call and, taken up again, at its n-th call.
     """
 
-    must_store = False  # its change, too
-
-    def prepare(self, proxy):
-        super().prepare(proxy)
-        self.appliance.at(CHANGES).mkdir(parents=True, exist_ok=True)
+    keeps_changes = True
 
     def unlike(self, *sets):
         """The files of settings that tell none of some sets, of the one that is nearest."""
