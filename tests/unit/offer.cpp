@@ -72,13 +72,16 @@ told<B>SERVER_SOFTWARE</B>: <BR>
 }
 
 TEST_F(Root, WhatIsReadByNumberOrName) {
-    Message text;
+    Message text = "as before";
     put_file("listmsg", "10-ten\n1-one %s\r\n");
+    GetListMsgByIndex(0, text, "x");
+    EXPECT_EQ(text, "as before");
     GetListMsgByIndex(1, text, "x");
     EXPECT_EQ(text, "one x");
 
     std::filesystem::create_directories("/usr/local/squid/logs");
     std::array<LogRecord, 2> records;
+    EXPECT_EQ(get_filter_log(1, records), -37);
     put_file("/usr/local/squid/logs/access.log", "a b c\n#x\nd e\ng h i\nj");
     EXPECT_EQ(get_filter_log_count(), 4);
     EXPECT_EQ(get_filter_log(1, records), 2);
