@@ -1,8 +1,8 @@
 #!/bin/bash
 # lighttpd.sh ROOT FOLDER ADDRESS LAN HTTPS HTTP
-# Runs lighttpd in front of a private root, with the shipped configuration and what its administrator
-# adapts: the user is admin, the password secret. What belongs to the server lies in FOLDER, as well
-# as the environment that a request's program had.
+# Runs lighttpd in front of a private root, with the shipped configuration and what its
+# administrator adapts: the user is admin, the password secret. What belongs to the server lies in
+# FOLDER, as well as the environment that a request's program had.
 set -euo pipefail
 root=$1 folder=$2
 declare -A values=([address]=$3 [lan]=$4 [https]=$5 [http]=$6 [pages]=$root/www
