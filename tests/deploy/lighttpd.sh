@@ -8,7 +8,6 @@ root=$1 folder=$2
 declare -A values=([address]=$3 [lan]=$4 [https]=$5 [http]=$6 [pages]=$root/www
     [program]=$folder/enter [private]=$folder)
 
-umask 077
 openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=box \
     -keyout "$folder/server.pem" -out "$folder/server.pem" 2>"$folder/openssl"
 echo "admin:$(openssl passwd -6 secret)" >"$folder/passwd"
@@ -27,6 +26,8 @@ for name in "${!values[@]}"; do
     text=${text/"${BASH_REMATCH[1]}"/"var.$name = \"${values[$name]}\""}
 done
 echo "$text" >"$folder/lighttpd.conf"
-complaints=$(/usr/sbin/lighttpd -tt -f "$folder/lighttpd.conf" 2>&1)
-[[ -z $complaints ]]
+if ! complaints=$(/usr/sbin/lighttpd -tt -f "$folder/lighttpd.conf" 2>&1) || [[ $complaints ]]; then
+    echo "$complaints" >&2
+    exit 1
+fi
 exec /usr/sbin/lighttpd -D -f "$folder/lighttpd.conf"
