@@ -10,7 +10,7 @@ from collections import Counter
 from dataclasses import dataclass
 from pathlib import Path
 
-from cases import COMMANDS
+from cases import COMMANDS, encoded
 
 BENCH = Path(__file__).resolve().parent
 PROJECT = BENCH.parent
@@ -56,7 +56,7 @@ def view(page):
 
 
 def posted(form):
-    body, kind = form
+    body, kind = encoded(form)
     return {"REQUEST_METHOD": "POST", "CONTENT_TYPE": kind, "CONTENT_LENGTH": str(len(body))}, body
 
 

@@ -21,7 +21,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from appliance import ENTER, Appliance, compile_c, posted, view
-from cases import DIRECT, FORM, PAGES, SAVES, SERVER, post, post_file
+from cases import PAGES, SAVES, SERVER, post, post_file
 
 PROGRAM, FLOOR = "/nat.cgi", "/floor"
 BYTES, PEAK, VIEW, VIEWS, SAVE, MEANWHILE = 1_000_000, 1200, 2.0, 1.25, 1.5, 1.2  # the bars
@@ -201,13 +201,12 @@ SITES, LOG = "/usr/local/squid/etc/deny.list", "/usr/local/squid/logs/access.log
 MODEMS, FIREWALL = "/etc/ppp/modem.ini", "/etc/rc.d/rc.firewall"
 SITE, ASKED = "site{}.example\n", "2001-05-14/08:02:11 192.168.1.23 http://www.example.org/{}\n"
 MODEM, APPLICATION = "[Modem {0}]\nInitString=AT&F{0}\n\n", "\n#@Game {0}\n ipchains -A output -p tcp 1:{0}\n\n"
-FIELDS = "&f{0}=0123456789"
 
 GROWTH = [  # title, largest size, the bar of the exponent, the file that grows, its lines, and what is posted
     ("sites: view", 10**6, CONSTANT, SITES, SITE, lambda n: view("sites_ban")),
     ("sites: one added", 10**6, LINEAR, SITES, SITE, lambda n: posted(SAVES["site added"][1])),
     ("sites: ten deleted", 10**6, LINEAR, SITES, SITE, lambda n: posted(
-        (post("sites_ban", "del_selected")[0] + lines("&banned_list=site{}.example", 10).encode(), FORM))),
+        post("sites_ban", "del_selected", {"banned_list": [f"site{i}.example" for i in range(1, 11)]}))),
     ("sites: n imported", 10**5, LINEAR, SITES, "", lambda n: posted(
         post_file("sites_ban", "import_file", "upload_file", lines("http://site{}.example/\n", n)))),
     ("log: view", 10**6, CONSTANT, LOG, ASKED, lambda n: view("filterlog")),
@@ -217,7 +216,7 @@ GROWTH = [  # title, largest size, the bar of the exponent, the file that grows,
     ("applications: view", 10**4, LINEAR, FIREWALL, APPLICATION, lambda n: view("nat_sap")),
     ("applications: one added", 10**4, LINEAR, FIREWALL, APPLICATION, lambda n: posted(SAVES["application added"][1])),
     ("fields: a save", 19_900, LINEAR, "", "", lambda n: posted(
-        (post("nat_vs", "save", SERVER)[0] + lines(FIELDS, n).encode(), FORM))),
+        post("nat_vs", "save", SERVER, {f"f{i}": "0123456789" for i in range(n)}))),
 ]
 
 

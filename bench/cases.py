@@ -1,4 +1,4 @@
-"""What is measured: every page, every kind of save, and the appliance that they meet."""
+"""Every page that is measured, every request that acts, and the commands of the appliance that they meet."""
 
 from urllib.parse import urlencode
 
@@ -33,16 +33,22 @@ def octets(prefix, address):
 
 
 def post(page, todo, *forms):
-    """A form, and its type."""
+    """The fields of a form."""
     fields = {"this_file": f"{page}.htm", "todo": todo, "next_file": f"{page}.htm"}
-    return urlencode({key: value for form in (fields, *forms) for key, value in form.items()}).encode(), FORM
+    return {key: value for form in (fields, *forms) for key, value in form.items()}
 
 
 def post_file(page, todo, field, content):
+    """A form with a file, as it is sent."""
     parts = {"this_file": f"{page}.htm", "todo": todo, f'{field}"; filename="a.txt': content}
     body = "".join(f'--XyZ\r\nContent-Disposition: form-data; name="{name}"\r\n\r\n{text}\r\n'
                    for name, text in parts.items())
-    return f"{body}--XyZ--\r\n".encode(), PARTS
+    return f"{body}--XyZ--\r\n".encode()
+
+
+def encoded(form):
+    """A form as it is sent, and its type."""
+    return (form, PARTS) if isinstance(form, bytes) else (urlencode(form, doseq=True).encode(), FORM)
 
 
 def services(method, **changed):
@@ -61,18 +67,37 @@ ADDRESS = octets("nat_isp_ip0", "192.0.2.8")
 DNS = octets("dns1_ip_", "192.0.2.54") | octets("dns2_ip_", "192.0.2.55") | octets("dns3_ip_", "192.0.2.56")
 PORT = {"isp_ip_type": "fixed", "device_name": "my-pc", "wan_mac_address": "00A0C9112233", **ADDRESS,
         **octets("nat_isp_mask0", "255.255.0.0"), **octets("nat_isp_gw0", "192.0.2.254")}
-PPPOE_ACCOUNT = {"isp_ip_type": "fixed", "ppp_ac_name": "joe@isp", "ppp_ac_pwd": "pw4711", "ppp_ac_pwd_v": "pw4711",
+SECRET = "pw4711"  # whoever finds it in a file may read a password
+PPPOE_ACCOUNT = {"isp_ip_type": "fixed", "ppp_ac_name": "joe@isp", "ppp_ac_pwd": SECRET, "ppp_ac_pwd_v": SECRET,
                  "ppp_idle_time": "7", "service_name": "ISP1", **ADDRESS}
 MODEM = {"nat_serspeed_list": "57600", "nat_modem_list": "Other", "nat_init_string": "ATZ",
          "nat_dial_type_radio": "pulse"}
-ACCOUNT = {"nat_isp_ip_radio": "fixed", "nat_ac_name": "joe@isp", "nat_ac_pwd": "pw4711", "nat_ac_pwd_v": "pw4711",
+ACCOUNT = {"nat_isp_ip_radio": "fixed", "nat_ac_name": "joe@isp", "nat_ac_pwd": SECRET, "nat_ac_pwd_v": SECRET,
            "nat_idle_time": "7", "nat_tel01": "555", "nat_tel02": "666", "nat_tel03": "777", **ADDRESS}
 APPLICATION = {"v_nat_sap_name": "New", "v_nat_sap_enable": "checked", "v_nat_sapin_pr_list": "TCP",
                "v_nat_sapin_port01": "80", "v_nat_sapin_port02": "90", "v_nat_sapout_pr_list": "UDP",
                "v_nat_sapout_port01": "70", "v_nat_sapout_port02": "79"}
-GROUP = {"group_name": "Group 1", "block_allow": "Block", "port_start": "25", "port_finish": "30"}
+RULES = {key: value for key, value in APPLICATION.items() if key != "v_nat_sap_name"}
+GROUP = {"group_name": "Group 1", "block_allow": "Block"}
+PORTS = {"port_start": "25", "port_finish": "30", "port_list": "21"}
+HOSTS = {"start_ip_4": "9", "finish_ip_4": "12", "address_list": "192.168.1.3", "vs_web_1": "192", "vs_web_2": "168",
+         "vs_web_3": "1"}
+INF = """[Manufacturer]
+%M% = S
+[Strings]
+M = "Maker"
+A = "New"
+B = "Newer"
+[S]
+%A% = I
+%B% = I
+[I]
+AddReg = R
+[R]
+HKR, Init, 1,, "AT<cr>"
+"""
 
-SAVES = {  # title: the access method in force, and what is posted
+SAVES = {  # what is measured, by its title: the access method in force, and what is posted
     "services, one switch": (DIRECT, post("nat_conn", "save", services(DIRECT, enable_ftp="unchecked"))),
     "sharing on, direct": (OFF, post("nat_conn", "save", services(DIRECT))),
     "sharing on, PPPoE": (OFF, post("nat_conn", "save", services(PPPOE))),
@@ -93,5 +118,37 @@ SAVES = {  # title: the access method in force, and what is posted
     "site deleted": (OFF, post("sites_ban", "del_selected", {"banned_list": "ads.example.com"})),
     "sites imported": (OFF, post_file("sites_ban", "import_file", "upload_file", "http://one/ http://two/")),
     "application added": (DIRECT, post("nat_sap", "nat_add_sap", APPLICATION)),
-    "group, a port added": (DIRECT, post("ac_cfg", "add_port", GROUP)),
+    "group, a port added": (DIRECT, post("ac_cfg", "add_port", GROUP, PORTS)),
+}
+
+OTHERS = {  # what else acts
+    "services off, PPPoE": (PPPOE, post("nat_conn", "save", services(PPPOE, **dict.fromkeys(
+        ("enable_web_access", "enable_sp_apps", "enable_email", "enable_ftp", "enable_telnet"), "unchecked")))),
+    "saved on a status page": (DIRECT, post("dc_status", "save", services(DIRECT, enable_ac="checked"), FILTER)),
+    "direct, connect": (DIRECT, post("dc_status", "dc_connect")),
+    "PPPoE, connect": (PPPOE, post("ppp_status", "ppp_connect")),
+    "PPPoE, disconnect": (PPPOE, post("ppp_status", "ppp_disconnect")),
+    "PPPoE, log cleared": (PPPOE, post("ppp_status", "ppp_clearlog")),
+    "modem, dial": (SERIAL, post("sp_status", "nat_dial")),
+    "modem, hang up": (SERIAL, post("sp_status", "nat_hangup")),
+    "modem, log cleared": (SERIAL, post("sp_status", "nat_clearlog")),
+    "modem, log refreshed": (SERIAL, post("sp_status", "nat_refreshlog")),
+    "direct connection, dynamic": (OFF, post("wan_dc", "save", PORT, {"isp_ip_type": "dynamic"})),
+    "hardware address changed": (OFF, post("wan_dc", "change_wan_mac", PORT)),
+    "hardware address, default": (OFF, post("wan_dc", "default_wan_mac", PORT)),
+    "modem port and account": (OFF, post("sp_int", "save", ACCOUNT, DNS, MODEM)),
+    "modem defaults": (OFF, post("sp_port", "port_defaults")),
+    "modem install": (OFF, post("sp_port", "instatll")),
+    "modems imported": (OFF, post_file("sp_port", "upload", "load_file", INF)),
+    "application deleted": (DIRECT, post("nat_sap", "nat_del_sap", RULES, {"v_nat_sap_name": "Game"})),
+    "application updated": (DIRECT, post("nat_sap", "nat_update_sap", RULES, {"v_nat_sap_name": "Game"})),
+    "application with a module": (DIRECT, post("nat_sap", "nat_update_sap", RULES, {"v_nat_sap_name": "VPN (IPSEC)"})),
+    "group selected": (DIRECT, post("ac_cfg", "select", GROUP)),
+    "group, blocked": (DIRECT, post("ac_cfg", "change_access", GROUP)),
+    "group, a port deleted": (DIRECT, post("ac_cfg", "del_port", GROUP, PORTS)),
+    "group, hosts added": (DIRECT, post("ac_cfg", "add_ip", GROUP, HOSTS)),
+    "group, a host deleted": (DIRECT, post("ac_cfg", "del_ip", GROUP, HOSTS)),
+    "allowed site added": (OFF, post("sites_allow", "add_url", {"new_url": "new.example"})),
+    "sites deleted": (OFF, post("sites_ban", "del_all")),
+    "filter log cleared": (OFF, post("filterlog", "clear_log", {"clear": "Clear Log"})),
 }

@@ -1,6 +1,6 @@
 // The practice appliance behind a real web server, and an administrator with a browser before it.
 import assert from "node:assert/strict";
-import { execFileSync, spawn } from "node:child_process";
+import { spawn } from "node:child_process";
 import { once } from "node:events";
 import { readFileSync, writeFileSync } from "node:fs";
 import { createServer } from "node:net";
@@ -54,7 +54,11 @@ beforeEach(async () => {
   await start(port, `${project}lab/appliance.sh`, "--port", port, "--reset", root, program,
     `${project}build/www`);
   base = `http://127.0.0.1:${port}`;
-  if (server === "lighttpd") await stepBehindLighttpd();
+  if (server === "busybox") return;
+  const [https, http] = [await freePort(), await freePort()];
+  await start(http, `${project}tests/deploy/lighttpd.sh`, root, folder, "127.0.0.1", "127.0.0.0/8",
+    https, http);
+  base = `https://127.0.0.1:${https}`;
 });
 
 afterEach(async () => {
@@ -65,27 +69,6 @@ afterEach(async () => {
   const isFault = /^(error|warning): (?!Failed to load)|status of (404|500)/;
   assert.deepEqual(complaints.filter((line) => isFault.test(line)), []);
 });
-
-// The configuration that is shipped, with what an administrator adapts.
-async function stepBehindLighttpd() {
-  const [https, http] = [await freePort(), await freePort()];
-  const openssl = (words) => execFileSync("openssl", words.split(" "), { stdio: "pipe" });
-  const key = "-newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout -";
-  writeFileSync(`${folder}/server.pem`, openssl(`req -x509 -subj /CN=box ${key}`), { mode: 0o600 });
-  writeFileSync(`${folder}/passwd`, `admin:${openssl("passwd -6 secret")}`);
-  const user = process.getuid() ? "--user --map-root-user" : "";
-  const enter = `unshare ${user} --root=${root} --wd=/www /usr/lib/quillstead/nat.cgi`;
-  const program = `${folder}/nat.cgi`;
-  writeFileSync(program, `#!/bin/sh\nexec ${enter}\n`, { mode: 0o755 });
-  const own = { address: "127.0.0.1", lan: "127.0.0.0/8", https, http, pages: `${root}/www`,
-    program, private: folder };
-  let text = readFileSync(`${project}deploy/lighttpd.conf`, "utf8");
-  for (const [name, to] of Object.entries(own))
-    text = text.replace(new RegExp(`^(var\\.${name}\\s*=\\s*)".*?"`, "m"), `$1"${to}"`);
-  writeFileSync(`${folder}/lighttpd.conf`, text);
-  await start(http, "/usr/sbin/lighttpd", "-D", "-f", `${folder}/lighttpd.conf`);
-  base = `https://127.0.0.1:${https}`;
-}
 
 export const TELEPHONE = { viewport: { width: 360, height: 740 } };
 const httpCredentials = { username: "admin", password: "secret" };

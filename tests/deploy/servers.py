@@ -11,28 +11,9 @@ import subprocess
 
 from appliance import INSTALLED, PROJECT, WWW, Appliance, free_ports, until
 
-# The program is in a private root: an ordinary user may enter it in a namespace of its own.
-ENTER = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
 SECRET = "admin:secret"
-HASH = "openssl", "passwd", "-6", "secret"
 # Addresses of this test run alone: on another's, a free port can be taken before the server has it.
 OWN, OTHER = (f"127.{net}.{os.getpid() // 256 % 256}.{os.getpid() % 256}" for net in (77, 78))
-
-
-def output(*command):
-    """What a command that must succeed prints, its complaints included."""
-    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-    assert done.returncode == 0, done.stdout
-    return done.stdout.strip()
-
-
-def adapted(name, changes):
-    """A shipped file with what its administrator changes, a line each."""
-    text = (PROJECT / "deploy" / name).read_text()
-    for beginning, line in changes.items():
-        text, number = re.subn(f"^{re.escape(beginning)}.*", lambda _: line, text, flags=re.M)
-        assert number == 1, beginning
-    return text
 
 
 def login(password):
@@ -92,23 +73,8 @@ class Lighttpd(Server):
     scheme = "https"
 
     def command(self):
-        private, root, key = self.folder, self.box.root, self.folder / "server.pem"
-        output(*"openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes".split(),
-               "-subj", "/CN=box", "-keyout", key, "-out", key)
-        (private / "passwd").write_text(f"admin:{output(*HASH)}\n")
-        # The program in its root, in the folder in which the server has started it.
-        (private / "enter").write_text(
-            f"#!/bin/bash\nenv > {private}/environment\n"
-            f'exec {" ".join(ENTER)} --root={root} --wd="${{PWD#{root}}}" /{INSTALLED}\n')
-        (private / "enter").chmod(0o755)
-        values = {"address": OWN, "lan": "127.77.0.0/16", "https": self.port,
-                  "http": self.plain_port, "pages": self.www, "program": private / "enter",
-                  "private": private}
-        changes = {f"var.{name} ": f'var.{name} = "{value}"' for name, value in values.items()}
-        (private / "conf").write_text(adapted("lighttpd.conf", changes))
-        command = ["/usr/sbin/lighttpd", "-f", private / "conf"]
-        assert output(*command, "-tt") == ""
-        return [*command, "-D"]
+        return [PROJECT / "tests/deploy/lighttpd.sh", self.box.root, self.folder, OWN,
+                "127.77.0.0/16", str(self.port), str(self.plain_port)]
 
     def connect(self, source=OWN):
         context = ssl.create_default_context(cafile=self.folder / "server.pem")
@@ -126,7 +92,13 @@ class Busybox(Server):
         return self.plain(source, self.port)
 
     def command(self):
-        self.box.write("/etc/quillstead/httpd.conf", adapted("busybox-httpd.conf", {
-            "A:": f"A:{OWN}", "/:admin:": f"/:admin:{output(*HASH)}"}), 0o600)
-        return [*ENTER, f"--root={self.box.root}", "--wd=/", "/bin/busybox", "httpd", "-f",
+        known = subprocess.check_output(["openssl", "passwd", "-6", "secret"], text=True).strip()
+        text = (PROJECT / "deploy/busybox-httpd.conf").read_text()
+        for beginning, value in {"A:": OWN, "/:admin:": known}.items():
+            text, number = re.subn(f"(?m)^{beginning}.*", beginning + value, text)
+            assert number == 1, beginning
+        self.box.write("/etc/quillstead/httpd.conf", text, 0o600)
+        # The program is in a private root: an ordinary user may enter it in a namespace of its own.
+        enter = ["unshare", *(["--user", "--map-root-user"] if os.getuid() else [])]
+        return [*enter, f"--root={self.box.root}", "--wd=/", "/bin/busybox", "httpd", "-f",
                 "-p", self.host, "-h", "/www", "-c", "/etc/quillstead/httpd.conf"]

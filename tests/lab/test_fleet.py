@@ -51,7 +51,7 @@ def fleet(tmp_path, switch_on):
     return Fleet(tmp_path, members)
 
 
-def test_only_what_differs_is_sent(fleet):
+def test_only_what_differs_is_sent_and_who_hangs_is_left_out(fleet):
     fresh = list(fleet.settings())
     output, result = fleet.play("--check", "--diff")
     assert result == dict.fromkeys(NAMES, (2, 0)), output
@@ -70,6 +70,11 @@ def test_only_what_differs_is_sent(fleet):
         assert "pw4711" not in output  # nor in what it knows of itself
     for member in fleet.members:
         assert "pw4711" in member.read(PAP) and member.keys(WAN)["idle"] == "7"
+    fleet.members[1].stop()
+    with socket.create_server(("127.0.0.1", fleet.members[1].port)):
+        output, result = fleet.play(quillstead_settings={"wan_ppp.htm": {"ppp_idle_time": 8}})
+    assert result == {"attic": (1, 0), "barn": (0, 1), "cellar": (1, 0)}, output
+    assert "Left out, nothing was changed: " in output and "timed out" in output
 
 
 def test_who_refuses_stops_it_and_says_why(fleet):
@@ -81,11 +86,3 @@ def test_who_refuses_stops_it_and_says_why(fleet):
     assert re.search(r'"msg": "nat_conn.htm: .*DHCP', output)
     *_, after = fleet.settings()
     assert after == before
-
-
-def test_who_hangs_is_left_out(fleet):
-    fleet.members[1].stop()
-    with socket.create_server(("127.0.0.1", fleet.members[1].port)):
-        output, result = fleet.play()
-    assert result == {"attic": (2, 0), "barn": (0, 1), "cellar": (2, 0)}, output
-    assert "Left out, nothing was changed: " in output and "timed out" in output

@@ -42,20 +42,18 @@ TEST_F(Root, AcrossFileSystemsACopyTakesTheTargetsPlace) {
         GTEST_SKIP() << "there is only one file system";
     const std::string target = "quillstead-unit-" + std::to_string(getpid());
     put_file(target, "old", 0640);
-    const auto replace = [&](rlim_t disk) {
-        Replacement out(target, "/tmp/far.tmp");
-        out.write(kMuch);
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        const rlimit full = {disk, limit.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full);
-        const Written result = out.install();
-        setrlimit(RLIMIT_FSIZE, &limit);
-        return result;
-    };
+    rlimit room{};
+    getrlimit(RLIMIT_FSIZE, &room);
+    const rlimit none = {1, room.rlim_max};
     std::signal(SIGXFSZ, SIG_IGN);
     for (const bool fits : {false, true}) {
-        EXPECT_EQ(replace(fits ? kMuch.size() : 1), fits ? Written::done : Written::not_written);
+        {
+            Replacement out(target, "/tmp/far.tmp");
+            out.write(kMuch);
+            setrlimit(RLIMIT_FSIZE, fits ? &room : &none);
+            EXPECT_EQ(out.install(), fits ? Written::done : Written::not_written);
+            setrlimit(RLIMIT_FSIZE, &room);
+        }
         EXPECT_EQ(content(target), fits ? kMuch : "old");
         EXPECT_EQ(mode_of(target), 0640U);
         EXPECT_EQ(content("/tmp/far.tmp") + content("." + target + ".tmp"), "(no file)(no file)");
