@@ -4,8 +4,8 @@ Whatever the program runs is one stub, which records how it was called and gives
 scripts are recorded by /bin/sh, which then really runs them. What a script runs is not recorded.
 No test can signal a stranger's process: `kill` is a stub, also the shell's own.
 
-A page's template is made of the shipped one's markers alone, a line "key=[value]=" each, and of
-"typed", which no page knows: a test reads what is shown whatever it looks like (Result.shown).
+Of a page's template only the markers are left, a line "key=[value]=" each, and "typed", which no
+page knows: a test reads what is shown whatever it looks like (Result.shown).
 """
 
 import ctypes
@@ -20,6 +20,7 @@ import stat
 import subprocess
 import time
 import urllib.parse
+from contextlib import ExitStack, suppress
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
@@ -41,7 +42,6 @@ FILTER = "/usr/local/squid/etc/filter.conf"
 FACTORY = "/usr/share/quillstead/factory.tar"
 CHANGES = "/var/lib/quillstead-admin/changes"
 
-# Commands that several pages run.
 IS_PPP, IS_MODEM = "/sbin/pidof pppd", "/sbin/pidof diald"
 IS_PPPOE = "/sbin/pidof -x adsl-connect"
 HAS_ADDRESS, LINK_UP = "/sbin/ifconfig %s", "/etc/ppp/ip-up %s"
@@ -68,21 +68,16 @@ STUBS = {
     "usr/share/quillstead/public": "PUB_SetModule",
 }
 
-RECORD_CALL = """call="$*"
-[[ -v WITHIN ]] || printf '%s\\0' "$call" >> /.harness/commands
-export WITHIN=${WITHIN:-$PPID}
+RECORD_CALL = """[[ -v WITHIN ]] || printf '%s\\0' "$*" >> /.harness/commands
+enable -n kill
+export WITHIN=1 BASH_ENV=/.harness/record
 """
 SHELL = """#!/bin/bash
-enable -n kill
-export BASH_ENV=/.harness/bashrc
 . /.harness/record "$@"
-if [[ -e /.harness/scripts_are_stubs && $1 == /etc/* ]]; then
-    name=${1##*/}
-    shift
-    . /.harness/stub
-else
-    exec /bin/bash "$@"
-fi
+[[ -e /.harness/scripts_are_stubs && $1 == /etc/* ]] || exec /bin/bash "$@"
+name=${1##*/}
+shift
+. /.harness/stub
 """
 STUB = """#!/bin/bash
 . /.harness/record "$0" "$@"
@@ -121,7 +116,6 @@ def plain(template):
 
 
 def until(condition):
-    """Waits for a condition to come true."""
     end = time.monotonic() + 20
     while not condition():
         assert time.monotonic() < end
@@ -129,11 +123,9 @@ def until(condition):
 
 
 def free_ports(address, number):
-    sockets = [socket.create_server((address, 0)) for _ in range(number)]
-    ports = [each.getsockname()[1] for each in sockets]
-    for each in sockets:
-        each.close()
-    return ports
+    with ExitStack() as servers:
+        made = (socket.create_server((address, 0)) for _ in range(number))
+        return [servers.enter_context(each).getsockname()[1] for each in made]
 
 
 def become_root():
@@ -143,9 +135,9 @@ def become_root():
         return
     if ctypes.CDLL(None, use_errno=True).unshare(CLONE_NEWUSER) != 0:
         raise OSError(ctypes.get_errno(), "no user namespace")
-    maps = {"setgroups": "deny", "uid_map": f"0 {user} 1", "gid_map": f"0 {group} 1"}
-    for name, line in maps.items():
-        Path(f"/proc/self/{name}").write_text(line)
+    Path("/proc/self/setgroups").write_text("deny")
+    Path("/proc/self/uid_map").write_text(f"0 {user} 1")
+    Path("/proc/self/gid_map").write_text(f"0 {group} 1")
 
 
 def enter(root):
@@ -157,7 +149,6 @@ def enter(root):
 
 
 def make_template(root):
-    """Builds what every private root is copied from."""
     root = Path(root)
     for folder in (*FOLDERS, *STUBS):
         (root / folder).mkdir(parents=True, exist_ok=True)
@@ -174,25 +165,20 @@ def make_template(root):
             path.chmod(0o600 if is_secret else 0o755 if path.stat().st_mode & 0o100 else 0o644)
     for path in (root / "www").glob("*.htm"):
         path.write_text(f"page=[{path.name}]=\n" + plain("@typed#" + path.read_text()))
-    harness = {"bin/sh": SHELL, f"{HARNESS}/stub": STUB, f"{HARNESS}/record": RECORD_CALL,
-               f"{HARNESS}/bashrc": "enable -n kill\n"}
+    harness = {"bin/sh": SHELL, f"{HARNESS}/stub": STUB, f"{HARNESS}/record": RECORD_CALL}
     for path, text in harness.items():
         (root / path).write_text(text)
         (root / path).chmod(0o755)
-    for folder, names in STUBS.items():
-        for name in names.split():
-            (root / folder / name).unlink(missing_ok=True)
-            (root / folder / name).symlink_to(f"/{HARNESS}/stub")
-    try:
+    for stub in (root / folder / name for folder in STUBS for name in STUBS[folder].split()):
+        stub.unlink(missing_ok=True)
+        stub.symlink_to(f"/{HARNESS}/stub")
+    with suppress(PermissionError):
         os.mknod(root / "dev/null", stat.S_IFCHR | 0o666, os.makedev(1, 3))
-        (root / "dev/null").chmod(0o666)
-    except PermissionError:
-        (root / "dev/null").touch()
+    (root / "dev/null").touch()
+    (root / "dev/null").chmod(0o666)
 
 
 class Result:
-    """What one request answered, ran and changed."""
-
     def __init__(self, finished, commands, before, after):
         self.status, self.stdout = finished.returncode, finished.stdout
         self.stderr = finished.stderr.decode(errors="replace")
@@ -214,8 +200,7 @@ class Appliance:
         self.disk = None  # the octets to which a file can grow
         self.program = PROGRAM
         subprocess.run(["cp", "-a", template, self.root], check=True)
-        for path, source in SHARED.items():
-            target = self.root / path
+        for target, source in ((self.root / path, source) for path, source in SHARED.items()):
             target.parent.mkdir(parents=True, exist_ok=True)
             try:
                 os.link(os.path.realpath(source), target)
@@ -244,7 +229,6 @@ class Appliance:
         self.at(path).mkdir()
 
     def keys(self, path):
-        """The lines key=value of a file."""
         return dict(line.split("=", 1) for line in self.read(path).splitlines() if "=" in line)
 
     def record(self):
@@ -269,18 +253,16 @@ class Appliance:
 
     def snapshot(self):
         """The content of every file; of a link, where it leads."""
-        found = {}
-        for folder, folders, files in os.walk(self.root):
-            if folder == str(self.root):
+        found, root = {}, str(self.root)
+        for folder, folders, files in os.walk(root):
+            if folder == root:
                 folders[:] = set(folders) - {HARNESS, "dev", "bin", "sbin", "run"}
             for path in (os.path.join(folder, name) for name in (*files, *folders)):
+                name = path[len(root):]
                 if os.path.islink(path):
-                    content = b"-> " + os.readlink(path).encode()
-                elif os.path.isdir(path) or path == str(self.at(INSTALLED)):
-                    continue
-                else:
-                    content = Path(path).read_bytes() if os.path.isfile(path) else b""  # a fifo
-                found[path[len(str(self.root)):]] = content
+                    found[name] = b"-> " + os.readlink(path).encode()
+                elif os.path.isfile(path) and name != f"/{INSTALLED}":
+                    found[name] = Path(path).read_bytes()
         return found
 
     # The appliance around the program.
@@ -297,13 +279,13 @@ class Appliance:
         self.at(f"/proc/{pid}/exe").symlink_to(os.readlink(f"/proc/{pid}/exe"))
 
     def stub_scripts(self):
-        """Makes the scripts below /etc (ip-up, ...) stubs too; otherwise they really run."""
+        """Makes the scripts below /etc stubs too; otherwise they really run."""
         self.write(f"/{HARNESS}/scripts_are_stubs", "")
 
     def practise(self, *names):
         """Puts the practice appliance's strict stand-ins in place of stubs."""
         for name in ("usr/lib/practice/common", *names):
-            self.at(name).unlink(missing_ok=True)
+            self.write(name, None)
             self.write(name, (PROJECT / f"lab/commands/{name}.sh").read_text(), 0o755)
 
     def take_turn(self, text=""):
@@ -317,10 +299,9 @@ class Appliance:
 
     def processes(self):
         """The processes that have this root."""
-        command = "find /proc -maxdepth 2 -path /proc/[0-9]*/root -printf %h:%l\\n".split()
+        command = [*"find /proc -maxdepth 2 -path /proc/[0-9]*/root -lname".split(), self.root]
         found = subprocess.run(command, capture_output=True, text=True).stdout
-        pids = re.findall(f"(?m)^/proc/(\\d+):{re.escape(str(self.root))}$", found)
-        return [int(pid) for pid in pids]
+        return [int(pid) for pid in re.findall("[0-9]+", found)]
 
     def end_processes(self):
         for pid in self.processes():
@@ -342,7 +323,7 @@ class Appliance:
         return self.request({"REQUEST_METHOD": "GET", "QUERY_STRING": query, **(env or {})}, b"")
 
     def post(self, form, env=None):
-        body = form if isinstance(form, (bytes, str)) else urllib.parse.urlencode(form)
+        body = urllib.parse.urlencode(form) if isinstance(form, dict) else form
         body = body.encode() if isinstance(body, str) else body
         head = {"REQUEST_METHOD": "POST", "CONTENT_LENGTH": str(len(body)),
                 "CONTENT_TYPE": "application/x-www-form-urlencoded"}

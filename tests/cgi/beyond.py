@@ -24,37 +24,37 @@ def answer(query, *records, flags=ANSWER, questions=1, count=None):
 
 
 ALIAS = record(5, b"\x01w\xc0\x0c")  # as long as an address
-# What each server sends to a query, one packet or several.
-SERVERS = {
-    "127.0.0.1": lambda query: [answer(query, ALIAS, address(OPEN), address(CLOSED))],
-    "127.0.0.2": lambda query: [answer(query, address(CLOSED))],
-    "127.0.0.3": lambda query: [answer(query, address(MUTE))],
-    "127.0.0.4": lambda query: [answer(query, flags=ANSWER | 3)],
-    "127.0.0.5": lambda query: [answer(query, flags=ANSWER | 2)],
-    "127.0.0.6": lambda query: [],
-    "127.0.0.7": lambda query: [answer(query, address(OPEN), flags=CUT)],
+# What the servers 127.0.0.1 and so on send to a query, one packet or several.
+SERVERS = [
+    lambda query: [answer(query, ALIAS, address(OPEN), address(CLOSED))],
+    lambda query: [answer(query, address(CLOSED))],
+    lambda query: [answer(query, address(MUTE))],
+    lambda query: [answer(query, flags=ANSWER | 3)],
+    lambda query: [answer(query, flags=ANSWER | 2)],
+    lambda query: [],
+    lambda query: [answer(query, address(OPEN), flags=CUT)],
     # None of these is an answer to the query.
-    "127.0.0.8": lambda query: [answer(bytes([query[0] ^ 1]) + query[1:], address(OPEN))],
-    "127.0.0.9": lambda query: [
+    lambda query: [answer(bytes([query[0] ^ 1]) + query[1:], address(OPEN))],
+    lambda query: [
         query, b"", answer(query, count=9), answer(query, address(OPEN), questions=0),
         answer(query, address(OPEN), flags=0x9180), answer(query, address(OPEN)[:-1]),
         answer(query[:13] + b"f" + query[14:], address(OPEN))],
     # The name of the record points at itself, and the letters have changed.
-    "127.0.0.10": lambda query: [
+    lambda query: [
         answer(query[:12] + query[12:].upper(), record(1, socket.inet_aton(OPEN), b"\xc0\x1d"))],
-}
+]
 
 
-def bound(place):
+def bound(number):
     server = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    server.bind((place, 53))
+    server.bind((f"127.0.0.{number}", 53))
     return server
 
 
 def main():
     subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
-    servers = {bound(place): reply for place, reply in SERVERS.items()}
-    stranger = bound("127.0.0.99")
+    servers = {bound(number): replies for number, replies in enumerate(SERVERS, 1)}
+    stranger = bound(99)
     listening = [socket.create_server(each) for each in ((OPEN, 80), (MUTE, 80))]
     listening[1].listen(0)
     waiting = [socket.socket() for _ in range(4)]  # more than the second one takes

@@ -63,30 +63,24 @@ def test_save(saved, modem, modems):
     """The user-defined modem's string is whatever was typed last."""
     saved.write(LIST, "[Other]\nX=1\nInitString=AT\n[B]\n")
     saved.change(RECORD, User="joe")
-    for path in DIALD, DIALER:
-        saved.write(path, "")
+    saved.write(DIALD, "")
+    saved.write(DIALER, "")
     result = post(saved, nat_modem_list=modem, nat_init_string="ATZ", nat_dial_type_radio="pulse")
     assert (result.message, result.commands) == ("", [])
     assert (result.changed[USER], result.changed.get(LIST)) == ("joe", modems)
     assert result.changed.keys() - {LIST, USER} == {RECORD, DIALD, DIALER}
 
 
-@pytest.mark.parametrize("obstacle, number, values", [
-    (LIST, 14, [LIST]), ("/www/Ini18042.tmp/x", 20, []),
-])
-def test_a_list_that_cannot_be_written(saved, obstacle, number, values):
-    """A link to where no file can be made; a folder where the temporary file should be."""
-    saved.write(obstacle, None if obstacle == LIST else "")
-    if obstacle == LIST:
+def test_a_list_that_cannot_be_written(saved):
+    saved.write("/www/Ini18042.tmp/x", "")  # in the way of the temporary file
+    result = upload(saved, small())
+    assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
+    for message in told(20), told(14, LIST):
+        result = post(saved, nat_modem_list="Other", nat_init_string="ATZ")
+        assert (result.message, result.did_nothing) == (message, True)
+        assert result.shown["nat_init_string"] == "ATZ"
+        saved.write(LIST, None)
         saved.at(LIST).symlink_to("/missing/modem.ini")
-    result = post(saved, nat_serspeed_list="9600", nat_modem_list="Other", nat_init_string="ATZ")
-    assert (result.message, result.did_nothing) == (told(number, *values), True)
-    assert result.shown["nat_init_string"] == "ATZ"
-
-
-def test_an_import_needs_no_record(appliance):
-    appliance.block(RECORD)
-    assert upload(appliance, small()).message == told(21, "1")
 
 
 def test_buttons(saved):
@@ -97,9 +91,6 @@ def test_buttons(saved):
     assert expected.items() <= result.shown.items()
     assert (result.message, result.did_nothing) == ("", True)
     assert result.stdout.count(b"Content-type") == 1
-    refused = post(saved, "port_defaults", nat_init_string="Y\n")
-    assert refused.shown["nat_init_string"] == "Y\n"
-    assert refused.message == told(61, "nat_init_string")
     ended = post(saved, "instatll")
     assert re.findall("<H[1-6]>(.*)</H[1-6]>", ended.body) == ["Action", "Do_Install"]
     assert not ended.changed
@@ -118,15 +109,17 @@ def test_chip_makers_description(saved):
     assert f"<option>{modems[-1][0]}\n" in result.shown["show_modemlist"]
 
 
-def test_wide_characters(saved):
-    result = upload(saved, (DATA / "elmsworth.inf").read_bytes())
-    assert sections(result.changed[LIST])[1:] == [("Elmsworth ED33 [serial]", "ATE0V1"),
-                                                  ("Elmsworth ED56", "ATE0V1&C1&D2")]
+def test_wide_characters(appliance):
+    """An import needs no record."""
+    appliance.block(RECORD)
+    result = upload(appliance, (DATA / "elmsworth.inf").read_bytes())
+    assert sections(result.changed[LIST])[1:] == [
+        ("Elmsworth ED33 [serial]", "ATE0V1"), ("Elmsworth ED56", "ATE0V1&C1&D2")]
     assert result.message == told(21, "2")
 
 
 @pytest.mark.parametrize("before, after", [
-    ("[New]", NEW), (f"{NEW}[Old]\n", f"{NEW}\n[Old]\n"),
+    (f"{NEW}[Old]\n", f"{NEW}\n[Old]\n"),
     ("[New]\r\nX=1\r\n\r\n\nInitString=1\r\nInitString=2\n[Old]\nInitString=3",
      "[New]\r\nX=1\r\n\nInitString=AT\n\nInitString=2\n[Old]\nInitString=3"),
     ("[New]\nX\n\n[Old]\n[New]\nInitString=1", f"[New]\nX\n\nInitString=AT\n\n[Old]\n{NEW}"),
@@ -161,32 +154,20 @@ def test_init_strings(saved, content, init):
     assert sections(upload(saved, content).changed[LIST])[1:] == [("New", init)]
 
 
-@pytest.mark.parametrize("content", [
-    "", "[Strings]\nA=\"New\"\n", small().replace("%M% = S", ""), small('B = "New"'),
-    *(small().replace(old, new) for old, new in (
-        ("[Strings]", "[Text]"), ("= S", "= "), ("%M% = S", "%M%"), ("[R]", "[Q]"),
-        ("AddReg = R", "AddReg = " + "Q," * 10 + "R"), ("AddReg", "DelReg"))),
+@pytest.mark.parametrize("old, new", [
+    (small(), ""), ("A = ", "B = "), ("= S", "= "), ("%M% = S", "%M%"), ("[R]", "[Q]"),
+    ("AddReg = R", "AddReg = " + "Q," * 10 + "R"), ("AddReg", "DelReg"),
 ])
-def test_useless_descriptions(saved, content):
-    result = upload(saved, content)
+def test_useless_descriptions(saved, old, new):
+    result = upload(saved, small().replace(old, new))
     assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
 
 
-@pytest.mark.parametrize("path", [
-    None, "/tmp/none", LIST, "/tmp/link", "/var/../etc/ppp/modem.ini",
-])
-def test_paths_that_are_no_upload(saved, path):
-    for file in LIST, "/tmp/real.inf":
-        saved.write(file, small())
-    saved.at("/tmp/link").symlink_to("/tmp/real.inf")
-    result = post(saved, "upload", **({} if path is None else {"load_file": path}))
-    assert (result.message, result.changed, result.removed) == (told(22), {}, set())
-
-
-def test_a_failing_merge_leaves_the_list(saved):
-    saved.write("/www/Ini18042.tmp/x", "")  # in the way of the temporary file
-    result = upload(saved, small())
-    assert (result.message, result.changed, result.removed) == (told(22), {}, {UPLOAD})
+def test_a_link_is_no_upload(saved):
+    saved.write("/tmp/real.inf", small())
+    saved.at(UPLOAD).symlink_to("/tmp/real.inf")
+    result = post(saved, "upload", load_file=UPLOAD)
+    assert (result.message, result.did_nothing) == (told(22), True)
 
 
 def test_ten_thousand_models(saved):
@@ -205,9 +186,9 @@ def test_ten_thousand_models(saved):
 
 
 @pytest.mark.skipif(SANITIZED, reason="sanitizers have memory of their own")
-@pytest.mark.parametrize("line", ['="x\n', "[]\n", "[{}]]]]]]]]\n"])
+@pytest.mark.parametrize("line", ['="x\n', "[]\n"])
 def test_a_long_description_takes_ten_times_its_size(saved, monkeypatch, line):
-    lines = "".join(line.format(n) for n in range(2**20 // len(line)))
+    lines = line * (2**20 // len(line))
     limit = 10 * len(lines) + 2**21  # the program itself
     monkeypatch.setattr(saved, "enter", lambda: (
         Appliance.enter(saved), resource.setrlimit(resource.RLIMIT_AS, (limit, limit))))

@@ -10,7 +10,7 @@ import pytest
 
 from appliance import CHANGES, CHAP, HARNESS, PAP, PROGRAM, RECORD, told, until
 from table import CASES, SECRET
-from test_turns import script
+from test_turns import ON, script
 from test_uploads import field
 
 FORESEEN = os.environ.get("NAT_FORESEEN")  # the program that leaves the files of a preview
@@ -25,37 +25,18 @@ def state(appliance):
     return found
 
 
-def changed_in(before, after):
-    return {path for path in before.keys() | after.keys() if not path.startswith(CHANGES)
-            and before.get(path, ())[:4] != after.get(path, ())[:4]}
-
-
-def preview_of(case):
-    """The same request with one more field."""
-    preview = copy(case)
-    if isinstance(case.form, bytes):
-        preview.form = field("preview", "yes").encode() + case.form
-    else:
-        preview.form = {**case.form, "preview": "yes"}
-    return preview
-
-
 def files_of(text):
     """What a list says of each file."""
     parts = re.split(r"(?m)^(?=/)", text)[1:]
     return {path: words.rstrip("\n") for path, words in (part.split("\n", 1) for part in parts)}
 
 
-def without_paths(commands):
-    return {re.sub(r"^\S*/", "", command) for command in commands}
-
-
 def look(appliance, page, todo="save", **fields):
     return appliance.post({"this_file": page, "todo": todo, "preview": "yes", **fields})
 
 
-def outcome(seen):
-    return seen.shown["preview_result"], seen.shown["preview_summary"].rstrip("\n")
+def foreseen(appliance, *request, **fields):
+    return files_of(look(appliance, *request, **fields).shown["preview_files"])
 
 
 @pytest.mark.parametrize("case", [case for case in CASES if case.form], ids=lambda case: case.name)
@@ -66,12 +47,16 @@ def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, c
     appliance.at(f"{HARNESS}/foreseen").mkdir()
     before = state(appliance)
     appliance.program = FORESEEN or PROGRAM
-    seen = preview_of(case).send(appliance)
+    preview = copy(case)
+    preview.form = ({**case.form, "preview": "yes"} if isinstance(case.form, dict)
+                    else field("preview", "yes").encode() + case.form)
+    seen = preview.send(appliance)
     appliance.program = PROGRAM
     assert state(appliance) == before and proxy.poll() is None
     result = case.send(appliance)
     after = state(appliance)
-    changed = changed_in(before, after)
+    changed = {path for path in before.keys() | after.keys() if not path.startswith(CHANGES)
+               and before.get(path, ())[:4] != after.get(path, ())[:4]}
     assert SECRET not in str(seen.body)
     if seen.page is None:  # the answer of last resort is the same for both
         assert (seen.body, changed) == (result.body, set())
@@ -86,7 +71,8 @@ def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, c
         path: files[path] for path in files if not path.startswith(no_settings)}
     commands = seen.shown["preview_commands"].splitlines()
     assert commands == [line.split(" ", 1)[1] for line in history["history_commands"].splitlines()]
-    assert not without_paths(commands) & without_paths(seen.commands)
+    asked = {re.sub(r"^\S*/", "", command) for command in seen.commands}
+    assert not any(re.sub(r"^\S*/", "", command) in asked for command in commands)
     left = {path.name.replace("%", "/"): (path.stat().st_mode, path.read_bytes())
             for path in appliance.at(f"{HARNESS}/foreseen").iterdir()}
     if FORESEEN:
@@ -94,12 +80,14 @@ def test_a_preview_does_nothing_and_the_request_what_it_told(appliance, proxy, c
 
 
 def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
+    def outcome(seen):
+        return seen.shown["preview_result"], seen.shown["preview_summary"].rstrip("\n")
+
     before = state(kept)
     seen = look(kept, "wan_ppp.htm", ppp_ac_name="")
     assert outcome(seen) == ("refused", told(82))
     assert (seen.message, seen.shown["preview_page"]) == (told(16), "wan_ppp.htm")
-    seen = look(kept, "nat_vs.htm")
-    assert outcome(seen) == ("accepted", told(81))
+    assert outcome(look(kept, "nat_vs.htm")) == ("accepted", told(81))
     assert outcome(kept.view("preview.htm")) == ("", told(84))
     assert state(kept) == before
     kept.save("nat_conn.htm", enable_dmz="checked")
@@ -109,54 +97,45 @@ def test_what_a_refusal_would_say_and_that_nothing_would_change(kept):
     assert outcome(look(kept, "nat_vs.htm", vs_web_enable="checked")) == ("failed", told(83))
 
 
-def test_what_a_request_makes_first_is_foreseen(kept):
-    for path in RECORD, "/etc/ppp/modem.ini":
-        kept.write(path, None)
-        (kept.at(path).parent / f".{kept.at(path).name}.999999999").write_text("left over")
-    before = state(kept)
-    seen = look(kept, "sp_port.htm", nat_modem_list="Other", nat_init_string="ATZ")
-    assert state(kept) == before
-    files = files_of(seen.shown["preview_files"])
-    assert files[RECORD][:6] == files["/etc/ppp/modem.ini"][:6] == "(new)\n"
-
-
 @pytest.mark.parametrize("is_new", [True, False])
 def test_secrets_are_not_shown(kept, is_new):
     """Neither a file of them that is new, nor one whose lines look like settings."""
     for path in PAP, CHAP:
         kept.write(path, None if is_new else "#PPPoE\nold\tppp0\tgeheim=0\n", 0o600)
     fields = {"ppp_ac_name": "joe", "ppp_ac_pwd": "geheim=1", "ppp_idle_time": "5"}
-    seen = look(kept, "wan_ppp.htm", **fields)
+    seen = foreseen(kept, "wan_ppp.htm", **fields)
     kept.save("wan_ppp.htm", **fields)
-    for text in seen.shown["preview_files"], kept.view("history.htm").shown["history_files"]:
-        assert files_of(text)[PAP] == ("(new)\nchanged" if is_new else "changed")
-        assert "joe" in text and "geheim" not in text
-    text = look(kept, "history.htm", "undo", change=1).shown["preview_files"]
-    assert files_of(text)[PAP] == ("(removed)\nchanged" if is_new else "changed")
-    assert "geheim" not in text
+    done = files_of(kept.view("history.htm").shown["history_files"])
+    undone = foreseen(kept, "history.htm", "undo", change=1)
+    for files, words in (seen, "(new)\n"), (done, "(new)\n"), (undone, "(removed)\n"):
+        assert files[PAP] == words * is_new + "changed"
+        assert "geheim" not in str(files) and "joe" in str(files)
 
 
-def test_logs_are_emptied_in_words(appliance):
-    for path in "/var/log/pppd.log", "/var/log/ppp1.log":
-        appliance.write(path, "geheim\n")
-    text = look(appliance, "sp_status.htm", "nat_clearlog").shown["preview_files"]
-    assert files_of(text) == {"/var/log/pppd.log": "(emptied)",
-                              "/var/log/ppp1.log": "(removed)\nchanged"}
-
-
-def test_files_behind_links(kept):
-    """Firmware images keep files on flash so."""
+def test_what_a_list_says_of_files(kept):
+    """Firmware images keep the record on flash so."""
+    sites, logs = "/usr/local/squid/etc/access.list", ["/var/log/pppd.log", "/var/log/ppp1.log"]
     kept.at("/flash").mkdir()
     kept.at(RECORD).rename(kept.at("/flash/record"))
     kept.at(RECORD).symlink_to("/flash/record")
-    seen = look(kept, "nat_conn.htm", enable_dmz="checked").shown
-    assert files_of(seen["preview_files"])["/flash/record"].startswith("DMZ: 0 → 1\n")
+    files = foreseen(kept, "nat_conn.htm", enable_dmz="checked")
+    assert files["/flash/record"].startswith("DMZ: 0 → 1\n")
+    kept.save("nat_conn.htm", enable_dmz="checked")
+    files = foreseen(kept, "history.htm", "undo", change=1)
+    assert files["/flash/record"].startswith("DMZ: 1 → 0")
+    assert "DMZ=1\n" in kept.read("/flash/record")
+    for path in logs:
+        kept.write(path, "geheim\n")
+    assert foreseen(kept, "sp_status.htm", "nat_clearlog") == dict(
+        zip(logs, ["(emptied)", "(removed)\nchanged"]))
+    kept.write(sites, "".join(f"{number}.example.org\n" for number in range(4000)))
+    assert foreseen(kept, "sites_allow.htm", "del_all") == {
+        sites: "(There is more than this page has room for.)"}
 
 
 def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
     script(kept, "/sbin/pidof", ": > /tmp/asked\nwhile ! [ -e /tmp/go ]; do sleep .05; done\n")
-    fields = {"internet_access": "checked", "access_method": "WAN Port - PPPoE"}
-    looking = threading.Thread(target=look, args=(kept, "nat_conn.htm"), kwargs=fields)
+    looking = threading.Thread(target=look, args=(kept, "nat_conn.htm"), kwargs=ON)
     looking.start()
     until(lambda: kept.exists("/tmp/asked"))
     with open(kept.at("/run/quillstead-admin/lock"), "r+") as lock, pytest.raises(BlockingIOError):
@@ -164,15 +143,3 @@ def test_others_wait_for_a_preview_but_do_not_hear_of_a_change(kept):
     assert kept.view("progress").body == '{"busy": null}\n'
     kept.write("/tmp/go", "")
     looking.join()
-
-
-def test_an_undo_can_be_previewed_and_a_long_list_is_cut(kept):
-    sites = "/usr/local/squid/etc/access.list"
-    kept.save("nat_conn.htm", enable_dmz="checked")
-    seen = look(kept, "history.htm", "undo", change=1)
-    assert files_of(seen.shown["preview_files"])[RECORD].startswith("DMZ: 1 → 0")
-    assert "DMZ=1\n" in kept.read(RECORD)
-    kept.write(sites, "".join(f"{number}.example.org\n" for number in range(4000)))
-    seen = look(kept, "sites_allow.htm", "del_all")
-    assert files_of(seen.shown["preview_files"]) == {
-        sites: "(There is more than this page has room for.)"}

@@ -1,7 +1,6 @@
 """Whether the programs that read the connections' files get back what was typed."""
 
 import os
-import re
 import shlex
 import subprocess
 
@@ -13,9 +12,8 @@ OPTIONS = "/etc/ppp/options.ttyS0"
 
 SHELLS = [["bash"], ["dash"], ["busybox", "ash"]]
 AWKWARD = [
-    "joe#1@isp", "#", "joe smith", " joe ", "it's", "$HOME", "$(id)", "`id`", "back\\slash",
-    "end\\", "\\$x\\\\y", "a;b|c&d", "<in >out", "*", "~root", "!x{1,2}[3]?", "=", "jürgen@日本",
-    "say \"hi\""]
+    "joe#1@isp", "#", " joe smith ", "it's", "$HOME", "$(id)", "`id`", "end\\", "\\$x\\\\y",
+    "a;b|c&d", "<in >out", "*", "~root", "!x{1,2}[3]?", "=", "jürgen@日本", "say \"hi\""]
 
 
 def save(appliance, page, **fields):
@@ -40,7 +38,7 @@ def pppd_words(line):
     return list(reader)
 
 
-@pytest.mark.parametrize("name", ["my-pc", "#", "$HOME-${x}", "~", "a!b{1}^%@.é", ""])
+@pytest.mark.parametrize("name", ["#", "$HOME-${x}", "~", "a!b{1}^%@.é", ""])
 def test_interface_file_in_a_shell(appliance, name):
     save(appliance, "wan_dc.htm", isp_ip_type="dynamic", device_name=name)
     assert_sourced(appliance, IFCFG, {
@@ -51,16 +49,15 @@ def test_interface_file_in_a_shell(appliance, name):
 @pytest.mark.parametrize("tag", ["PPPoE", "Serial"])
 def test_accounts(appliance, text, tag):
     service = text.replace('"', "").replace(" ", "")
-    for name, password in ("old", "old"), ("plain", text), (text, "plain"):
+    for name, password in ("plain", text), (text, "plain"):
         if tag == "PPPoE":
             save(appliance, "wan_ppp.htm", ppp_ac_name=name, ppp_ac_pwd=password, ppp_idle_time="5",
                  isp_ip_type="dynamic", service_name=service)
         else:
             save(appliance, "sp_int.htm", nat_ac_name=name, nat_ac_pwd=password, nat_idle_time="5")
         for path in PAP, CHAP:
-            line = re.search(f"^#{tag}\n(.*)\n", appliance.read(path), re.MULTILINE)[1]
-            assert pppd_words(line) == [name, "ppp0", password]
-            assert appliance.read(path).count("ppp0") == 1
+            _, marker, line = appliance.read(path).splitlines()
+            assert (marker, pppd_words(line)) == (f"#{tag}", [name, "ppp0", password])
     if tag == "PPPoE":
         assert_sourced(appliance, PPPOE, {
             "USER": text, "PPPOE_EXTRA": f"-S {service}", "DEMAND": "300", "PPPOE_TIMEOUT": "300",

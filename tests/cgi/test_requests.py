@@ -5,7 +5,7 @@ import re
 
 import pytest
 
-from appliance import PROJECT, RECORD, WAN, WWW, plain, told
+from appliance import MESSAGES, PROJECT, RECORD, WAN, WWW, plain, told
 
 NOTICE = """<!DOCTYPE html>
 <HTML lang="en">
@@ -59,35 +59,50 @@ def seen(result):
     return f"{result.page.removesuffix('.htm')}[{result.message}][{result.shown['typed']}]"
 
 
-def escaped(text):
-    return html.escape(text).replace("&#x27;", "&#39;")
+def unknown(name):
+    return told(10, html.escape(name).replace("&#x27;", "&#39;")) + "\n"
 
 
-@pytest.mark.parametrize("env", [
-    {"REQUEST_METHOD": "GET"}, {"REQUEST_METHOD": "GET", "QUERY_STRING": "&&"},
-    {"REQUEST_METHOD": "GET", "QUERY_STRING": "next_file&todo&typed=x"},
-    {"REQUEST_METHOD": "POST"}, {"REQUEST_METHOD": "POST", "CONTENT_LENGTH": "0"},
+def test_without_a_form_the_default_page_answers(appliance):
+    for method, query in ("GET", None), ("GET", "next_file&todo&typed=x"), ("POST", None):
+        result = appliance.request({"REQUEST_METHOD": method, "QUERY_STRING": query}, b"")
+        assert (seen(result), result.stderr, result.commands) == ("nat_conn[][]", "", [])
+
+
+@pytest.mark.parametrize("form, answer", [
+    ("&&", "nat_conn[][]"),
+    ("this_file=wan_dc.htm&todo=&next_file=nat_vs.htm", "nat_vs[][]"),
+    # pages without a setter accept nothing but "save"
+    ("this_file=nat_base.htm&todo=x&typed=a", f"nat_base[{told(5, 'nat_base.htm')}][a]"),
+    # a page outside every group saves nothing and goes on
+    ("this_file=filterlog.htm&todo=save&next_file=nat_base.htm", "nat_base[][]"),
+    ("todo=save&next_file=nat_base.htm", "nat_base[][]"),
+    # an upload goes to the modem port page
+    ("this_file=odd.htm&todo=upload&typed=a", f"sp_port[{told(22)}][a]"),
+    ("this_file=sp_port.htm&todo=upload&typed=%0a", f"sp_port[{told(61, 'typed')}][\n]"),
+    # the value that sorts first is the one that counts, and is decoded before
+    ("this_file=wan_ppp.htm&&this_file=wan_dc.htm&todo=x&"
+     "typed=b%20b&typed=b+a%2B%c3%A4%26&Typed=0&", "wan_dc[][b a+ä&]"),
+    ("this_file=wan_dc.htm&=&todo=x&typed=b&t%79ped=a=%", "wan_dc[][a=]"),
+    # views and posts of pages that there are none of
+    ("next_file=NAT_BASE.HTM&next_file=odd.htm", MESSAGE_PAGE.format(unknown("NAT_BASE.HTM"))),
+    (f"next_file={SCRIPT * 2}", MESSAGE_PAGE.format(unknown(SCRIPT * 2)[:127])),
+    (f"this_file={SCRIPT}&todo=x", FATAL.format("", unknown(SCRIPT))),
+    (f"this_file=wan_dc.htm&todo=save&next_file={SCRIPT}", FATAL.format("", unknown(SCRIPT))),
+    ("todo=x", FATAL.format("", unknown(""))),
+    ("this_file=odd.htm&todo=save&typed=%0a", FATAL.format("", told(61, "typed") + "\n")),
 ])
-def test_without_a_form_the_default_page_answers(appliance, env):
-    result = appliance.request(env, b"")
-    assert result.stdout.startswith(b"Content-type: text/html\n\npage=")
-    assert (seen(result), result.status) == ("nat_conn[][]", 0)
-    assert (result.stderr, result.commands) == ("", [])
+def test_requests_end_on_the_right_page(appliance, form, answer):
+    result = appliance.post(form)
+    assert (seen(result) if result.page else result.body, result.status) == (answer, 0)
 
 
-def test_every_page_is_shown_by_its_name(appliance):
+def test_keys_that_no_shipped_page_shows_and_the_end_of_a_name(appliance):
     """A NUL ends a name as it ends any text."""
-    for page in PAGES:
-        assert appliance.get(f"next_file={page}%00odd&typed=x").page == page
-
-
-@pytest.mark.parametrize("page, key, value", [
-    ("nat_base.htm", "can_change_vsip_2", "true"), ("ac_cfg.htm", "can_change_vsip_1", "false"),
-    ("wan_dc.htm", "dns_name", "192.0.2.53"),
-])
-def test_a_key_that_no_shipped_page_shows(appliance, page, key, value):
-    appliance.write(f"/www/{page}", plain(f"@{key}#@message#"))
-    assert appliance.view(page).shown == {key: value}
+    for page, key, value in (("nat_base.htm", "can_change_vsip_2", "true"),
+                             ("ac_cfg.htm", "can_change_vsip_1", "false")):
+        appliance.write(f"/www/{page}", plain(f"@{key}#@message#"))
+        assert appliance.get(f"next_file={page}%00odd").shown == {key: value}
 
 
 @pytest.mark.parametrize("method, enabled, page", [
@@ -110,7 +125,6 @@ def test_the_status_page_is_that_of_the_method_in_force(appliance, method, enabl
     ("PUT", "3", "CGI Error!", "Unsupported REQUEST_METHOD"),
     ("POST", "4", "Error!", "Error Reading Data"),
     ("POST", "-1", "Error!", "Could not allocate enough memory."),
-    ("POST", "99999999999999999999", "Error!", "Could not allocate enough memory."),
 ])
 def test_a_broken_request_gets_the_fatal_page(appliance, method, length, title, text):
     result = appliance.request({"REQUEST_METHOD": method, "CONTENT_LENGTH": length}, b"a=b")
@@ -126,49 +140,7 @@ def test_without_a_method_there_is_only_a_hint(appliance):
         "If you are dubugging, please set your CGI\nenvironment variables.\n\n")
 
 
-@pytest.mark.parametrize("form, name", [
-    ("next_file=NAT_BASE.HTM&next_file=odd.htm", "NAT_BASE.HTM"), ("next_file=", ""),
-    (f"next_file={SCRIPT * 2}", SCRIPT * 2),
-])
-def test_an_unknown_page_gets_the_message_page(appliance, form, name):
-    text = (told(10, escaped(name)) + "\n")[:127]
-    assert appliance.post(form).body == MESSAGE_PAGE.format(text)
-
-
-@pytest.mark.parametrize("form, body", [
-    # a single page, by its own word
-    ("this_file=wan_dc.htm&todo=x&next_file=&typed=a", "wan_dc[][a]"),
-    ("this_file=wan_dc.htm&todo=&next_file=nat_vs.htm", "nat_vs[][]"),
-    # pages without a setter accept nothing but "save"
-    ("this_file=nat_base.htm&todo=x&typed=a", f"nat_base[{told(5, 'nat_base.htm')}][a]"),
-    ("this_file=nat_base.htm&todo=save&typed=a", "nat_base[][a]"),
-    # a page outside every group saves nothing and goes on
-    ("this_file=filterlog.htm&todo=save&next_file=nat_base.htm", "nat_base[][]"),
-    ("todo=save&next_file=nat_base.htm", "nat_base[][]"),
-    # an upload goes to the modem port page
-    ("this_file=odd.htm&todo=upload&typed=a", f"sp_port[{told(22)}][a]"),
-    ("this_file=sp_port.htm&todo=upload&typed=%0a", f"sp_port[{told(61, 'typed')}][\n]"),
-    # the value that sorts first is the one that counts, and is decoded before
-    ("this_file=wan_ppp.htm&&this_file=wan_dc.htm&todo=x&"
-     "typed=b%20b&typed=b+a%2B%c3%A4%26&Typed=0&", "wan_dc[][b a+ä&]"),
-    ("this_file=wan_dc.htm&=&todo=x&typed=b&t%79ped=a=%", "wan_dc[][a=]"),
-])
-def test_posts_end_on_the_right_page(appliance, form, body):
-    result = appliance.post(form)
-    assert (seen(result), result.status) == (body, 0)
-
-
-@pytest.mark.parametrize("form, text", [
-    (f"this_file={SCRIPT}&todo=x", escaped(told(10, SCRIPT))),
-    (f"this_file=wan_dc.htm&todo=save&next_file={SCRIPT}", escaped(told(10, SCRIPT))),
-    ("todo=x", told(10, "")), ("this_file=odd.htm&todo=save&typed=%0a", told(61, "typed")),
-])
-def test_posts_to_unknown_pages_are_fatal(appliance, form, text):
-    result = appliance.post(form)
-    assert (result.body, result.status) == (FATAL.format("", text + "\n"), 0)
-
-
-@pytest.mark.parametrize("value", ["%00b", "%7f", "%1Gb", "b%2"])
+@pytest.mark.parametrize("value", ["%00b", "%7f", "b%2"])
 def test_a_control_character_is_refused_before_anything_happens(appliance, value):
     result = appliance.post(f"this_file=nat_conn.htm&todo=save&enable_dmz=checked&ty%3Cped={value}")
     assert (result.page, result.message) == ("nat_conn.htm", told(61, "ty?ped"))
@@ -184,26 +156,24 @@ def test_a_failing_action_stops_the_run_and_shows_the_posting_page(appliance):
     assert not any("rc.ipvs" in command for command in result.commands)
 
 
+def test_the_largest_page(appliance):
+    for body, answer in ("x" * 51199, "x" * 51199), ("x" * 51200, FATAL.format(told(2) + "\n", "")):
+        appliance.write("/www/nat_vs.htm", body)
+        assert appliance.view("nat_vs.htm").body == answer
+
+
 @pytest.mark.parametrize("messages, told_as", [
-    ("1-one\n10-%s\r\n", "nat_vs.htm\r\n"), ("100-%s", "Unknown error"), (None, "Unknown error"),
+    (None, "Unknown error"),
     ("10-%n%s%s%99999d%" + "y" * 300, "%nnat_vs.htm%s%99999d%" + "y" * 105),
 ])
 def test_a_missing_template_is_named(appliance, messages, told_as):
     """A message file that is damaged is only text."""
     appliance.write("/www/nat_vs.htm", None)
     appliance.write("/www/cgi_err", messages)
-    result = appliance.view("nat_vs.htm")
-    assert result.stdout.decode().partition("\n\n")[2] == FATAL.format(told_as, "")
+    assert appliance.view("nat_vs.htm").body == FATAL.format(told_as, "")
 
 
-def test_the_largest_page(appliance):
-    appliance.write("/www/nat_vs.htm", "x" * 51199)
-    assert appliance.view("nat_vs.htm").body == "x" * 51199
-    appliance.write("/www/nat_vs.htm", "x" * 51200)
-    assert appliance.view("nat_vs.htm").body == FATAL.format(told(2) + "\n", "")
-
-
-def test_every_message_has_its_text(appliance):
+def test_every_message_has_its_text():
     numbers = re.findall(r"= (\d+),", (PROJECT / "src/framework/msgfile.h").read_text())
-    texts = dict(line.split("-", 1) for line in appliance.read("/www/cgi_err").splitlines())
-    assert len(numbers) > 40 and set(numbers) <= set(texts) and max(map(len, texts.values())) < 127
+    assert len(numbers) > 40 and {*map(int, numbers)} <= MESSAGES.keys()
+    assert max(map(len, MESSAGES.values())) < 127

@@ -1,4 +1,4 @@
-"""What must hold when a file is out of reach or a link, and when a daemon is started."""
+"""What must hold when a file is a link, a fifo or somebody else's, or has damaged words."""
 
 import os
 
@@ -6,17 +6,7 @@ import pytest
 
 from appliance import FILTER, PPPOE, RECORD, SETTINGS, WAN, told
 
-
-@pytest.mark.parametrize("path, page, message", [
-    *((RECORD, page, 13) for page in ("nat_vs.htm", "sp_port.htm")),
-    ("/etc/ppp/nat_ppp.tmp", "nat_vs.htm", 14),
-])
-def test_a_file_out_of_reach_is_named(saved, path, page, message):
-    """And nothing is stored or made from it."""
-    saved.block(path)
-    result = saved.post({"this_file": page, "todo": "save", "vs_web_enable": "checked"})
-    assert (result.message, result.changed) == (told(message, path), {})
-    assert not any("rc.ipvs" in command for command in result.commands)
+SITES = "/usr/local/squid/etc/deny.list"
 
 
 def test_a_link_to_a_file_elsewhere_stays(saved):
@@ -46,17 +36,6 @@ def test_owner_and_mode_of_a_rewritten_file_stay(saved):
     assert (status.st_uid, status.st_gid) == owner
 
 
-def test_commands_get_no_descriptor_of_the_program(saved):
-    """Daemons would keep its lock, and what they print would be part of the answer."""
-    saved.write("/usr/sbin/adsl-start", None)
-    saved.write("/usr/sbin/adsl-start", '#!/bin/bash\necho one line\nexec 2> /dev/null\n'
-                'for fd in {3..9}; do true >&$fd && echo $fd >> /etc/inherited; done\n'
-                'touch /etc/ran\n', 0o755)
-    result = saved.save("nat_conn.htm", internet_access="checked", access_method="WAN Port - PPPoE")
-    assert result.stdout.startswith(b"Content-type: text/html\n\npage=")
-    assert result.changed.get("/etc/ran") == "" and "/etc/inherited" not in result.changed
-
-
 def test_words_of_commands_come_clean_from_the_settings(saved):
     """A damaged interface name counts as missing."""
     saved.write(WAN, "nat_enable=yes\nnat_interface=e;reboot\nconnect_method=1\n")
@@ -69,7 +48,7 @@ def test_words_of_commands_come_clean_from_the_settings(saved):
 @pytest.mark.parametrize("path, page", [("/tmp/dyna", "dc_status.htm"), (SETTINGS, "wan_dc.htm")])
 def test_nobody_is_waited_for(saved, path, page):
     """A fifo where a file should be is told like any file that cannot be read, whoever fills it."""
-    saved.at(path).unlink(missing_ok=True)
+    saved.write(path, None)
     os.mkfifo(saved.at(path))
     filling = os.open(saved.at(path), os.O_RDWR)
     os.write(filling, b"bootproto=dhcp\n")
@@ -88,3 +67,15 @@ def test_a_log_that_is_a_link_is_neither_shown_nor_emptied(saved):
     assert saved.view("filterlog.htm").message == told(37)
     result = saved.post("this_file=filterlog.htm&todo=clear&clear=Clear Log")
     assert (result.message, result.changed) == (told(31), {})
+
+
+def test_of_a_long_list_what_stays_is_not_written_anew(appliance):
+    text = "".join(f"site{number}.example\n" for number in range(10_000))
+    appliance.write(SITES, text)
+    before = appliance.at(SITES).stat().st_ino
+    for form, expected in (("del_selected&banned_list=none.example", text),
+                           ("add_url&new_url=new.example", text + "new.example\n"),
+                           ("del_selected&banned_list=new.example", text)):
+        appliance.post(f"this_file=sites_ban.htm&todo={form}")
+        assert appliance.read(SITES) == expected
+        assert (appliance.at(SITES).stat().st_ino == before) == ("none" in form)

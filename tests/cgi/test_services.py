@@ -18,8 +18,7 @@ FTP_SERVER = {"vs_ftp_enable": "checked"}
 STOP_MODEM = ["/etc/ppp/dial stop", "/sbin/ifconfig sl0 down"]
 STOP_PPPOE = ["/usr/sbin/adsl-stop", "/sbin/ifdown ppp0"]
 STOP_DIRECT = ["/sbin/ifdown eth0", "/etc/ppp/ip-down eth1"]
-NO_SAP, NO_WEB, NO_FTP = (
-    {f"enable_{name}": "unchecked"} for name in ("sp_apps", "web_access", "ftp"))
+OFF = "unchecked"
 
 
 def save(appliance, **fields):
@@ -90,7 +89,6 @@ LATER = f"acc_en=2\n{HEAD}acc_en=4"
 
 @pytest.mark.parametrize("value, before, after", [
     ("on", f"{NO_HEADS}{HEAD}a=1\n[u]", f"{NO_HEADS}{HEAD}a=1\nacc_en=0\n[u]"),
-    ("checked", "", f"{HEAD}acc_en=1\n"),
     ("checked", f"{HEAD}acc_en=0\n{LATER}", f"{HEAD}acc_en=1\n{LATER}"),
     ("checked", f"[ACC_CTRL]\r\n{NO_KEYS}", f"[ACC_CTRL]\r\n{NO_KEYS}acc_en=1\n"),
 ])
@@ -105,18 +103,14 @@ def test_access_control(saved, value, before, after):
     assert result.changed[AC] == script.format("yes" if value == "checked" else "no")
 
 
+ALWAYS, ON, SERVER = {"filter_when": "always"}, {"DMZ": 1}, {"Ftp": 1}
+
+
 @pytest.mark.parametrize("record, state, dmz, numbers, fields", [
-    ({}, 1, "checked", [], {"filter_when": "never"}),
-    ({}, 0, "checked", [52], {"filter_when": "always"}),
-    ({}, 0, "checked", [52], {"filter_when": "always", "next_file": "nat_sap.htm"}),
-    ({"Ftp": 1}, 0, "checked", [58, 59, 60], {"filter_when": "always", **FTP_SERVER}),
-    ({"DMZ": 1}, 1, "unchecked", [], {"filter_when": "x"}),
-    ({"DMZ": 1}, 1, "checked", [56, 57], FTP_SERVER),
-    ({"DMZ": 1, "Ftp": 1}, 1, "checked", [], FTP_SERVER), ({}, 1, "unchecked", [], FTP_SERVER),
-    ({"DMZ": 1}, 1, "checked", [55], {"filter_when": "always"}),
-    ({"DMZ": 1}, 0, "checked", [55], {"filter_when": "between"}),
-    ({"DMZ": 1}, 0, "checked", [], {"filter_when": "never"}),
-    ({"DMZ": 1}, 1, "unchecked", [], {"filter_when": "always"}),
+    ({}, 1, "checked", [], {"filter_when": "never"}), ({}, 0, "checked", [52], ALWAYS),
+    (SERVER, 0, "checked", [58, 59, 60], {**ALWAYS, **FTP_SERVER}),
+    (ON, 1, "checked", [56, 57], FTP_SERVER), ({**ON, **SERVER}, 1, "checked", [], FTP_SERVER),
+    (ON, 1, "checked", [55], ALWAYS), (ON, 1, "unchecked", [], ALWAYS),
 ])
 def test_a_dmz_host_warns(saved, proxy, record, state, dmz, numbers, fields):
     """It hides the FTP server and what the filter is to see."""
@@ -133,7 +127,7 @@ def test_a_service_section_and_its_module(saved):
     saved.write(SERVICES, script.format(" "), 0o640)
     saved.answer("pidof pppd", "321\n")
     saved.answer("lsmod", "ip_masq_ftp 1234 2\n")
-    result = save(saved, **NO_FTP, **NO_WEB, enable_email="unchecked")
+    result = save(saved, enable_ftp=OFF, enable_web_access=OFF, enable_email=OFF)
     assert (result.changed[SERVICES], saved.mode(SERVICES)) == (script.format("#"), 0o744)
     unload = [IS_PPP, "/sbin/rmmod ip_masq_ftp", "/sbin/lsmod", SET_MODULE % ("ip_masq_ftp", "f")]
     assert result.commands[:4] == unload
@@ -141,19 +135,19 @@ def test_a_service_section_and_its_module(saved):
     assert load == [IS_PPP, "/sbin/modprobe ip_masq_ftp", SET_MODULE % ("ip_masq_ftp", "s")]
 
 
-@pytest.mark.parametrize("fields, before, after", [
-    (NO_WEB, f" {FIREWALL} $1\n#{FIREWALL}", f"#{FIREWALL} $1\n#{FIREWALL}\n {CLOSED} $1\n"),
-    (NO_SAP, f"sh {FIREWALL}\n", f"#sh {FIREWALL}\n {CLOSED} $1\n"),
-    (NO_FTP, f"#{FIREWALL}\nsh {FIREWALL}\n {CLOSED}\nsh {CLOSED}",
+@pytest.mark.parametrize("switch, before, after", [
+    ("web_access", f" {FIREWALL} $1\n#{FIREWALL}", f"#{FIREWALL} $1\n#{FIREWALL}\n {CLOSED} $1\n"),
+    ("sp_apps", f"sh {FIREWALL}\n", f"#sh {FIREWALL}\n {CLOSED} $1\n"),
+    ("ftp", f"#{FIREWALL}\nsh {FIREWALL}\n {CLOSED}\nsh {CLOSED}",
      f" {FIREWALL}\nsh {FIREWALL}\n#{CLOSED}\n#sh {CLOSED}"),
 ])
-def test_special_applications_need_both_switches(saved, fields, before, after):
+def test_special_applications_need_both_switches(saved, switch, before, after):
     script = "ipchains -F\n#@VPN\n{0}modprobe vpn\n{0}ipchains -A\n echo\n\n ipchains -X\n"
     saved.write(FIREWALL, script.format(" "))
     saved.write(IP_UP, before)
-    result = save(saved, **fields)
+    result = save(saved, **{f"enable_{switch}": OFF})
     assert (result.changed[IP_UP], saved.mode(IP_UP)) == (after, 0o755)
-    if fields != NO_FTP:
+    if switch != "ftp":
         assert (saved.read(CLOSED), saved.mode(CLOSED)) == (script.format("#"), 0o755)
 
 
@@ -162,11 +156,8 @@ def test_a_live_link_gets_its_scripts_run_again(saved):
     saved.change(WAN, nat_enable="yes")
     saved.answer("pidof pppd", "321\n")
     saved.answer("pidof -x adsl-connect", "322\n")
-    saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:192.0.2.9  P-t-P:192.0.2.1\n")
     rerun = [IS_PPP, IS_MODEM, IS_PPPOE, HAS_ADDRESS % "ppp0", LINK_UP % "ppp0"]
-    assert save(saved, enable_telnet="unchecked").commands == rerun * 2
-    saved.answer("ifconfig ppp0", "ppp0 Link\n inet addr:10.112.112.112  P-t-P\n")
-    assert save(saved, enable_telnet="checked").commands == rerun[:-1] * 2
-    saved.answer("pidof pppd", "")
-    saved.answer("ifconfig eth0", "eth0: error fetching interface information\n")
-    assert save(saved, enable_telnet="unchecked").commands == LINK * 2
+    for address, switch, runs in (("192.0.2.9", "unchecked", rerun),
+                                  ("10.112.112.112", "checked", rerun[:-1])):
+        saved.answer("ifconfig ppp0", f"ppp0 Link\n inet addr:{address}  P-t-P:192.0.2.1\n")
+        assert save(saved, enable_telnet=switch).commands == runs * 2

@@ -27,14 +27,6 @@ VIEW = field("this_file", "wan_dc.htm") + field("todo", "x")
 END = "--XyZ--\r\n"
 
 
-def send(appliance, body, content_type=TYPE):
-    return appliance.post(body, env={"CONTENT_TYPE": content_type})
-
-
-def left_behind(appliance):
-    return [path.name for path in appliance.at("/tmp").iterdir()]
-
-
 @pytest.mark.parametrize("content_type, fields, shown", [
     (TYPE, field("typed", "b") + field("typed", "a+b%41&c=d"), "[][a+b%41&c=d]"),
     ('Multipart/Form-Data; charset=x; boundary="XyZ"', field("typed", "--XyZ is no end"),
@@ -44,20 +36,16 @@ def left_behind(appliance):
     (TYPE, part(['Content-Disposition: form-data; x=";name=no"; name="ty\\"ped"'], "a"), "[][]"),
     (TYPE, part(['Content-Disposition: form-data; x="\\"; name=n; y="; name=typed'], "a"), "[][a]"),
     (TYPE, upload("typed", "", ""), "[][]"),
+    # a file lies in a new file
+    (TYPE, upload("typed", "../../etc/passwd", ""), "[][/tmp/upload.?]"),
+    (TYPE, upload("typed", 'a\\"; name=\\"todo', "\0\r\n--Xy\n" * 1000), "[][/tmp/upload.?]"),
     (TYPE, field("typed", "a\r\nb") + upload("x", "y", "z"), f"[{told(61, 'typed')}][a\r\nb]"),
 ])
 def test_fields(appliance, content_type, fields, shown):
     body = f"preamble\r\n{VIEW}{fields}{END}epilogue"
-    assert seen(send(appliance, body, content_type)) == "wan_dc" + shown
-    assert left_behind(appliance) == []
-
-
-@pytest.mark.parametrize("file_name", ["C:\\dir\\m.inf", "../../etc/passwd", 'a\\"; name=\\"todo'])
-@pytest.mark.parametrize("content", ["", "\0\r\n--Xy\n" * 1000])
-def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, content):
-    result = send(appliance, VIEW + upload("typed", file_name, content) + END)
-    assert re.fullmatch(r"wan_dc\[]\[/tmp/upload\.\w{6}]", seen(result))
-    assert (left_behind(appliance), result.changed) == ([], {})
+    result = appliance.post(body, {"CONTENT_TYPE": content_type})
+    assert re.sub(r"upload\.\w{6}\b", "upload.?", seen(result)) == "wan_dc" + shown
+    assert not (result.changed or [*appliance.at("/tmp").iterdir()])
 
 
 @pytest.mark.parametrize("body, content_type", [
@@ -72,6 +60,6 @@ def test_a_file_lies_in_a_new_file_and_is_gone_in_the_end(appliance, file_name, 
         VIEW + upload("typed", "m.inf", "x") * 17 + END)),
 ])
 def test_a_malformed_form_is_fatal_and_leaves_nothing(appliance, body, content_type):
-    result = send(appliance, body, content_type)
+    result = appliance.post(body, {"CONTENT_TYPE": content_type})
     assert result.body == FATAL.format("Error!", "Error Reading Data")
-    assert left_behind(appliance) == []
+    assert not [*appliance.at("/tmp").iterdir()]

@@ -19,24 +19,21 @@ UNKNOWN = "Unknown - not connected"
 LONG = "fifteen letters and more"
 
 
-def wan(interfaces="nat_interface=eth0", sharing="yes"):
-    return f"nat_enable={sharing}\n{interfaces}\nconnect_method=0\n"
-
-
-@pytest.mark.parametrize("method, wan_settings, asked, report, shown", [
-    (1, wan(), "eth0", "HWADDR=x\nIPADDR=203.0.113.7\nNETMASK=y\n", "203.0.113.7"),
-    (1, wan("nat_interface=eth2\nnat_interface=eth3\nnat_interface=eth4"), "eth3", "", ""),
-    (1, wan("nat_interface=eth2\nnat_interface="), "eth2", "IPADDR=1.2.3.4\n", "1.2.3.4"),
-    (1, wan("nat_interface=eth2\nnat_interface=a;b"), "eth2", "IPADDR=1.2.3.4\n", "1.2.3.4"),
-    (2, wan("nat_interface=eth2"), "ppp0", "IPADDR=198.51.100.4\n", "198.51.100.4"),
-    (3, wan(), "ppp0", "IPADDR=10.112.112.112\n", UNKNOWN),
-    (3, wan(), "ppp0", "IPADDR=10.112.112.1\n", "10.112.112.1"),
-    (2, wan(sharing="no"), None, "", UNKNOWN),
+@pytest.mark.parametrize("method, sharing, interfaces, asked, address, shown", [
+    (1, "yes", ["eth0"], "eth0", "203.0.113.7", "203.0.113.7"),
+    (1, "yes", ["eth2", "eth3", "eth4"], "eth3", None, ""),
+    (1, "yes", ["eth2", "a;b"], "eth2", "1.2.3.4", "1.2.3.4"),
+    (2, "yes", ["eth2"], "ppp0", "198.51.100.4", "198.51.100.4"),
+    (3, "yes", ["eth0"], "ppp0", "10.112.112.112", UNKNOWN),
+    (3, "yes", ["eth0"], "ppp0", "10.112.112.1", "10.112.112.1"),
+    (2, "no", ["eth0"], None, None, UNKNOWN),
 ])
-def test_external_address(saved, method, wan_settings, asked, report, shown):
+def test_external_address(saved, method, sharing, interfaces, asked, address, shown):
     saved.change(RECORD, Method=method)
-    saved.write(WAN, wan_settings)
-    saved.answer(f"NET_ReadNetworkInfo {asked}", report)
+    lines = "".join(f"nat_interface={name}\n" for name in interfaces)
+    saved.write(WAN, f"nat_enable={sharing}\n{lines}connect_method=0\n")
+    if address:
+        saved.answer(f"NET_ReadNetworkInfo {asked}", f"HWADDR=x\nIPADDR={address}\nNETMASK=y\n")
     result = saved.view("nat_vs.htm")
     assert (result.shown["isp_IP_address"], result.message) == (shown, "")
     assert result.commands == [REPORT % asked] * (asked is not None)

@@ -9,7 +9,8 @@ from appliance import CHAP, IFCFG, PAP, PPPOE, RECORD, SET_DNS, SETTINGS, WAN, o
 LOG = "/var/log/pppd.log"
 INFO = "/usr/share/quillstead/network/NET_ReadNetworkInfo"
 OWN_ADDRESS = f"{INFO} eth0"
-PORT = "HWADDR=00:A0:C9:00:00:00\n"
+OWN_PORT = "00:A0:C9:00:00:00"
+PORT = f"HWADDR={OWN_PORT}\n"
 
 DIRECT = dict(isp_ip_type="fixed", device_name="", wan_mac_address="")
 ACCOUNT = dict(ppp_ac_name="joe@isp", ppp_ac_pwd="secret", ppp_idle_time="5", isp_ip_type="dynamic")
@@ -35,26 +36,24 @@ def post(appliance, page, form):
     return appliance.post({"this_file": page, "todo": "save", **given})
 
 
-def test_direct_page_shows(appliance):
+def test_what_is_stored_is_shown(appliance):
+    """An address that was fixed is not shown while the provider assigns one."""
     appliance.change(SETTINGS, dns_server1="8.8", dns_server2="", dns_server3="1.x2.3y.4")
-    expected = dict(default_name="quillstead", isp_ip_type="dynamic",
-                    **dns("8.8..", "...", "1..3.4"))
-    for info, address in (PORT, "00A0C9000000"), ("HWADDR\n", ""):
-        appliance.answer("NET_ReadNetworkInfo eth0", info)
-        shown = appliance.view("wan_dc.htm").shown
-        assert {**expected, "wan_mac_address": address}.items() <= shown.items()
-
-
-@pytest.mark.parametrize("page, file, named", [
-    ("wan_dc.htm", SETTINGS, SETTINGS), ("wan_ppp.htm", WAN, WAN), ("wan_ppp.htm", PPPOE, WAN),
-])
-def test_missing_settings(appliance, page, file, named):
-    appliance.write(file, None)
-    assert appliance.view(page).message == told(13, named)
+    appliance.change(WAN, pppoe_ip="10.20.30.40")
+    appliance.change(PPPOE, PPPOE_EXTRA='"-U -S a \\$b  " #"')
+    appliance.answer("NET_ReadNetworkInfo eth0", PORT)
+    servers = dns("8.8..", "...", "1..3.4")
+    direct = dict(default_name="quillstead", isp_ip_type="dynamic", wan_mac_address="00A0C9000000")
+    account = dict(ppp_ac_name="", ppp_idle_time="5", isp_ip_type="dynamic", service_name="a $b",
+                   **isp("..."))
+    for page, expected in ("wan_dc.htm", direct), ("wan_ppp.htm", account):
+        assert {**expected, **servers}.items() <= appliance.view(page).shown.items()
+    for page, file, named in ("wan_dc.htm", SETTINGS, SETTINGS), ("wan_ppp.htm", PPPOE, WAN):
+        appliance.write(file, None)
+        assert appliance.view(page).message == told(13, named)
 
 
 ADDRESSES = "wan_ipaddr", "wan_netmask", "wan_gateway"
-NONE = "...", "...", "..."
 
 
 @pytest.mark.parametrize("form, fixed, rest, stored", [
@@ -78,24 +77,22 @@ def test_direct_save(appliance, form, fixed, rest, stored):
         rest = "BOOTPROTO=none\nIPADDR={}\nNETMASK={}\nGATEWAY={}\n".format(*fixed) + rest
     assert result.changed[IFCFG] == "DEVICE=eth0\nONBOOT=no\n" + rest
     assert (result.page, result.message, len(result.changed)) == ("wan_dc.htm", "", 2)
-    assert isp(*fixed or NONE).items() <= result.shown.items()
-    assert result.shown["device_name"] == stored.get("wan_name", "")
-    assert result.shown["isp_ip_type"] == ("fixed" if fixed else "dynamic")
+    shown = dict(device_name=stored.get("wan_name", ""),
+                 isp_ip_type="fixed" if fixed else "dynamic", **isp(*fixed or ["..."] * 3))
+    assert shown.items() <= result.shown.items()
 
 
-@pytest.mark.parametrize("page, form", [
-    ("wan_dc.htm", DIRECT), ("wan_ppp.htm", ACCOUNT), ("sp_int.htm", {"nat_idle_time": "5"}),
-])
-def test_dns_servers_are_stored_in_both_phases(appliance, page, form):
-    whole = post(appliance, page, {**form, **dns("1.1.1.1", "22.22.22.22222222", "3..3.3")})
-    settings = whole.changed[SETTINGS]
+def test_dns_servers_are_stored_in_both_phases(appliance):
+    form = {**ACCOUNT, **dns("1.1.1.1", "22.22.22.22222222", "3..3.3")}
+    result = post(appliance, "wan_ppp.htm", form)
+    settings = result.changed[SETTINGS]
     assert re.findall("dns_server.=(.*)", settings) == ["1.1.1.1", "22.22.22.222222", "3..3.3"]
-    assert whole.commands.count(SET_DNS) == 2
-    if page == "wan_ppp.htm":  # has a field behind them that can be refused
-        form = {**form, **dns("4.4.4.4", "5.5.5.5;", "6.6.6.6"), "service_name": '"'}
-        refused = post(appliance, page, form)
-        assert "".join(re.findall("dns_server.=(.)", refused.changed[SETTINGS])) == "456"
-        assert (refused.message, refused.commands) == (told(62, "Service name", '"'), [SET_DNS])
+    assert result.commands == [SET_DNS, SET_DNS]
+    # a field behind them that can be refused
+    form |= {**dns("4.4.4.4", "5.5.5.5;", "6.6.6.6"), "service_name": '"'}
+    result = post(appliance, "wan_ppp.htm", form)
+    assert "".join(re.findall("dns_server.=(.)", result.changed[SETTINGS])) == "456"
+    assert (result.message, result.commands) == (told(62, "Service name", '"'), [SET_DNS])
 
 
 @pytest.mark.parametrize("todo, address, stored, line", [
@@ -113,20 +110,8 @@ def test_hardware_address_buttons(appliance, todo, address, stored, line):
     assert result.commands == ([] if stored else [OWN_ADDRESS])
 
 
-def test_pppoe_page_shows(appliance):
-    """An address that was fixed is not shown while the provider assigns one."""
-    appliance.change(WAN, pppoe_ip="10.20.30.40")
-    appliance.change(PPPOE, PPPOE_EXTRA='"-U -S a \\$b  " #"')
-    expected = dict(ppp_ac_name="", ppp_idle_time="5", isp_ip_type="dynamic",
-                    service_name="a $b", **isp("..."), **dns("192.0.2.53", "198.51.100.53", "..."))
-    assert expected.items() <= appliance.view("wan_ppp.htm").shown.items()
-
-
-NO_METHOD = "nat_enable=no\nnat_interface=eth0\nconnect_method=2\n"
-
-
 @pytest.mark.parametrize("before, kept, form, wan, conf", [
-    (None, NO_METHOD,
+    (None, "nat_enable=no\nnat_interface=eth0\nconnect_method=2\n",
      dict(ppp_idle_time="10", isp_ip_type="fixed", service_name="ISP1", **isp("10.20.3040.a")),
      ("joe@isp", "secret", "10", "0", "10.20.304.a"), ("600", "600", '"-S ISP1"')),
     ("one\ntwo", "one\ntwo\nconnect_method=2\n",
@@ -153,50 +138,37 @@ def test_pppoe_save(appliance, before, kept, form, wan, conf):
     assert [appliance.mode(file) for file in (WAN, PAP, CHAP)] == [0o600] * 3
     assert (result.commands, result.message) == ([], "")
     shown = dict(ppp_ac_name=wan[0], ppp_idle_time=wan[2],
-                 service_name=form.get("service_name", ""),
                  **isp(wan[4] if "fixed" in form.values() else "..."))
     assert shown.items() <= result.shown.items()
 
 
-FIXED = PORT + "IPADDR=192.0.2.7\nNETMASK=255.255.255.0\nGATEWAY=192.0.2.1\n"
-DNS = "192.0.2.53<BR>198.51.100.53"
+KEYS = {"dc": "dc_ph_add dc_wan_dhcp dc_ip_address dc_mask dc_gw wan_dns".split(),
+        "ppp": "ppp_ph_add ppp_link_status ppp_ip_address ppp_mask wan_dns".split()}
+FIXED = "IPADDR=192.0.2.7\nNETMASK=255.255.255.0\nGATEWAY=192.0.2.1\n"
+LINK = "IPADDR=10.112.112.{}\nNETMASK=255.255.255.255\n".format
+OFF = [OWN_PORT, "off", " ", " "]
 
 
-@pytest.mark.parametrize("wan, info, lease, expected", [
-    ("connect_method=2\nnat_enable=no\nconnect_method=1\n", FIXED, "0\n",
-     ["no", "192.0.2.7", "255.255.255.0", "192.0.2.1"]),
-    ("connect_method=1\n", PORT + "IPADDR=192.0.2.7\n", None, ["yes", "192.0.2.7", " ", " "]),
-    ("connect_method=1\nconnect_method=2\nconnect_method=1\n", FIXED, "0", ["no", " ", " ", " "]),
-    (None, FIXED, "1", ["no", "", "", ""]),
+@pytest.mark.parametrize("page, methods, report, answer, asked, expected", [
+    # at the answer's place: whether /tmp/dyna says that the lease is in use, the process of pppoe
+    ("dc", "21", FIXED, "0\n", 1, [OWN_PORT, "no", "192.0.2.7", "255.255.255.0", "192.0.2.1"]),
+    ("dc", "1", "IPADDR=192.0.2.7\n", None, 1, [OWN_PORT, "yes", "192.0.2.7", " ", " "]),
+    ("dc", "121", FIXED, "0", 1, [OWN_PORT, "no", " ", " ", " "]),
+    ("dc", "", FIXED, "1", 0, ["", "no", "", "", ""]),
+    ("ppp", "2", LINK(11), "123\n", 3, [OWN_PORT, "on", "10.112.112.11", "255.255.255.255"]),
+    ("ppp", "2", LINK(112), "123\n", 3, OFF), ("ppp", "2", "", "", 2, OFF),
+    ("ppp", "1", "", "123\n", 0, ["", "off", "", ""]),
 ])
-def test_direct_status(appliance, wan, info, lease, expected):
-    appliance.answer("NET_ReadNetworkInfo eth0", info)
-    appliance.write(WAN, wan)
-    appliance.write("/tmp/dyna", lease)
-    result = appliance.view("dc_status.htm")
-    keys = "dc_ph_add dc_wan_dhcp dc_ip_address dc_mask dc_gw wan_dns".split()
-    own = "00:A0:C9:00:00:00" if wan else ""
-    assert [result.shown[key] for key in keys] == [own, *expected, DNS]
-    assert result.commands == [OWN_ADDRESS] * bool(wan)
-
-
-@pytest.mark.parametrize("method, pid, address, expected", [
-    (2, "123\n", "10.112.112.11", ["on", "10.112.112.11", "255.255.255.255"]),
-    (2, "123\n", "10.112.112.112", ["off", " ", " "]), (2, "123\n", "0.0.0.0", ["off", " ", " "]),
-    (2, "", None, ["off", " ", " "]), (1, "123\n", None, ["off", "", ""]),
-])
-def test_pppoe_status(appliance, method, pid, address, expected):
-    appliance.change(WAN, connect_method=method)
-    appliance.answer("NET_ReadNetworkInfo eth0", PORT)
-    appliance.answer("pidof pppoe", pid)
-    link = f"HWADDR=x\nIPADDR={address}\nNETMASK=255.255.255.255\n"
-    appliance.answer("NET_ReadNetworkInfo ppp0", link)
-    result = appliance.view("ppp_status.htm")
-    keys = "ppp_ph_add ppp_link_status ppp_ip_address ppp_mask wan_dns".split()
-    own = "00:A0:C9:00:00:00" if method == 2 else ""
-    assert [result.shown[key] for key in keys] == [own, *expected, DNS]
-    asked = [OWN_ADDRESS, "/sbin/pidof pppoe", f"{INFO} ppp0"]
-    assert result.commands == asked[:3 if address else 2 if own else 0]
+def test_status(appliance, page, methods, report, answer, asked, expected):
+    lines = "nat_enable=no\n".join(f"connect_method={method}\n" for method in methods)
+    appliance.write(WAN, lines or None)
+    for port in "eth0", "ppp0":
+        appliance.answer(f"NET_ReadNetworkInfo {port}", PORT + report)
+    appliance.answer("pidof pppoe", answer or "")
+    appliance.write("/tmp/dyna", answer)
+    result = appliance.view(f"{page}_status.htm")
+    assert [result.shown[key] for key in KEYS[page]] == [*expected, "192.0.2.53<BR>198.51.100.53"]
+    assert result.commands == [OWN_ADDRESS, "/sbin/pidof pppoe", f"{INFO} ppp0"][:asked]
 
 
 LINKS = "/sbin/ifup eth0", "/usr/sbin/adsl-start", "/bin/ping -c1 -q 10.112.112.113"
@@ -204,7 +176,7 @@ LINKS = "/sbin/ifup eth0", "/usr/sbin/adsl-start", "/bin/ping -c1 -q 10.112.112.
 
 @pytest.mark.parametrize("method, page, todo, ran", [
     (1, "dc_status.htm", "dc_connect", [LINKS[0]]), (2, "dc_status.htm", "dc_connect", []),
-    (1, "dc_status.htm", "ppp_connect", []), (2, "ppp_status.htm", "ppp_connect", [*LINKS[1:]]),
+    (2, "ppp_status.htm", "ppp_connect", [*LINKS[1:]]),
     (2, "ppp_status.htm", "ppp_disconnect", [LINKS[1]]), (2, "ppp_status.htm", "ppp_clearlog", []),
 ])
 def test_status_buttons(saved, method, page, todo, ran):
