@@ -7,33 +7,25 @@ import pytest
 from appliance import FILTER as CONF
 from appliance import HAS_ADDRESS, IS_MODEM, IS_PPPOE, LINK_UP, WAN, told
 
-SERVICES = "/etc/rc.d/rc.service"
+PAGE, SERVICES = "nat_filter.htm", "/etc/rc.d/rc.service"
 LOG = "/usr/local/squid/logs/access.log"
 
 
-def save(appliance, fields, page="nat_filter.htm"):
-    return appliance.save(page, **fields)
-
-
-def test_what_is_stored(saved):
+def test_what_is_stored(saved, proxy):
     """Every line of a key is rewritten, missing ones are added, others stay as they are."""
     kept = "\n\ncustom_content_state 1\nfoo  bar\nblock_applet"
     saved.write(CONF, f"#a\nblock_applet no{kept}\ton\ncustom_filter_state on\nenable_log on")
-    result = save(saved, dict(
-        sitelist_type="off", filter_dayfinish="friday", filter_starttime=" 07x",
-        filter_finishtime="x", finish_min="+5", enable_filter_log="on"))
+    result = saved.save(
+        PAGE, sitelist_type="off", filter_dayfinish="friday", filter_starttime=" 07x",
+        filter_finishtime="x", finish_min="+5", enable_filter_log="on")
     assert result.changed == {CONF: (
         f"#a\nblock_applet on{kept} on\ncustom_filter_state off\nenable_log off\nfilter_state 0\n"
         "filter_from Sunday 7 0\nfilter_to Sunday 0 5\n"
         "block_script off\nblock_activex off\nblock_cookies off\n")}
-    assert (result.message, result.commands) == (told(46), [])
-
-
-def test_the_proxy_reads_its_settings_again(saved, proxy):
-    """A word that no list has switches on the list of the kind that there is."""
-    assert save(saved, {"sitelist_type": ""}).message == ""
-    assert proxy.wait(10) == -signal.SIGHUP
-    assert "custom_filter_state on\nenable_log on\ncustom_content_state 0\n" in saved.read(CONF)
+    assert (result.message, result.commands, proxy.wait(10)) == ("", [], -signal.SIGHUP)
+    # A word that no list has switches on the list of the kind that there is.
+    assert saved.save(PAGE, sitelist_type="").message == told(46)
+    assert f"{kept} on\ncustom_filter_state on\n" in saved.read(CONF)
 
 
 @pytest.mark.parametrize("blocked, message", [
@@ -41,8 +33,8 @@ def test_the_proxy_reads_its_settings_again(saved, proxy):
 ])
 def test_settings_out_of_reach(saved, blocked, message):
     saved.block(blocked)
-    result = save(saved, {"remove_java": "checked", "sitelist_type": "banned"}, "nat_conn.htm")
-    assert (result.message, result.page) == (message, "nat_filter.htm")
+    result = saved.save("nat_conn.htm", remove_java="checked", sitelist_type="banned")
+    assert (result.message, result.page) == (message, PAGE)
     assert CONF not in result.changed
 
 
@@ -64,7 +56,7 @@ def test_the_redirect(saved, when, state, before, after):
     runs = [IS_MODEM, IS_PPPOE, HAS_ADDRESS % "eth0", LINK_UP % "eth0"] * (before is not None)
     for refused, times in ({"start_min": "77"}, 1), ({}, 2), ({}, 0):
         saved.write(SERVICES, before, 0o744)
-        result = save(saved, {"filter_when": when, **refused})
+        result = saved.save(PAGE, filter_when=when, **refused)
         assert (result.commands, CONF in result.changed) == (times * runs, times == 2)
         if before is not None:
             script = saved.read(SERVICES), saved.mode(SERVICES)
@@ -78,20 +70,16 @@ def rows(*records):
 
 
 def test_the_log_as_rows(appliance):
-    """Three words of a line, as much of each as has room; a longer line than can be read is two."""
+    """Three words of a line, as much of each as has room; a longer line than can be read is two.
+    The oldest lines, until the next does not fit."""
     words = " ".join(("1" * 40, "2" * 40, "3" * 100))
-    appliance.write(LOG, "a\tb  c d\n\n#x\n e f\r\n\r\n%s\n%sy z\ng" % (words, "x" * 8191))
+    log = [("7", "h" * 31, "a" * 79)] * 400
     shown = rows("abc", ("e", "f", ""), ("", "", ""), ("1" * 31, "2" * 31, "3" * 79),
-                 ("x" * 31, "", ""), ("y", "z", ""), ("g", "", ""))
-    assert appliance.view("filterlog.htm").shown["log_record"] == shown
-
-
-def test_a_log_is_read_no_further_than_it_is_shown(appliance):
-    """Its oldest lines, until the next does not fit."""
-    log = [(str(number), "h" * 31, "a" * 79) for number in range(400)]
-    shown = next(n for n in range(400) if len(rows(*log[:n + 1])) > 36864)
-    appliance.write(LOG, "\n".join(map(" ".join, log)))
-    assert appliance.view("filterlog.htm").shown["log_record"] == rows(*log[:shown])
+                 ("x" * 31, "", ""), ("y", "z", ""), *log)
+    appliance.write(LOG, "a\tb  c d\n\n#x\n e f\r\n\r\n%s\n%sy z\n%s" % (
+        words, "x" * 8191, "\n".join(map(" ".join, log))))
+    end = shown.rindex("</tr>\n", 0, 36864 + 1) + len("</tr>\n")
+    assert appliance.view("filterlog.htm").shown["log_record"] == shown[:end]
 
 
 def test_a_log_elsewhere(appliance):

@@ -8,7 +8,7 @@ import time
 import pytest
 
 from appliance import CHANGES, LINK_UP, RECORD, SET_DNS, WAN, Appliance, told, until
-from test_changes import ADMIN, SERVICES, save, settings, undo
+from test_changes import SERVICES, act, save, settings, undo
 from test_turns import ON, script
 from test_wan import dns
 
@@ -21,8 +21,7 @@ def save_for(appliance, seconds=600, page=SERVICES, **fields):
 
 
 def keep(appliance, number, **fields):
-    form = {"this_file": "nat_vs.htm", "todo": "confirm", "change": number, **fields}
-    return appliance.post(form, ADMIN)
+    return act(appliance, "nat_vs.htm", "confirm", change=number, **fields)
 
 
 def result_of(appliance, number):
@@ -50,8 +49,7 @@ def test_what_nobody_keeps_is_taken_back_with_all_that_it_did(hurried):
     assert result_of(hurried, 2) == "taken back: nobody has kept change 1 in time"
     request = hurried.read(f"{CHANGES}/000002/request").splitlines()[1:]
     assert request == ["admin", "192.168.1.7", SERVICES, "take_back"]
-    stale = save(hurried, SERVICES, seen=1, enable_dmz="checked")
-    assert (stale.headers["Status"], stale.changed) == ("409 Conflict", {})
+    assert save(hurried, SERVICES, seen=1, **ON).headers["Status"] == "409 Conflict"
 
 
 def test_a_process_waits_without_server_answer_lock_or_folder(kept):
@@ -68,7 +66,7 @@ def test_a_process_waits_without_server_answer_lock_or_folder(kept):
 def restart_its_clock(box):
     """With the kernel, which gives boots no id."""
     end = int(os.readlink(box.at(MARK)).split()[1])
-    box.write(MARK, None)
+    box.at(MARK).unlink()
     box.at(MARK).symlink_to(f"1 {end + 10**8} - 0")
 
 
@@ -88,44 +86,42 @@ def test_when_its_process_is_gone_whoever_comes_next_takes_it_back(hurried, ends
 
 
 def test_what_was_interrupted_does_not_wait(kept):
+    """The view that takes it back may make what is missing."""
     kept.at(f"{CHANGES}/open").mkdir()
+    kept.write(RECORD, None)
     kept.at(MARK).symlink_to(f"1 {int(time.clock_gettime(time.CLOCK_BOOTTIME) + 300) * 1000} - 0")
-    assert "interrupted" in kept.view("nat_vs.htm").message and not kept.exists(MARK)
+    assert "interrupted" in kept.view("nat_vs.htm").message and kept.exists(RECORD)
+    assert not kept.exists(MARK) and not kept.exists(f"{CHANGES}/open")
+    assert kept.view("nat_vs.htm").message == ""
 
 
 def test_what_takes_effect_at_once_does_so_again(kept):
     kept.change(WAN, nat_enable="yes", connect_method=1)
     kept.answer("ifconfig eth0", "eth0 Link\n inet addr:192.0.2.7  Mask:255.255.255.0\n")
-    form = {"this_file": "ac_cfg.htm", "todo": "change_access", "group_name": "Group 1",
-            "block_allow": "Allow", "confirm_within": 60}
+    form = "this_file=ac_cfg.htm&todo=change_access&block_allow=Allow&confirm_within=60"
     assert kept.post(form).commands.count(LINK_UP % "eth0") == 1
     kept.start_anew()
     assert kept.view("nat_vs.htm").commands[-1] == LINK_UP % "eth0"
 
 
-def test_nothing_else_is_changed_while_one_waits(kept):
-    save_for(kept)
+def test_what_waits_can_be_kept_or_undone_and_nothing_else_is_changed(kept):
+    before = settings(kept)
+    shown = save_for(kept, waiting="typed", **ON).shown
+    assert (shown["waiting"], shown["waiting_left"]) == ("1", "600")
     texts = [told(86, 1, "admin", left) for left in range(590, 601)]
-    for page, todo, fields in ((SERVICES, "save", {"confirm_within": 60, **ON}),
-                               ("sp_port.htm", "upload", {}),
-                               ("history.htm", "undo", {"change": 2}),
-                               ("history.htm", "undo", {"change": 1, "confirm_within": 60})):
-        result = kept.post({"this_file": page, "todo": todo, **fields})
+    for page, todo in ((SERVICES, "save&confirm_within=60&enable_ftp="), ("sp_port.htm", "upload"),
+                       ("history.htm", "undo&change=2"),
+                       ("history.htm", "undo&change=1&confirm_within=60")):
+        result = kept.post(f"this_file={page}&todo={todo}")
         assert (result.headers["Status"], result.changed) == ("423 Locked", {})
         assert result.page == page and result.message in texts
-    refused = kept.post({"this_file": "nat_vs.htm", "todo": "save"},
-                        {"HTTP_ACCEPT": "application/json"})
+    refused = kept.post("this_file=nat_vs.htm&todo=save", {"HTTP_ACCEPT": "application/json"})
     data = json.loads(refused.body)
     assert (refused.headers["Status"], data["accepted"]) == ("423 Locked", False)
     assert data["waiting"] == "1" and 590 < int(data["waiting_left"]) <= 600
     for number, called in (0, 0), (2, 2), ("x", 0):
         assert keep(kept, number).message == told(87, called)
     assert keep(kept, 1, preview="yes").page == "preview.htm" and kept.exists(MARK)
-
-
-def test_who_undoes_the_change_that_waits_ends_its_waiting(kept):
-    before = settings(kept)
-    save_for(kept)
     result = undo(kept, 1)
     assert (result.message, result.shown["waiting"]) == (told(79), "")
     assert settings(kept) == before and not kept.exists(MARK)
@@ -158,16 +154,8 @@ def test_what_has_changed_something_waits_whatever_came_of_it(kept):
     kept.view("nat_vs.htm")
     assert result_of(kept, 3).startswith("failed") and kept.keys(RECORD)["DMZ"] == "0"
     assert save_for(kept, enable_dmz="unchecked").message == "" and not kept.exists(MARK)
-    only_runs = {"this_file": "sp_status.htm", "todo": "nat_hangup", "confirm_within": 60}
-    assert "/etc/ppp/dial down" in kept.post(only_runs).commands and not kept.exists(MARK)
-
-
-def test_every_page_tells_how_long_there_is(kept):
-    kept.write("/www/nat_vs.htm", "@waiting#|@waiting_left#")
-    assert kept.view("nat_vs.htm").body == "|"
-    form = {"confirm_within": 60, "waiting": "typed", "next_file": "nat_vs.htm"}
-    assert save(kept, SERVICES, **ON, **form).body == "1|60"
-    assert kept.view("nat_vs.htm").body in [f"1|{left}" for left in range(50, 61)]
+    only_runs = kept.post("this_file=sp_status.htm&todo=nat_hangup&confirm_within=60")
+    assert "/etc/ppp/dial down" in only_runs.commands and not kept.exists(MARK)
 
 
 @pytest.mark.parametrize("box, addresses", [

@@ -1,10 +1,10 @@
-"""The special applications page: its list, and what it does to the firewall script."""
+"""The special applications page: its list, the firewall script, and what the script does."""
 
 import pytest
 
-from appliance import IS_PPP, SET_MODULE, told
+from appliance import IP_UP, IS_PPP, SET_MODULE, WAN, told
 
-SCRIPT = "/etc/rc.d/rc.firewall"
+SCRIPT, RULES = "/etc/rc.d/rc.firewall", "/var/lib/practice/rules"
 LISTS = "a_sap_enable a_inpr a_port1in a_port2in a_outpr a_port1out a_port2out".split()
 LINK = [IS_PPP, "/sbin/ifconfig eth0"]
 LOAD = [IS_PPP, "/sbin/modprobe vpn", SET_MODULE % ("vpn", "s"), IS_PPP]
@@ -81,3 +81,25 @@ def test_nothing_is_stored_without_a_temporary_file(appliance):
     for todo in "del", "update":
         result = post(appliance, todo, OFF, "VPN")
         assert (result.did_nothing, result.message) == (True, told(64, SCRIPT))
+
+
+def test_the_script_does_what_the_page_says(appliance):
+    appliance.practise("sbin/ipchains", "sbin/modprobe")
+    appliance.write(WAN, "nat_enable=yes\nnat_interface=eth0\nconnect_method=1\n")
+    appliance.write(IP_UP, f'#!/bin/sh\n {SCRIPT} "$1" 2>> /tmp/complaints\n', 0o755)
+    for name in "eth0", "eth1":
+        appliance.answer(f"ifconfig {name}", "  inet addr:192.0.2.7  Mask:255.255.255.0\n")
+    game = "Game", "TCP/UDP", "80", "90", "TCP/UDP", "70", "79"
+    opened = [f"input -j ACCEPT -i eth0 -p {protocol} -d 192.0.2.7 -s 0.0.0.0/0 80:90"
+              for protocol in ("udp", "tcp ! -y")]
+    opened += [f"output -j ACCEPT -i eth0 -p {protocol} -d 0.0.0.0/0 70:79"
+               for protocol in ("udp", "tcp")]
+    post(appliance, "update", ON, "Ping")
+    before = appliance.read(RULES).splitlines()
+    for todo, switch, now in ("add", ON, before + opened), ("update", OFF, before):
+        post(appliance, todo, switch, *game)
+        assert appliance.read(RULES).splitlines() == now
+    appliance.save("nat_conn.htm", enable_sp_apps="unchecked")
+    applications = next(n for n, rule in enumerate(before) if "icmp" in rule)
+    assert appliance.read(RULES).splitlines() == before[:applications]
+    assert appliance.read("/tmp/complaints") == ""
