@@ -72,10 +72,10 @@ def test_a_log_that_is_a_link_is_neither_shown_nor_emptied(saved):
 def test_of_a_long_list_what_stays_is_not_written_anew(appliance):
     text = "".join(f"site{number}.example\n" for number in range(10_000))
     appliance.write(SITES, text)
-    before = appliance.at(SITES).stat().st_ino
     for form, expected in (("del_selected&banned_list=none.example", text),
                            ("add_url&new_url=new.example", text + "new.example\n"),
                            ("del_selected&banned_list=new.example", text)):
+        before = appliance.at(SITES).stat().st_ino
         appliance.post(f"this_file=sites_ban.htm&todo={form}")
         assert appliance.read(SITES) == expected
         assert (appliance.at(SITES).stat().st_ino == before) == ("none" in form)
