@@ -1,6 +1,5 @@
 /* A command of the appliance that answers and does nothing, without the start of the C library: its
- * own time does not hide that of who starts it. GATE: a pipe, for whose writer it
- * waits.
+ * own time does not hide that of who starts it. GATE: a pipe, for whose writer it waits.
  */
 #include <fcntl.h>
 #include <sys/syscall.h>

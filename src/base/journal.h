@@ -106,6 +106,7 @@ std::vector<unsigned> kept_changes();
 Change read_change(unsigned number);
 // The old content of a file; nothing when it is damaged.
 std::optional<std::string> old_content(const Change& change, const KeptFile& file);
+
 // ---- after a crash ----
 
 // True when a request that had the turn has left its change half made. Whoever has the turn then

@@ -53,7 +53,7 @@ FileText kept_text(const std::string& path, const struct stat& status);
 // give it another time; else the text is good until the next command only.
 void keep_text(const std::string& path, FileText text, const struct stat& status, bool is_telling);
 // Keeps what was read from a file since a moment. Most requests never ask again whether it is still
-// that file, so it stays open, and its status is taken when they do.
+// that file, so it stays open, unless many are, and its status is taken when they do.
 void keep_text(const std::string& path, FileText text, Descriptor file, timespec since);
 
 // Now, by the clock that files get their times from.

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 
+#include <chrono>
 #include <csignal>
 
 namespace {
@@ -26,6 +27,31 @@ TEST_F(Root, TemporaryFilesAreForRootAlone) {
     EXPECT_EQ(write_anew(temporary, "new"), Written::done);
     EXPECT_EQ(mode_of(temporary), kSecretMode);
     EXPECT_EQ(content("/etc/victim"), "whole");
+}
+
+// In place and to the same size, by a command, or by somebody else before there is one.
+TEST_F(Root, AFileThatIsChangedWhileItIsKnownIsReadAnew) {
+    const std::string path = "/etc/known";
+    const auto rewrite = [&](bool does) {
+        if (does) std::ofstream(path) << "two";
+    };
+    for (const bool is_new : {false, true})
+        for (const bool before : {false, true})
+            for (const bool after : {false, true}) {
+                put_file(path, "one");
+                if (!is_new)
+                    std::filesystem::last_write_time(
+                        path,
+                        std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+                const FileText first = file_text(path);
+                rewrite(before);
+                EXPECT_EQ(file_text(path).view(), "one");  // a request sees one content
+                doubt_files();
+                rewrite(after);
+                const FileText second = file_text(path);
+                EXPECT_EQ(second.view(), before || after ? "two" : "one");
+                if (!is_new && !before && !after) EXPECT_TRUE(second.is(first));
+            }
 }
 
 // A folder on a file system that is not the private root's, opened before that root is entered.
